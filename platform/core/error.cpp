@@ -1,0 +1,45 @@
+#include <merocore/error.h>
+
+#include <cstring>
+
+namespace {
+
+struct Register {
+    int code;
+    int line;
+    char file[64]; // a copy: the library that set it may be unloaded before it is read
+};
+
+thread_local Register lastError{};
+
+} // namespace
+
+void MLIBCErrSetEx(int code, const char* file, int line)
+{
+    const char* path = file != nullptr ? file : "";
+    const char* slash = std::strrchr(path, '/');
+    const char* name = slash != nullptr ? slash + 1 : path;
+    const char* dot = std::strrchr(name, '.');
+    const std::size_t length = dot != nullptr ? static_cast<std::size_t>(dot - name) : std::strlen(name);
+    const std::size_t kept = length < sizeof lastError.file ? length : sizeof lastError.file - 1;
+
+    lastError.code = code;
+    lastError.line = line;
+    std::memcpy(lastError.file, name, kept);
+    lastError.file[kept] = '\0';
+}
+
+int MLIBCErrGet(void)
+{
+    return lastError.code;
+}
+
+const char* MLIBCErrorGetFile(void)
+{
+    return lastError.file;
+}
+
+int MLIBCErrorGetLine(void)
+{
+    return lastError.line;
+}

@@ -1,0 +1,88 @@
+#include "descriptor.h"
+#include "fail.h"
+#include "spawn.h"
+
+#include <merocore/process.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+using namespace MERO::Core;
+
+namespace {
+
+pid_t ReadPid(int fd)
+{
+    pid_t pid = -1;
+    ssize_t count;
+    do {
+        count = read(fd, &pid, sizeof pid);
+    } while (count < 0 && errno == EINTR);
+    return count == static_cast<ssize_t>(sizeof pid) ? pid : -1;
+}
+
+/// Forks twice, so that the child becomes init's: the process between lives only to tell the child's ID.
+pid_t ForkDetached()
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return -1;
+    }
+    Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
+
+    const pid_t between = fork();
+    if (between < 0) {
+        return -1;
+    }
+    if (between == 0) {
+        const pid_t child = _Fork(); // the locks of the C library are already this process' own
+        if (child == 0) {
+            return 0; // the pipe's ends close with their owners
+        }
+        _exit(child > 0 && write(writeEnd.Get(), &child, sizeof child) == sizeof child ? 0 : 1);
+    }
+    writeEnd.Close();
+    const pid_t child = ReadPid(readEnd.Get());
+    WaitStatus(between);
+    if (child < 0) {
+        errno = EAGAIN;
+    }
+    return child;
+}
+
+} // namespace
+
+int MLIBCProcForkEx(unsigned long long flags)
+{
+    if ((flags & ~static_cast<unsigned long long>(MLIBC_FORK_DETACHED | MLIBC_FORK_NEW_SESSION)) != 0) {
+        return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
+    }
+    const pid_t pid = (flags & MLIBC_FORK_DETACHED) != 0 ? ForkDetached() : fork();
+    if (pid < 0) {
+        return MERO_FAIL(MLIBC_ERR_FORK);
+    }
+    if (pid == 0 && (flags & MLIBC_FORK_NEW_SESSION) != 0) {
+        setsid(); // cannot fail: a process that was just forked leads no group
+    }
+    return pid;
+}
+
+int MLIBCProcAlive(int pid)
+{
+    if (pid <= 0) {
+        return 0;
+    }
+    // Signal 0 would call a zombie alive; a pidfd is readable as soon as its process has ended.
+    Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+    if (!process) {
+        return errno == EMFILE || errno == ENFILE || errno == ENOMEM ? kill(pid, 0) == 0 || errno == EPERM : 0;
+    }
+    pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};
+    return poll(&ended, 1, 0) == 0 ? 1 : 0;
+}

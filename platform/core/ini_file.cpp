@@ -1,0 +1,67 @@
+#include "ini_file.h"
+
+namespace MERO::Core {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+std::string_view Trim(std::string_view text)
+{
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == text.npos ? std::string_view{} : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+} // namespace
+
+IniLine TakeIniLine(std::string_view& text)
+{
+    const std::size_t newline = text.find('\n');
+    IniLine line{IniLine::Kind::Other, text.substr(0, newline == text.npos ? newline : newline + 1), {}, {}};
+    text.remove_prefix(line.whole.size());
+
+    const std::string_view content = Trim(line.whole);
+    if (content.empty() || content.front() == '#' || content.front() == ';') {
+        return line;
+    }
+    if (content.front() == '[' && content.back() == ']') {
+        line.kind = IniLine::Kind::Header;
+        line.name = content.substr(1, content.size() - 2);
+        return line;
+    }
+    const std::size_t equals = content.find('=');
+    if (equals != content.npos && equals > 0) {
+        line.kind = IniLine::Kind::Pair;
+        line.name = Trim(content.substr(0, equals));
+        line.value = Trim(content.substr(equals + 1));
+    }
+    return line;
+}
+
+std::optional<std::string_view> FindIniValue(std::string_view text, std::optional<std::string_view> section,
+                                             std::string_view key)
+{
+    std::optional<std::string_view> found;
+    bool inSection = !section;
+    while (!text.empty()) {
+        const IniLine line = TakeIniLine(text);
+        if (line.kind == IniLine::Kind::Header) {
+            inSection = section == line.name;
+        } else if (inSection && line.kind == IniLine::Kind::Pair && line.name == key) {
+            found = line.value;
+        }
+    }
+    return found;
+}
+
+bool IsIniSection(std::string_view section)
+{
+    return !section.empty() && section.find('\n') == section.npos;
+}
+
+bool IsIniPair(std::string_view key, std::string_view value)
+{
+    return !key.empty() && key.find_first_of("=\n") == key.npos && key == Trim(key) &&
+           key.find_first_of("#;[") != 0 && value == Trim(value) && value.find('\n') == value.npos;
+}
+
+} // namespace MERO::Core

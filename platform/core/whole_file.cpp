@@ -1,0 +1,130 @@
+#include "whole_file.h"
+
+#include "descriptor.h"
+#include "fail.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+
+namespace MERO::Core {
+namespace {
+
+constexpr off_t kLargestFile = off_t{16} << 20;
+
+/// The new text's file until it is renamed: whatever goes wrong, it does not stay behind.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& target)
+    {
+        for (int attempt = 0; attempt < 100 && !file_; ++attempt) {
+            std::uint64_t number = 0;
+            (void)getrandom(&number, sizeof number, GRND_NONBLOCK); // O_EXCL settles what chance does not
+            char suffix[24];
+            std::snprintf(suffix, sizeof suffix, ".%016llx", static_cast<unsigned long long>(number + attempt));
+            path_ = target + suffix;
+            file_ = Descriptor(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
+            if (!file_ && errno != EEXIST) {
+                break;
+            }
+        }
+    }
+    ~TemporaryFile()
+    {
+        if (file_) {
+            const int reason = errno;
+            unlink(path_.c_str());
+            errno = reason;
+        }
+    }
+
+    bool IsOpen() const { return static_cast<bool>(file_); }
+    int Get() const { return file_.Get(); }
+    bool MoveTo(const std::string& target)
+    {
+        if (rename(path_.c_str(), target.c_str()) != 0) {
+            return false;
+        }
+        file_.Close();
+        return true;
+    }
+
+private:
+    std::string path_;
+    Descriptor file_;
+};
+
+bool WriteAll(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t count = write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    return true;
+}
+
+bool SyncFolderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    Descriptor directory(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return directory && fsync(directory.Get()) == 0;
+}
+
+} // namespace
+
+int ReadWholeFile(const char* path, std::string& text)
+{
+    Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!file) {
+        return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
+    }
+    struct stat status;
+    if (fstat(file.Get(), &status) != 0) {
+        return MERO_FAIL(MLIBC_ERR_READ_FILE);
+    }
+    if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
+        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
+        return MERO_FAIL(MLIBC_ERR_READ_FILE);
+    }
+    text.resize(static_cast<std::size_t>(status.st_size));
+    std::size_t filled = 0;
+    while (filled < text.size()) {
+        const ssize_t count = read(file.Get(), text.data() + filled, text.size() - filled);
+        if (count == 0) {
+            break; // it has shrunk since fstat
+        }
+        if (count < 0 && errno != EINTR) {
+            return MERO_FAIL(MLIBC_ERR_READ_FILE);
+        }
+        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    text.resize(filled);
+    return 0;
+}
+
+int WriteWholeFile(const std::string& path, std::string_view text)
+{
+    TemporaryFile file(path);
+    if (!file.IsOpen()) {
+        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
+    }
+    struct stat old;
+    if (stat(path.c_str(), &old) == 0 && fchmod(file.Get(), old.st_mode & 07777) != 0) {
+        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
+    }
+    if (!WriteAll(file.Get(), text) || fsync(file.Get()) != 0 || !file.MoveTo(path) || !SyncFolderOf(path)) {
+        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
+    }
+    return 0;
+}
+
+} // namespace MERO::Core
