@@ -1,0 +1,29 @@
+/// Jobs of systemd's queue.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#pragma GCC visibility push(default)
+
+namespace MERO::Systemd {
+
+/// What a job does. Other types of systemd's (restart, reload, verify-active …) are Unknown.
+enum class JobType { Unknown = 0, Start = 1, Stop = 2 };
+
+enum class JobState { Unknown = 0, Running = 1, Waiting = 2 };
+
+/// One queued job.
+struct JobInfo {
+    std::uint32_t id = 0;
+    std::string unit;
+    JobType type = JobType::Unknown;
+    JobState state = JobState::Unknown;
+
+    /// Number, unit, type and state with one blank between: `42 nfs.service start waiting`.
+    std::string ToString() const;
+};
+
+} // namespace MERO::Systemd
+
+#pragma GCC visibility pop

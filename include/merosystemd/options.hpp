@@ -1,0 +1,54 @@
+/// Options of one `systemctl` run and of the enablement family.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#pragma GCC visibility push(default)
+
+namespace MERO::Systemd {
+
+/// The options of one `systemctl` run. A small value: copy it freely.
+struct SystemctlOpts {
+    const std::vector<std::string>* cmdOpts = nullptr; ///< placed after the verb; not owned; nullptr: none
+    bool calRunTime = false;                           ///< measure the run and log its milliseconds
+    bool forceSystem = false;                          ///< the system manager even for an ordinary user
+};
+
+/// Builds SystemctlOpts: `SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build()`.
+class SystemctlOptsBuilder {
+public:
+    /// `options` must live until the run is over.
+    SystemctlOptsBuilder& SetCmdOpts(const std::vector<std::string>* options);
+    SystemctlOptsBuilder& SetCalRunTime(bool calRunTime);
+    SystemctlOptsBuilder& SetForceSystem(bool forceSystem);
+
+    SystemctlOpts Build() const;
+
+private:
+    SystemctlOpts opts_;
+};
+
+class CommandOptionsImp;
+
+/// Options of the enablement family. Movable; a moved-from object ignores its setters.
+class CommandOptions {
+public:
+    CommandOptions();
+    CommandOptions(CommandOptions&&) noexcept;
+    CommandOptions& operator=(CommandOptions&&) noexcept;
+    ~CommandOptions();
+
+    CommandOptions& SetRunTime();  ///< --runtime: the change lasts until the next boot
+    CommandOptions& SetNoReload(); ///< --no-reload: the manager does not read its unit files again
+
+    const CommandOptionsImp* GetImp() const;
+
+private:
+    std::unique_ptr<CommandOptionsImp> imp_;
+};
+
+} // namespace MERO::Systemd
+
+#pragma GCC visibility pop

@@ -1,0 +1,109 @@
+/* libmerosystemd: managing systemd's units from the programs of this operating system. The C interface.
+
+   Every operation that changes or asks a unit runs one /usr/bin/systemctl and waits for it; the operations whose
+   names end in NoBlock queue the job and do not wait until it is done. When the caller is not root, the user's own
+   service manager is meant, and the environment of the user's session is loaded into the process through PAM first.
+
+   Operations return 1 when they succeeded and 0 when they failed. Why is written to syslog ("<file>:<line>
+   merosystemd: ..."); the error register of <merocore/error.h> holds the code where one is named below. A null or
+   empty argument is answered with 0 and MLIBC_ERR_INVALID_ARGUMENT (0x0D00), and nothing is run.
+
+   Unit names may lack their type: ".service" is meant then. All functions may be called from any thread at any
+   time, except that an ordinary user's calls change the process environment (setenv's rules hold). */
+#pragma once
+
+#include <merocore/list.h>
+
+#include <stdbool.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#pragma GCC visibility push(default)
+
+/* ---- Unit actions --------------------------------------------------------------------------------------------
+
+   Starts and stops are written to the event log, for the units that have a display name. During the early steps of
+   the boot the service control policy holds: a start of a unit that is about to start, a stop of one that is about
+   to stop, and a restart of one with any job are not carried out and fail.
+
+   The group forms take a list of units, which must hold no null item (std::logic_error is thrown for one), and run
+   one systemctl for all of them. When they fail, the names of the units that failed are pushed onto *ppListFailed,
+   as the caller spelt them; ppListFailed and *ppListFailed may be NULL. */
+
+int MEROCSystemdStart(const char* szUnit);
+int MEROCSystemdStartNoBlock(const char* szUnit);
+int MEROCSystemdStartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdStartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* Starts with a job that no later job can replace (--job-mode=replace-irreversibly): only cancelling ends it. */
+int MEROCSystemdStartIrreversibly(const char* szUnit);
+
+int MEROCSystemdStop(const char* szUnit);
+int MEROCSystemdStopNoBlock(const char* szUnit);
+int MEROCSystemdStopGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdStopGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+int MEROCSystemdRestart(const char* szUnit);
+int MEROCSystemdRestartNoBlock(const char* szUnit);
+int MEROCSystemdRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* Restarts the units that run. Units that are about to stop are left out; when none is left, that is success. */
+int MEROCSystemdTryRestart(const char* szUnit);
+int MEROCSystemdTryRestartNoBlock(const char* szUnit);
+int MEROCSystemdTryRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdTryRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* Reloads the units' configuration. Every form returns without waiting for the reload to end. Units that are about
+   to stop are left out; when none is left, that is success. */
+int MEROCSystemdReload(const char* szUnit);
+int MEROCSystemdReloadNoBlock(const char* szUnit);
+int MEROCSystemdReloadGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdReloadGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* Reloads the units that can be reloaded, and restarts or starts the others. */
+int MEROCSystemdReloadOrRestart(const char* szUnit);
+int MEROCSystemdReloadOrRestartNoBlock(const char* szUnit);
+int MEROCSystemdReloadOrRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* ---- Unit metadata -------------------------------------------------------------------------------------------
+
+   These read one key of the section [X-Tarvix] of the unit's file, found in /usr/local/lib/systemd/system,
+   /usr/lib/systemd/system, /etc/systemd/system or /run/systemd/system, in this order; an instance's key is read from
+   its template. No program is run. They return 0 with MLIBC_ERR_NOT_FOUND (0x0700) when the unit has no file. */
+
+/* The display name, key "Name". 0 when there is none. `cbName` counts bytes; a name that does not fit with its NUL
+   gives 0 and MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+int MEROCSystemdNameGet(const char* szUnit, char* szName, int cbName);
+
+/* The reference of the translated name, key "NameI18n": section:key or file:section:key. 0 for any other value, and
+   for one that does not fit (0x0100). */
+int MEROCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, int cbNameI18n);
+
+/* Whether this machine supports the unit: key "SupportKey" names a platform capability; without it, it does. */
+int MEROCSystemdIsSupportGet(const char* szUnit, bool* pblSupport);
+
+/* Answers from the key "DefaultEnable", as MEROCSystemdIsDefaultEnableGet: its callers rely on that answer. */
+int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable);
+
+/* Whether the unit is enabled by default: key "DefaultEnable" is "yes". */
+int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable);
+
+/* Whether the information centre shows the unit: key "InfoCenterDisplay" is "yes". The name is spelt as its callers
+   know it. */
+int MEROCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay);
+
+/* Whether the small-update screen shows the unit: key "NanoUpdateDisplay" is "yes". Spelt as its callers know it. */
+int MEROCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay);
+
+/* Pushes the unit's firewall sections, key "FirewallSections", onto the list, which must exist. */
+int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewallSections);
+
+#pragma GCC visibility pop
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,136 @@
+/// libmerosystemd: managing systemd's units from the programs of this operating system. The string-object interface.
+///
+/// <merosystemd/systemd.h> tells what the operations have in common: which manager they talk to, how failures are
+/// told, and what threads may do. Here operations return true when they succeeded.
+#pragma once
+
+#include <merosystemd/job.hpp>
+#include <merosystemd/options.hpp>
+#include <merosystemd/systemd.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#pragma GCC visibility push(default)
+
+// ---- Running systemctl ---------------------------------------------------------------------------------------------
+
+/// Judges a run of systemctl: its exit code (0 to 255; 0 too when a signal ended it, 255 when its wait status was
+/// lost), and every line that it printed on either output in the order of arrival, with its newline.
+using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std::string>& lines)>;
+
+/// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
+///
+/// --user is there when the caller is not root and `opts.forceSystem` is false; --no-block when the service control
+/// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
+/// run and `callback` gets (0, no lines).
+/// Throws std::exception when the policy skips the command or systemctl cannot be started (both are logged;
+/// `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback` throws.
+bool MEROSystemdSystemctlUltron(const std::string& verb, const MERO::Systemd::SystemctlOpts& opts,
+                                const std::vector<std::string>& units, SystemctlCallback&& callback);
+
+/// MEROSystemdSystemctlUltron with nothing but options, or with none.
+bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& options,
+                          const std::vector<std::string>& units, SystemctlCallback&& callback);
+bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& units, SystemctlCallback&& callback);
+
+/// Opens a PAM session of the service "systemd-user" for the calling user and puts its variables into the process
+/// environment, so that `systemctl --user` finds the user's manager. Nothing happens for root. Failures are logged.
+/// The session is never closed, and the variables' texts are never freed. Other threads must not use the environment
+/// meanwhile.
+void MEROSystemdPutEnvByPAMSystemd();
+
+// ---- Unit actions --------------------------------------------------------------------------------------------------
+//
+// The list forms run one systemctl for all units. They append the units that failed to `failed`, as the caller spelt
+// them: those that systemctl named, or all when it could not be run or the policy skipped the command. `failed` is
+// never cleared. An empty list is an invalid argument (0x0D00). `options` are systemctl's, placed after the verb.
+
+bool MEROSystemdStart(const std::string& strUnit);
+bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& failed);
+bool MEROSystemdStartNoBlock(const std::string& strUnit);
+bool MEROSystemdStartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// Starts with a job that no later job can replace.
+bool MEROSystemdStartIrreversibly(const std::string& strUnit);
+
+bool MEROSystemdStop(const std::string& strUnit);
+bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed);
+bool MEROSystemdStopNoBlock(const std::string& strUnit);
+bool MEROSystemdStopNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+bool MEROSystemdRestart(const std::string& strUnit);
+bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& failed);
+bool MEROSystemdRestartNoBlock(const std::string& strUnit);
+bool MEROSystemdRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// Restarts the units that run, those that are about to stop left out.
+bool MEROSystemdTryRestart(const std::string& strUnit);
+bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                      std::vector<std::string>& failed);
+bool MEROSystemdTryRestartNoBlock(const std::string& strUnit);
+bool MEROSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// Reloads, those units left out that are about to stop. No form waits for the reload to end.
+bool MEROSystemdReload(const std::string& strUnit);
+bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed);
+bool MEROSystemdReloadNoBlock(const std::string& strUnit);
+bool MEROSystemdReloadNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// Reloads the units that can be reloaded, and restarts or starts the others.
+bool MEROSystemdReloadOrRestart(const std::string& strUnit);
+bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdReloadOrRestartNoBlock(const std::string& strUnit);
+bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+// ---- Jobs ----------------------------------------------------------------------------------------------------------
+
+/// Adds systemd's queued jobs to `jobs`, by their numbers. A line of systemctl's that cannot be read is logged and
+/// left out. False when systemctl could not be run or failed.
+bool MEROSystemdIntJobList(std::map<std::uint32_t, MERO::Systemd::JobInfo>& jobs);
+
+/// The queued job of a unit. False when it has none, and when it could not be asked, which is logged.
+bool MEROSystemdIntJobGet(const std::string& strUnit, MERO::Systemd::JobInfo& info);
+
+// ---- Unit metadata -------------------------------------------------------------------------------------------------
+//
+// One key of the section [X-Tarvix] each, as <merosystemd/systemd.h> tells. True when the unit has a file; otherwise
+// false (0x0700), and the output stays as it was.
+
+/// Key "Name". False, too, when it is missing or empty; `name` is empty then.
+bool MEROSystemdNameGet(const std::string& strUnit, std::string& name);
+
+/// Key "NameI18n". False, too, unless the value holds one or two ":"; it is stored all the same.
+bool MEROSystemdNameI18nGet(const std::string& strUnit, std::string& nameI18n);
+
+/// Whether the platform has the capability that "SupportKey" names; true without that key.
+bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support);
+
+/// Whether the key is exactly "yes".
+bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneClickEnable);
+bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnable);
+bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display);
+bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display);
+
+/// Key "FirewallSections", split at blanks. `sections` is replaced, and left as it was by an empty value.
+bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& sections);
+
+/// Keys "BelongsTo" and "PackedIn": the targets among their units are appended to `targets`.
+bool MEROSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& targets);
+bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& targets);
+
+#pragma GCC visibility pop

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <syslog.h>
+
+#include <cstddef>
+
+namespace MERO::Systemd {
+
+/// A place in the source as log lines and the error register name it.
+struct SourceLine {
+    const char* file; ///< without folder and extension; lives as long as the library
+    int line;
+};
+
+/// A source path cut down, when the library is compiled, to the name that log lines carry.
+template <std::size_t N>
+struct SourceName {
+    char text[N]{};
+
+    consteval explicit SourceName(const char (&path)[N])
+    {
+        std::size_t length = 0;
+        for (std::size_t i = 0; path[i] != '\0' && path[i] != '.'; ++i) {
+            if (path[i] == '/') {
+                length = 0;
+            } else {
+                text[length++] = path[i];
+            }
+        }
+        for (; length < N; ++length) {
+            text[length] = '\0';
+        }
+    }
+};
+
+/// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
+void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+} // namespace MERO::Systemd
+
+// The name that this source file's lines carry. Files that log under another name define it before they include.
+#ifndef MERO_SOURCE_NAME
+#define MERO_SOURCE_NAME __BASE_FILE__
+#endif
+
+namespace {
+[[maybe_unused]] constexpr MERO::Systemd::SourceName kSourceName(MERO_SOURCE_NAME);
+}
+
+#define MERO_HERE (::MERO::Systemd::SourceLine{kSourceName.text, __LINE__})
+#define MERO_LOG(priority, ...) ::MERO::Systemd::Log((priority), MERO_HERE, __VA_ARGS__)

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <merocore/process.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace MERO::Systemd {
+
+/// A running program whose output is read: closed and reaped on every way out.
+class ProgramStream {
+public:
+    /// Modes as MLIBCPopenvc. Tells a program that could not be started by being false.
+    ProgramStream(const char* path, const char* mode, char* const argv[]) : stream_(MLIBCPopenvc(path, mode, argv)) {}
+    ProgramStream(const ProgramStream&) = delete;
+    ProgramStream& operator=(const ProgramStream&) = delete;
+    ~ProgramStream()
+    {
+        if (stream_ != nullptr) {
+            (void)Close();
+        }
+    }
+
+    explicit operator bool() const { return stream_ != nullptr; }
+
+    /// All lines to the end of the output, each with its newline.
+    std::vector<std::string> ReadLines();
+
+    /// Waits for the program. Its wait status, -1 when that is lost.
+    int Close() { return MLIBCPclose(std::exchange(stream_, nullptr)); }
+
+private:
+    FILE* stream_;
+};
+
+} // namespace MERO::Systemd

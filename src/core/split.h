@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace MERO::Systemd {
+
+/// Trims `text` and splits it at each of the characters in `delimiters`: two of them side by side give an empty
+/// piece, and the pieces are not trimmed. A text of blanks leaves `out` as it was. False only when there is no
+/// memory (error register 0x0200).
+bool Split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters);
+
+} // namespace MERO::Systemd

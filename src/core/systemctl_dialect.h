@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace MERO::Systemd {
+
+/// The words of one family of systemctl releases, where the families differ.
+struct SystemctlDialect {
+    int listJobsExitCode; ///< of a `list-jobs` that listed the jobs
+    bool padsColumns;     ///< tables without legend are padded with blanks, not set with one blank between
+
+    /// A table line with one blank between its columns.
+    std::string Row(const std::string& line) const;
+};
+
+/// The dialect that /usr/mero/etc/merosystemd/systemctl.conf names with dialect=classic or dialect=current.
+/// No file and no key mean classic; so does any other word, which is logged.
+SystemctlDialect ConfiguredSystemctlDialect();
+
+} // namespace MERO::Systemd

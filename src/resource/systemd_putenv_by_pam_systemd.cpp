@@ -1,0 +1,134 @@
+#include "core/log.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <pwd.h>
+#include <security/pam_appl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace {
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using Text = std::unique_ptr<char, Free>;
+using TextList = std::unique_ptr<char*, Free>;
+
+/// The passwd name of `uid`; nullptr, logged, when there is none.
+Text UserNameGet(uid_t uid)
+{
+    for (std::size_t size = 1024;; size *= 2) {
+        std::vector<char> buffer(size);
+        passwd entry{};
+        passwd* found = nullptr;
+        const int error = getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found);
+        if (error != 0) {
+            MERO_LOG(LOG_ERR, "Failed to getpwuid_r (%s)", std::strerror(error));
+            if (error == ERANGE) {
+                continue;
+            }
+        }
+        if (found == nullptr || found->pw_name == nullptr || found->pw_name[0] == '\0') {
+            return nullptr;
+        }
+        Text name(strdup(found->pw_name));
+        if (name == nullptr) {
+            MERO_LOG(LOG_ERR, "Failed to strdup (%m)");
+        }
+        return name;
+    }
+}
+
+/// One PAM session's handle, from pam_start to pam_end. The session is never closed, deliberately: it must live as
+/// long as the user manager's variables are in use.
+class PamHandle {
+public:
+    /// Opens the user's session; false, logged, when it could not.
+    bool Open(const char* user)
+    {
+        const pam_conv noConversation{};
+        status_ = pam_start("systemd-user", user, &noConversation, &handle_);
+        if (status_ != PAM_SUCCESS) {
+            MERO_LOG(LOG_ERR, "Failed to pam_start (%s)", pam_strerror(handle_, status_));
+            return false;
+        }
+        status_ = pam_open_session(handle_, 0);
+        if (status_ != PAM_SUCCESS) {
+            MERO_LOG(LOG_ERR, "Failed to pam_open_session (%s)", pam_strerror(handle_, status_));
+            return false;
+        }
+        return true;
+    }
+
+    /// The session's environment; nullptr, logged, when there is none or an empty one.
+    TextList Environment()
+    {
+        TextList variables(pam_getenvlist(handle_));
+        if (variables == nullptr) {
+            MERO_LOG(LOG_ERR, "Failed to pam_getenvlist");
+        } else if (*variables == nullptr) {
+            MERO_LOG(LOG_ERR, "The pam_getenvlist is empty");
+            variables.reset();
+        }
+        return variables;
+    }
+
+    void End()
+    {
+        if (handle_ == nullptr) {
+            return;
+        }
+        const int ended = pam_end(handle_, status_);
+        if (ended != PAM_SUCCESS) {
+            MERO_LOG(LOG_ERR, "Failed to pam_end (%s)", pam_strerror(nullptr, ended));
+        }
+    }
+
+private:
+    pam_handle_t* handle_ = nullptr;
+    int status_ = PAM_SUCCESS;
+};
+
+bool PutEnvironment(PamHandle& session, uid_t uid)
+{
+    const Text user = UserNameGet(uid);
+    if (user == nullptr) {
+        MERO_LOG(LOG_ERR, "Failed to GetUsername");
+        return false;
+    }
+    if (!session.Open(user.get())) {
+        return false;
+    }
+    const TextList variables = session.Environment();
+    if (variables == nullptr) {
+        return false;
+    }
+    for (char** variable = variables.get(); *variable != nullptr; ++variable) {
+        if (putenv(*variable) != 0) { // the environment keeps the text itself: it is never freed
+            MERO_LOG(LOG_ERR, "Failed to putenv '%s' (%m)", *variable);
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+void MEROSystemdPutEnvByPAMSystemd()
+{
+    const uid_t uid = getuid();
+    if (uid == 0) {
+        return;
+    }
+    PamHandle session;
+    const bool done = PutEnvironment(session, uid);
+    session.End();
+    if (!done) {
+        MERO_LOG(LOG_ERR, "Failed to put env by pam systemd for %lld", static_cast<long long>(uid));
+    }
+}

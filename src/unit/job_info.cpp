@@ -1,0 +1,52 @@
+#include "unit/job_info.h"
+
+#include "core/split.h"
+#include "unit/job_string_map.h"
+
+#include <boost/format.hpp>
+
+#include <charconv>
+#include <stdexcept>
+
+namespace MERO::Systemd {
+namespace {
+
+std::uint32_t ParseId(const std::string& text)
+{
+    std::uint32_t id = 0; // stays 0 for a text that is no number, or too large a one
+    std::from_chars(text.data(), text.data() + text.size(), id);
+    return id;
+}
+
+template <typename Words, typename Value>
+void TranslateWord(const Words& words, const std::string& word, Value& value)
+{
+    const auto entry = words.right.find(word);
+    if (entry != words.right.end()) {
+        value = entry->second;
+    }
+}
+
+} // namespace
+
+bool JobInfoParse(const std::string& line, JobInfo& info)
+{
+    std::vector<std::string> fields;
+    if (!Split(line, fields, " ") || fields.size() != 4) {
+        return false;
+    }
+    info.id = ParseId(fields[0]);
+    info.unit = fields[1];
+    TranslateWord(jobStringMap.types, fields[2], info.type);
+    TranslateWord(jobStringMap.states, fields[3], info.state);
+    return true;
+}
+
+std::string JobInfo::ToString() const
+{
+    return (boost::format("%1% %2% %3% %4%") % id % unit % jobStringMap.types.left.at(type) %
+            jobStringMap.states.left.at(state))
+        .str();
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,59 @@
+#include "unit/metadata_key.h"
+
+#include "core/argument_check.h"
+#include "core/split.h"
+#include "unit/unit_file.h"
+#include "unit/unit_name.h"
+
+#include <merocore/error.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+
+namespace MERO::Systemd {
+
+std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& strUnit, const char* key)
+{
+    if (!MERO_VALID_AT(where, !strUnit.empty())) {
+        return std::nullopt;
+    }
+    try {
+        return XTarvixKeyGet(strUnit, key);
+    } catch (const std::runtime_error&) {
+        return std::nullopt; // no such unit: the error register tells
+    }
+}
+
+bool YesKeyGet(SourceLine where, const std::string& strUnit, const char* key, bool& answer)
+{
+    const auto value = MetadataKeyGet(where, strUnit, key);
+    if (value) {
+        answer = *value == "yes";
+    }
+    return value.has_value();
+}
+
+bool TargetsKeyGet(SourceLine where, const std::string& strUnit, const char* key, std::vector<std::string>& targets)
+{
+    const auto value = MetadataKeyGet(where, strUnit, key);
+    std::vector<std::string> units;
+    if (!value || !Split(*value, units, " ")) {
+        return false;
+    }
+    std::copy_if(units.begin(), units.end(), std::back_inserter(targets),
+                 [](const std::string& unit) { return UnitTypeGet(unit) == "target"; });
+    return true;
+}
+
+bool CopyToBuffer(SourceLine where, const std::string& text, char* buffer, int cbBuffer)
+{
+    if (text.size() + 1 > static_cast<std::size_t>(cbBuffer)) {
+        MLIBCErrSetEx(MLIBC_ERR_BUFFER_TOO_SMALL, where.file, where.line);
+        return false;
+    }
+    std::snprintf(buffer, static_cast<std::size_t>(cbBuffer), "%s", text.c_str());
+    return true;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,31 @@
+#include "core/argument_check.h"
+#include "core/split.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& sections)
+{
+    const auto value = MetadataKeyGet(MERO_HERE, strUnit, "FirewallSections");
+    return value && Split(*value, sections, " ");
+}
+
+int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewallSections)
+{
+    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != ppFirewallSections) ||
+        !MERO_VALID(nullptr != *ppFirewallSections)) {
+        return 0;
+    }
+    std::vector<std::string> sections;
+    if (!MEROSystemdFirewallSectionsGet(szUnit, sections)) {
+        return 0;
+    }
+    for (const std::string& section : sections) {
+        if (MLIBCSzListPush(ppFirewallSections, section.c_str()) < 0) {
+            return 0;
+        }
+    }
+    return 1;
+}

@@ -1,0 +1,16 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnable)
+{
+    return YesKeyGet(MERO_HERE, strUnit, "DefaultEnable", defaultEnable);
+}
+
+int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
+{
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) && MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
+}

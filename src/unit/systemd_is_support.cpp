@@ -1,0 +1,23 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merocore/support.h>
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support)
+{
+    const auto capability = MetadataKeyGet(MERO_HERE, strUnit, "SupportKey");
+    if (!capability) {
+        return false;
+    }
+    support = capability->empty() || MLIBCSupportGet(capability->c_str()) != 0;
+    return true;
+}
+
+int MEROCSystemdIsSupportGet(const char* szUnit, bool* pblSupport)
+{
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblSupport) &&
+           MEROSystemdIsSupportGet(szUnit, *pblSupport);
+}

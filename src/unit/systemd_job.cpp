@@ -1,0 +1,75 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "core/argument_check.h"
+#include "core/join.h"
+#include "core/systemctl_dialect.h"
+#include "unit/job_info.h"
+#include "unit/unit_name.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::vector<std::string> kNoLegend{"--no-legend"};
+
+bool ParseRow(const SystemctlDialect& dialect, const std::string& line, JobInfo& info)
+{
+    const bool parsed = JobInfoParse(dialect.Row(line), info);
+    if (!parsed) {
+        MERO_LOG(LOG_ERR, "Failed to parse job info: [%s]", line.c_str());
+    }
+    return parsed;
+}
+
+} // namespace
+
+bool MEROSystemdIntJobList(std::map<std::uint32_t, JobInfo>& jobs)
+{
+    try {
+        const SystemctlDialect dialect = ConfiguredSystemctlDialect();
+        return MEROSystemdSystemctl("list-jobs", kNoLegend, {}, [&](int exitCode, const Lines& lines) {
+            if (exitCode != dialect.listJobsExitCode) {
+                MERO_LOG(LOG_ERR, "Failed to list-jobs, ret=[%d], reason=[%s]", exitCode, Concatenate(lines).c_str());
+                return false;
+            }
+            for (const std::string& line : lines) {
+                JobInfo info;
+                if (ParseRow(dialect, line, info)) {
+                    jobs[info.id] = info;
+                }
+            }
+            return true;
+        });
+    } catch (const std::exception&) {
+        MERO_LOG(LOG_ERR, "list-jobs failed.");
+        return false;
+    }
+}
+
+bool MEROSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
+{
+    if (!MERO_VALID((!strUnit.empty()))) {
+        return false;
+    }
+    try {
+        const SystemctlDialect dialect = ConfiguredSystemctlDialect();
+        const std::string unit = NormalizedUnitNameGet(strUnit);
+        return MEROSystemdSystemctl("list-jobs", kNoLegend, {unit}, [&](int exitCode, const Lines& lines) {
+            if (lines.empty()) {
+                return false; // no job
+            }
+            if (exitCode != dialect.listJobsExitCode) {
+                MERO_LOG(LOG_ERR, "Failed to list-jobs [%s], ret=[%d], reason=[%s]", unit.c_str(), exitCode,
+                         Concatenate(lines).c_str());
+                return false;
+            }
+            return ParseRow(dialect, lines.front(), info);
+        });
+    } catch (const std::exception&) {
+        MERO_LOG(LOG_ERR, "list-jobs failed.");
+        return false;
+    }
+}

@@ -1,0 +1,25 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdNameGet(const std::string& strUnit, std::string& name)
+{
+    const auto value = MetadataKeyGet(MERO_HERE, strUnit, "Name");
+    if (!value) {
+        return false;
+    }
+    name = *value;
+    return !name.empty();
+}
+
+int MEROCSystemdNameGet(const char* szUnit, char* szName, int cbName)
+{
+    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szName) || !MERO_VALID(0 < cbName)) {
+        return 0;
+    }
+    std::string name;
+    return MEROSystemdNameGet(szUnit, name) && CopyToBuffer(MERO_HERE, name, szName, cbName);
+}

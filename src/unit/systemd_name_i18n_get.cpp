@@ -1,0 +1,28 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdNameI18nGet(const std::string& strUnit, std::string& nameI18n)
+{
+    const auto value = MetadataKeyGet(MERO_HERE, strUnit, "NameI18n");
+    if (!value) {
+        return false;
+    }
+    nameI18n = *value;
+    const auto colons = std::count(nameI18n.begin(), nameI18n.end(), ':');
+    return colons == 1 || colons == 2;
+}
+
+int MEROCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, int cbNameI18n)
+{
+    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szNameI18n) || !MERO_VALID(0 < cbNameI18n)) {
+        return 0;
+    }
+    std::string nameI18n;
+    return MEROSystemdNameI18nGet(szUnit, nameI18n) && CopyToBuffer(MERO_HERE, nameI18n, szNameI18n, cbNameI18n);
+}

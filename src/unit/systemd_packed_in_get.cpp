@@ -1,0 +1,10 @@
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& targets)
+{
+    return TargetsKeyGet(MERO_HERE, strUnit, "PackedIn", targets);
+}

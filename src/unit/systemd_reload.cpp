@@ -1,0 +1,54 @@
+#include "unit/unit_action.h"
+#include "unit/unit_forms.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr ActionWords kReload{
+    .verb = "reload", .doing = "reloading ...", .done = "reloaded.", .failed = "reload failed"};
+
+const std::string kNoBlock = "--no-block";
+
+// No reload waits for its job, the blocking forms' neither.
+bool _MEROSystemdReloadCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                            std::vector<std::string>& failed)
+{
+    std::vector<std::string> notBlocking = options;
+    if (std::find(options.begin(), options.end(), kNoBlock) == options.end()) {
+        notBlocking.push_back(kNoBlock);
+    }
+    return RunUnitAction(MERO_HERE, kReload, notBlocking, vecUnits, failed);
+}
+
+} // namespace
+
+bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed)
+{
+    return _MEROSystemdReloadCore(options, vecUnits, failed);
+}
+
+bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return MEROSystemdReloadWithOptions({}, vecUnits, failed);
+}
+
+bool MEROSystemdReload(const std::string& strUnit)
+{
+    return RunSingleForm(MERO_HERE, MEROSystemdReload, strUnit);
+}
+
+int MEROCSystemdReload(const char* szUnit)
+{
+    return RunCForm(MERO_HERE, MEROSystemdReload, szUnit);
+}
+
+int MEROCSystemdReloadGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    return RunCGroupForm(MERO_HERE, MEROSystemdReload, pListUnits, ppListFailed);
+}

@@ -1,0 +1,45 @@
+#include "unit/unit_action.h"
+#include "unit/unit_forms.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr ActionWords kReloadOrRestart{
+    .verb = "reload-or-restart", .doing = "doing reload-or-restart ...", .done = "done reload-or-restart.", .failed = "reload-or-restart failed"};
+
+bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options,
+                                     const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return RunUnitAction(MERO_HERE, kReloadOrRestart, options, vecUnits, failed);
+}
+
+} // namespace
+
+bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return _MEROSystemdReloadOrRestartCore(options, vecUnits, failed);
+}
+
+bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return MEROSystemdReloadOrRestartWithOptions({}, vecUnits, failed);
+}
+
+bool MEROSystemdReloadOrRestart(const std::string& strUnit)
+{
+    return RunSingleForm(MERO_HERE, MEROSystemdReloadOrRestart, strUnit);
+}
+
+int MEROCSystemdReloadOrRestart(const char* szUnit)
+{
+    return RunCForm(MERO_HERE, MEROSystemdReloadOrRestart, szUnit);
+}
+
+int MEROCSystemdReloadOrRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    return RunCGroupForm(MERO_HERE, MEROSystemdReloadOrRestart, pListUnits, ppListFailed);
+}

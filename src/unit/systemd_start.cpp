@@ -1,0 +1,61 @@
+#include "core/action_log.h"
+#include "unit/unit_action.h"
+#include "unit/unit_forms.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr ActionWords kStart{
+    .verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed"};
+
+bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                           std::vector<std::string>& failed)
+{
+    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
+}
+
+} // namespace
+
+bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& failed)
+{
+    const bool started = _MEROSystemdStartCore(options, vecUnits, failed);
+    MEROSystemdLogAction(kStartEvent, started, vecUnits, failed);
+    return started;
+}
+
+bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return MEROSystemdStartWithOptions({}, vecUnits, failed);
+}
+
+bool MEROSystemdStart(const std::string& strUnit)
+{
+    return RunSingleForm(MERO_HERE, MEROSystemdStart, strUnit);
+}
+
+int MEROCSystemdStart(const char* szUnit)
+{
+    return RunCForm(MERO_HERE, MEROSystemdStart, szUnit);
+}
+
+int MEROCSystemdStartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    return RunCGroupForm(MERO_HERE, MEROSystemdStart, pListUnits, ppListFailed);
+}
+
+bool MEROSystemdStartIrreversibly(const std::string& strUnit)
+{
+    const auto irreversibly = [](const std::vector<std::string>& vecUnits, std::vector<std::string>& failed) {
+        return MEROSystemdStartWithOptions({"--job-mode=replace-irreversibly"}, vecUnits, failed);
+    };
+    return RunSingleForm(MERO_HERE, irreversibly, strUnit);
+}
+
+int MEROCSystemdStartIrreversibly(const char* szUnit)
+{
+    return RunCForm(MERO_HERE, MEROSystemdStartIrreversibly, szUnit);
+}

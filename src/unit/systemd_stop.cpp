@@ -1,0 +1,49 @@
+#include "core/action_log.h"
+#include "unit/unit_action.h"
+#include "unit/unit_forms.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+// "stopped failed" is the text that the logs have always had.
+constexpr ActionWords kStop{
+    .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed"};
+
+bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                          std::vector<std::string>& failed)
+{
+    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
+}
+
+} // namespace
+
+bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed)
+{
+    const bool stopped = _MEROSystemdStopCore(options, vecUnits, failed);
+    MEROSystemdLogAction(kStopEvent, stopped, vecUnits, failed);
+    return stopped;
+}
+
+bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    return MEROSystemdStopWithOptions({}, vecUnits, failed);
+}
+
+bool MEROSystemdStop(const std::string& strUnit)
+{
+    return RunSingleForm(MERO_HERE, MEROSystemdStop, strUnit);
+}
+
+int MEROCSystemdStop(const char* szUnit)
+{
+    return RunCForm(MERO_HERE, MEROSystemdStop, szUnit);
+}
+
+int MEROCSystemdStopGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    return RunCGroupForm(MERO_HERE, MEROSystemdStop, pListUnits, ppListFailed);
+}

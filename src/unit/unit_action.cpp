@@ -1,0 +1,38 @@
+#include "unit/unit_action.h"
+
+#include "core/argument_check.h"
+#include "core/failed_units.h"
+#include "core/join.h"
+
+#include <merosystemd/systemd.hpp>
+
+namespace MERO::Systemd {
+
+bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
+                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    if (!MERO_VALID_AT(where, !vecUnits.empty())) {
+        return false;
+    }
+    const std::string units = Join(vecUnits);
+    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    try {
+        return MEROSystemdSystemctl(
+            words.verb, options, vecUnits, [&](int exitCode, const std::vector<std::string>& lines) {
+                if (exitCode == 0) {
+                    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+                    return true;
+                }
+                FailedUnitsGet(vecUnits, lines, failed);
+                Log(LOG_ERR, where, "[%s] %s: ret=[%d], reason:\n%s", Join(failed).c_str(), words.failed, exitCode,
+                    Concatenate(lines).c_str());
+                return false;
+            });
+    } catch (const std::exception&) {
+        FailedUnitsCopy(vecUnits, failed);
+        Log(LOG_ERR, where, "[%s] %s.", Join(failed).c_str(), words.failed);
+        return false;
+    }
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,97 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "unit/unit_file.h"
+
+#include "core/core_error.h"
+#include "core/log.h"
+#include "unit/unit_name.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+
+#include <unistd.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace MERO::Systemd {
+namespace {
+
+// The operating system's own files win over the administrator's, unlike in systemd: deliberately.
+constexpr const char* kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
+                                            "/etc/systemd/system/", "/run/systemd/system/"};
+
+/// The name whose file holds the metadata: of an instance, that of its template.
+std::string MetadataUnitName(const std::string& unit)
+{
+    const std::size_t at = unit.find('@');
+    if (at == unit.npos) {
+        return unit;
+    }
+    const std::string prefix = unit.substr(0, at + 1);
+    return HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix;
+}
+
+struct FreeHash {
+    void operator()(MLIBCSzHash* hash) const { MLIBCSzHashFree(hash); }
+};
+
+} // namespace
+
+std::string UnitPathGet(const std::string& unit)
+{
+    const std::string name = NormalizedUnitNameGet(unit);
+    std::string path;
+    for (const char* directory : kUnitDirectories) {
+        path.assign(directory).append(name);
+        if (access(path.c_str(), F_OK) == 0) {
+            return path;
+        }
+    }
+    const SourceLine here = MERO_HERE;
+    MLIBCErrSetEx(MLIBC_ERR_NOT_FOUND, here.file, here.line);
+    throw std::runtime_error("Unit is not found [" + unit + "]");
+}
+
+std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
+{
+    const std::string path = UnitPathGet(unit);
+    char value[1024] = {};
+    const bool found =
+        MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0;
+    return found ? value : std::string();
+}
+
+std::string XTarvixKeyGet(const std::string& unit, const std::string& key)
+{
+    return UnitSectionKeyGet(MetadataUnitName(unit), "X-Tarvix", key);
+}
+
+bool AddUnitSection(const std::string& directory, const std::string& fileName, const std::string& section,
+                    const std::map<std::string, std::string>& values)
+{
+    const std::unique_ptr<MLIBCSzHash, FreeHash> hash(MLIBCSzHashAlloc(1024));
+    if (hash == nullptr) {
+        MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashAlloc " MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+        MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    const std::string path = directory + "/" + fileName;
+    for (const auto& [key, value] : values) {
+        if (MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
+            MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashSetValue to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
+                     MERO_CORE_ERROR_VALUES);
+        }
+    }
+    if (MLIBCFileAddSection(path.c_str(), section.c_str(), hash.get(), 0) < 0) {
+        // "SetSection", although a section is added: the text that the logs have always had.
+        MERO_LOG(LOG_ERR, "Fail to MLIBCFileSetSection to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
+                 MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    return true;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace MERO::Systemd {
+
+/// The path of the unit's file in the first unit directory that holds it. The name is normalised first.
+/// Throws std::runtime_error, with the error register at 0x0700, when no directory does.
+std::string UnitPathGet(const std::string& unit);
+
+/// The value of a key in the unit's file, cut to 1023 bytes; empty when section, key or value are missing or the
+/// file cannot be read. Throws as UnitPathGet.
+std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key);
+
+/// The value of a key in section X-Tarvix; an instance's keys are read from its template. Throws as UnitPathGet.
+std::string XTarvixKeyGet(const std::string& unit, const std::string& key);
+
+/// Writes a section into `directory`/`fileName`, making the directory and its parents. A section of that name that
+/// is there is replaced. Failures are logged and give false.
+bool AddUnitSection(const std::string& directory, const std::string& fileName, const std::string& section,
+                    const std::map<std::string, std::string>& values);
+
+} // namespace MERO::Systemd

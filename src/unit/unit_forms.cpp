@@ -1,0 +1,46 @@
+#include "unit/unit_forms.h"
+
+#include "core/argument_check.h"
+
+namespace MERO::Systemd {
+
+bool RunSingleForm(SourceLine where, ListForm* operation, const std::string& strUnit)
+{
+    if (!MERO_VALID_AT(where, !strUnit.empty())) {
+        return false;
+    }
+    std::vector<std::string> failed;
+    return operation({strUnit}, failed);
+}
+
+int RunCForm(SourceLine where, SingleForm* operation, const char* szUnit)
+{
+    if (!MERO_VALID_AT(where, nullptr != szUnit)) {
+        return 0;
+    }
+    return operation(szUnit) ? 1 : 0;
+}
+
+int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    if (!MERO_VALID_AT(where, nullptr != pListUnits)) {
+        return 0;
+    }
+    std::vector<std::string> units;
+    const int count = MLIBCSzListCount(pListUnits);
+    for (int i = 0; i < count; ++i) {
+        units.emplace_back(MLIBCSzListGet(pListUnits, i)); // a null item is the caller's fault: std::logic_error
+    }
+    std::vector<std::string> failed;
+    if (operation(units, failed)) {
+        return 1;
+    }
+    if (ppListFailed != nullptr && *ppListFailed != nullptr) {
+        for (const std::string& unit : failed) {
+            (void)MLIBCSzListPush(ppListFailed, unit.c_str());
+        }
+    }
+    return 0;
+}
+
+} // namespace MERO::Systemd
