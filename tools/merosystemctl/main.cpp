@@ -1,0 +1,45 @@
+#include "commands.h"
+
+#include <iostream>
+
+namespace {
+
+constexpr const char* kFooter = R"(Exit status:
+  0  done; of several units, all of them
+  1  failed; the units that failed are named on standard error
+  2  wrong usage
+
+Examples:
+  merosystemctl start nfs.service smb
+  merosystemctl stop --no-block nfs
+  merosystemctl jobs --json
+  merosystemctl info nfs
+
+'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary
+user, the user's own service manager is meant.)";
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    CLI::App program("Manages the services of this machine through libmerosystemd.", "merosystemctl");
+    program.set_version_flag("--version", "merosystemctl " MERO_VERSION);
+    program.set_help_flag("-h,--help", "Print this help and exit");
+    program.require_subcommand(1);
+    program.get_formatter()->column_width(28);
+    program.footer(kFooter);
+
+    int exitCode = MERO::Tool::kDone;
+    MERO::Tool::AddActionCommands(program, exitCode);
+    MERO::Tool::AddJobsCommand(program, exitCode);
+    MERO::Tool::AddInfoCommand(program, exitCode);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& wanted) { // --help and --version
+        return program.exit(wanted);
+    } catch (const CLI::ParseError& error) {
+        program.exit(error);
+        return MERO::Tool::kUsage;
+    }
+    return std::cout.flush() ? exitCode : MERO::Tool::kFailed;
+}
