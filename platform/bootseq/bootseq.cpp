@@ -19,7 +19,7 @@ int MEROSystemGetBootStep(void)
         length = read(file, text, sizeof text);
     } while (length < 0 && errno == EINTR);
     close(file);
-    if (length < 0) {
+    if (length < 0 || length == sizeof text) { // a text that may go on is no number
         return -1;
     }
     const char* end = text + length;

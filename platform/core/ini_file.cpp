@@ -8,7 +8,7 @@ constexpr std::string_view kBlanks = " \t\r\n\v\f";
 std::string_view Trim(std::string_view text)
 {
     const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == text.npos ? std::string_view{} : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    return first == text.npos ? text.substr(0, 0) : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 } // namespace

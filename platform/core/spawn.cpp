@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 
 namespace MERO::Core {
 namespace {
@@ -44,7 +45,7 @@ posix_spawnattr_t CleanSignals()
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t signals;
-    sigfillset(&signals);
+    std::memset(&signals, 0xff, sizeof signals); // sigfillset omits the C library's own two: they would be ignored
     posix_spawnattr_setsigdefault(&attributes, &signals);
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);

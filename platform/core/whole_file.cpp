@@ -113,6 +113,10 @@ int ReadWholeFile(const char* path, std::string& text)
 
 int WriteWholeFile(const std::string& path, std::string_view text)
 {
+    if (text.size() > static_cast<std::size_t>(kLargestFile)) { // nobody could read it
+        errno = EFBIG;
+        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
+    }
     TemporaryFile file(path);
     if (!file.IsOpen()) {
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);

@@ -9,9 +9,9 @@ namespace MERO::Core {
 /// (MLIBC_ERR_OPEN_FILE, MLIBC_ERR_READ_FILE). A missing file is told by errno ENOENT.
 int ReadWholeFile(const char* path, std::string& text);
 
-/// Replaces the file's text in one step: temporary file beside it, fsync, rename, fsync of the folder. Keeps the
-/// mode of a file that is there; a new one gets 0644 less the umask. 0, or negative (MLIBC_ERR_WRITE_FILE) with
-/// the old file in place, unless only the folder could not be synced.
+/// Replaces the file's text, at most 16 MiB, in one step: temporary file beside it, fsync, rename, fsync of the
+/// folder. Keeps the mode of a file that is there; a new one gets 0644 less the umask. 0, or negative
+/// (MLIBC_ERR_WRITE_FILE) with the old file in place, unless only the folder could not be synced.
 int WriteWholeFile(const std::string& path, std::string_view text);
 
 } // namespace MERO::Core

@@ -23,7 +23,7 @@ constexpr Action kOtherActions[] = {
     {"stop", "Stop units", MEROSystemdStopWithOptions},
     {"restart", "Stop and start units; start those that do not run", MEROSystemdRestartWithOptions},
     {"try-restart", "Restart the units that run", MEROSystemdTryRestartWithOptions},
-    {"reload", "Let units read their configuration again; never waits", MEROSystemdReloadWithOptions},
+    {"reload", "Have units read their configuration; never waits", MEROSystemdReloadWithOptions},
     {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartWithOptions},
 };
 

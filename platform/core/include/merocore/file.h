@@ -44,8 +44,8 @@ int MLIBCFileUnlockByFile(int fd);
 int MLIBCFileGetKeyValue(const char* path, const char* key, char* value, int cbValue, int flags);
 
 /* Sets `key` to `value` in a key-value file, which is created if it is missing; all other lines stay. `flags`: 0.
-   Returns 0, or negative with the file untouched. Errors: MLIBC_ERR_READ_FILE, MLIBC_ERR_WRITE_FILE,
-   MLIBC_ERR_INVALID_ARGUMENT. */
+   Returns 0, or negative with the file untouched. Errors: MLIBC_ERR_OPEN_FILE (it is there and cannot be opened),
+   MLIBC_ERR_READ_FILE, MLIBC_ERR_WRITE_FILE, MLIBC_ERR_INVALID_ARGUMENT. */
 int MLIBCFileSetKeyValue(const char* path, const char* key, const char* value, int flags);
 
 /* MLIBCFileGetKeyValue for a key of a section. */

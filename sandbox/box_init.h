@@ -1,0 +1,27 @@
+#pragma once
+
+#include <filesystem>
+#include <list>
+#include <vector>
+
+#include "sandbox/box_cgroup.h"
+#include "sandbox/descriptor.h"
+#include "sandbox/owned_process.h"
+
+namespace MERO::Sandbox {
+
+inline constexpr const char* kSystemd = "/lib/systemd/systemd";
+
+/// The pid 1 of a box, a systemd that boots; all processes of the box end with the object.
+struct BoxInit {
+    OwnedProcess process;
+    /// A datagram socket on which systemd tells how far it is.
+    Descriptor notifications;
+    /// The master of the terminal that is the box's `/dev/console`.
+    Descriptor console;
+};
+
+/// Starts it in new namespaces, in `cgroups` and with a root of its own. Throws std::exception.
+BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const std::vector<std::filesystem::path>& binds);
+
+} // namespace MERO::Sandbox

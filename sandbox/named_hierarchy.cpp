@@ -1,0 +1,93 @@
+#include "sandbox/named_hierarchy.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+#include "sandbox/await.h"
+#include "sandbox/mounting.h"
+
+namespace MERO::Sandbox {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::chrono::milliseconds kPatience{1000};
+
+bool Contains(const char* file, const std::string& text)
+{
+    std::ostringstream content;
+    content << std::ifstream(file).rdbuf();
+    return content.str().find(text) != std::string::npos;
+}
+
+fs::path RootOf(const Descriptor& hierarchy)
+{
+    return fs::path("/proc/self/fd") / std::to_string(hierarchy.Get());
+}
+
+bool HasCgroups(const Descriptor& hierarchy)
+{
+    const fs::directory_iterator entries(RootOf(hierarchy));
+    return std::any_of(begin(entries), end(entries), [](const auto& entry) { return entry.is_directory(); });
+}
+
+/// @return none while the kernel is giving up the hierarchy that has this name
+Descriptor MakeUnlessDying(const std::string& name)
+{
+    try {
+        return MakeMount("cgroup", {{"none", ""}, {"name", name}}, kDataOnly);
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::device_or_resource_busy)
+            throw;
+        return {};
+    }
+}
+
+/// The kernel gives up a hierarchy when it is unmounted for the last time, but only if its cgroups are wholly
+/// gone, which is some time after their removal; so it is mounted and unmounted until that is so.
+void GiveUp(const std::string& name)
+{
+    if (Contains("/proc/self/mountinfo", "name=" + name))
+        return;
+    (void)Await(kPatience, [&] {
+        if (!Contains("/proc/self/cgroup", ":name=" + name + ":"))
+            return true;
+        const Descriptor again = MakeUnlessDying(name);
+        return again && HasCgroups(again);
+    });
+}
+
+} // namespace
+
+Descriptor MakeNamedHierarchy(const std::string& name)
+{
+    Descriptor hierarchy;
+    if (!Await(kPatience, [&] { return bool(hierarchy = MakeUnlessDying(name)); }))
+        throw std::system_error(EBUSY, std::generic_category(), "cannot mount the hierarchy name=" + name);
+    return hierarchy;
+}
+
+NamedHierarchy::NamedHierarchy(const std::string& hierarchyName)
+    : name(hierarchyName), mounted(MakeNamedHierarchy(hierarchyName))
+{
+}
+
+NamedHierarchy::~NamedHierarchy()
+{
+    mounted.Close();
+    try {
+        GiveUp(name);
+    } catch (const std::exception&) {
+        // An empty hierarchy is left, which the next box uses.
+    }
+}
+
+fs::path NamedHierarchy::Root() const
+{
+    return RootOf(mounted);
+}
+
+} // namespace MERO::Sandbox

@@ -1,0 +1,44 @@
+#include "sandbox/owned_process.h"
+
+#include <linux/sched.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include "sandbox/check.h"
+
+namespace MERO::Sandbox {
+
+std::optional<OwnedProcess> OwnedProcess::Fork(std::uint64_t namespaces, const std::string& what)
+{
+    int pidfd = -1;
+    clone_args arguments{};
+    arguments.flags = CLONE_PIDFD | namespaces;
+    arguments.pidfd = reinterpret_cast<std::uintptr_t>(&pidfd);
+    arguments.exit_signal = SIGCHLD;
+    if (Check(syscall(SYS_clone3, &arguments, sizeof arguments), what) == 0)
+        return std::nullopt;
+    return OwnedProcess(Descriptor(pidfd));
+}
+
+OwnedProcess::~OwnedProcess()
+{
+    if (!pidfd)
+        return;
+    Signal(SIGKILL);
+    Reap();
+}
+
+void OwnedProcess::Signal(int signal) const
+{
+    (void)syscall(SYS_pidfd_send_signal, pidfd.Get(), signal, nullptr, 0);
+}
+
+siginfo_t OwnedProcess::Reap()
+{
+    siginfo_t end{};
+    (void)Uninterrupted([&] { return waitid(P_PIDFD, static_cast<id_t>(pidfd.Get()), &end, WEXITED); });
+    pidfd.Close();
+    return end;
+}
+
+} // namespace MERO::Sandbox

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <csignal>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "sandbox/descriptor.h"
+
+namespace MERO::Sandbox {
+
+/// A child that is killed and reaped with the object.
+class OwnedProcess {
+public:
+    /// Forks, the child into new namespaces where `namespaces` has CLONE_NEW… bits.
+    /// @return nothing in the child
+    /// Throws std::system_error with `what`.
+    static std::optional<OwnedProcess> Fork(std::uint64_t namespaces, const std::string& what);
+
+    OwnedProcess(OwnedProcess&&) = default;
+    ~OwnedProcess();
+
+    /// The pidfd: readable when the process has ended.
+    int Get() const { return pidfd.Get(); }
+    void Signal(int signal) const;
+    /// Waits for its end. @return how it ended, as waitid tells; to be called once
+    siginfo_t Reap();
+
+private:
+    explicit OwnedProcess(Descriptor ownedPidfd) : pidfd(std::move(ownedPidfd)) {}
+
+    Descriptor pidfd;
+};
+
+} // namespace MERO::Sandbox

@@ -1,0 +1,128 @@
+#include "sandbox/sandbox.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdexcept>
+#include <unistd.h>
+
+#include "sandbox/box_init.h"
+#include "sandbox/check.h"
+#include "sandbox/held_signals.h"
+#include "sandbox/inside.h"
+#include "sandbox/keeper.h"
+
+namespace MERO::Sandbox {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr const char* kSystemctl = "/usr/bin/systemctl";
+/// logind has started when it owns its name on the bus: where no unit has failed, both can be reached.
+constexpr const char* kBootCheck = "/usr/bin/systemctl --quiet is-system-running --wait"
+                                   " || { /usr/bin/systemctl --failed --no-legend --plain >&2; exit 1; }";
+constexpr int kEndOfBoxMilliseconds = 1000;
+
+/// A signal that asks this program to end came before there was a command to pass it to.
+struct Interrupted {
+    int signal;
+};
+
+void RequireHost()
+{
+    if (geteuid() != 0)
+        throw std::runtime_error("only root can make a sandbox");
+    for (const char* program : {kSystemd, kSystemctl})
+        if (access(program, X_OK) != 0)
+            throw std::runtime_error(std::string(program) + " is missing: systemd has to be installed");
+}
+
+/// A stream that the caller closed would let another descriptor take its number.
+void OpenMissingStreams()
+{
+    int fd = Check(open("/dev/null", O_RDWR), "cannot open /dev/null");
+    while (fd <= STDERR_FILENO)
+        fd = Check(dup(fd), "cannot open a standard stream");
+    close(fd);
+}
+
+void AwaitUnlessInterrupted(int descriptor, const HeldSignals& signals)
+{
+    if (const std::optional<HeldSignal> signal = signals.Await(descriptor))
+        throw Interrupted{signal->number};
+}
+
+/// @return the pidfd of the box's pid 1
+Descriptor AwaitBoot(const Keeper& keeper, const HeldSignals& signals)
+{
+    AwaitUnlessInterrupted(keeper.Connection().Get(), signals);
+    std::optional<Message> message = Receive(keeper.Connection());
+    if (!message)
+        throw std::runtime_error("the sandbox's keeper was killed");
+    if (!message->descriptor)
+        throw std::runtime_error(message->text);
+
+    const std::vector<std::string> checkCommand = {"/bin/sh", "-c", kBootCheck};
+    OwnedProcess check = StartInside(message->descriptor, checkCommand, signals.CallersMask());
+    AwaitUnlessInterrupted(check.Get(), signals);
+    const siginfo_t end = check.Reap();
+    if (end.si_code != CLD_EXITED || end.si_status != 0)
+        throw std::runtime_error("systemd has booted, but not all of its units are well");
+    return std::move(message->descriptor);
+}
+
+/// Says it when the command was killed because the whole box has ended: it is killed a little before that.
+void ReportEndOfBox(const Keeper& keeper)
+{
+    pollfd watched{keeper.Connection().Get(), POLLIN, 0};
+    if (poll(&watched, 1, kEndOfBoxMilliseconds) <= 0)
+        return;
+    const std::optional<Message> notice = Receive(keeper.Connection());
+    std::fprintf(stderr, "mero-sandbox: the command was killed: %s\n",
+                 notice ? notice->text.c_str() : "the sandbox's keeper has ended");
+}
+
+int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& boxInit,
+               const HeldSignals& signals)
+{
+    OwnedProcess command = StartInside(boxInit, options.command, signals.CallersMask());
+    int passedOn = 0;
+    while (const std::optional<HeldSignal> signal = signals.Await(command.Get())) {
+        // What the terminal sends, it sends to the command too.
+        if (signal->isTerminals)
+            continue;
+        command.Signal(signal->number);
+        passedOn = signal->number;
+    }
+    const siginfo_t end = command.Reap();
+    if (end.si_code == CLD_EXITED)
+        return end.si_status;
+    if ((end.si_status == SIGTERM || end.si_status == SIGKILL) && end.si_status != passedOn)
+        ReportEndOfBox(keeper);
+    return kSignalBase + end.si_status;
+}
+
+} // namespace
+
+int RunInSandbox(const Options& options)
+{
+    const auto start = steady_clock::now();
+    RequireHost();
+    OpenMissingStreams();
+    // Who ignores it could not learn how the command ended.
+    signal(SIGCHLD, SIG_DFL);
+    const HeldSignals signals;
+    try {
+        const Keeper keeper(options.binds, options.bootTime);
+        const Descriptor boxInit = AwaitBoot(keeper, signals);
+        const std::chrono::duration<double> taken = steady_clock::now() - start;
+        if (options.isVerbose)
+            std::fprintf(stderr, "mero-sandbox: booted in %.2f s\n", taken.count());
+        return RunCommand(options, keeper, boxInit, signals);
+    } catch (const Interrupted& interruption) {
+        return kSignalBase + interruption.signal;
+    }
+}
+
+} // namespace MERO::Sandbox

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace MERO::Sandbox {
+
+struct Options {
+    std::vector<std::filesystem::path> binds;
+    std::chrono::milliseconds bootTime = std::chrono::seconds(30);
+    bool isVerbose = false;
+    std::vector<std::string> command;
+};
+
+/// Boots a box, runs the command in it, and takes the box away.
+/// @return the command's exit status, or 128 plus the signal that ended it or this program's waiting
+/// Throws std::exception for failures of the sandbox itself; nothing is left behind then either.
+int RunInSandbox(const Options& options);
+
+} // namespace MERO::Sandbox

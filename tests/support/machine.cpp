@@ -1,0 +1,208 @@
+#include "support/machine.h"
+
+#include "sandbox/private_root.h"
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <mutex>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace MERO::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array kEmptied{"/run",
+                              "/usr/mero",
+                              "/var/packages",
+                              "/usr/local/lib/systemd/system",
+                              "/usr/lib/systemd/system",
+                              "/etc/systemd/system"};
+
+constexpr const char* kCalls = "/run/systemctl.calls";
+
+/// The socket at /dev/log. A thread reads it: the library must never wait for the test.
+class LogReader {
+public:
+    void Start()
+    {
+        socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        const sockaddr_un address{.sun_family = AF_UNIX, .sun_path = "/dev/log"};
+        if (bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            throw std::system_error(errno, std::generic_category(), "/dev/log");
+        }
+        fs::permissions("/dev/log", fs::perms::all);
+        std::thread([this] {
+            pollfd readable{.fd = socket_, .events = POLLIN, .revents = 0};
+            while (poll(&readable, 1, -1) >= 0) {
+                const std::lock_guard lock(mutex_);
+                Drain();
+            }
+        }).detach();
+    }
+
+    std::vector<std::string> Take()
+    {
+        const std::lock_guard lock(mutex_);
+        Drain();
+        return std::exchange(datagrams_, {});
+    }
+
+private:
+    void Drain()
+    {
+        std::vector<char> datagram(1 << 18);
+        ssize_t size;
+        while ((size = recv(socket_, datagram.data(), datagram.size(), 0)) > 0) {
+            datagrams_.emplace_back(datagram.data(), static_cast<std::size_t>(size));
+        }
+    }
+
+    int socket_ = -1;
+    std::mutex mutex_;
+    std::vector<std::string> datagrams_;
+};
+
+LogReader& TheLog()
+{
+    static auto* log = new LogReader; // its thread outlives main
+    return *log;
+}
+
+void Empty(const fs::path& directory)
+{
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        fs::remove_all(entry.path());
+    }
+}
+
+std::string Quoted(const std::string& text)
+{
+    return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+}
+
+std::string PriorityName(int priority)
+{
+    constexpr std::array kNames{"EMERG", "ALERT", "CRIT", "ERR", "WARNING", "NOTICE", "INFO", "DEBUG"};
+    return kNames.at(static_cast<std::size_t>(LOG_PRI(priority)));
+}
+
+/// "<11>Nov 21 10:00:00 program: systemd_start:41 merosystemd: message"
+std::string Readable(const std::string& datagram)
+{
+    static const std::regex envelope("^<([0-9]+)>.{15} [^:]*: ([^]*)$");
+    static const std::regex ours("^([a-z0-9_]+):[0-9]+ merosystemd: ");
+    std::smatch parts;
+    if (!std::regex_match(datagram, parts, envelope)) {
+        return datagram;
+    }
+    return PriorityName(std::stoi(parts[1])) + " " + std::regex_replace(parts[2].str(), ours, "$1: ");
+}
+
+} // namespace
+
+void EnterMachine()
+{
+    if (unshare(CLONE_NEWNS) != 0) {
+        throw std::system_error(errno, std::generic_category(), "no mount namespace (are you root?)");
+    }
+    const fs::path build = fs::canonical("/proc/self/exe").parent_path().parent_path();
+    Sandbox::EnterPrivateRoot({build});
+    for (const char* directory : kEmptied) {
+        fs::create_directories(directory);
+        if (mount("tmpfs", directory, "tmpfs", 0, "mode=755") != 0) {
+            throw std::system_error(errno, std::generic_category(), directory);
+        }
+    }
+    TheLog().Start();
+}
+
+Machine::Machine()
+{
+    for (const char* directory : kEmptied) {
+        Empty(directory);
+    }
+    Systemctl({});
+    (void)Log();
+}
+
+void Machine::Systemctl(const std::vector<Answer>& answers)
+{
+    std::ostringstream script;
+    script << "case \"$*\" in\n";
+    for (const Answer& answer : answers) {
+        script << std::regex_replace(answer.arguments, std::regex(" "), "\\ ") << ")\n";
+        script << "printf %s " << Quoted(answer.errors) << " >&2; printf %s " << Quoted(answer.output) << "; exit "
+               << answer.exitCode << ";;\n";
+    }
+    script << "esac\n";
+    SystemctlScript(script.str());
+}
+
+void Machine::SystemctlScript(const std::string& body)
+{
+    WriteProgram("/usr/bin/systemctl", std::string("echo \"$*\" >> ") + kCalls + "\n" + body);
+}
+
+void Machine::RemoveSystemctl()
+{
+    fs::remove("/usr/bin/systemctl");
+}
+
+std::vector<std::string> Machine::Calls()
+{
+    std::ifstream file(kCalls);
+    std::vector<std::string> calls;
+    for (std::string line; std::getline(file, line);) {
+        calls.push_back(line);
+    }
+    fs::remove(kCalls);
+    return calls;
+}
+
+std::vector<std::string> Machine::Log()
+{
+    std::vector<std::string> lines = TheLog().Take();
+    std::transform(lines.begin(), lines.end(), lines.begin(), Readable);
+    return lines;
+}
+
+void Machine::Write(const fs::path& path, const std::string& text)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary);
+    if (!(file << text << std::flush)) {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+void Machine::WriteProgram(const fs::path& path, const std::string& script)
+{
+    const fs::path fresh = path.string() + ".new"; // a program that runs cannot be written to
+    Write(fresh, "#!/bin/sh\n" + script);
+    fs::permissions(fresh, fs::perms(0755));
+    fs::rename(fresh, path);
+}
+
+std::string Machine::Read(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+} // namespace MERO::Test

@@ -1,0 +1,127 @@
+#include "system/box.h"
+
+#include <sys/wait.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+namespace MERO::Test {
+namespace {
+
+namespace fs = std::filesystem;
+
+void WriteFile(const fs::path& path, const std::string& text)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream file(path);
+    if (!(file << text << std::flush)) {
+        throw std::runtime_error("cannot write " + path.string());
+    }
+}
+
+std::string Line(std::string text)
+{
+    return text.substr(0, text.find('\n'));
+}
+
+} // namespace
+
+ShellResult Shell(const std::string& command)
+{
+    FILE* stream = popen(("exec 2>&1; " + command).c_str(), "re");
+    if (stream == nullptr) {
+        throw std::runtime_error("no shell");
+    }
+    std::string output;
+    std::array<char, 4096> buffer;
+    std::size_t count;
+    while ((count = fread(buffer.data(), 1, buffer.size(), stream)) > 0) {
+        output.append(buffer.data(), count);
+    }
+    const int status = pclose(stream);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};
+}
+
+Box::Box()
+{
+    SetDialect("current");
+    SetBootStep(6);
+    WriteFile("/usr/mero/bin/merologset", "#!/bin/sh\necho \"$1 $2 $3\" >> /run/events\n");
+    fs::permissions("/usr/mero/bin/merologset", fs::perms(0755));
+    fs::remove("/run/events");
+    (void)Journal();
+}
+
+Box::~Box()
+{
+    Shell("systemctl cancel");
+    for (const std::string& unit : units_) {
+        Shell("systemctl kill -s KILL " + unit + "; systemctl stop " + unit);
+        fs::remove("/run/systemd/system/" + unit);
+    }
+    Shell("systemctl reset-failed");
+    Load();
+}
+
+void Box::Unit(const std::string& name, const std::string& text)
+{
+    WriteFile("/run/systemd/system/" + name, text);
+    units_.push_back(name);
+}
+
+void Box::Load()
+{
+    if (Shell("systemctl daemon-reload").exitCode != 0) {
+        throw std::runtime_error("daemon-reload failed");
+    }
+}
+
+void Box::SetDialect(const std::string& dialect)
+{
+    WriteFile("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=" + dialect + "\n");
+}
+
+void Box::SetBootStep(int step)
+{
+    WriteFile("/run/merobootseq/boot-step", std::to_string(step) + "\n");
+}
+
+std::string Box::ActiveState(const std::string& unit)
+{
+    return Line(Shell("systemctl show --value -p ActiveState " + unit).output);
+}
+
+bool Box::Reaches(const std::string& unit, const std::string& state)
+{
+    using namespace std::chrono_literals;
+    for (const auto end = std::chrono::steady_clock::now() + 10s; std::chrono::steady_clock::now() < end;
+         std::this_thread::sleep_for(20ms)) {
+        if (ActiveState(unit) == state) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<std::string> Box::Journal()
+{
+    // JSON keeps a message of several lines in one.
+    const std::string command = std::string("journalctl --sync; journalctl -o json SYSLOG_IDENTIFIER=") +
+                                program_invocation_short_name + " | jq -c .MESSAGE | sed 's/^\"//; s/\"$//'";
+    std::istringstream messages(Shell(command).output);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(messages, line);) {
+        lines.push_back(std::regex_replace(line, std::regex(":[0-9]+ merosystemd: "), ": "));
+    }
+    const std::size_t seen = std::exchange(linesSeen_, lines.size());
+    return {lines.begin() + static_cast<std::ptrdiff_t>(seen), lines.end()};
+}
+
+} // namespace MERO::Test

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace MERO::Test {
+
+/// What a shell command did.
+struct ShellResult {
+    int exitCode;
+    std::string output; ///< both outputs, in the order of arrival
+};
+
+ShellResult Shell(const std::string& command);
+
+/// A real systemd, for tests that run inside the sandbox. The library speaks its dialect, boot is over, and the event
+/// log's tool writes to /run/events.
+class Box : public ::testing::Test {
+protected:
+    Box();
+    /// Stops and removes the test's units and jobs.
+    ~Box() override;
+
+    /// Writes a unit file to /run/systemd/system; Load tells systemd of all that were written.
+    void Unit(const std::string& name, const std::string& text);
+    void Load();
+
+    static void SetDialect(const std::string& dialect);
+    static void SetBootStep(int step);
+
+    static std::string ActiveState(const std::string& unit);
+    /// Waits until `unit` has that state; false after ten seconds.
+    static bool Reaches(const std::string& unit, const std::string& state);
+
+    /// The library's lines in the journal since the last question, as "systemd_start: message".
+    std::vector<std::string> Journal();
+
+private:
+    std::vector<std::string> units_;
+    std::size_t linesSeen_ = 0;
+};
+
+} // namespace MERO::Test

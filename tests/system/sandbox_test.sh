@@ -1,0 +1,254 @@
+#!/bin/bash
+# Checks a mero-sandbox: sandbox_test.sh PROGRAM. To be run as root; nothing else should use sandboxes meanwhile.
+set -u
+
+if [ $# -ne 1 ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
+    echo "usage (as root): $0 PATH-OF-MERO-SANDBOX" >&2
+    exit 2
+fi
+
+# Mounts and a /tmp of its own make what a sandbox leaves there stand out.
+if [ -z "${PRIVATE_MOUNTS:-}" ]; then
+    exec env PRIVATE_MOUNTS=yes unshare --mount --propagation private "$BASH" "$0" "$1"
+fi
+exec 9<"$1"
+mount -t tmpfs tmpfs /tmp
+cp /proc/self/fd/9 /tmp/mero-sandbox
+exec 9<&-
+box=/tmp/mero-sandbox
+work=/dev/shm/sandbox-test.$$
+mkdir "$work"
+trap 'rm -rf "$work"' EXIT
+# Jobs get process groups of their own, and SIGINT is not ignored in them.
+set -m
+
+passed=0
+failed=0
+
+# check WHAT COMMAND...: succeeds when the command does
+check() {
+    local what=$1
+    shift
+    if "$@" >"$work/log" 2>&1; then
+        echo "ok   $what"
+        passed=$((passed + 1))
+    else
+        echo "FAIL $what"
+        sed 's/^/     /' "$work/log"
+        failed=$((failed + 1))
+    fi
+}
+
+exits() {
+    local expected=$1 actual=0
+    shift
+    "$@" || actual=$?
+    echo "exit status $actual, expected $expected"
+    [ "$actual" -eq "$expected" ]
+}
+
+prints() {
+    local expected=$1 actual
+    shift
+    actual=$("$@" 2>&1)
+    echo "printed '$actual', expected '$expected'"
+    # shellcheck disable=SC2053 # a pattern
+    [[ $actual == $expected ]]
+}
+
+# What a sandbox could leave, one thing a line: mounts, hierarchies and cgroups, processes, files.
+traces() {
+    sed 's/^/mount /' /proc/self/mountinfo
+    sed -n 's/.*:\(name=[^:]*\):.*/hierarchy \1/p' /proc/self/cgroup
+    unshare --mount bash -c '
+        mount -t tmpfs tmpfs /mnt
+        for name in systemd meromonitor; do
+            if grep -q ":name=$name:" /proc/self/cgroup; then
+                mkdir /mnt/$name && mount -t cgroup -o none,name=$name $name /mnt/$name
+            fi
+        done
+        find /mnt /sys/fs/cgroup -type d -regextype egrep \
+            -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"'
+    local process
+    for process in /proc/[0-9]*; do
+        if [ "$(readlink "$process/ns/pid")" != "$(readlink /proc/self/ns/pid)" ] ||
+            grep -qs '^mero-' "$process/comm"; then
+            [ -e "$process/exe" ] && echo "process ${process#/proc/} $(cat "$process/comm")"
+        fi
+    done 2>/dev/null
+    find /tmp /run /sys/fs/cgroup /dev/shm -maxdepth 1 -not -name 'sandbox-test.*' -printf 'file %p\n'
+}
+
+# Traces that were not there at the start and stay: a dying process needs a moment.
+leaves_nothing() {
+    local left now
+    left=$(traces | sort | comm -13 "$work/before" -)
+    for _ in {1..50}; do
+        [ -z "$left" ] && return 0
+        sleep 0.1
+        now=$(traces | sort)
+        left=$(comm -12 <(echo "$left") <(echo "$now"))
+    done
+    echo "left behind: $left"
+    return 1
+}
+
+# Starts the sandbox in the background, and returns when its command prints something.
+start() {
+    : >"$work/out"
+    "$box" "$@" >"$work/out" 2>"$work/err" &
+    job=$!
+    for _ in {1..300}; do
+        [ -s "$work/out" ] && return 0
+        sleep 0.1
+    done
+    cat "$work/err"
+    return 1
+}
+
+ends() {
+    exits "$1" wait "$job"
+}
+
+interrupt_boot() {
+    local signal=$1 delay=$2
+    "$box" sleep 60 2>"$work/err" &
+    job=$!
+    sleep "$delay"
+    kill "-$signal" -- "-$job"
+}
+
+fails_saying() {
+    local sentence=$1
+    shift
+    exits 125 "$@" 2>"$work/err"
+    cat "$work/err"
+    [ "$(wc -l <"$work/err")" -eq 1 ] && grep -q "$sentence" "$work/err"
+}
+
+host_state() {
+    hostname
+    date +%Y-%m-%d
+    cat /proc/sys/kernel/{core_pattern,panic,hostname} /proc/sys/vm/swappiness /proc/sys/fs/file-max
+    find /etc /usr/lib/systemd /var/lib/systemd -printf '%p %m %u %s %T@\n' 2>/dev/null
+}
+
+traces | sort >"$work/before"
+host_state >"$work/host"
+
+echo "     $("$box" --verbose true 2>&1)"
+
+while IFS='|' read -r status command; do
+    check "status $status: $command" exits "$status" "$box" sh -c "$command"
+done <<'TABLE'
+0|true
+7|exit 7
+130|kill -INT $$
+137|kill -KILL $$
+143|kill -TERM $$
+TABLE
+check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
+check "status 127 for what is not found" exits 127 "$box" no-such-command
+check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
+check "the command's options are the command's" prints "--bind -v" "$box" -- echo --bind -v
+check "help" exits 0 "$box" --help
+
+while IFS='|' read -r expected command; do
+    check "inside: $command" prints "$expected" "$box" sh -c "$command"
+done <<'TABLE'
+running|systemctl is-system-running
+systemd|cat /proc/1/comm
+mero-sandbox|hostname
+active|systemctl is-active systemd-journald dbus systemd-logind | uniq
+s "2*|busctl get-property org.freedesktop.systemd1 /org/freedesktop/systemd1 org.freedesktop.systemd1.Manager Version
+*seat0*|loginctl list-seats
+hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
+|ls -A /etc/systemd/system; cat /etc/fstab
+active|useradd -m tester; systemctl start user@$(id -u tester); systemctl is-active user@$(id -u tester)
+running|useradd -m tester; systemctl start user@$(id -u tester); systemctl --user -M tester@ is-system-running
+mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.mount; umount /srv/m
+0::/system.slice/probe.scope|systemd-run -q --scope -u probe sed -n 's/.*name=systemd/0:/p' /proc/self/cgroup
+TABLE
+check "the environment and standard input pass through" \
+    prints "value text" env VARIABLE=value bash -c 'echo text | "$1" sh -c "read -r t; echo \$VARIABLE \$t"' - "$box"
+check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
+check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
+mkdir "$work/bound" && echo text >"$work/bound/file"
+check "a bound path is seen" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
+check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$work/bound/new"
+check "nothing is left by all these" leaves_nothing
+
+check "writing to the host's settings fails" exits 1 "$box" cp /dev/null /proc/sys/vm/swappiness
+check "the clock cannot be set" exits 1 "$box" date -s 2001-01-01
+check "the box may be written everywhere" exits 0 "$box" sh -c \
+    'hostname other; rm -r /etc/cron.d; echo x >/etc/passwd; echo x >/var/lib/x; systemctl daemon-reload'
+host_state >"$work/host-after"
+check "the host is unchanged" diff "$work/host" "$work/host-after"
+
+check "refuses when not root" fails_saying root setpriv --reuid=65534 --clear-groups "$box" true
+check "refuses without the right to mount" \
+    fails_saying "not permitted" setpriv --bounding-set=-sys_admin --inh-caps=-sys_admin "$box" true
+check "refuses without systemd" fails_saying missing \
+    unshare --mount sh -c 'mount -t tmpfs tmpfs /usr/lib/systemd && exec "$0" true' "$box"
+check "gives up on a boot that takes too long" exits 125 "$box" --timeout 0.05 true
+check "nothing is left by failures" leaves_nothing
+
+for delay in 0 0.01 0.03 0.06 0.1 0.15 0.2; do
+    for signal in INT:130 KILL:137; do
+        interrupt_boot "${signal%:*}" $delay
+        check "SIG${signal%:*} $delay s after the start ends it" ends "${signal#*:}"
+        check "and leaves nothing" leaves_nothing
+    done
+done
+for signal in TERM:143 HUP:129; do
+    interrupt_boot "${signal%:*}" 0.1
+    check "SIG${signal%:*} during boot ends it" ends "${signal#*:}"
+done
+check "and leaves nothing" leaves_nothing
+
+check "a command that waits" start sh -c 'echo up; exec sleep 60'
+kill -INT -- "-$job"
+check "is ended by SIGINT" ends 130
+check "and leaves nothing" leaves_nothing
+check "a command that handles SIGTERM" start sh -c 'trap "exit 9" TERM; echo up; while :; do sleep 0.1; done'
+kill -TERM "$job"
+check "is sent it" ends 9
+check "and leaves nothing" leaves_nothing
+check "Ctrl-C at a terminal ends the command" exits 130 bash -c \
+    '(sleep 2; printf "\003"; sleep 2) | script -qec "$1 sleep 60" /dev/null' - "$box"
+check "and leaves nothing" leaves_nothing
+
+check "a sandbox whose program is to be killed" start sh -c 'echo up; exec sleep 60'
+kill -KILL "$job"
+check "dies" ends 137
+check "and leaves nothing" leaves_nothing
+check "a sandbox whose keeper is to be killed too" start sh -c 'echo up; exec sleep 60'
+kill -KILL "$job" "$(pgrep -P "$job" -x mero-keeper)"
+check "dies" ends 137
+check "and leaves cgroups" prints '*cgroup /mnt/*mero-sandbox-*' traces
+check "which the next one" exits 0 "$box" true
+check "removes" leaves_nothing
+check "a sandbox whose keeper alone is to be killed" start sh -c 'echo up; exec sleep 60'
+kill -KILL "$(pgrep -P "$job" -x mero-keeper)"
+check "ends its command and says it" ends 137
+check "says why" grep -q keeper "$work/err"
+check "the next one removes" exits 0 "$box" true
+check "all of it" leaves_nothing
+check "a poweroff inside ends the command" exits 143 "$box" sh -c 'systemctl poweroff; sleep 60'
+check "and leaves nothing" leaves_nothing
+
+several() {
+    local i jobs=()
+    for i in 1 2 3 4; do
+        "$box" sh -c "echo $i >/etc/which; sleep 0.5; systemctl is-system-running && exit \$(cat /etc/which)" &
+        jobs+=($!)
+    done
+    for i in 1 2 3 4; do
+        exits $i wait "${jobs[i - 1]}" || return 1
+    done
+}
+check "four at once do not disturb each other" several
+check "and leave nothing" leaves_nothing
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

@@ -1,0 +1,80 @@
+#include "support/child.h"
+#include "system/box.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <gmock/gmock.h>
+
+#include <pwd.h>
+
+#include <cstdlib>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using ::testing::Contains;
+using ::testing::MatchesRegex;
+
+namespace {
+
+/// An ordinary user with a running user manager and a unit of their own.
+class UserManager : public Box {
+protected:
+    UserManager()
+    {
+        Shell("id walter || useradd --create-home walter");
+        uid = getpwnam("walter")->pw_uid;
+        Shell("install -D -o walter -m 644 /dev/stdin ~walter/.config/systemd/user/own.service <<-'END'\n"
+              "[Service]\nExecStart=/bin/sleep infinity\nEND");
+        Shell("chown -R walter ~walter; systemctl start user@" + std::to_string(uid) + ".service");
+    }
+
+    /// Calls `body` as the user, with an environment that says nothing of a session.
+    template <typename Body>
+    int AsUser(Body&& body)
+    {
+        return RunAs(uid, [&] {
+            clearenv();
+            return body();
+        });
+    }
+
+    uid_t uid = 0;
+};
+
+TEST_F(UserManager, AUserStartsAndStopsAUnitOfTheirOwn)
+{
+    const auto isActive = [this] {
+        return Shell("XDG_RUNTIME_DIR=/run/user/" + std::to_string(uid) + " setpriv --reuid=walter --clear-groups "
+                     "systemctl --user is-active own").output;
+    };
+    ASSERT_EQ(Shell("systemctl is-active user@" + std::to_string(uid)).output, "active\n");
+    EXPECT_EQ(AsUser([] { return MEROSystemdStart("own") ? 0 : 1; }), 0);
+    EXPECT_EQ(isActive(), "active\n");
+    EXPECT_EQ(AsUser([] {
+                  const SystemctlOpts opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
+                  return MEROSystemdSystemctlUltron("stop", opts, {"own"}, [](int exitCode, const auto&) { return exitCode == 0; })
+                             ? 0 : 1;
+              }), 0);
+    EXPECT_EQ(isActive(), "inactive\n");
+    EXPECT_EQ(Shell("setpriv --reuid=walter --regid=walter --clear-groups env -i " MEROSYSTEMCTL " start own").output, "");
+    EXPECT_EQ(isActive(), "active\n");
+    const auto journal = Journal();
+    EXPECT_THAT(journal, Contains(MatchesRegex("systemd_systemctl: Execute time for "
+                                               "\\[/usr/bin/systemctl stop --user own\\] is [0-9]+ ms")));
+    EXPECT_THAT(journal, Not(Contains(::testing::HasSubstr("systemd_putenv_by_pam_systemd"))));
+}
+
+TEST_F(UserManager, TheSystemManagerIsMeantWhenForced)
+{
+    // An ordinary user may ask the system's manager, which does not know the unit.
+    EXPECT_EQ(AsUser([] {
+                  const SystemctlOpts opts = SystemctlOptsBuilder().SetForceSystem(true).Build();
+                  return MEROSystemdSystemctlUltron("show", opts, {"--property=LoadState", "own.service"},
+                                                    [](int, const auto& lines) {
+                                                        return lines == std::vector<std::string>{"LoadState=not-found\n"};
+                                                    })
+                             ? 0 : 1;
+              }), 0);
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+#include "support/machine.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <gmock/gmock.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+using namespace MERO::Test;
+
+namespace {
+
+std::size_t Entries(const std::string& directory)
+{
+    const std::filesystem::directory_iterator entries(directory);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+/// What the library's host would notice.
+struct Footprint {
+    std::size_t descriptors = Entries("/proc/self/fd");
+    std::size_t threads = Entries("/proc/self/task");
+    bool hasChildren = waitpid(-1, nullptr, WNOHANG) >= 0;
+
+    bool operator==(const Footprint&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Footprint& footprint)
+{
+    return out << footprint.descriptors << " descriptors, " << footprint.threads << " threads, children "
+               << footprint.hasChildren;
+}
+
+class Host : public Machine {};
+
+TEST_F(Host, TenThousandCallsLeaveNothingBehind)
+{
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    Systemctl({{"list-jobs *", ""}, {"* bad.service", "Job for bad.service failed.\n", 1}});
+    (void)MEROSystemdStart("good"); // opens the log, which stays open
+    const Footprint before;
+
+    int results[2] = {0, 0};
+    for (int i = 0; i < 2'500; ++i) {
+        if (i == 2'000) {
+            RemoveSystemctl();
+        }
+        std::vector<std::string> failed;
+        ++results[MEROSystemdStart("good")];
+        ++results[MEROSystemdStop({"good", "bad.service"}, failed)];
+        ++results[MEROCSystemdReload("good")];
+        ++results[MEROSystemdStart("")];
+    }
+    EXPECT_EQ(results[1], 2 * 2'000);
+    EXPECT_EQ(results[0], 10'000 - results[1]);
+    EXPECT_EQ(Footprint(), before);
+}
+
+TEST_F(Host, ThreadsMayCallAtOnce)
+{
+    // Each thread's unit has an answer of its own: no call may see another's.
+    SystemctlScript("case \"$2\" in u*) echo \"Job for $2.service failed.\"; exit 1;; esac");
+    std::vector<std::thread> threads;
+    std::atomic<int> wrong = 0;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([t, &wrong] {
+            const std::string unit = "u" + std::to_string(t);
+            for (int i = 0; i < 25; ++i) {
+                std::vector<std::string> failed;
+                wrong += MEROSystemdRestart({unit}, failed) || failed != std::vector{unit};
+                wrong += !MEROSystemdRestart("good");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(Host, ASystemctlSeesACleanStart)
+{
+    SystemctlScript("cd /proc/$$; cat status | grep -E '^Sig(Blk|Ign)' > /run/seen; "
+                    "[ -L fd/0 ] && readlink fd/0 >> /run/seen; ls /proc/$$/fd | grep -vx 10 | tr '\\n' ' ' >> /run/seen");
+    const int leaky = dup(0); // not close-on-exec
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t all, old;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &old);
+    (void)MEROSystemdStart("a");
+    sigprocmask(SIG_SETMASK, &old, nullptr);
+    signal(SIGPIPE, SIG_DFL);
+    close(leaky);
+    EXPECT_EQ(Read("/run/seen"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n/dev/null\n0 1 2 ");
+}
+
+} // namespace
