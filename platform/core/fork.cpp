@@ -81,7 +81,8 @@ int MLIBCProcAlive(int pid)
     // Signal 0 would call a zombie alive; a pidfd is readable as soon as its process has ended.
     Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     if (!process) {
-        return errno == EMFILE || errno == ENFILE || errno == ENOMEM ? kill(pid, 0) == 0 || errno == EPERM : 0;
+        const bool isNone = errno == ESRCH || errno == EINVAL; // EINVAL: a thread's ID
+        return !isNone && (kill(pid, 0) == 0 || errno == EPERM) ? 1 : 0; // no descriptor left, or a kernel before 5.3
     }
     pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};
     return poll(&ended, 1, 0) == 0 ? 1 : 0;

@@ -59,11 +59,10 @@ pid_t Spawn(const char* path, char* const argv[], SpawnOutput output)
 {
     const posix_spawnattr_t attributes = CleanSignals();
 
-    // Standard input comes last: in a host that runs with closed standard descriptors, the pipe may be number 0.
     FileActions actions;
+    actions.Direct(STDIN_FILENO, kDevNull);
     actions.Direct(STDOUT_FILENO, output.standardOutput);
     actions.Direct(STDERR_FILENO, output.standardError);
-    actions.Direct(STDIN_FILENO, kDevNull);
     actions.CloseFrom(STDERR_FILENO + 1);
 
     pid_t pid = -1;
