@@ -13,6 +13,7 @@
 #pragma once
 
 #include <merocore/list.h>
+#include <merosystemd/status.h>
 
 #include <stdbool.h>
 
@@ -68,6 +69,32 @@ int MEROCSystemdReloadOrRestart(const char* szUnit);
 int MEROCSystemdReloadOrRestartNoBlock(const char* szUnit);
 int MEROCSystemdReloadOrRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
 int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
+
+/* ---- Questions -----------------------------------------------------------------------------------------------
+
+   The names ending in System ask the system's manager although the caller is an ordinary user; those ending in
+   InGenerator look at the unit files alone, for the time before a manager runs. States are answered by their numbers
+   in <merosystemd/status.h>; -1 means that the unit could not be asked, that its state has no number (0x8000), or that
+   the argument is invalid. */
+
+int MEROCSystemdLoadStatusGet(const char* szUnit);
+int MEROCSystemdActiveStatusGet(const char* szUnit);
+int MEROCSystemdActiveStatusGetSystem(const char* szUnit);
+int MEROCSystemdEnableStatusGet(const char* szUnit);
+int MEROCSystemdEnableStatusGetSystem(const char* szUnit);
+int MEROCSystemdEnableStatusGetInGenerator(const char* szUnit);
+
+/* Pushes the names of all installed services, without ".service", onto the list, which must exist. */
+int MEROCSystemdServiceList(MLIBCSzList** ppListServices);
+
+/* The target that the machine boots into. `cbDefaultTarget` counts bytes; a name that does not fit with its NUL gives
+   0 and MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+int MEROCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget);
+int MEROCSystemdDefaultTargetSet(const char* szDefaultTarget);
+int MEROCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget);
+
+/* Whether systemd has a job for the unit. 0 with error 0x8100, too, when it cannot be asked. */
+int MEROCSystemdIsJobEnqueued(const char* szUnit);
 
 /* ---- Unit metadata -------------------------------------------------------------------------------------------
 

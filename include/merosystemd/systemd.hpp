@@ -6,6 +6,7 @@
 
 #include <merosystemd/job.hpp>
 #include <merosystemd/options.hpp>
+#include <merosystemd/status.h>
 #include <merosystemd/systemd.h>
 
 #include <cstdint>
@@ -105,6 +106,47 @@ bool MEROSystemdIntJobList(std::map<std::uint32_t, MERO::Systemd::JobInfo>& jobs
 
 /// The queued job of a unit. False when it has none, and when it could not be asked, which is logged.
 bool MEROSystemdIntJobGet(const std::string& strUnit, MERO::Systemd::JobInfo& info);
+
+// ---- Questions -----------------------------------------------------------------------------------------------------
+//
+// The names ending in System ask the system's manager although the caller is an ordinary user; those ending in
+// InGenerator look at the unit files alone (--root=/.), for the time before a manager runs. States are answered by
+// their numbers in <merosystemd/status.h>, or -1: the unit could not be asked, or its state has no number (0x8000).
+
+/// The value of a unit's property, trimmed. Of several lines only the first counts. False, with `value` untouched,
+/// when it cannot be asked; a property that systemd does not know prints no line, and is such a one.
+bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty, std::string& value);
+bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value);
+
+/// A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
+int MEROSystemdLoadStatusGet(const std::string& strUnit);
+
+/// A MERO_SYSTEMD_ACTIVE_STATUS or -1.
+int MEROSystemdActiveStatusGet(const std::string& strUnit);
+int MEROSystemdActiveStatusGetSystem(const std::string& strUnit);
+
+/// A MERO_SYSTEMD_ENABLE_STATUS or -1, which indirect, generated, transient and alias units have too. `options` are
+/// systemctl's.
+int MEROSystemdEnableStatusGet(const std::string& strUnit);
+int MEROSystemdEnableStatusGetWithOptions(const std::vector<std::string>& options, const std::string& strUnit);
+int MEROSystemdEnableStatusGetSystem(const std::string& strUnit);
+int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit);
+
+/// Appends the names of all installed unit files, or of those of one type ("service", "mount" ...; another word is an
+/// invalid argument). The unit files are read without the manager.
+bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType);
+
+/// Appends the names of all installed services, without ".service".
+bool MEROSystemdServiceList(std::vector<std::string>& services);
+
+/// The target that the machine boots into.
+bool MEROSystemdDefaultTargetGet(std::string& defaultTarget);
+bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget);
+bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget);
+bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget);
+
+/// Whether systemd has a job for the unit. False with 0x8100, too, when it cannot be asked.
+bool MEROSystemdIsJobEnqueued(const std::string& strUnit);
 
 // ---- Unit metadata -------------------------------------------------------------------------------------------------
 //

@@ -13,10 +13,10 @@ namespace {
 constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf";
 
 // The operating system's own systemctl.
-constexpr SystemctlDialect kClassic{.listJobsExitCode = 1, .padsColumns = false};
+constexpr SystemctlDialect kClassic{.listJobsExitCode = 1, .padsColumns = false, .unitFileColumns = 2};
 
 // systemd 246 and newer.
-constexpr SystemctlDialect kCurrent{.listJobsExitCode = 0, .padsColumns = true};
+constexpr SystemctlDialect kCurrent{.listJobsExitCode = 0, .padsColumns = true, .unitFileColumns = 3};
 
 } // namespace
 

@@ -1,13 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace MERO::Systemd {
 
 /// The words of one family of systemctl releases, where the families differ.
 struct SystemctlDialect {
-    int listJobsExitCode; ///< of a `list-jobs` that listed the jobs
-    bool padsColumns;     ///< tables without legend are padded with blanks, not set with one blank between
+    int listJobsExitCode;        ///< of a `list-jobs` that listed the jobs
+    bool padsColumns;            ///< tables without legend are padded with blanks, not set with one blank between
+    std::size_t unitFileColumns; ///< of a `list-unit-files` line: unit and state, or a preset too
 
     /// A table line with one blank between its columns.
     std::string Row(const std::string& line) const;

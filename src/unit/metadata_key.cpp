@@ -5,10 +5,7 @@
 #include "unit/unit_file.h"
 #include "unit/unit_name.h"
 
-#include <merocore/error.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <stdexcept>
 
 namespace MERO::Systemd {
@@ -43,16 +40,6 @@ bool TargetsKeyGet(SourceLine where, const std::string& strUnit, const char* key
     }
     std::copy_if(units.begin(), units.end(), std::back_inserter(targets),
                  [](const std::string& unit) { return UnitTypeGet(unit) == "target"; });
-    return true;
-}
-
-bool CopyToBuffer(SourceLine where, const std::string& text, char* buffer, int cbBuffer)
-{
-    if (text.size() + 1 > static_cast<std::size_t>(cbBuffer)) {
-        MLIBCErrSetEx(MLIBC_ERR_BUFFER_TOO_SMALL, where.file, where.line);
-        return false;
-    }
-    std::snprintf(buffer, static_cast<std::size_t>(cbBuffer), "%s", text.c_str());
     return true;
 }
 

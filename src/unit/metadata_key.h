@@ -19,7 +19,4 @@ bool YesKeyGet(SourceLine where, const std::string& strUnit, const char* key, bo
 /// Appends the targets among the units that a key lists.
 bool TargetsKeyGet(SourceLine where, const std::string& strUnit, const char* key, std::vector<std::string>& targets);
 
-/// Copies `text` to a C caller's buffer. False (0x0100) when it does not fit with its NUL.
-bool CopyToBuffer(SourceLine where, const std::string& text, char* buffer, int cbBuffer);
-
 } // namespace MERO::Systemd

@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/split.h"
+#include "unit/c_list.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -19,13 +20,5 @@ int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewall
         return 0;
     }
     std::vector<std::string> sections;
-    if (!MEROSystemdFirewallSectionsGet(szUnit, sections)) {
-        return 0;
-    }
-    for (const std::string& section : sections) {
-        if (MLIBCSzListPush(ppFirewallSections, section.c_str()) < 0) {
-            return 0;
-        }
-    }
-    return 1;
+    return MEROSystemdFirewallSectionsGet(szUnit, sections) && PushToList(sections, ppFirewallSections);
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "unit/c_buffer.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>

@@ -1,6 +1,7 @@
 #include "unit/unit_forms.h"
 
 #include "core/argument_check.h"
+#include "unit/c_list.h"
 
 namespace MERO::Systemd {
 
@@ -26,19 +27,12 @@ int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pLis
     if (!MERO_VALID_AT(where, nullptr != pListUnits)) {
         return 0;
     }
-    std::vector<std::string> units;
-    const int count = MLIBCSzListCount(pListUnits);
-    for (int i = 0; i < count; ++i) {
-        units.emplace_back(MLIBCSzListGet(pListUnits, i)); // a null item is the caller's fault: std::logic_error
-    }
     std::vector<std::string> failed;
-    if (operation(units, failed)) {
+    if (operation(FromList(pListUnits), failed)) {
         return 1;
     }
     if (ppListFailed != nullptr && *ppListFailed != nullptr) {
-        for (const std::string& unit : failed) {
-            (void)MLIBCSzListPush(ppListFailed, unit.c_str());
-        }
+        (void)PushToList(failed, ppListFailed);
     }
     return 0;
 }

@@ -1,22 +1,15 @@
 #include "unit/unit_name.h"
 
-#include <algorithm>
-#include <array>
 #include <string_view>
 
 namespace MERO::Systemd {
-namespace {
-
-constexpr std::array<std::string_view, 11> kUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
+const std::set<std::string, std::less<>> setUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
                                                       "target",  "path",   "timer",  "slice", "scope"};
-
-} // namespace
 
 bool HasKnownUnitType(const std::string& unit)
 {
     const std::size_t dot = unit.rfind('.');
-    return dot != unit.npos &&
-           std::find(kUnitTypes.begin(), kUnitTypes.end(), std::string_view(unit).substr(dot + 1)) != kUnitTypes.end();
+    return dot != unit.npos && setUnitTypes.contains(std::string_view(unit).substr(dot + 1));
 }
 
 std::string UnitTypeGet(const std::string& unit)

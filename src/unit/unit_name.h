@@ -1,8 +1,12 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 namespace MERO::Systemd {
+
+/// systemd's unit types.
+extern const std::set<std::string, std::less<>> setUnitTypes;
 
 /// Whether the text after the last "." is one of systemd's eleven unit types.
 bool HasKnownUnitType(const std::string& unit);

@@ -1,0 +1,38 @@
+#include "core/argument_check.h"
+#include "core/join.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget)
+{
+    if (!MERO_VALID(!strDefaultTarget.empty())) {
+        return false;
+    }
+    try {
+        return MEROSystemdSystemctl(
+            "set-default", options, {strDefaultTarget}, [&](int exitCode, const std::vector<std::string>& lines) {
+                if (exitCode == 0) {
+                    MERO_LOG(LOG_INFO, "successfully set default target to [%s].", strDefaultTarget.c_str());
+                    return true;
+                }
+                MERO_LOG(LOG_ERR, "failed to set default target to [%s]: ret=[%d], reason=[%s]",
+                         strDefaultTarget.c_str(), exitCode, Join(lines).c_str());
+                return false;
+            });
+    } catch (const std::exception&) {
+        MERO_LOG(LOG_ERR, "failed to set default target to [%s].", strDefaultTarget.c_str());
+        return false;
+    }
+}
+
+bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget)
+{
+    return MEROSystemdIntDefaultTargetSet({}, strDefaultTarget);
+}
+
+int MEROCSystemdDefaultTargetSet(const char* szDefaultTarget)
+{
+    return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSet(szDefaultTarget);
+}

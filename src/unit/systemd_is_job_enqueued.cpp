@@ -1,0 +1,23 @@
+#include "core/argument_check.h"
+#include "core/error_codes.h"
+
+#include <merosystemd/systemd.hpp>
+
+bool MEROSystemdIsJobEnqueued(const std::string& strUnit)
+{
+    if (!MERO_VALID(!strUnit.empty())) {
+        return false;
+    }
+    std::string job;
+    if (!MEROSystemdShow(strUnit, "Job", job)) {
+        const MERO::Systemd::SourceLine here = MERO_HERE;
+        MLIBCErrSetEx(MERO::Systemd::kErrorJobUnreadable, here.file, here.line);
+        return false;
+    }
+    return !job.empty();
+}
+
+int MEROCSystemdIsJobEnqueued(const char* szUnit)
+{
+    return MERO_VALID(nullptr != szUnit) && MEROSystemdIsJobEnqueued(szUnit);
+}

@@ -1,0 +1,40 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "core/argument_check.h"
+#include "core/split.h"
+#include "core/systemctl_dialect.h"
+#include "unit/offline.h"
+#include "unit/unit_name.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType)
+{
+    if (!MERO_VALID((strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType)))) {
+        return false;
+    }
+    try {
+        std::vector<std::string> options{"--no-legend", kOfflineOption};
+        if (!strType.empty()) {
+            options.insert(options.end(), {"--type", strType});
+        }
+        const SystemctlDialect dialect = ConfiguredSystemctlDialect();
+        return MEROSystemdSystemctl(
+            "list-unit-files", options, {}, [&](int exitCode, const std::vector<std::string>& lines) {
+                if (exitCode != 0) {
+                    return false;
+                }
+                for (const std::string& line : lines) {
+                    std::vector<std::string> fields;
+                    if (Split(dialect.Row(line), fields, " ") && fields.size() == dialect.unitFileColumns) {
+                        units.push_back(fields.front());
+                    }
+                }
+                return true;
+            });
+    } catch (const std::exception&) {
+        MERO_LOG(LOG_ERR, "list-unit-files failed.");
+        return false;
+    }
+}
