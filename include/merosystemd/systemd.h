@@ -70,6 +70,66 @@ int MEROCSystemdReloadOrRestartNoBlock(const char* szUnit);
 int MEROCSystemdReloadOrRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
 int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
 
+/* ---- Enablement ----------------------------------------------------------------------------------------------
+
+   Whether units start at boot. Enable, disable and reenable leave a flag for each unit, whatever comes of it; the
+   InGenerator forms work on the unit files alone, for the time before a manager runs. Enable, disable, reenable and
+   uninstall refuse names that hold "/", and "." and "..": they become names of files (0x0D00). The group forms run
+   one systemctl for all units, but mask and unmask one for each. They return 0 for a null item. */
+
+int MEROCSystemdEnable(const char* szUnit);
+int MEROCSystemdEnableGroup(const MLIBCSzList* pListUnits);
+int MEROCSystemdEnableInGenerator(const char* szUnit);
+int MEROCSystemdEnableGroupInGenerator(const MLIBCSzList* pListUnits);
+
+int MEROCSystemdDisable(const char* szUnit);
+int MEROCSystemdDisableGroup(const MLIBCSzList* pListUnits);
+int MEROCSystemdDisableInGenerator(const char* szUnit);
+int MEROCSystemdDisableGroupInGenerator(const MLIBCSzList* pListUnits);
+
+int MEROCSystemdReenable(const char* szUnit);
+int MEROCSystemdReenableGroup(const MLIBCSzList* pListUnits);
+
+/* The RunTime forms last until the next boot. */
+int MEROCSystemdMask(const char* szUnit);
+int MEROCSystemdMaskGroup(const MLIBCSzList* pListUnits);
+int MEROCSystemdMaskRunTime(const char* szUnit);
+int MEROCSystemdUnmask(const char* szUnit);
+int MEROCSystemdUnmaskGroup(const MLIBCSzList* pListUnits);
+int MEROCSystemdUnmaskRunTime(const char* szUnit);
+
+/* Has the manager read all unit files again. */
+int MEROCSystemdDaemonReload(void);
+
+/* Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
+   clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed. */
+int MEROCSystemdUninstall(const char* szUnit);
+int MEROCSystemdUninstallGroup(const MLIBCSzList* pListUnits);
+
+/* ---- Reasons -------------------------------------------------------------------------------------------------
+
+   A service is held while it has a reason: the name of a cause, chosen by the caller, which must not be empty, hold
+   "/", or be "." or "..". Reasons are gone after a boot. Units that are no services fail (0x0D00). The group forms
+   push the services that failed onto *ppListFailed, if there is such a list, and return 0 for a null item. */
+
+/* Gives the services the reason, then stops them. The reason stays when the stop fails. */
+int MEROCSystemdServiceStopByReason(const char* szReason, const char* szService);
+int MEROCSystemdServiceStopGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
+                                         MLIBCSzList** ppListFailed);
+
+/* Takes the reason from the services and starts them, whatever other reasons they have. */
+int MEROCSystemdServiceStartByReason(const char* szReason, const char* szService);
+int MEROCSystemdServiceStartGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
+                                          MLIBCSzList** ppListFailed);
+
+/* Takes the reason from the services and does not start them. */
+int MEROCSystemdServiceReasonRemove(const char* szReason, const char* szService);
+int MEROCSystemdServiceReasonRemoveGroup(const char* szReason, const MLIBCSzList* pListServices,
+                                         MLIBCSzList** ppListFailed);
+
+/* Pushes the service's reasons onto the list, which must exist. 0 with error 0x0900 when they cannot be read. */
+int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListReasons);
+
 /* ---- Questions -----------------------------------------------------------------------------------------------
 
    The names ending in System ask the system's manager although the caller is an ordinary user; those ending in

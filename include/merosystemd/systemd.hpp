@@ -98,6 +98,102 @@ bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& optio
 bool MEROSystemdReloadOrRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 
+// ---- Enablement ----------------------------------------------------------------------------------------------------
+//
+// Whether units start at boot. Enable, disable and reenable run one systemctl for all units; when it fails, all of
+// them are appended to `failed`. They leave a flag for each unit, whatever comes of it. Mask and unmask run one
+// systemctl per unit, and append those that failed. The InGenerator forms work on the unit files alone (--root=/.).
+// A unit's name becomes a file's name here: enable, disable, reenable and uninstall refuse a list in which one holds
+// "/", or is "." or ".." (0x0D00); all of its units are failed then, and nothing has been touched.
+
+bool MEROSystemdEnable(const std::string& strUnit);
+bool MEROSystemdEnable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits, const MERO::Systemd::CommandOptions& options,
+                                  std::vector<std::string>& failed);
+bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
+                                          const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdEnableInGenerator(const std::string& strUnit);
+bool MEROSystemdEnableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+bool MEROSystemdDisable(const std::string& strUnit);
+bool MEROSystemdDisable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
+                                   const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
+bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdDisableInGenerator(const std::string& strUnit);
+bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+bool MEROSystemdReenable(const std::string& strUnit);
+bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// The RunTime forms last until the next boot.
+bool MEROSystemdMask(const std::string& strUnit);
+bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdMaskRunTime(const std::string& strUnit);
+bool MEROSystemdUnmask(const std::string& strUnit);
+bool MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
+
+/// Clears the failed state. Appends the units that systemctl named as failing: those that are not loaded, say.
+bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+/// Has the manager read all unit files again.
+bool MEROSystemdDaemonReload();
+
+/// Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
+/// clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed and all of them are
+/// failed; a file that cannot be removed, or that is a folder, fails its unit alone.
+bool MEROSystemdUninstall(const std::string& strUnit);
+bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+
+// ---- Reasons -------------------------------------------------------------------------------------------------------
+//
+// A service is held while it has a reason: the name of a cause, chosen by the caller. A reason is an empty file,
+// /run/merosystemd/reasons/<service>/<reason>, and is gone after a boot. An empty reason, one with "/", "." and ".."
+// are invalid arguments (0x0D00); so are an empty list and an empty service. A unit that is no service, or whose name
+// holds "/", is failed (0x0D00), and the others go on. Whether a held service can be started by others is for a
+// drop-in of its unit to say: see LinkMeroReason. The manager reads its unit files again when one of the services got
+// its first reason or lost its last.
+
+/// Gives the services the reason, then stops them. The reason stays when the stop fails.
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                    std::vector<std::string>& vecFailed);
+
+/// Takes the reason from the services (one that does not have it is fine), clears their failed state and starts them,
+/// whatever other reasons they have.
+bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
+bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                     std::vector<std::string>& vecFailed);
+
+/// Takes the reason from the services and clears their failed state, and does not start them.
+bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService);
+bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                    std::vector<std::string>& vecFailed);
+
+/// Appends the service's reasons. False (0x0900) when they cannot be read.
+bool MEROSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons);
+
+namespace MERO::Systemd {
+
+/// Whether the service has a reason whose name does not begin with ".". True, too, when that cannot be read.
+bool CheckServiceHasReason(const std::string& service);
+
+/// Appends all services that have a reason, in no order. False (0x0900) when they cannot be read.
+bool ListServicesWithReason(std::vector<std::string>& services);
+
+/// Removes one reason's files: appends a service to `removed` when it does not have the reason now, otherwise to
+/// `failed` (0x0D00: no service; 0x3900: the file cannot be removed). Nothing is started.
+bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& services,
+                   std::vector<std::string>& removed, std::vector<std::string>& failed);
+
+/// Makes the folder `dropInDir`, which ends with "/", and in it "mero-reason.conf", a hard link to the drop-in
+/// `sourceFile`. What keeps a held service from starting stands in that file: a condition on its reasons' folder, say.
+bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile);
+
+} // namespace MERO::Systemd
+
 // ---- Jobs ----------------------------------------------------------------------------------------------------------
 
 /// Adds systemd's queued jobs to `jobs`, by their numbers. A line of systemctl's that cannot be read is logged and

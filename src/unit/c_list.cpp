@@ -20,4 +20,11 @@ bool PushToList(const std::vector<std::string>& texts, MLIBCSzList** list)
                        [&](const std::string& text) { return MLIBCSzListPush(list, text.c_str()) == 0; });
 }
 
+void PushFailedUnits(const std::vector<std::string>& failed, MLIBCSzList** ppListFailed)
+{
+    if (ppListFailed != nullptr && *ppListFailed != nullptr) {
+        (void)PushToList(failed, ppListFailed);
+    }
+}
+
 } // namespace MERO::Systemd

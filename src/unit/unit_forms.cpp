@@ -3,6 +3,8 @@
 #include "core/argument_check.h"
 #include "unit/c_list.h"
 
+#include <exception>
+
 namespace MERO::Systemd {
 
 bool RunSingleForm(SourceLine where, ListForm* operation, const std::string& strUnit)
@@ -31,10 +33,18 @@ int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pLis
     if (operation(FromList(pListUnits), failed)) {
         return 1;
     }
-    if (ppListFailed != nullptr && *ppListFailed != nullptr) {
-        (void)PushToList(failed, ppListFailed);
-    }
+    PushFailedUnits(failed, ppListFailed);
     return 0;
+}
+
+int RunGuardedCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits)
+{
+    try {
+        return RunCGroupForm(where, operation, pListUnits, nullptr);
+    } catch (const std::exception& error) {
+        Log(LOG_ERR, where, "Failed on a list of units: %s", error.what());
+        return 0;
+    }
 }
 
 } // namespace MERO::Systemd

@@ -23,4 +23,7 @@ int RunCForm(SourceLine where, SingleForm* operation, const char* szUnit);
 /// there is one. A null input list is an invalid argument.
 int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
 
+/// RunCGroupForm without an output list, for operations that let no exception out: a null item is a failure.
+int RunGuardedCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits);
+
 } // namespace MERO::Systemd

@@ -1,0 +1,47 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "unit/enable_status_flag.h"
+
+#include "core/core_error.h"
+#include "core/log.h"
+#include "unit/unit_name.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+
+#include <unistd.h>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr const char* kFlags = "/usr/mero/etc/merosystemd/enable-status-changed/";
+
+std::string FlagPath(const std::string& unit)
+{
+    return kFlags + NormalizedUnitNameGet(unit);
+}
+
+} // namespace
+
+void SetEnableStatusChanged(const std::string& unit)
+{
+    if (MLIBCExec("/bin/mkdir", "-p", kFlags, nullptr, nullptr) < 0) {
+        MERO_LOG(LOG_ERR, "Failed to mkdir -p [%s] " MERO_CORE_ERROR_FORMAT, kFlags, MERO_CORE_ERROR_VALUES);
+        return;
+    }
+    const std::string path = FlagPath(unit);
+    if (MLIBCFileTouch(path.c_str()) < 0) {
+        MERO_LOG(LOG_ERR, "Failed to touch [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(), MERO_CORE_ERROR_VALUES);
+    }
+}
+
+bool IsEnableStatusChanged(const std::string& unit)
+{
+    return MLIBCFileExist(FlagPath(unit).c_str()) != 0;
+}
+
+bool RemoveEnableStatusChanged(const std::string& unit)
+{
+    return unlink(FlagPath(unit).c_str()) == 0;
+}
+
+} // namespace MERO::Systemd

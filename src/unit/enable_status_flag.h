@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+/// The flags that tell which units were enabled, disabled or reenabled through the library. A unit's name becomes a
+/// file name here: callers have checked it.
+namespace MERO::Systemd {
+
+/// Sets the unit's flag. A failure is logged and has no other effect.
+void SetEnableStatusChanged(const std::string& unit);
+
+bool IsEnableStatusChanged(const std::string& unit);
+
+/// False, with errno set, when the flag could not be removed or was not there.
+bool RemoveEnableStatusChanged(const std::string& unit);
+
+} // namespace MERO::Systemd

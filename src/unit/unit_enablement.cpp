@@ -1,0 +1,95 @@
+#include "unit/unit_enablement.h"
+
+#include "core/argument_check.h"
+#include "core/failed_units.h"
+#include "core/file_name.h"
+#include "core/join.h"
+#include "unit/enable_status_flag.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+
+namespace MERO::Systemd {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpts& opts, const std::string& unit)
+{
+    try {
+        return MEROSystemdSystemctlUltron(words.verb, opts, {unit}, [&](int exitCode, const Lines& lines) {
+            if (exitCode != 0) {
+                Log(LOG_ERR, where, "%s: ret=[%d], reason=[%s]", words.failed, exitCode, Join(lines).c_str());
+            }
+            return exitCode == 0;
+        });
+    } catch (const std::exception&) {
+        return false; // logged where it was thrown
+    }
+}
+
+} // namespace
+
+bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
+                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    if (!MERO_VALID_AT(where, !vecUnits.empty())) {
+        return false;
+    }
+    if (!MERO_VALID_AT(where, AreFileNames(vecUnits))) {
+        FailedUnitsCopy(vecUnits, failed);
+        return false;
+    }
+    const std::string units = Join(vecUnits);
+    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build();
+    try {
+        return MEROSystemdSystemctlUltron(words.verb, opts, vecUnits, [&](int exitCode, const Lines& lines) {
+            // A unit counts as changed although the change failed, deliberately.
+            std::for_each(vecUnits.begin(), vecUnits.end(), SetEnableStatusChanged);
+            if (exitCode == 0) {
+                Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+                return true;
+            }
+            FailedUnitsCopy(vecUnits, failed);
+            Log(LOG_ERR, where, "[%s] %s: ret=[%d], reason:\n%s", units.c_str(), words.failed, exitCode,
+                Concatenate(lines).c_str());
+            return false;
+        });
+    } catch (const std::exception&) {
+        FailedUnitsCopy(vecUnits, failed);
+        Log(LOG_ERR, where, "[%s] %s.", units.c_str(), words.failed);
+        return false;
+    }
+}
+
+bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const std::vector<std::string>& vecUnits,
+                std::vector<std::string>& failed)
+{
+    if (!MERO_VALID_AT(where, !vecUnits.empty())) {
+        return false;
+    }
+    const std::string units = Join(vecUnits);
+    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    std::vector<std::string> options;
+    if (runtime) {
+        options.emplace_back("--runtime");
+    }
+    const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build();
+    bool done = true;
+    for (const std::string& unit : vecUnits) {
+        if (!RunMaskingOf(where, words, opts, unit)) {
+            failed.push_back(unit);
+            done = false;
+        }
+    }
+    if (done) {
+        Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+    } else {
+        Log(LOG_ERR, where, "[%s] %s.", units.c_str(), words.failed);
+    }
+    return done;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,26 @@
+#include "unit/unit_paths.h"
+
+#include "core/split.h"
+
+#include <algorithm>
+
+namespace MERO::Systemd {
+
+std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines)
+{
+    std::vector<std::string> paths;
+    for (const std::string& line : lines) {
+        const std::size_t equals = line.find('=');
+        const std::string property = line.substr(0, equals);
+        std::vector<std::string> values;
+        if (equals == line.npos || (property != "FragmentPath" && property != "DropInPaths") ||
+            !Split(line.substr(equals + 1), values, " ")) {
+            continue;
+        }
+        std::copy_if(values.begin(), values.end(), std::back_inserter(paths),
+                     [](const std::string& value) { return !value.empty(); });
+    }
+    return paths;
+}
+
+} // namespace MERO::Systemd

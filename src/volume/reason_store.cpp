@@ -1,0 +1,100 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "volume/reason_store.h"
+
+#include "core/core_error.h"
+#include "core/file_name.h"
+#include "core/log.h"
+#include "unit/unit_name.h"
+#include "volume/directory_entries.h"
+
+#include <merocore/process.h>
+#include <merosystemd/systemd.hpp>
+
+#include <glob.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr const char* kRoot = "/run/merosystemd/reasons/";
+
+} // namespace
+
+std::string ReasonDirectory(const std::string& service)
+{
+    return kRoot + NormalizedUnitNameGet(service);
+}
+
+bool CanHaveReasons(const std::string& service)
+{
+    const std::string name = NormalizedUnitNameGet(service);
+    const bool can = IsFileName(name) && UnitTypeGet(name) == "service";
+    if (!can) {
+        const SourceLine here = MERO_HERE;
+        MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+    }
+    return can;
+}
+
+bool CheckServiceHasReason(const std::string& service)
+{
+    glob_t found{};
+    const int result = glob((ReasonDirectory(service) + "/*").c_str(), GLOB_NOSORT, nullptr, &found);
+    globfree(&found);
+    return result != GLOB_NOMATCH; // a folder that cannot be read counts as one with reasons, deliberately
+}
+
+bool ListServicesWithReason(std::vector<std::string>& services)
+{
+    std::vector<std::string> entries;
+    if (!DirectoryEntries(kRoot, entries)) {
+        return false;
+    }
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(services), [](const std::string& entry) {
+        return UnitTypeGet(entry) == "service" && CheckServiceHasReason(entry);
+    });
+    return true;
+}
+
+bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& services,
+                   std::vector<std::string>& removed, std::vector<std::string>& failed)
+{
+    bool done = true;
+    for (const std::string& service : services) {
+        if (!CanHaveReasons(service)) {
+            failed.push_back(service);
+            done = false;
+            continue;
+        }
+        const std::string file = ReasonDirectory(service) + "/" + reason;
+        if (unlink(file.c_str()) == 0 || errno == ENOENT) {
+            removed.push_back(service);
+        } else {
+            MERO_LOG(LOG_ERR, "failed to unlink reason file [%s] (%m)", file.c_str());
+            const SourceLine here = MERO_HERE;
+            MLIBCErrSetEx(MLIBC_ERR_UNLINK, here.file, here.line);
+            failed.push_back(service);
+            done = false;
+        }
+    }
+    return done;
+}
+
+bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
+{
+    if (MLIBCExec("/bin/mkdir", "-p", dropInDir.c_str(), nullptr, nullptr) < 0) {
+        MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, dropInDir.c_str(), MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    const std::string linkName = dropInDir + "mero-reason.conf"; // the caller's folder ends with "/"
+    if (link(sourceFile.c_str(), linkName.c_str()) != 0) {
+        MERO_LOG(LOG_ERR, "Fail to create link from [%s] to [%s] (%m).", linkName.c_str(), sourceFile.c_str());
+        return false;
+    }
+    return true;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,76 @@
+#include "core/core_error.h"
+#include "core/join.h"
+#include "volume/reason_change.h"
+#include "volume/reason_forms.h"
+#include "volume/reason_store.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+bool AddReason(const std::string& reason, const std::string& service)
+{
+    if (!CanHaveReasons(service)) {
+        return false;
+    }
+    const std::string directory = ReasonDirectory(service);
+    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+        MERO_LOG(LOG_ERR, "failed to mkdir reason directory [%s]", directory.c_str());
+        return false;
+    }
+    const std::string file = directory + "/" + reason;
+    if (MLIBCFileTouch(file.c_str()) < 0) {
+        MERO_LOG(LOG_ERR, "failed to touch reason file [%s] " MERO_CORE_ERROR_FORMAT, file.c_str(),
+                 MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    return true;
+}
+
+bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
+{
+    MERO_LOG(LOG_INFO, "[%s] stopping by reason [%s] ...", Join(vecServices).c_str(), strReason.c_str());
+    const ReasonChange change(vecServices);
+
+    // The reasons are there before the stop is asked for: from then on nobody starts the services again.
+    Texts held;
+    for (const std::string& service : vecServices) {
+        (AddReason(strReason, service) ? held : vecFailed).push_back(service);
+    }
+    if (held.empty()) {
+        return false;
+    }
+    const bool changed = change.HappenedTo(held);
+    const bool stopped = MEROSystemdStop(held, vecFailed);
+    const bool reloaded = !changed || MEROSystemdDaemonReload();
+    return held.size() == vecServices.size() && stopped && reloaded;
+}
+
+} // namespace
+
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
+{
+    return RunReasonOperation(MERO_HERE, StopByReason, strReason, vecServices, vecFailed);
+}
+
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService)
+{
+    return RunReasonForm(MERO_HERE, MEROSystemdServiceStopByReason, strReason, strService);
+}
+
+int MEROCSystemdServiceStopByReason(const char* szReason, const char* szService)
+{
+    return RunCReasonForm(MERO_HERE, MEROSystemdServiceStopByReason, szReason, szService);
+}
+
+int MEROCSystemdServiceStopGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
+                                         MLIBCSzList** ppListFailed)
+{
+    return RunCReasonGroupForm(MERO_HERE, MEROSystemdServiceStopByReason, szReason, pListServices, ppListFailed);
+}
