@@ -3,18 +3,15 @@
 
 #include <merosystemd/systemd.hpp>
 
-#include <algorithm>
 #include <memory>
 
 namespace MERO::Tool {
 namespace {
 
-using Units = std::vector<std::string>;
-
 struct Action {
     const char* verb;
     const char* help;
-    bool (*run)(const Units& options, const Units& units, Units& failed);
+    bool (*run)(const Texts& options, const Texts& units, Texts& failed);
 };
 
 constexpr Action kStart{"start", "Start units", MEROSystemdStartWithOptions};
@@ -27,26 +24,8 @@ constexpr Action kOtherActions[] = {
     {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartWithOptions},
 };
 
-int Run(const Action& action, const Units& options, const Units& units)
-{
-    Units failed;
-    if (action.run(options, units, failed)) {
-        return kDone;
-    }
-    std::sort(failed.begin(), failed.end());
-    failed.erase(std::unique(failed.begin(), failed.end()), failed.end());
-    for (const std::string& unit : failed) {
-        PrintError(unit + ": " + action.verb + " failed");
-    }
-    if (failed.empty()) {
-        PrintError(std::string(action.verb) + " failed, and systemctl named no unit");
-    }
-    PrintError("the reason is in the log: journalctl -t merosystemctl");
-    return kFailed;
-}
-
 struct Arguments {
-    Units units;
+    Texts units;
     bool noBlock = false;
     bool irreversibly = false;
 };
@@ -54,17 +33,19 @@ struct Arguments {
 CLI::App* AddAction(CLI::App& program, const Action& action, const std::shared_ptr<Arguments>& arguments, int& exitCode)
 {
     CLI::App* command = program.add_subcommand(action.verb, action.help);
-    command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
+    command->add_option("UNIT", arguments->units, "Texts; a name without a type means a service")->required();
     command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
     command->callback([&action, arguments, &exitCode] {
-        Units options;
+        Texts options;
         if (arguments->irreversibly) {
             options.emplace_back("--job-mode=replace-irreversibly");
         }
         if (arguments->noBlock) {
             options.emplace_back("--no-block");
         }
-        exitCode = Run(action, options, arguments->units);
+        Texts failed;
+        const bool done = action.run(options, arguments->units, failed);
+        exitCode = ReportUnits(done, action.verb, failed);
     });
     return command;
 }

@@ -8,8 +8,6 @@
 namespace MERO::Tool {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 /// A unit's metadata, in the order and under the names that are printed.
 struct Metadata {
     std::string unit, name, nameI18n;
@@ -44,24 +42,6 @@ std::string Text(const std::string& text)
     return text.empty() ? "-" : text;
 }
 
-std::string Text(const Texts& texts)
-{
-    std::string joined;
-    for (const std::string& text : texts) {
-        joined.append(joined.empty() ? "" : " ").append(text);
-    }
-    return Text(joined);
-}
-
-Json::Value ToJson(const Texts& texts)
-{
-    Json::Value list(Json::arrayValue);
-    for (const std::string& text : texts) {
-        list.append(text);
-    }
-    return list;
-}
-
 void Print(const Metadata& data)
 {
     PrintTable({{"Unit", data.unit},
@@ -72,9 +52,9 @@ void Print(const Metadata& data)
                 {"One-click enable", Text(data.oneClickEnable)},
                 {"In information centre", Text(data.infoCenter)},
                 {"In small update", Text(data.nanoUpdate)},
-                {"Firewall sections", Text(data.firewallSections)},
-                {"Belongs to", Text(data.belongsTo)},
-                {"Packed in", Text(data.packedIn)}});
+                {"Firewall sections", ToCell(data.firewallSections)},
+                {"Belongs to", ToCell(data.belongsTo)},
+                {"Packed in", ToCell(data.packedIn)}});
 }
 
 void PrintAsJson(const Metadata& data)

@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "output.h"
+#include "words.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -10,35 +11,9 @@ namespace {
 
 using Jobs = std::map<std::uint32_t, MERO::Systemd::JobInfo>;
 
-const char* TypeWord(MERO::Systemd::JobType type)
-{
-    switch (type) {
-    case MERO::Systemd::JobType::Start:
-        return "start";
-    case MERO::Systemd::JobType::Stop:
-        return "stop";
-    case MERO::Systemd::JobType::Unknown:
-        break;
-    }
-    return "other";
-}
-
-const char* StateWord(MERO::Systemd::JobState state)
-{
-    switch (state) {
-    case MERO::Systemd::JobState::Running:
-        return "running";
-    case MERO::Systemd::JobState::Waiting:
-        return "waiting";
-    case MERO::Systemd::JobState::Unknown:
-        break;
-    }
-    return "other";
-}
-
 void PrintJobs(const Jobs& jobs)
 {
-    std::vector<std::vector<std::string>> rows{{"JOB", "UNIT", "TYPE", "STATE"}};
+    std::vector<Texts> rows{{"JOB", "UNIT", "TYPE", "STATE"}};
     for (const auto& [id, job] : jobs) {
         rows.push_back({std::to_string(id), job.unit, TypeWord(job.type), StateWord(job.state)});
     }
@@ -68,8 +43,7 @@ void AddJobsCommand(CLI::App& program, int& exitCode)
     command->callback([json, &exitCode] {
         Jobs jobs;
         if (!MEROSystemdIntJobList(jobs)) {
-            PrintError("the jobs cannot be listed; the reason is in the log: journalctl -t merosystemctl");
-            exitCode = kFailed;
+            exitCode = ReportFailure("listing the jobs");
             return;
         }
         *json ? PrintJobsAsJson(jobs) : PrintJobs(jobs);

@@ -8,10 +8,14 @@ constexpr const char* kFooter = R"(Exit status:
   0  done; of several units, all of them
   1  failed; the units that failed are named on standard error
   2  wrong usage
+  3  status: the unit is not active (stopped, masked ...)
+  4  status: there is no such unit
 
 Examples:
   merosystemctl start nfs.service smb
   merosystemctl stop --no-block nfs
+  merosystemctl status nfs smb --json
+  merosystemctl reason add volume1-check nfs
   merosystemctl jobs --json
   merosystemctl info nfs
 
@@ -31,8 +35,13 @@ int main(int argc, char* argv[])
 
     int exitCode = MERO::Tool::kDone;
     MERO::Tool::AddActionCommands(program, exitCode);
+    MERO::Tool::AddStatusCommand(program, exitCode);
     MERO::Tool::AddJobsCommand(program, exitCode);
     MERO::Tool::AddInfoCommand(program, exitCode);
+    MERO::Tool::AddQueryCommands(program, exitCode);
+    MERO::Tool::AddEnablementCommands(program, exitCode);
+    MERO::Tool::AddReasonCommands(program, exitCode);
+    MERO::Tool::AddMaintenanceCommands(program, exitCode);
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success& wanted) { // --help and --version

@@ -7,12 +7,24 @@
 
 namespace MERO::Tool {
 
+using Texts = std::vector<std::string>;
+
 /// Prints columns as wide as their widest cell, with two blanks between.
-void PrintTable(const std::vector<std::vector<std::string>>& rows);
+void PrintTable(const std::vector<Texts>& rows);
 
 void PrintJson(const Json::Value& value);
+Json::Value ToJson(const Texts& texts);
+
+/// The texts with one blank between; "-" for none.
+std::string ToCell(const Texts& texts);
 
 /// "merosystemctl: <message>" on standard error.
 void PrintError(const std::string& message);
+
+/// Says that `what` failed and where the reason stands, and returns kFailed.
+int ReportFailure(const std::string& what);
+
+/// The exit code of an operation on units: when it failed, names the units that did on standard error.
+int ReportUnits(bool done, const std::string& verb, Texts failed);
 
 } // namespace MERO::Tool
