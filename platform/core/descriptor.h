@@ -9,7 +9,8 @@ namespace MERO::Core {
 /// Owns a file descriptor; -1 is none.
 class Descriptor {
 public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    Descriptor() = default;
+    explicit Descriptor(int fd) : fd_(fd) {}
     Descriptor(Descriptor&& other) noexcept : fd_(other.Release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept
     {
@@ -29,7 +30,7 @@ public:
     }
 
 private:
-    int fd_;
+    int fd_ = -1;
 };
 
 } // namespace MERO::Core
