@@ -1,7 +1,10 @@
 #include "sandbox/box_cgroup.h"
 
-#include <fstream>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "sandbox/await.h"
 #include "sandbox/check.h"
@@ -32,34 +35,36 @@ void RemoveTree(const fs::path& cgroup)
     (void)Await(kPatience, [&] { return TryToRemoveTree(cgroup); });
 }
 
-bool IsLivingKeeper(const std::string& pid)
+/// @param mode  LOCK_EX, with LOCK_NB not to wait
+/// @return the locked folder, or none when it is locked by another process or gone
+Descriptor Lock(const fs::path& folder, int mode)
 {
-    std::string stat;
-    std::getline(std::ifstream("/proc/" + pid + "/stat"), stat);
-    const std::string head = pid + " (" + kKeeperName + ") ";
-    return stat.starts_with(head) && stat.size() > head.size() && stat[head.size()] != 'Z';
+    Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const bool isLocked = opened && Uninterrupted([&] { return flock(opened.Get(), mode); }) == 0;
+    return isLocked ? std::move(opened) : Descriptor();
 }
 
 void RemoveLeftovers(const fs::path& root)
 {
-    const std::string ownPid = std::to_string(getpid());
-    for (const fs::directory_entry& entry : fs::directory_iterator(root)) {
-        const std::string name = entry.path().filename();
-        if (!name.starts_with(kPrefix))
-            continue;
-        const std::string pid = name.substr(kPrefix.size());
-        if (pid == ownPid || !IsLivingKeeper(pid))
+    for (const fs::directory_entry& entry : fs::directory_iterator(root))
+        if (entry.path().filename().string().starts_with(kPrefix) && Lock(entry.path(), LOCK_EX | LOCK_NB))
             RemoveTree(entry.path());
-    }
 }
 
 } // namespace
 
 BoxCgroup::BoxCgroup(const std::string& hierarchyName) : hierarchy(hierarchyName)
 {
+    const std::string what = "cannot make a cgroup in name=" + hierarchyName;
+    // One at a time, or a cgroup that has just been made and is not locked yet would look like a leftover.
+    const Descriptor turn = Lock(hierarchy.Root(), LOCK_EX);
     RemoveLeftovers(hierarchy.Root());
-    path = hierarchy.Root() / (std::string(kPrefix) + std::to_string(getpid()));
-    Check(mkdir(path.c_str(), 0755), "cannot make a cgroup in name=" + hierarchyName);
+    std::string unique = hierarchy.Root() / (std::string(kPrefix) + "XXXXXX");
+    if (mkdtemp(unique.data()) == nullptr)
+        throw std::system_error(errno, std::generic_category(), what);
+    path = unique;
+    Check(chmod(path.c_str(), 0755), what);
+    locked = Lock(path, LOCK_EX);
 }
 
 BoxCgroup::~BoxCgroup()

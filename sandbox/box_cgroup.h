@@ -7,13 +7,10 @@
 
 namespace MERO::Sandbox {
 
-/// The process name that tells a keeper, which owns a box's cgroups, from other processes.
-inline constexpr const char* kKeeperName = "mero-keeper";
-
-/// The cgroup, in one hierarchy, of the box whose keeper is the calling process; removed with the object.
+/// The cgroup of a box in one hierarchy; removed with the object.
 class BoxCgroup {
 public:
-    /// Also removes what keepers that were killed have left in the hierarchy. Throws std::system_error.
+    /// Also removes the cgroups in the hierarchy whose owners were killed. Throws std::system_error.
     explicit BoxCgroup(const std::string& hierarchyName);
     ~BoxCgroup();
     BoxCgroup(const BoxCgroup&) = delete;
@@ -25,6 +22,8 @@ public:
 private:
     NamedHierarchy hierarchy;
     std::filesystem::path path;
+    /// Its lock tells that the cgroup has an owner: it goes with the process, however that ends.
+    Descriptor locked;
 };
 
 } // namespace MERO::Sandbox

@@ -2,13 +2,15 @@
 
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <sched.h>
+#include <stdexcept>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "sandbox/capabilities.h"
 #include "sandbox/check.h"
+#include "sandbox/message.h"
 #include "sandbox/mounting.h"
 #include "sandbox/named_hierarchy.h"
 
@@ -41,20 +43,9 @@ void EnterBox(const Descriptor& boxInit)
     _exit(error == ENOENT ? kNotFound : kCannotRun);
 }
 
-} // namespace
-
-OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command,
-                         const sigset_t& signalMask)
+[[noreturn]] void BecomeCommand(const Descriptor& boxInit, const std::vector<std::string>& command,
+                                const sigset_t& signalMask)
 {
-    // A process namespace is entered by children alone, so it is changed for just this one.
-    const Descriptor ownNamespace(
-        Check(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC), "cannot open the own namespace"));
-    Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the box");
-    std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the box");
-    if (process) {
-        Check(setns(ownNamespace.Get(), CLONE_NEWPID), "cannot leave the box");
-        return std::move(*process);
-    }
     try {
         EnterBox(boxInit);
         Check(sigprocmask(SIG_SETMASK, &signalMask, nullptr), "cannot restore the signal mask");
@@ -63,6 +54,57 @@ OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::strin
         std::fprintf(stderr, "mero-sandbox: %s\n", error.what());
     }
     _exit(kSandboxFailed);
+}
+
+/// Among others, the user's connection to the keeper, which has to close when the user is gone.
+void CloseAllBut(int kept)
+{
+    const unsigned fd = static_cast<unsigned>(kept);
+    (void)close_range(STDERR_FILENO + 1, fd - 1, 0);
+    (void)close_range(fd + 1, ~0U, 0);
+}
+
+/// Runs the command as a child of this process, and ends as it does.
+/// @param user  is sent the command's pidfd
+[[noreturn]] void BecomeParent(const Descriptor& user, const Descriptor& boxInit,
+                               const std::vector<std::string>& command, const sigset_t& signalMask)
+{
+    try {
+        Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the box");
+        std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the box");
+        if (!process)
+            BecomeCommand(boxInit, command, signalMask);
+        Send(user, "", process->Get());
+        CloseAllBut(process->Get());
+        const siginfo_t end = process->Reap();
+        _exit(end.si_code == CLD_EXITED ? end.si_status : kSignalBase + end.si_status);
+    } catch (const std::exception& error) {
+        Send(user, error.what());
+    }
+    _exit(kSandboxFailed);
+}
+
+} // namespace
+
+OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command,
+                         const sigset_t& signalMask)
+{
+    // The box does not end before the command is reaped. Its parent has to live on when this process is
+    // killed: the host's pid 1, whose child it would become, reaps nothing in many a container.
+    auto [ownEnd, parentEnd] = MakeMessagePair();
+    std::optional<OwnedProcess> parent = OwnedProcess::Fork(0, "cannot start a process");
+    if (!parent) {
+        ownEnd.Close();
+        BecomeParent(parentEnd, boxInit, command, signalMask);
+    }
+    parentEnd.Close();
+    std::optional<Message> started = Receive(ownEnd);
+    if (!started)
+        throw std::runtime_error("the command's parent was killed");
+    if (!started->descriptor)
+        throw std::runtime_error(started->text);
+    parent->PassSignalsTo(std::move(started->descriptor));
+    return std::move(*parent);
 }
 
 } // namespace MERO::Sandbox

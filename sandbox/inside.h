@@ -12,12 +12,14 @@ namespace MERO::Sandbox {
 /// The exit codes of this program when the command does not give one.
 enum ExitCode { kBadUsage = 2, kSandboxFailed = 125, kCannotRun = 126, kNotFound = 127, kSignalBase = 128 };
 
-/// Starts `command` as a child of this process in the box whose pid 1 is `boxInit`.
+/// Starts `command` in the box whose pid 1 is `boxInit`.
 ///
 /// It has this process's environment, streams and, where the box has it too, working directory. When it
 /// cannot be run, it says so on standard error and ends with kCannotRun or kNotFound.
 /// @param signalMask  the mask that the command starts with
-/// Throws std::system_error.
+/// @return a child that ends with the command's exit status, or with kSignalBase plus the signal that killed
+///         it; what is signalled is the command
+/// Throws std::exception.
 OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command,
                          const sigset_t& signalMask);
 

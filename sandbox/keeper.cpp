@@ -14,6 +14,8 @@ namespace MERO::Sandbox {
 
 namespace {
 
+constexpr const char* kKeeperName = "mero-keeper";
+
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 

@@ -1,12 +1,21 @@
 #include "sandbox/owned_process.h"
 
 #include <linux/sched.h>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include "sandbox/check.h"
 
 namespace MERO::Sandbox {
+
+namespace {
+
+/// The pid 1 of a namespace ends when all processes in it are reaped, which one that lost its parent outside
+/// never is where the host's pid 1 reaps none (as in many containers).
+constexpr int kPatienceMilliseconds = 3000;
+
+} // namespace
 
 std::optional<OwnedProcess> OwnedProcess::Fork(std::uint64_t namespaces, const std::string& what)
 {
@@ -25,12 +34,14 @@ OwnedProcess::~OwnedProcess()
     if (!pidfd)
         return;
     Signal(SIGKILL);
-    Reap();
+    pollfd watched{pidfd.Get(), POLLIN, 0};
+    if (Uninterrupted([&] { return poll(&watched, 1, kPatienceMilliseconds); }) > 0)
+        Reap();
 }
 
 void OwnedProcess::Signal(int signal) const
 {
-    (void)syscall(SYS_pidfd_send_signal, pidfd.Get(), signal, nullptr, 0);
+    (void)syscall(SYS_pidfd_send_signal, (signalled ? signalled : pidfd).Get(), signal, nullptr, 0);
 }
 
 siginfo_t OwnedProcess::Reap()

@@ -9,7 +9,7 @@
 
 namespace MERO::Sandbox {
 
-/// A child that is killed and reaped with the object.
+/// A child that is killed and, unless that takes seconds, reaped with the object.
 class OwnedProcess {
 public:
     /// Forks, the child into new namespaces where `namespaces` has CLONE_NEW… bits.
@@ -23,6 +23,8 @@ public:
     /// The pidfd: readable when the process has ended.
     int Get() const { return pidfd.Get(); }
     void Signal(int signal) const;
+    /// From now on, `process` gets the signals in its place.
+    void PassSignalsTo(Descriptor process) { signalled = std::move(process); }
     /// Waits for its end. @return how it ended, as waitid tells; to be called once
     siginfo_t Reap();
 
@@ -30,6 +32,7 @@ private:
     explicit OwnedProcess(Descriptor ownedPidfd) : pidfd(std::move(ownedPidfd)) {}
 
     Descriptor pidfd;
+    Descriptor signalled;
 };
 
 } // namespace MERO::Sandbox

@@ -96,11 +96,12 @@ int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& b
         passedOn = signal->number;
     }
     const siginfo_t end = command.Reap();
-    if (end.si_code == CLD_EXITED)
-        return end.si_status;
-    if ((end.si_status == SIGTERM || end.si_status == SIGKILL) && end.si_status != passedOn)
+    if (end.si_code != CLD_EXITED)
+        throw std::runtime_error("the command's parent was killed");
+    const int signal = end.si_status - kSignalBase;
+    if ((signal == SIGTERM || signal == SIGKILL) && signal != passedOn)
         ReportEndOfBox(keeper);
-    return kSignalBase + end.si_status;
+    return end.si_status;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Checks a mero-sandbox: sandbox_test.sh PROGRAM. To be run as root; nothing else should use sandboxes meanwhile.
+# Checks a mero-sandbox: sandbox_test.sh PROGRAM. To be run as root; other sandboxes would be taken for
+# leftovers meanwhile.
 set -u
 
 if [ $# -ne 1 ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
@@ -7,9 +8,11 @@ if [ $# -ne 1 ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
     exit 2
 fi
 
-# Mounts and a /tmp of its own make what a sandbox leaves there stand out.
-if [ -z "${PRIVATE_MOUNTS:-}" ]; then
-    exec env PRIVATE_MOUNTS=yes unshare --mount --propagation private "$BASH" "$0" "$1"
+# Mounts, processes and a /tmp of its own make what a sandbox leaves stand out. As their pid 1, bash also
+# reaps what is orphaned here, which not every caller does.
+if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
+    export PRIVATE_NAMESPACES=yes
+    exec unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$BASH" "$0" "$1"
 fi
 exec 9<"$1"
 mount -t tmpfs tmpfs /tmp
@@ -69,13 +72,9 @@ traces() {
         done
         find /mnt /sys/fs/cgroup -type d -regextype egrep \
             -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"'
-    local process
-    for process in /proc/[0-9]*; do
-        if [ "$(readlink "$process/ns/pid")" != "$(readlink /proc/self/ns/pid)" ] ||
-            grep -qs '^mero-' "$process/comm"; then
-            [ -e "$process/exe" ] && echo "process ${process#/proc/} $(cat "$process/comm")"
-        fi
-    done 2>/dev/null
+    find /proc -maxdepth 3 -path '/proc/[0-9]*/ns/pid' -printf '%l process %h in a namespace\n' 2>/dev/null |
+        grep -vF "$(readlink /proc/self/ns/pid)"
+    ps -e -o stat=,pid=,comm= | awk '$1 !~ /^Z/ && $3 ~ /^mero-/ { print "process", $2, $3 }'
     find /tmp /run /sys/fs/cgroup /dev/shm -maxdepth 1 -not -name 'sandbox-test.*' -printf 'file %p\n'
 }
 
@@ -160,7 +159,7 @@ running|systemctl is-system-running
 systemd|cat /proc/1/comm
 mero-sandbox|hostname
 active|systemctl is-active systemd-journald dbus systemd-logind | uniq
-s "2*|busctl get-property org.freedesktop.systemd1 /org/freedesktop/systemd1 org.freedesktop.systemd1.Manager Version
+*.systemd1 *|busctl list --no-legend
 *seat0*|loginctl list-seats
 hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
 |ls -A /etc/systemd/system; cat /etc/fstab
@@ -170,7 +169,8 @@ mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.
 0::/system.slice/probe.scope|systemd-run -q --scope -u probe sed -n 's/.*name=systemd/0:/p' /proc/self/cgroup
 TABLE
 check "the environment and standard input pass through" \
-    prints "value text" env VARIABLE=value bash -c 'echo text | "$1" sh -c "read -r t; echo \$VARIABLE \$t"' - "$box"
+    prints "value text" env VARIABLE=value bash -c \
+    'echo text | "$1" sh -c "read -r t; echo \$VARIABLE \$t"' - "$box"
 check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
 check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
 mkdir "$work/bound" && echo text >"$work/bound/file"
@@ -240,7 +240,8 @@ check "and leaves nothing" leaves_nothing
 several() {
     local i jobs=()
     for i in 1 2 3 4; do
-        "$box" sh -c "echo $i >/etc/which; sleep 0.5; systemctl is-system-running && exit \$(cat /etc/which)" &
+        "$box" sh -c "echo $i >/etc/which; sleep 0.5
+            systemctl is-system-running && exit \$(cat /etc/which)" &
         jobs+=($!)
     done
     for i in 1 2 3 4; do
