@@ -184,7 +184,7 @@ bool CheckServiceHasReason(const std::string& service);
 bool ListServicesWithReason(std::vector<std::string>& services);
 
 /// Removes one reason's files: appends a service to `removed` when it does not have the reason now, otherwise to
-/// `failed` (0x0D00: no service; 0x3900: the file cannot be removed). Nothing is started.
+/// `failed` (0x0D00: no service, or no reason's name; 0x3900: the file cannot be removed). Nothing is started.
 bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& services,
                    std::vector<std::string>& removed, std::vector<std::string>& failed);
 

@@ -13,8 +13,10 @@ std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines)
         const std::size_t equals = line.find('=');
         const std::string property = line.substr(0, equals);
         std::vector<std::string> values;
+        // A fragment is one path, whatever blanks it holds: the drop-ins' values are the ones that hold several.
+        const char* const separators = property == "FragmentPath" ? "\n" : " ";
         if (equals == line.npos || (property != "FragmentPath" && property != "DropInPaths") ||
-            !Split(line.substr(equals + 1), values, " ")) {
+            !Split(line.substr(equals + 1), values, separators)) {
             continue;
         }
         std::copy_if(values.begin(), values.end(), std::back_inserter(paths),

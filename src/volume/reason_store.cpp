@@ -21,6 +21,16 @@ namespace {
 
 constexpr const char* kRoot = "/run/merosystemd/reasons/";
 
+/// Returns `allowed`; sets the error register when it is false.
+bool Allow(bool allowed)
+{
+    if (!allowed) {
+        const SourceLine here = MERO_HERE;
+        MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+    }
+    return allowed;
+}
+
 } // namespace
 
 std::string ReasonDirectory(const std::string& service)
@@ -31,12 +41,7 @@ std::string ReasonDirectory(const std::string& service)
 bool CanHaveReasons(const std::string& service)
 {
     const std::string name = NormalizedUnitNameGet(service);
-    const bool can = IsFileName(name) && UnitTypeGet(name) == "service";
-    if (!can) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
-    }
-    return can;
+    return Allow(IsFileName(name) && UnitTypeGet(name) == "service");
 }
 
 bool CheckServiceHasReason(const std::string& service)
@@ -64,7 +69,7 @@ bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& se
 {
     bool done = true;
     for (const std::string& service : services) {
-        if (!CanHaveReasons(service)) {
+        if (!Allow(IsFileName(reason)) || !CanHaveReasons(service)) {
             failed.push_back(service);
             done = false;
             continue;

@@ -1,6 +1,5 @@
-#include "core/join.h"
-#include "volume/reason_change.h"
 #include "volume/reason_forms.h"
+#include "volume/reason_release.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -12,20 +11,7 @@ using Texts = std::vector<std::string>;
 
 bool RemoveReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    MERO_LOG(LOG_INFO, "[%s] clear reason [%s] ...", Join(vecServices).c_str(), strReason.c_str());
-    const ReasonChange change(vecServices);
-    Texts released;
-    const bool unlinked = UnlinkReasons(strReason, vecServices, released, vecFailed);
-    if (released.empty()) {
-        return false;
-    }
-    const bool changed = change.HappenedTo(released);
-    Texts ignored;
-    (void)MEROSystemdResetFailed(released, ignored);
-    if (changed) {
-        (void)MEROSystemdDaemonReload();
-    }
-    return unlinked;
+    return ReleaseReason(MERO_HERE, "clear reason", AfterRelease::LeaveStopped, strReason, vecServices, vecFailed);
 }
 
 } // namespace

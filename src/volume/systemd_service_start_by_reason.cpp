@@ -1,6 +1,5 @@
-#include "core/join.h"
-#include "volume/reason_change.h"
 #include "volume/reason_forms.h"
+#include "volume/reason_release.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -12,23 +11,7 @@ using Texts = std::vector<std::string>;
 
 bool StartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    MERO_LOG(LOG_INFO, "[%s] starting by reason [%s] ...", Join(vecServices).c_str(), strReason.c_str());
-    const ReasonChange change(vecServices);
-
-    // Services with other reasons left are started too, deliberately: what holds them is for their drop-ins to say.
-    Texts released;
-    const bool unlinked = UnlinkReasons(strReason, vecServices, released, vecFailed);
-    if (released.empty()) {
-        return false;
-    }
-    const bool changed = change.HappenedTo(released);
-    Texts ignored;
-    (void)MEROSystemdResetFailed(released, ignored);
-    const bool started = MEROSystemdStart(released, vecFailed);
-    if (changed) {
-        (void)MEROSystemdDaemonReload(); // its result does not count here, unlike in a stop
-    }
-    return unlinked && started;
+    return ReleaseReason(MERO_HERE, "starting by reason", AfterRelease::Start, strReason, vecServices, vecFailed);
 }
 
 } // namespace

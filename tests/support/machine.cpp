@@ -104,7 +104,7 @@ std::string PriorityName(int priority)
 std::string Readable(const std::string& datagram)
 {
     static const std::regex envelope("^<([0-9]+)>.{15} [^:]*: ([^]*)$");
-    static const std::regex ours("^([a-z0-9_]+):[0-9]+ merosystemd: ");
+    static const std::regex ours("^([a-z0-9_-]+):[0-9]+ merosystemd: ");
     std::smatch parts;
     if (!std::regex_match(datagram, parts, envelope)) {
         return datagram;
@@ -178,6 +178,20 @@ std::vector<std::string> Machine::Log()
     std::vector<std::string> lines = TheLog().Take();
     std::transform(lines.begin(), lines.end(), lines.begin(), Readable);
     return lines;
+}
+
+std::vector<std::string> Machine::Said(const std::string& file)
+{
+    const std::regex message("^([A-Z]+ )" + file + ": ");
+    const std::regex refusal("^ERR " + file + ":[0-9]+ Invaild Argument \\(([^]*)\\)=\\[0\\]\n$");
+    std::vector<std::string> said;
+    for (const std::string& line : Log()) {
+        const std::string text = std::regex_replace(std::regex_replace(line, message, "$1"), refusal, "$1");
+        if (text != line) {
+            said.push_back(text);
+        }
+    }
+    return said;
 }
 
 void Machine::Write(const fs::path& path, const std::string& text)

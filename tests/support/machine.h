@@ -36,6 +36,9 @@ public:
     /// message behind "merosystemd: ". A line of another form is left whole behind its priority.
     std::vector<std::string> Log();
 
+    /// Those of one source file, as "ERR message"; a refused argument as its condition.
+    std::vector<std::string> Said(const std::string& file);
+
     static void Write(const std::filesystem::path& path, const std::string& text);
     static void WriteProgram(const std::filesystem::path& path, const std::string& script);
     static std::string Read(const std::filesystem::path& path);

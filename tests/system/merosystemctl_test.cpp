@@ -48,6 +48,25 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"stop slow", 0, ""},
         {"start --irreversibly --no-block slow", 0, ""},
         {"stop slow", 1, "merosystemctl: (slow: stop failed|stop failed, and systemctl named no unit)\n" + kSeeLog},
+        {"reset-failed unknown", 1, "merosystemctl: unknown: reset-failed failed\n" + kSeeLog},
+        {"daemon-reload", 0, ""},
+        {"show web FragmentPath", 0, "/run/systemd/system/web.service\n"},
+        {"show web NoSuchProperty", 1, ".*NoSuchProperty failed\n" + kSeeLog},
+        {"list-units --type target", 0, "(.*\n)?basic.target\n.*"},
+        {"list-units --type rubbish", 1, ".*\n"},
+        {"list-services", 0, "(.*\n)?web\n.*"},
+        {"default-target rescue.target", 0, ""},
+        {"default-target", 0, "rescue.target\n"},
+        {"default-target --offline multi-user.target", 0, ""},
+        {"default-target --offline", 2, ".*\n"},
+        {"reason add ../up web", 1, ".*reason add failed\n" + kSeeLog},
+        {"reason add up web other.mount", 1, "merosystemctl: other.mount: reason add failed\n" + kSeeLog},
+        {"reason add check web", 0, ""},
+        {"reason list", 0, "SERVICE +REASONS\nweb.service  check up\n"},
+        {"reason list web slow --json", 0, ".*\"slow\".*\\[\\].*\"web\".*\"check\",.*\"up\".*"},
+        {"reason remove check web", 0, ""},
+        {"reason release up web", 0, ""},
+        {"reason", 2, ".*\n"},
         {"info unknown", 1, "merosystemctl: unknown: no unit file .*\n"},
         {"", 2, "A subcommand is required\n.*"},
         {"start", 2, "UNIT is required\n.*"},
@@ -63,9 +82,90 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
         EXPECT_THAT(result.output, MatchesRegex(c.output)) << c.arguments;
     }
-    for (const std::string help : {"--help", "start --help", "jobs --help", "info --help"}) {
-        EXPECT_EQ(Shell(std::string(MEROSYSTEMCTL) + " " + help + " | grep -E '.{81}'").output, "") << "80 columns are enough";
+    EXPECT_EQ(Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add'; do "
+                    MEROSYSTEMCTL " $c --help | grep -E '.{81}'; done").output, "")
+        << "80 columns are enough";
+}
+
+TEST_F(Merosystemctl, StatusTellsStatesApart)
+{
+    Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/false\n");
+    Unit("held.service", "[Unit]\nDescription=A held one\n[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
+    Load();
+    Tool("start web broken; " MEROSYSTEMCTL " start --no-block slow; " MEROSYSTEMCTL " reason add check held; systemctl mask --runtime hidden");
+    struct Case {
+        std::string arguments;
+        int exitCode;
+        std::string row;
+    };
+    const Case cases[] = {
+        {"web", 0, "web +loaded +active +static +- +- +web.service"},
+        {"slow", 3, "slow +loaded +activating +static +start running +- +slow.service"},
+        {"held", 3, "held +loaded +inactive +disabled +- +check +A held one"},
+        {"hidden", 3, "hidden +masked +inactive +masked +- +- +hidden.service"},
+        {"broken", 1, "broken +loaded +failed +static +- +- +broken.service"},
+        {"nowhere", 4, "nowhere +not-found +inactive +- +- +- +"},
+        {"web held", 3, ".*"},
+        {"web held broken", 1, ".*"},
+        {"web nowhere broken", 4, ".*"},
+    };
+    for (const Case& c : cases) {
+        const ShellResult result = Tool("status " + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_THAT(result.output, MatchesRegex("UNIT +LOAD +ACTIVE +ENABLED +JOB +REASONS +DESCRIPTION\n" + c.row + "\n"));
     }
+    EXPECT_EQ(Tool("status --json slow held | jq -c 'map([.unit, .load, .active, .enabled, .job.type, .reasons])'").output,
+              "[[\"slow\",\"loaded\",\"activating\",\"static\",\"start\",[]],"
+              "[\"held\",\"loaded\",\"inactive\",\"disabled\",null,[\"check\"]]]\n");
+    Tool("reason remove check held; systemctl unmask --runtime hidden");
+}
+
+TEST_F(Merosystemctl, EnablementInAllItsForms)
+{
+    Unit("boot.service", "[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
+    Load();
+    struct Case {
+        std::string command, enabled;
+    };
+    const Case cases[] = {
+        {"enable boot", "enabled"},
+        {"reenable boot", "enabled"},
+        {"disable boot", "disabled"},
+        {"enable --runtime boot", "enabled-runtime"},
+        {"disable --runtime boot", "disabled"},
+        {"enable --offline boot", "enabled"},
+        {"reenable --offline boot", "enabled"},
+        {"disable --offline boot", "disabled"},
+        {"reenable --offline --runtime boot", "enabled-runtime"},
+        {"disable --offline --runtime boot", "disabled"},
+        {"mask boot.timer", "disabled"},
+        {"unmask boot.timer", "disabled"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(Tool(c.command).exitCode, 0) << c.command;
+        EXPECT_EQ(Shell("systemctl is-enabled boot").output, c.enabled + "\n") << c.command;
+    }
+    for (const std::string options : {"", "--runtime ", "--offline ", "--offline --runtime "}) {
+        EXPECT_EQ(Tool("mask " + options + "boot.path").exitCode, 0) << options;
+        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "masked\n") << options;
+        EXPECT_EQ(Tool("unmask " + options + "boot.path").exitCode, 0) << options;
+        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "not-found\n") << options;
+    }
+    EXPECT_EQ(Tool("enable nowhere boot").exitCode, 1);
+    EXPECT_EQ(Tool("disable boot").exitCode, 0);
+}
+
+TEST_F(Merosystemctl, UninstallAsksOnATerminal)
+{
+    Unit("doomed.service", "[Service]\nExecStart=/bin/sleep infinity\n");
+    Load();
+    Tool("start doomed");
+    // script gives the program a terminal.
+    const std::string onTerminal = "script -qec '" MEROSYSTEMCTL " uninstall doomed.service' /dev/null";
+    EXPECT_THAT(Shell("echo n | " + onTerminal).output, HasSubstr("[y/N]"));
+    EXPECT_EQ(ActiveState("doomed"), "active");
+    EXPECT_EQ(Shell("echo y | " + onTerminal).exitCode, 0);
+    EXPECT_EQ(Shell("systemctl show --value -p LoadState doomed").output, "not-found\n");
 }
 
 TEST_F(Merosystemctl, DataAsJson)

@@ -1,12 +1,4 @@
-#include "support/machine.h"
-
-#include <merocore/error.h>
-#include <merosystemd/systemd.hpp>
-
-#include <gmock/gmock.h>
-
-#include <memory>
-
+#include "support/operations.h"
 using namespace MERO::Test;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -14,7 +6,6 @@ using ::testing::MatchesRegex;
 
 namespace {
 
-using Texts = std::vector<std::string>;
 using Group = int(const MLIBCSzList*, MLIBCSzList**);
 using ListForm = bool(const Texts&, Texts&);
 using SingleForm = bool(const std::string&);
@@ -47,29 +38,6 @@ const Member kMembers[] = {
     MEMBER("reload-or-restart", "systemd_reload_or_restart", "doing reload-or-restart ...", "done reload-or-restart.",
            "reload-or-restart failed", ReloadOrRestart),
 };
-
-struct FreeList {
-    void operator()(MLIBCSzList* list) const { MLIBCSzListFree(list); }
-};
-using List = std::unique_ptr<MLIBCSzList, FreeList>;
-
-List MakeList(const Texts& texts)
-{
-    MLIBCSzList* list = MLIBCSzListAlloc();
-    for (const std::string& text : texts) {
-        MLIBCSzListPush(&list, text.c_str());
-    }
-    return List(list);
-}
-
-Texts Items(const MLIBCSzList* list)
-{
-    Texts texts;
-    for (int i = 0; i < MLIBCSzListCount(list); ++i) {
-        texts.emplace_back(MLIBCSzListGet(list, i));
-    }
-    return texts;
-}
 
 class UnitActions : public Machine {
 protected:
@@ -190,10 +158,7 @@ TEST_F(UnitActions, AGroupPushesItsFailedUnitsOnlyWhenItFails)
         EXPECT_EQ(none, nullptr);
         MLIBCSzListFree(failed);
 
-        MLIBCSzList* withNull = MakeList({"a"}).release();
-        MLIBCSzListPush(&withNull, nullptr);
-        EXPECT_THROW(member.group(withNull, nullptr), std::logic_error);
-        MLIBCSzListFree(withNull);
+        EXPECT_THROW(member.group(ListWithNull().get(), nullptr), std::logic_error);
     }
 }
 

@@ -1,0 +1,178 @@
+#include "support/operations.h"
+
+#include <numeric>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using namespace ::testing;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kRoot = "/run/merosystemd/reasons/";
+
+struct Operation {
+    std::string file, doing;
+    Texts calls; ///< of systemctl, for "nfs"
+    bool (*list)(const std::string&, const Texts&, Texts&);
+    bool (*single)(const std::string&, const std::string&);
+    int (*fromC)(const char*, const char*);
+    int (*group)(const char*, const MLIBCSzList*, MLIBCSzList**);
+};
+
+#define FORMS(Name, Group) MEROSystemd##Name, MEROSystemd##Name, MEROCSystemd##Name, MEROCSystemd##Group
+
+const Operation kOperations[] = {
+    {"systemd_service_stop_by_reason", "stopping by", {"stop nfs"},
+     FORMS(ServiceStopByReason, ServiceStopGroupByReason)},
+    {"systemd_service_start_by_reason", "starting by", {"reset-failed nfs", "start nfs"},
+     FORMS(ServiceStartByReason, ServiceStartGroupByReason)},
+    {"systemd_service_reason_remove", "clear", {"reset-failed nfs"},
+     FORMS(ServiceReasonRemove, ServiceReasonRemoveGroup)},
+};
+const Operation &kStop = kOperations[0], &kStart = kOperations[1], &kRemove = kOperations[2];
+
+class Reasons : public Machine {};
+
+TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLast)
+{
+    struct Case {
+        const Operation& operation;
+        Texts before; ///< the reasons that are there
+        Texts after;  ///< those that the first call of systemctl finds
+        bool reloads;
+        std::string failing = ""; ///< a verb of systemctl's
+        bool done = true;
+    };
+    const Case cases[] = {
+        {kStop, {}, {"r"}, true}, {kStop, {"r"}, {"r"}, false}, {kStop, {"other"}, {"other", "r"}, false},
+        {kStop, {".hidden"}, {".hidden", "r"}, true}, {kStop, {}, {"r"}, true, "stop", false},
+        {kStop, {}, {"r"}, true, "daemon-reload", false},
+        {kStart, {"r"}, {}, true}, {kStart, {"r", ".hidden"}, {".hidden"}, true},
+        {kStart, {"r", "other"}, {"other"}, false}, {kStart, {"other"}, {"other"}, false, "reset-failed"},
+        {kStart, {"r"}, {}, true, "start", false}, {kStart, {"r"}, {}, true, "daemon-reload"},
+        {kRemove, {"r"}, {}, true}, {kRemove, {"r", "other"}, {"other"}, false},
+        {kRemove, {}, {}, false, "reset-failed"}, {kRemove, {"r"}, {}, true, "daemon-reload"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.operation.file + " " + PrintToString(c.before) + " " + c.failing);
+        fs::remove_all("/run/merosystemd");
+        fs::create_directories(kRoot + "nfs.service");
+        for (const std::string& reason : c.before) {
+            Write(kRoot + "nfs.service/" + reason, "");
+        }
+        fs::remove("/run/seen");
+        SystemctlScript("[ -e /run/seen ] || LC_ALL=C ls -A " + kRoot + "nfs.service > /run/seen\n[ $1 != '" +
+                        c.failing + "' ] || { echo Job for nfs.service failed.; exit 1; }");
+        Texts failed, calls = c.operation.calls;
+        calls.insert(calls.end(), c.reloads ? 1 : 0, "daemon-reload");
+        EXPECT_EQ(c.operation.list("r", {"nfs"}, failed), c.done);
+        EXPECT_EQ(Calls(), calls);
+        EXPECT_EQ(Read("/run/seen"), std::accumulate(c.after.begin(), c.after.end(), std::string(),
+                                                     [](auto sum, auto& name) { return sum + name + "\n"; }));
+        EXPECT_EQ(failed, c.failing.starts_with("st") ? Texts{"nfs"} : Texts());
+        EXPECT_EQ(Said(c.operation.file).front(), "INFO [nfs] " + c.operation.doing + " reason [r] ...");
+    }
+}
+
+TEST_F(Reasons, UnitsThatCannotHaveOneFailAndTheOthersGoOn)
+{
+    const List services = MakeList({"data.mount", "nfs", "../x", "b.service"});
+    for (const Operation& operation : kOperations) {
+        SCOPED_TRACE(operation.file);
+        Texts failed;
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_FALSE(operation.list("r", {"data.mount", "../x"}, failed));
+        EXPECT_THAT(failed, ElementsAre("data.mount", "../x"));
+        EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty() && Log().size() == 1);
+        MLIBCSzList* list = MakeList({"before"}).release();
+        EXPECT_FALSE(operation.group("r", services.get(), &list) || operation.group("r", services.get(), nullptr));
+        EXPECT_THAT(Items(list), ElementsAre("before", "data.mount", "../x"));
+        MLIBCSzListFree(list);
+        EXPECT_THAT(Calls(), Each(AnyOf("daemon-reload", EndsWith(" nfs b.service"))));
+        EXPECT_TRUE(operation.single("r", "nfs") && operation.fromC("r", "nfs") && !Log().empty());
+        EXPECT_THAT(Calls(), Each(AnyOf("daemon-reload", EndsWith(" nfs"))));
+    }
+    EXPECT_FALSE(fs::exists("/run/merosystemd/x.service") || fs::exists(kRoot + "data.mount"));
+}
+
+TEST_F(Reasons, AFileSystemThatRefusesIsLogged)
+{
+    const std::string file = kRoot + "a.service";
+    Texts removed, failed;
+    Write(file, "");
+    EXPECT_FALSE(MEROSystemdServiceStopByReason("r", "a"));
+    EXPECT_EQ(Said(kStop.file).back(), "ERR failed to mkdir reason directory [" + file + "]");
+    fs::remove(file);
+    fs::create_directories(file + "/r");
+    EXPECT_FALSE(MEROSystemdServiceStopByReason("r", "a"));
+    EXPECT_THAT(Said(kStop.file).back(), StartsWith("ERR failed to touch reason file [" + file + "/r] [0x0"));
+    EXPECT_FALSE(UnlinkReasons("r", {"a", "b", "c.mount"}, removed, failed));
+    EXPECT_EQ(removed, Texts{"b"});
+    EXPECT_THAT(failed, ElementsAre("a", "c.mount"));
+    EXPECT_THAT(Said("systemd_internal_lib"),
+                ElementsAre("ERR failed to unlink reason file [" + file + "/r] (Is a directory)"));
+    EXPECT_FALSE(MEROSystemdServiceReasonRemove("r", "a") || MEROSystemdServiceStartByReason("r", "a"));
+    EXPECT_TRUE(MLIBCErrGet() == 0x3900 && Calls().empty());
+}
+
+TEST_F(Reasons, AreListed)
+{
+    Texts texts;
+    MLIBCSzList* list = MakeList({"before"}).release();
+    EXPECT_TRUE(ListServicesWithReason(texts) && MEROCSystemdServiceReasonList("a", &list) && texts.empty());
+    for (const char* path : {"a.service/r", "a.service/.hidden", "b.service/.hidden", "d.mount/r", "file.service"}) {
+        Write(kRoot + path, "");
+    }
+    EXPECT_TRUE(CheckServiceHasReason("a") && CheckServiceHasReason("a.service") && CheckServiceHasReason("d.mount"));
+    EXPECT_FALSE(CheckServiceHasReason("b") || CheckServiceHasReason("none") || CheckServiceHasReason("file"));
+    EXPECT_TRUE(ListServicesWithReason(texts) && MEROCSystemdServiceReasonList("a", &list));
+    EXPECT_THAT(texts, ElementsAre("a.service"));
+    EXPECT_THAT(Items(list), UnorderedElementsAre("before", "r", ".hidden"));
+    EXPECT_TRUE(!MEROCSystemdServiceReasonList("d.mount", &list) && MLIBCErrGet() == 0x0D00);
+    EXPECT_TRUE(!MEROCSystemdServiceReasonList("file", &list) && MLIBCErrGet() == 0x0900);
+    MLIBCErrSetEx(0, "", 0);
+    fs::remove_all("/run/merosystemd");
+    Write("/run/merosystemd/reasons", "");
+    EXPECT_TRUE(!ListServicesWithReason(texts) && MLIBCErrGet() == 0x0900);
+    MLIBCSzListFree(std::exchange(list, nullptr));
+    EXPECT_FALSE(MEROCSystemdServiceReasonList(nullptr, nullptr) || MEROCSystemdServiceReasonList("a", nullptr) ||
+                 MEROCSystemdServiceReasonList("a", &list) || MEROSystemdServiceReasonList("", texts));
+    EXPECT_THAT(Said("systemd_service_reason_list"), ElementsAre("nullptr != szService", "nullptr != ppListReasons",
+                                                                 "nullptr != *ppListReasons", "!strService.empty()"));
+}
+
+TEST_F(Reasons, TheDropInIsLinkedHard)
+{
+    Write("/run/source", "text");
+    EXPECT_TRUE(LinkMeroReason("/run/a.d/", "/run/source") && LinkMeroReason("/run/a.d", "/run/source"));
+    EXPECT_TRUE(fs::exists("/run/a.d/mero-reason.conf") && fs::exists("/run/a.dmero-reason.conf"));
+    EXPECT_EQ(fs::hard_link_count("/run/source"), 3U);
+    EXPECT_FALSE(LinkMeroReason("/run/a.d/", "/run/source") || LinkMeroReason("/run/source/", "/run/source"));
+    EXPECT_THAT(Said("systemd_internal_lib"),
+                ElementsAre("ERR Fail to create link from [/run/a.d/mero-reason.conf] to [/run/source] "
+                            "(File exists).", StartsWith("ERR Fail to mkdir [/run/source/] [0x0")));
+}
+
+TEST_F(Reasons, RefusedArgumentsTouchNothing)
+{
+    const std::string noSlash = "string::npos == strReason.find(\"/\")";
+    const std::string noDots = "\".\" != strReason && \"..\" != strReason";
+    for (const Operation& operation : kOperations) {
+        Texts failed;
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_FALSE(operation.list("", {}, failed) || operation.list("a/b", {}, failed) ||
+                     operation.list("..", {}, failed) || operation.list(".", {"a"}, failed) ||
+                     operation.list("r", {}, failed) || operation.single("", "") ||
+                     operation.fromC(nullptr, nullptr) || operation.fromC("r", nullptr) ||
+                     operation.group("r", nullptr, nullptr) || MLIBCErrGet() != 0x0D00 ||
+                     operation.group("r", ListWithNull().get(), nullptr));
+        EXPECT_THAT(Said(operation.file),
+                    ElementsAre("!strReason.empty()", noSlash, noDots, noDots, "!vecServices.empty()",
+                                "!strService.empty()", "nullptr != szReason", "nullptr != szService",
+                                "nullptr != pListServices", StartsWith("ERR Failed on a list of services: ")));
+    }
+    EXPECT_TRUE(Calls().empty() && !fs::exists("/run/merosystemd"));
+}
+
+} // namespace

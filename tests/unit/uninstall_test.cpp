@@ -1,0 +1,153 @@
+#include "support/operations.h"
+
+#include <set>
+
+using namespace MERO::Test;
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kUnits = "/etc/systemd/system/";
+const std::string kFlags = "/usr/mero/etc/merosystemd/enable-status-changed/";
+const std::string kReasons = "/run/merosystemd/reasons/";
+const std::string kShow = "show --property=DropInPaths --property=FragmentPath ";
+
+class Uninstall : public Machine {};
+
+TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
+{
+    const std::string output = "Failed to reset failed state of unit b.service: Unit b.service not loaded.\n";
+    Texts failed{"a"};
+    const auto both = [&] { return MEROSystemdResetFailed({"a", "b"}, failed) + MEROCSystemdDaemonReload(); };
+    EXPECT_EQ(both(), 2);
+    EXPECT_THAT(Calls(), ElementsAre("reset-failed a b", "daemon-reload"));
+    Systemctl({{"*", output + "two\n", 1}});
+    EXPECT_EQ(both(), 0);
+    EXPECT_THAT(failed, ElementsAre("a", "b"));
+    RemoveSystemctl();
+    EXPECT_EQ(both(), 0);
+    EXPECT_THAT(failed, ElementsAre("a", "b", "a", "b"));
+    Texts log = Log();
+    std::erase_if(log, [](const std::string& line) { return line.find("systemd_systemctl: ") != line.npos; });
+    const std::string units = " systemd_reset_failed: [a, b] ", reload = " systemd_daemon-reload: ";
+    const std::string doing = "INFO" + units + "doing reset-failed ...";
+    const std::string start = "INFO" + reload + "start daemon reload";
+    const std::string unable = "ERR" + units + "is unabled to reset-failed, skipped: ret=[1], reason:\n" + output;
+    EXPECT_EQ(log, (Texts{doing, "INFO" + units + "reset-failed done.", start,
+                          "INFO" + reload + "daemon reload success!", doing, unable + "two\n", start,
+                          "ERR" + reload + "daemon reload failed: ret=[1], reason=[" + output + ", two\n]", doing,
+                          "ERR" + units + "failed to reset-failed.", start,
+                          "ERR" + reload + "daemon-reload failed."}));
+}
+
+TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
+{
+    const Texts plain{"stop a b", "disable --root=/. a b", "disable --root=/. --runtime a b", "is-enabled a",
+                      "is-enabled b", "daemon-reload", kShow + "a", kShow + "b", "daemon-reload", "reset-failed a b"};
+    Texts masked = plain;
+    masked.insert(masked.begin() + 5, {"unmask --root=/. a b", "unmask --root=/. --runtime a b"});
+    const auto cutAfter = [&](int steps) {
+        Texts calls(masked.begin(), masked.begin() + steps);
+        calls.insert(calls.end(), {"daemon-reload", "reset-failed a b"});
+        return calls;
+    };
+    const std::string bIsMasked = "[ \"$*\" = 'is-enabled b' ] && echo masked-runtime; ";
+    const std::string fails = " && echo no && exit 5; ", done = "INFO [a, b] uninstalled.";
+    const std::string flags = "WARNING Failed to remove enable-status-changed flag for [b]";
+    const auto failedTo = [](const std::string& step) {
+        return "ERR [a, b] uninstalling, failed to do [" + step + "]: ret=[5], reason:\nno\n";
+    };
+    const std::tuple<std::string, Texts, std::string> cases[] = {
+        {"", plain, done},
+        {bIsMasked, masked, done},
+        {"[ $1 = reset-failed ]" + fails, plain, done},
+        {"[ $1 = stop ]" + fails, cutAfter(1), failedTo("stop")},
+        {"[ $1 = stop ] || [ $1 = daemon-reload ]" + fails, cutAfter(1), failedTo("stop")},
+        {"[ $1 = disable ]" + fails, cutAfter(2), failedTo("disable")},
+        {"[ $1$3 = disable--runtime ]" + fails, cutAfter(3), failedTo("disable runtime")},
+        {bIsMasked + "[ $1 = unmask ]" + fails, cutAfter(6), failedTo("unmask")},
+        {bIsMasked + "[ $1$3 = unmask--runtime ]" + fails, cutAfter(7), failedTo("unmask runtime")},
+        {"[ $1 = daemon-reload ] && mkdir /run/second" + fails, plain, flags},
+        {"[ $1 = daemon-reload ] && ! mkdir /run/second" + fails, plain, flags},
+        {"[ $1 = daemon-reload ] && rm $0", Texts(plain.begin(), plain.begin() + 6),
+         "ERR [a, b] uninstalled failed on exception."},
+    };
+    for (const auto& [script, calls, lastWord] : cases) {
+        SCOPED_TRACE(script);
+        fs::remove("/run/second");
+        SystemctlScript(script + "\nexit 0");
+        Texts failed{"b"};
+        EXPECT_EQ(MEROSystemdUninstall({"a", "b"}, failed), lastWord == done);
+        EXPECT_EQ(Calls(), calls);
+        EXPECT_EQ(failed, lastWord == done ? Texts{"b"} : (Texts{"b", "a"}));
+        const Texts said = Said("systemd_uninstall");
+        EXPECT_EQ(said.front(), "INFO [a, b] uninstalling ...");
+        EXPECT_EQ(said.back(), lastWord);
+    }
+}
+
+TEST_F(Uninstall, AStopThatThePolicySkipsIsAnException)
+{
+    Write("/run/merobootseq/boot-step", "2\n");
+    Systemctl({{"list-jobs * a.service", "3 a.service stop waiting\n", 1}});
+    EXPECT_EQ(MEROCSystemdUninstall("a") + MEROCSystemdUninstallGroup(MakeList({"b", "a"}).get()), 0);
+    EXPECT_THAT(Calls(), UnorderedElementsAre("list-jobs --no-legend a.service", "reset-failed a",
+                                              "list-jobs --no-legend b.service",
+                                              "list-jobs --no-legend a.service", "reset-failed b a"));
+    EXPECT_THAT(Said("systemd_uninstall"), ::testing::Contains("ERR [a] uninstalled failed on exception."));
+}
+
+TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
+{
+    const std::string file = kUnits + "a.service", one = file + ".d/1.conf", two = file + ".d/2.conf";
+    const std::string bystander = kUnits + "my", odd = bystander + " unit.service";
+    const std::tuple<std::string, int, bool, std::set<std::string>> cases[] = {
+        {"DropInPaths=" + one + " " + two + "\nFragmentPath=" + file + "\n", 0, true, {file, one, two}},
+        {"FragmentPath=" + file + "\nDropInPaths= " + one + "  " + two + "\nX=" + odd, 0, true, {file, one, two}},
+        {"FragmentPath=" + odd + "\nDropInPaths=" + kUnits + "none\n", 0, true, {odd}},
+        {"DropInPaths=\nFragmentPath=\n", 0, true, {}},
+        {"DropInPaths=[unprintable] " + one + "\nFragmentPath=" + file + "\n", 0, false, {file, one}},
+        {"FragmentPath=" + file.substr(1) + "\n", 0, false, {}},
+        {"FragmentPath=" + kUnits + "a.service.d\n", 0, false, {}},
+        {"FragmentPath=/proc/version\n", 0, false, {}},
+        {"", 1, false, {}},
+    };
+    for (const auto& [output, exitCode, removed, gone] : cases) {
+        SCOPED_TRACE(output);
+        Texts paths{file, one, two, bystander, odd};
+        for (const char* unit : {"a.service", "b.service", "c.service"}) {
+            paths.insert(paths.end(), {kFlags + unit, kReasons + unit + "/r"});
+        }
+        std::for_each(paths.begin(), paths.end(), [](const std::string& path) { Write(path, ""); });
+        Systemctl({{kShow + "a", output, exitCode}});
+        Texts failed;
+        EXPECT_EQ(MEROSystemdUninstall({"a", "b"}, failed), removed);
+        EXPECT_EQ(failed, removed ? Texts() : Texts{"a"});
+        std::set<std::string> expected = gone;
+        expected.insert({kFlags + "b.service", kReasons + "b.service/r"});
+        if (removed) {
+            expected.insert({kFlags + "a.service", kReasons + "a.service/r"});
+        }
+        std::erase_if(paths, [](const std::string& path) { return fs::exists(path); });
+        EXPECT_THAT(paths, ::testing::UnorderedElementsAreArray(expected));
+        EXPECT_EQ(Said("systemd_uninstall").back(),
+                  removed ? "INFO [a, b] uninstalled." : "ERR Failed to remove unit and/or drop-in files for [a]");
+    }
+}
+
+TEST_F(Uninstall, RefusedArgumentsRunNothing)
+{
+    Texts failed{"a"};
+    EXPECT_FALSE(MEROSystemdUninstall({}, failed) || MEROSystemdUninstall({"a", "../b"}, failed) ||
+                 MEROSystemdUninstall("") || MEROCSystemdUninstall(nullptr) || MEROCSystemdUninstallGroup(nullptr) ||
+                 MEROSystemdResetFailed({}, failed));
+    EXPECT_THAT(failed, ElementsAre("a", "../b"));
+    EXPECT_THAT(Said("systemd_uninstall"),
+                ElementsAre("!vecUnits.empty()", "AreFileNames(vecUnits)", "!strUnit.empty()", "nullptr != szUnit",
+                            "nullptr != pListUnits"));
+    EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty());
+}
+
+} // namespace
