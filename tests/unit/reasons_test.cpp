@@ -173,6 +173,12 @@ TEST_F(Reasons, RefusedArgumentsTouchNothing)
                                 "nullptr != pListServices", StartsWith("ERR Failed on a list of services: ")));
     }
     EXPECT_TRUE(Calls().empty() && !fs::exists("/run/merosystemd"));
+
+    Write(kRoot + "a.service/r", "");
+    Texts removed, failed;
+    EXPECT_FALSE(UnlinkReasons("../a.service/r", {"b"}, removed, failed));
+    EXPECT_THAT(failed, ElementsAre("b"));
+    EXPECT_TRUE(fs::exists(kRoot + "a.service/r") && removed.empty());
 }
 
 } // namespace

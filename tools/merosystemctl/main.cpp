@@ -5,10 +5,11 @@
 namespace {
 
 constexpr const char* kFooter = R"(Exit status:
-  0  done; of several units, all of them
-  1  failed; the units that failed are named on standard error
+  0  done; of several units, all of them. status: they are active
+  1  failed; the units that failed are named on standard error.
+     status: a unit is in the failed state
   2  wrong usage
-  3  status: the unit is not active (stopped, masked ...)
+  3  status: a unit is not active (stopped, masked ...)
   4  status: there is no such unit
 
 Examples:
