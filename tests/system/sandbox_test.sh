@@ -164,7 +164,7 @@ active|systemctl is-active systemd-journald dbus systemd-logind | uniq
 hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
 |ls -A /etc/systemd/system; cat /etc/fstab
 active|useradd -m tester; systemctl start user@$(id -u tester); systemctl is-active user@$(id -u tester)
-running|useradd -m tester; systemctl start user@$(id -u tester); systemctl --user -M tester@ is-system-running
+running|useradd -m tester; systemctl start user@$(id -u tester); XDG_RUNTIME_DIR=/run/user/$(id -u tester) setpriv --reuid=tester --clear-groups systemctl --user is-system-running
 mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.mount; umount /srv/m
 0::/system.slice/probe.scope|systemd-run -q --scope -u probe sed -n 's/.*name=systemd/0:/p' /proc/self/cgroup
 TABLE
