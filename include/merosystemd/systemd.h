@@ -1,7 +1,8 @@
 /* libmerosystemd: managing systemd's units from the programs of this operating system. The C interface.
 
-   Every operation that changes or asks a unit runs one /usr/bin/systemctl and waits for it; the operations whose
-   names end in NoBlock queue the job and do not wait until it is done. When the caller is not root, the user's own
+   Every operation that changes or asks units runs /usr/bin/systemctl and waits for it; the operations whose names end
+   in NoBlock queue the job and do not wait until it is done. try-restart and reload first ask systemctl for each unit's
+   job, and during the early boot start, stop and restart do. When the caller is not root, the user's own
    service manager is meant, and the environment of the user's session is loaded into the process through PAM first.
 
    Operations return 1 when they succeeded and 0 when they failed. Why is written to syslog ("<file>:<line>

@@ -2,6 +2,7 @@
 
 #include <merocore/error.h>
 
+#include <exception>
 #include <new>
 
 /// Sets the error register to this place and yields -1, keeping errno for the caller's %m.
@@ -15,7 +16,7 @@ int WithoutExceptions(Body&& body)
 {
     try {
         return body();
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) { // bad_alloc, or length_error
         return MERO_FAIL(MLIBC_ERR_NO_MEMORY);
     }
 }

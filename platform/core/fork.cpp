@@ -26,7 +26,7 @@ pid_t ReadPid(int fd)
     return count == static_cast<ssize_t>(sizeof pid) ? pid : -1;
 }
 
-/// Forks twice, so that the child becomes init's: the process between lives only to tell the child's ID.
+/// Forks twice, so that the child becomes init's (or a subreaper's): the process between lives only to tell the child's ID.
 pid_t ForkDetached()
 {
     int ends[2];
@@ -51,7 +51,7 @@ pid_t ForkDetached()
     const pid_t child = ReadPid(readEnd.Get());
     WaitStatus(between);
     if (child < 0) {
-        errno = EAGAIN;
+        errno = EAGAIN; // the usual reason; the true one ended with the process between
     }
     return child;
 }
@@ -81,7 +81,7 @@ int MLIBCProcAlive(int pid)
     // Signal 0 would call a zombie alive; a pidfd is readable as soon as its process has ended.
     Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     if (!process) {
-        const bool isNone = errno == ESRCH || errno == EINVAL; // EINVAL: a thread's ID
+        const bool isNone = errno == ESRCH || errno == EINVAL || errno == ENOENT; // the latter two: a thread's ID
         return !isNone && (kill(pid, 0) == 0 || errno == EPERM) ? 1 : 0; // no descriptor left, or a kernel before 5.3
     }
     pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};

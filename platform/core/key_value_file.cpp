@@ -5,7 +5,6 @@
 
 #include <merocore/file.h>
 
-#include <cerrno>
 #include <string>
 
 using namespace MERO::Core;
@@ -55,7 +54,7 @@ int MLIBCFileSetKeyValue(const char* path, const char* key, const char* value, i
     }
     return WithoutExceptions([&] {
         std::string text;
-        if (ReadWholeFile(path, text) != 0 && errno != ENOENT) {
+        if (ReadWholeFile(path, text, IfMissing::TakeAsEmpty) != 0) {
             return -1;
         }
         return WriteWholeFile(path, WithKey(text, key, value));

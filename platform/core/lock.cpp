@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <thread>
@@ -46,7 +47,10 @@ int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds,
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
     while (!TryLock(file.Get(), operation)) {
         const auto left = deadline - std::chrono::steady_clock::now();
-        if (errno != EWOULDBLOCK || left <= 0s) {
+        if (errno != EWOULDBLOCK) {
+            return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
+        }
+        if (left <= 0s) {
             return MERO_FAIL(MLIBC_ERR_LOCK_BUSY);
         }
         std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(left, kRetryInterval));

@@ -7,7 +7,6 @@
 #include <merocore/file.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <string>
 
 using namespace MERO::Core;
@@ -75,7 +74,7 @@ int MLIBCFileAddSection(const char* path, const char* section, const MLIBCSzHash
     }
     return WithoutExceptions([&] {
         std::string text;
-        if (ReadWholeFile(path, text) != 0 && errno != ENOENT) {
+        if (ReadWholeFile(path, text, IfMissing::TakeAsEmpty) != 0) {
             return -1;
         }
         return WriteWholeFile(path, WithSection(text, section, *values));

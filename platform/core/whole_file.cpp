@@ -81,9 +81,13 @@ bool SyncFolderOf(const std::string& path)
 
 } // namespace
 
-int ReadWholeFile(const char* path, std::string& text)
+int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
 {
     Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    if (!file && errno == ENOENT && ifMissing == IfMissing::TakeAsEmpty) {
+        text.clear();
+        return 0;
+    }
     if (!file) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
     }
@@ -121,8 +125,10 @@ int WriteWholeFile(const std::string& path, std::string_view text)
     if (!file.IsOpen()) {
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }
+    // The owner comes first: changing it takes set-user-ID bits away.
     struct stat old;
-    if (stat(path.c_str(), &old) == 0 && fchmod(file.Get(), old.st_mode & 07777) != 0) {
+    if (stat(path.c_str(), &old) == 0 && (fchown(file.Get(), old.st_uid, old.st_gid) != 0 ||
+                                          fchmod(file.Get(), old.st_mode & 07777) != 0)) {
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }
     if (!WriteAll(file.Get(), text) || fsync(file.Get()) != 0 || !file.MoveTo(path) || !SyncFolderOf(path)) {

@@ -11,4 +11,4 @@ bool CheckArgument(bool valid, SourceLine where, const char* condition);
 
 /// Whether an argument's condition holds; its text, as written here, is what the log shows.
 #define MERO_VALID_AT(where, condition) ::MERO::Systemd::CheckArgument((condition), (where), #condition)
-#define MERO_VALID(condition) MERO_VALID_AT(MERO_HERE, condition)
+#define MERO_VALID(condition) ::MERO::Systemd::CheckArgument((condition), MERO_HERE, #condition)

@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <cstddef>
+#include <string_view>
 
 namespace MERO::Systemd {
 
@@ -19,19 +20,28 @@ struct SourceName {
 
     consteval explicit SourceName(const char (&path)[N])
     {
-        std::size_t length = 0;
-        for (std::size_t i = 0; path[i] != '\0' && path[i] != '.'; ++i) {
+        std::size_t begin = 0;
+        std::size_t end = N - 1;
+        for (std::size_t i = 0; i < N; ++i) {
             if (path[i] == '/') {
-                length = 0;
-            } else {
-                text[length++] = path[i];
+                begin = i + 1;
             }
         }
-        for (; length < N; ++length) {
-            text[length] = '\0';
+        for (std::size_t i = begin; i < N; ++i) {
+            if (path[i] == '.') {
+                end = i;
+            }
+        }
+        for (std::size_t i = begin; i < end; ++i) {
+            text[i - begin] = path[i];
         }
     }
+
+    constexpr operator std::string_view() const { return text; }
 };
+
+static_assert(SourceName("../src-7.0.0/b.d/systemd_daemon-reload.cpp") == std::string_view("systemd_daemon-reload"));
+static_assert(SourceName("systemd_internal_lib") == std::string_view("systemd_internal_lib"));
 
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));

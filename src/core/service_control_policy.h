@@ -19,7 +19,7 @@ struct PolicyVerdict {
 /// each unit then costs one `systemctl list-jobs`, up to the first that decides.
 PolicyVerdict AskServiceControlPolicy(const std::string& verb, const std::vector<std::string>& units);
 
-/// The units that may be tried or reloaded: those that systemd is not about to stop. The others are logged.
+/// The units that may be try-restarted or reloaded: those that systemd is not about to stop. The others are logged.
 std::vector<std::string> WithoutStoppingUnits(const std::vector<std::string>& units);
 
 } // namespace MERO::Systemd

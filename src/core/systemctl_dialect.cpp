@@ -1,5 +1,6 @@
 #include "core/systemctl_dialect.h"
 
+#include "core/core_error.h"
 #include "core/log.h"
 
 #include <merocore/file.h>
@@ -31,6 +32,7 @@ std::string SystemctlDialect::Row(const std::string& line) const
 
 SystemctlDialect ConfiguredSystemctlDialect()
 {
+    const ErrorKeeper keeper; // most machines have no such file
     char word[64];
     if (MLIBCFileGetKeyValue(kConfiguration, "dialect", word, sizeof word, 0) != 0) {
         return kClassic;

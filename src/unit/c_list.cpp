@@ -1,6 +1,7 @@
 #include "unit/c_list.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace MERO::Systemd {
 
@@ -9,7 +10,11 @@ std::vector<std::string> FromList(const MLIBCSzList* list)
     std::vector<std::string> texts;
     const int count = MLIBCSzListCount(list);
     for (int i = 0; i < count; ++i) {
-        texts.emplace_back(MLIBCSzListGet(list, i)); // a null item is the caller's fault: std::logic_error
+        const char* item = MLIBCSzListGet(list, i);
+        if (item == nullptr) { // the caller's fault
+            throw std::logic_error("basic_string: construction from null is not valid");
+        }
+        texts.emplace_back(item);
     }
     return texts;
 }

@@ -17,8 +17,8 @@ std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& s
     }
     try {
         return XTarvixKeyGet(strUnit, key);
-    } catch (const std::runtime_error&) {
-        return std::nullopt; // no such unit: the error register tells
+    } catch (const std::exception&) {
+        return std::nullopt; // no such unit, mostly: the error register tells
     }
 }
 

@@ -13,5 +13,6 @@ bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display)
 // "Dislay" is the name that C callers link.
 int MEROCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) && MEROSystemdInfoCenterDisplayGet(szUnit, *pblDisplay);
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
+           MEROSystemdInfoCenterDisplayGet(szUnit, *pblDisplay);
 }

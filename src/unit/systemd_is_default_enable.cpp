@@ -12,5 +12,6 @@ bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnab
 
 int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) && MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) &&
+           MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/core_error.h"
 #include "unit/metadata_key.h"
 
 #include <merocore/support.h>
@@ -12,6 +13,7 @@ bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support)
     if (!capability) {
         return false;
     }
+    const ErrorKeeper keeper; // "no" is an answer
     support = capability->empty() || MLIBCSupportGet(capability->c_str()) != 0;
     return true;
 }

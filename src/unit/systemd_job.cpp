@@ -62,7 +62,7 @@ bool MEROSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
                 return false; // no job
             }
             if (exitCode != dialect.listJobsExitCode) {
-                MERO_LOG(LOG_ERR, "Failed to list-jobs [%s], ret=[%d], reason=[%s]", unit.c_str(), exitCode,
+                MERO_LOG(LOG_ERR, "Failed to list-jobs [%s], ret=[%d], reason=[%s]", strUnit.c_str(), exitCode,
                          Concatenate(lines).c_str());
                 return false;
             }

@@ -13,5 +13,6 @@ bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display)
 
 int MEROCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) && MEROSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
+           MEROSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
 }

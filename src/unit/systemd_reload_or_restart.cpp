@@ -8,7 +8,10 @@ using namespace MERO::Systemd;
 namespace {
 
 constexpr ActionWords kReloadOrRestart{
-    .verb = "reload-or-restart", .doing = "doing reload-or-restart ...", .done = "done reload-or-restart.", .failed = "reload-or-restart failed"};
+    .verb = "reload-or-restart",
+    .doing = "doing reload-or-restart ...",
+    .done = "done reload-or-restart.",
+    .failed = "reload-or-restart failed"};
 
 bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options,
                                      const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)

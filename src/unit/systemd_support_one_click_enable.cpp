@@ -13,5 +13,6 @@ bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneCl
 // C callers get the default-enable answer, deliberately: they have always had it.
 int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) && MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable);
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&
+           MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable);
 }

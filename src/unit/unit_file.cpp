@@ -55,6 +55,7 @@ std::string UnitPathGet(const std::string& unit)
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
     const std::string path = UnitPathGet(unit);
+    const ErrorKeeper keeper; // a key that is missing is no error
     char value[1024] = {};
     const bool found =
         MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0;

@@ -21,7 +21,12 @@ int RunCForm(SourceLine where, SingleForm* operation, const char* szUnit)
     if (!MERO_VALID_AT(where, nullptr != szUnit)) {
         return 0;
     }
-    return operation(szUnit) ? 1 : 0;
+    try {
+        return operation(szUnit) ? 1 : 0;
+    } catch (const std::exception& error) {
+        Log(LOG_ERR, where, "Failed on [%s]: %s", szUnit, error.what());
+        return 0;
+    }
 }
 
 int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)

@@ -3,6 +3,7 @@
 #include <string_view>
 
 namespace MERO::Systemd {
+
 const std::set<std::string, std::less<>> setUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
                                                       "target",  "path",   "timer",  "slice", "scope"};
 

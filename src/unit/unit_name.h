@@ -5,7 +5,7 @@
 
 namespace MERO::Systemd {
 
-/// systemd's unit types.
+/// systemd's unit types. (The name stands in the text of a refused argument's log line.)
 extern const std::set<std::string, std::less<>> setUnitTypes;
 
 /// Whether the text after the last "." is one of systemd's eleven unit types.

@@ -84,9 +84,11 @@ TEST_F(Jobs, TheListLosesOnlyTheLinesThatCannotBeRead)
     EXPECT_TRUE(listed_);
     EXPECT_THAT(Log(), ElementsAre("ERR systemd_internal_lib: Failed to parse job info: [rubbish\n]"));
 
+    MLIBCErrSetEx(0x1234, "mark", 1);
     Systemctl({{"list-jobs *", "", 1}});
     EXPECT_THAT(List(), IsEmpty());
     EXPECT_TRUE(listed_);
+    EXPECT_EQ(MLIBCErrGet(), 0x1234) << "a machine without a configuration is an ordinary one";
 }
 
 TEST_F(Jobs, EachDialectHasItsExitCodeAndItsColumns)
@@ -130,7 +132,7 @@ TEST_F(Jobs, TheJobOfOneUnit)
         {{"list-jobs *", "", 4}, false, {}},
         {{"list-jobs *", "no bus\n", 4},
          false,
-         {"ERR systemd_internal_lib: Failed to list-jobs [nfs.service], ret=[4], reason=[no bus\n]"}},
+         {"ERR systemd_internal_lib: Failed to list-jobs [nfs], ret=[4], reason=[no bus\n]"}},
         {{"list-jobs *", "no bus\n", 1}, false, {"ERR systemd_internal_lib: Failed to parse job info: [no bus\n]"}},
     };
     for (const Case& c : cases) {

@@ -80,6 +80,15 @@ TEST_F(UnitFiles, AMissingFileThrowsWithTheNameAsGiven)
     EXPECT_THROW((void)XTarvixKeyGet("nfs", "Name"), std::runtime_error);
 }
 
+TEST_F(UnitFiles, AMissingKeyIsNoError)
+{
+    Write("/usr/lib/systemd/system/a.service", "");
+    MLIBCErrSetEx(0x1234, "mark", 1);
+    EXPECT_EQ(XTarvixKeyGet("a", "Name"), "");
+    EXPECT_EQ(MLIBCErrGet(), 0x1234);
+    EXPECT_STREQ(MLIBCErrorGetFile(), "mark");
+}
+
 TEST_F(UnitFiles, AnInstanceReadsItsTemplate)
 {
     Write("/usr/lib/systemd/system/foo@.service", "[X-Tarvix]\nName=template\n");

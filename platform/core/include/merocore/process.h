@@ -31,7 +31,7 @@ int MLIBCPclose(FILE* stream);
 
 enum {
     MLIBC_FORK_NEW_SESSION = 0x04, /* the child leads a session of its own (setsid) */
-    MLIBC_FORK_DETACHED = 0x40     /* the child belongs to init: it leaves no zombie behind and needs no wait */
+    MLIBC_FORK_DETACHED = 0x40     /* the child belongs to init or the nearest subreaper: it leaves no zombie behind and needs no wait */
 };
 
 /* Forks. Returns 0 in the child, the child's process ID in the parent, a negative value when it failed.
@@ -39,7 +39,8 @@ enum {
    Errors: MLIBC_ERR_FORK, MLIBC_ERR_INVALID_ARGUMENT (an unknown flag). */
 int MLIBCProcForkEx(unsigned long long flags);
 
-/* 1 when a process with this ID runs, 0 when there is none or it has ended and waits to be reaped. */
+/* 1 when a process with this ID runs, 0 when there is none or it has ended and waits to be reaped. (Where no
+   descriptor is left, and on kernels before 5.3, one that waits to be reaped counts as running.) */
 int MLIBCProcAlive(int pid);
 
 #ifdef __cplusplus
