@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -63,6 +64,8 @@ void StartUnit(benchmark::State& state, std::size_t resident)
 
 class MedianReporter : public benchmark::ConsoleReporter {
 public:
+    MedianReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
+
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const Run& run : runs) {
@@ -76,6 +79,7 @@ public:
     bool PrintRatio() const
     {
         if (medians_.size() != 2) {
+            std::fprintf(stderr, "no ratio: not all runs came to an end\n");
             return false;
         }
         std::printf("median %s %.3f ms, %s %.3f ms, ratio %.3f\n", kSmall, medians_.at(kSmall), kLarge,
