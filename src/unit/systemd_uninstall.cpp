@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/core_error.h"
 #include "core/file_name.h"
 #include "core/join.h"
 #include "unit/enable_status_flag.h"
@@ -61,10 +62,16 @@ bool TakeOutOfService(const Texts& vecUnits)
             RunStep("unmask runtime", "unmask", offlineRuntime, vecUnits));
 }
 
+bool IsDirectory(const std::string& path)
+{
+    const ErrorKeeper keeper; // "no" is an answer
+    return MLIBCFileCheckDir(path.c_str()) == 0;
+}
+
 /// Removes one file of a unit. systemctl names files by absolute paths: anything else, and a directory, is refused.
 bool RemoveUnitFile(const std::string& path)
 {
-    return path.starts_with('/') && MLIBCFileCheckDir(path.c_str()) != 0 &&
+    return path.starts_with('/') && !IsDirectory(path) &&
            MLIBCExec("/bin/rm", "-rf", path.c_str(), nullptr, nullptr) == 0;
 }
 
@@ -76,16 +83,18 @@ bool RemoveUnitFiles(const std::string& unit)
                                                 paths = UnitPathsParse(lines);
                                                 return exitCode == 0;
                                             });
+    if (!known) {
+        return false; // what a run that failed has printed names no file to remove
+    }
     // All of them are tried, although one fails.
     const auto failures = std::count_if(paths.begin(), paths.end(),
                                         [](const std::string& path) { return !RemoveUnitFile(path); });
-    return known && failures == 0;
+    return failures == 0;
 }
 
 bool RemoveTraces(const std::string& unit)
 {
-    const bool removed = RemoveUnitFiles(unit);
-    if (!removed) {
+    if (!RemoveUnitFiles(unit)) {
         MERO_LOG(LOG_ERR, "Failed to remove unit and/or drop-in files for [%s]", unit.c_str());
         return false;
     }

@@ -6,8 +6,7 @@
 int main(int argc, char* argv[])
 {
     ::testing::InitGoogleTest(&argc, argv);
-    const char* home = std::getenv("MERO_IN_SANDBOX");
-    if (home == nullptr && !::testing::GTEST_FLAG(list_tests)) {
+    if (std::getenv("MERO_IN_SANDBOX") == nullptr && !::testing::GTEST_FLAG(list_tests)) {
         std::cerr << argv[0] << ": starts and stops units as it likes; run it by way of ctest, inside mero-sandbox\n";
         return 1;
     }

@@ -112,7 +112,7 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
         {"FragmentPath=" + file.substr(1) + "\n", 0, false, {}},
         {"FragmentPath=" + kUnits + "a.service.d\n", 0, false, {}},
         {"FragmentPath=/proc/version\n", 0, false, {}},
-        {"", 1, false, {}},
+        {"FragmentPath=" + file + "\n", 1, false, {}}, // a run that failed names nothing to remove
     };
     for (const auto& [output, exitCode, removed, gone] : cases) {
         SCOPED_TRACE(output);
@@ -123,7 +123,9 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
         std::for_each(paths.begin(), paths.end(), [](const std::string& path) { Write(path, ""); });
         Systemctl({{kShow + "a", output, exitCode}});
         Texts failed;
+        MLIBCErrSetEx(0x1234, "mark", 1);
         EXPECT_EQ(MEROSystemdUninstall({"a", "b"}, failed), removed);
+        EXPECT_TRUE(!removed || MLIBCErrGet() == 0x1234) << "a success has set an error";
         EXPECT_EQ(failed, removed ? Texts() : Texts{"a"});
         std::set<std::string> expected = gone;
         expected.insert({kFlags + "b.service", kReasons + "b.service/r"});
