@@ -7,10 +7,10 @@ trap 'rm -rf "$work"' EXIT
 # Without comments, which name functions too.
 for header in "$1"/*.h "$1"/*.hpp; do
     g++ -w -x c++ -fpreprocessed -dD -E -P "$header"
-done | grep -oE '\bMEROC?Systemd[A-Za-z0-9]+\(' | tr -d '(' | sort -u > "$work/declared"
+done | grep -oE '\b_?MEROC?Systemd[A-Za-z0-9]+\(' | tr -d '(' | sort -u > "$work/declared"
 
 nm -DC --defined-only "$2" | sed 's/^[0-9a-f]* //' | grep -v '^A ' > "$work/symbols"
-sed -nE 's/^T (MEROC?Systemd[A-Za-z0-9]+).*/\1/p' "$work/symbols" | sort -u > "$work/shown"
+sed -nE 's/^T (_?MEROC?Systemd[A-Za-z0-9]+).*/\1/p' "$work/symbols" | sort -u > "$work/shown"
 
 failed=0
 if ! diff -u --label declared --label shown "$work/declared" "$work/shown"; then
@@ -18,7 +18,7 @@ if ! diff -u --label declared --label shown "$work/declared" "$work/shown"; then
 fi
 # Besides these there are the public classes' members, the helpers of the namespace, and nothing else.
 helpers='(CheckServiceHasReason|LinkMeroReason|ListServicesWithReason|UnlinkReasons)[([]'
-if grep -vE "^T (MEROC?Systemd[A-Za-z0-9]+|MERO::Systemd::((SystemctlOptsBuilder|CommandOptions|JobInfo)::|$helpers))" "$work/symbols"; then
+if grep -vE "^T (_?MEROC?Systemd[A-Za-z0-9]+|MERO::Systemd::((SystemctlOptsBuilder|CommandOptions|JobInfo)::|$helpers))" "$work/symbols"; then
     echo "these are visible and not published" >&2
     failed=1
 fi

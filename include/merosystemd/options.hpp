@@ -1,4 +1,4 @@
-/// Options of one `systemctl` run and of the enablement family.
+/// Options of the operations, and the state of an isolation.
 #pragma once
 
 #include <memory>
@@ -47,6 +47,17 @@ public:
 
 private:
     std::unique_ptr<CommandOptionsImp> imp_;
+};
+
+/// Options of an isolation.
+struct IsolateOptions {
+    bool noBlock = false; ///< --no-block: systemctl queues the jobs and does not wait for the target to be reached
+};
+
+/// Whether an isolation is going on.
+struct IsolateState {
+    bool isolating = false;
+    std::string target; ///< the one it goes to, at most 63 bytes of its name; empty when there is none
 };
 
 } // namespace MERO::Systemd

@@ -1,4 +1,4 @@
-/* States of units, as systemctl words them. */
+/* States of units, as systemctl words them, and of isolations. */
 #pragma once
 
 /* The property LoadState. */
@@ -29,3 +29,16 @@ typedef enum {
     MERO_SYSTEMD_ENABLE_STATUS_MASKED = 3,
     MERO_SYSTEMD_ENABLE_STATUS_LINKED = 4
 } MERO_SYSTEMD_ENABLE_STATUS;
+
+/* How the wait for the services that an isolation stops has ended. */
+typedef enum {
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE = 0,           /* all of them have stopped */
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING = 1,        /* some were still stopping when the wait was given up */
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED = 2 /* unknown: systemd's jobs could not be listed */
+} MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
+
+/* Whether an isolation is going on. */
+typedef struct {
+    unsigned char isolating; /* 1 or 0 */
+    char target[4096];       /* the target it goes to, with its NUL; empty when there is none */
+} MERO_SYSTEMD_ISOLATE_STATE;

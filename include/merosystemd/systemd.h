@@ -190,6 +190,23 @@ int MEROCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay);
 /* Pushes the unit's firewall sections, key "FirewallSections", onto the list, which must exist. */
 int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewallSections);
 
+/* ---- Isolation -----------------------------------------------------------------------------------------------
+
+   Isolating switches the machine to a target: systemd stops whatever the target does not want. <merosystemd/
+   systemd.hpp> tells how long the calls block, and for whom they wait. */
+
+/* Isolates to "default.target". */
+int MEROCSystemdIsolateToDefaultTarget(void);
+
+/* Whether an isolation is going on, and where to (the first 63 bytes of the target's name). 0 when that cannot be
+   told: its state cannot be read, or its process was killed and has left the state behind; *pState is untouched. */
+int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
+
+/* Isolates to a target, calls `action` there with `pValue`, in this thread, and isolates to "default.target", whatever
+   came of it. 1 when both isolations succeeded and the action returned anything but 0. The action is not called when
+   the first isolation failed, and must start no other operation on the whole machine. */
+int MEROCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void* pValue), void* pValue);
+
 #pragma GCC visibility pop
 
 #ifdef __cplusplus

@@ -271,4 +271,36 @@ bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std:
 bool MEROSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& targets);
 bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& targets);
 
+// ---- Isolation -----------------------------------------------------------------------------------------------------
+//
+// Isolating switches the machine to a target: systemd stops whatever the target does not want. One isolation goes on
+// at a time, on the whole machine, and none while a volume is being unmounted. These block their caller for the whole
+// isolation and then until the services that it stops have stopped, five minutes at most.
+
+/// Isolates to a target: true when systemctl did. `result`, unless it is null, tells how the wait for the stops ended:
+/// it is written after an isolation that succeeded, and when the jobs could not be listed before it; otherwise it stays
+/// as it was. Waits up to two minutes for another operation on the whole machine (another isolation, a target action)
+/// and up to ten for volume unmounts; false then, and nothing has happened. An empty target is an invalid argument
+/// (0x0D00).
+bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
+                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+
+/// The same for a caller that holds the lock of operations on the whole machine already.
+bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
+                                 MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+
+/// Isolates to "default.target".
+bool MEROSystemdIsolateToDefaultTarget();
+
+/// Whether an isolation is going on, and where to. False when that cannot be told: its state cannot be read, or its
+/// process was killed and has left the state behind, until the next isolation ends. `state` says none then.
+bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
+
+/// Isolates to a target, runs `action` there, in this thread, and isolates to "default.target", whatever came of it:
+/// true when all three succeeded. `action` is not called when the first isolation failed. What it throws is passed on
+/// after the way back. It must start no other operation on the whole machine.
+bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
+
 #pragma GCC visibility pop

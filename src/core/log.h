@@ -46,6 +46,11 @@ static_assert(SourceName("systemd_internal_lib") == std::string_view("systemd_in
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
+/// In a child that was forked without an exec: a line that cannot be written within ten seconds ends the process with
+/// _exit(0). syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
+/// give it back.
+void LimitLogging();
+
 } // namespace MERO::Systemd
 
 // The name that this source file's lines carry. Files that log under another name define it before they include.

@@ -23,6 +23,7 @@ public:
     }
 
     explicit operator bool() const { return stream_ != nullptr; }
+    FILE* Get() const { return stream_; }
 
     /// All lines to the end of the output, each with its newline.
     std::vector<std::string> ReadLines();

@@ -33,7 +33,7 @@ struct Arguments {
 CLI::App* AddAction(CLI::App& program, const Action& action, const std::shared_ptr<Arguments>& arguments, int& exitCode)
 {
     CLI::App* command = program.add_subcommand(action.verb, action.help);
-    command->add_option("UNIT", arguments->units, "Texts; a name without a type means a service")->required();
+    command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
     command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
     command->callback([&action, arguments, &exitCode] {
         Texts options;

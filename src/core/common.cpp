@@ -1,0 +1,92 @@
+#include "core/common.h"
+
+#include "core/core_error.h"
+#include "core/log.h"
+
+#include <merocore/process.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+
+namespace MERO::Systemd {
+namespace {
+
+/// No signal is delivered to this thread while it lives.
+class SignalBlock {
+public:
+    SignalBlock()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
+    ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_;
+};
+
+/// The host's handlers must not run in a child that the host does not know of: they would write into its pipes.
+void ResetSignals()
+{
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        std::signal(signal, SIG_DFL); // fails for those that cannot be changed
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+}
+
+[[noreturn]] void RunChild(const std::function<void()>& func)
+{
+    ResetSignals();
+    LimitLogging();
+    try {
+        func();
+    } catch (const std::exception& exception) {
+        MERO_LOG(LOG_ERR, "Failed to execute function, exception = [%s]", exception.what());
+    } catch (...) {
+        MERO_LOG(LOG_ERR, "Failed to execute function");
+    }
+    _exit(0); // always 0: nobody waits for the child
+}
+
+} // namespace
+
+bool ForkAndRun(std::function<void()> func, unsigned long long flags)
+{
+    const SignalBlock block;
+    const int pid = MLIBCProcForkEx(flags | MLIBC_FORK_DETACHED);
+    if (pid < 0) {
+        MERO_LOG(LOG_ERR, "Failed to fork" MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    if (pid == 0) {
+        RunChild(func);
+    }
+    return true;
+}
+
+void KeepDescriptor(int kept)
+{
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (null >= 0 && standard != kept) {
+            dup2(null, standard);
+        }
+    }
+    const auto first = static_cast<unsigned>(STDERR_FILENO + 1);
+    const auto keptOne = static_cast<unsigned>(std::max(kept, STDERR_FILENO));
+    if (keptOne > first) {
+        close_range(first, keptOne - 1, 0);
+    }
+    close_range(keptOne + 1, ~0U, 0);
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,106 @@
+#include "core/lock.h"
+
+#include "core/core_error.h"
+#include "core/log.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+
+#include <boost/algorithm/string/join.hpp>
+
+#include <libgen.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace MERO::Systemd {
+namespace {
+
+struct FreeText {
+    void operator()(char* text) const { std::free(text); }
+};
+
+/// The folder of a file; false when memory is out.
+bool DirectoryOf(const std::string& path, std::string& directory)
+{
+    const std::unique_ptr<char, FreeText> copy(strdup(path.c_str())); // dirname writes into it
+    if (copy == nullptr) {
+        MERO_LOG(LOG_ERR, "Failed to alloc pointer: %m");
+        return false;
+    }
+    const char* name = dirname(copy.get());
+    if (name == nullptr) {
+        MERO_LOG(LOG_ERR, "Failed to execute dirname: %m");
+        return false;
+    }
+    directory = name;
+    return true;
+}
+
+} // namespace
+
+FileLock::FileLock(const std::string& path, bool exclusive, int timeout)
+    : path_(path), exclusive_(exclusive), timeout_(timeout)
+{
+}
+
+FileLock::~FileLock()
+{
+    CloseFd();
+}
+
+bool FileLock::Acquire()
+{
+    if (fd_ != -1) {
+        return true;
+    }
+    std::string directory;
+    if (!DirectoryOf(path_, directory)) {
+        MERO_LOG(LOG_ERR, "Failed to get dirname: [%s]", path_.c_str());
+        return false;
+    }
+    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+        MERO_LOG(LOG_ERR, "failed to mkdir [%s]", directory.c_str());
+        return false;
+    }
+    if (MLIBCFileLockTimeByFile(path_.c_str(), exclusive_ ? 1 : 0, timeout_, &fd_) < 0) {
+        MERO_LOG(LOG_ERR, "failed to get lock [%s] " MERO_CORE_ERROR_FORMAT, path_.c_str(), MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    return true;
+}
+
+void FileLock::Release()
+{
+    if (fd_ != -1) {
+        MLIBCFileUnlockByFile(fd_);
+        fd_ = -1;
+    }
+}
+
+void FileLock::CloseFd()
+{
+    if (fd_ == -1) {
+        return;
+    }
+    if (close(fd_) != 0) {
+        MERO_LOG(LOG_ERR, "Failed to close fd: [%d] [%m]", fd_);
+    }
+    fd_ = -1;
+}
+
+void FileLock::LogLockFailed(std::string what) const
+{
+    MERO_LOG(LOG_ERR, "failed to get lock for [%s], lock is [%s].", what.c_str(), path_.c_str());
+}
+
+void FileLock::LogLockFailed(std::vector<std::string> units) const
+{
+    LogLockFailed(boost::algorithm::join(units, " "));
+}
+
+SystemOperationLock::SystemOperationLock() : FileLock("/run/merosystemd/locks/system-operation.lock", true, 120) {}
+
+} // namespace MERO::Systemd

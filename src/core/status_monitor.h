@@ -1,0 +1,20 @@
+#pragma once
+
+#include "core/lock.h"
+
+#include <memory>
+
+namespace MERO::Systemd {
+
+/// Runs the operating system's status monitor script in the background. A shared lock tells the script that it is
+/// still wanted: it is held until this object and the script are both gone.
+class StatusMonitor {
+public:
+    /// Takes the lock and starts the script, without waiting for it. A lock of an earlier start is given back first.
+    bool Start();
+
+private:
+    std::unique_ptr<FileLock> lock_;
+};
+
+} // namespace MERO::Systemd

@@ -1,0 +1,50 @@
+#define MERO_SOURCE_NAME "systemd_isolate_target"
+#include "isolate/isolate_watcher.h"
+
+#include "core/common.h"
+#include "core/executor.h"
+#include "core/log.h"
+#include "isolate/isolate_files.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+
+#include <unistd.h>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr int kMaxSleeps = 240;
+constexpr useconds_t kSleep = 500'000; // microseconds
+
+bool RunsIsolateCommand(pid_t parent)
+{
+    Executor ps;
+    const auto result = ps.Execute("/bin/ps", {"--no-headers", "-o", "args", "--ppid", std::to_string(parent)});
+    return result == std::pair(true, 0) && ps.GetOutput().find("/usr/bin/systemctl isolate") != std::string::npos;
+}
+
+void Watch(FileLock& lock, pid_t parent)
+{
+    KeepDescriptor(lock.FdGet());
+    // A parent that was killed has left its flag behind; the lock must not outlive it for that.
+    for (int sleeps = 0; !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 &&
+                         MLIBCProcAlive(parent) == 1;) {
+        usleep(kSleep);
+        if (++sleeps == kMaxSleeps) {
+            MERO_LOG(LOG_ERR, "Isolate doesn't execute successfully");
+            break;
+        }
+    }
+    lock.Release();
+}
+
+} // namespace
+
+bool StartIsolateMonitor(FileLock& lock)
+{
+    // By reference: the child's memory is a copy, while a copy in this process would close the parent's hold.
+    return ForkAndRun([&lock, parent = getpid()] { Watch(lock, parent); }, 0);
+}
+
+} // namespace MERO::Systemd

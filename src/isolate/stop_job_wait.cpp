@@ -1,0 +1,80 @@
+#define MERO_SOURCE_NAME "systemd_isolate_target"
+#include "isolate/stop_job_wait.h"
+
+#include "core/join.h"
+#include "core/log.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr int kPasses = 300; // of a second each
+
+std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before)
+{
+    std::vector<std::string> units;
+    for (const auto& [id, job] : now) {
+        if (job.type == JobType::Stop && !before.contains(id)) {
+            units.push_back(job.unit);
+        }
+    }
+    return units;
+}
+
+void SleepOneSecond()
+{
+    for (unsigned left = 1; left != 0;) { // a signal of the host's ends a sleep early
+        left = sleep(left);
+    }
+}
+
+void LogJobs(const char* heading, const Jobs& jobs)
+{
+    MERO_LOG(LOG_INFO, "%s", heading);
+    for (const auto& [id, job] : jobs) {
+        MERO_LOG(LOG_INFO, "%s", job.ToString().c_str());
+    }
+}
+
+} // namespace
+
+bool ListJobs(Jobs& jobs)
+{
+    const bool listed = MEROSystemdIntJobList(jobs);
+    if (!listed) {
+        MERO_LOG(LOG_ERR, "Failed to get systemd jobs");
+    }
+    return listed;
+}
+
+void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT unwanted;
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT& state = result != nullptr ? *result : unwanted;
+    Jobs now;
+    for (int pass = kPasses - 1; pass >= 0; --pass) {
+        now.clear();
+        if (!ListJobs(now)) {
+            state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED;
+        } else {
+            state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING;
+            const std::vector<std::string> stopping = NewStopJobs(now, before);
+            if (stopping.empty()) {
+                state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
+                return;
+            }
+            if (pass % 2 == 1) {
+                MERO_LOG(LOG_INFO, "wait stop service [%s]", Join(stopping).c_str());
+            }
+        }
+        SleepOneSecond();
+    }
+    LogJobs("The following job are still in job lists:", now);
+    LogJobs("The following job are alreay in job lists before isolation:", before); // "alreay": as logs have it
+    MERO_LOG(LOG_INFO, "Isolation didn't wait some running jobs.");
+}
+
+} // namespace MERO::Systemd

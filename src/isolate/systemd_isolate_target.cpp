@@ -1,0 +1,103 @@
+#include "core/argument_check.h"
+#include "core/join.h"
+#include "core/lock.h"
+#include "core/status_monitor.h"
+#include "isolate/isolate_traces.h"
+#include "isolate/isolate_watcher.h"
+#include "isolate/stop_job_wait.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr int kVolumeUnmountTimeout = 600; // seconds
+
+bool RunIsolateCommand(const std::string& target, const std::vector<std::string>& options)
+{
+    try {
+        return MEROSystemdSystemctl(
+            "isolate", options, {target}, [&](int exitCode, const std::vector<std::string>& lines) {
+                if (exitCode != 0) {
+                    MERO_LOG(LOG_ERR, "isolate to [%s] failed: ret=[%d], reason=[%s]", target.c_str(), exitCode,
+                             Join(lines).c_str());
+                    return false;
+                }
+                const std::string with = options.empty() ? "" : " with option [" + Join(options) + "]";
+                MERO_LOG(LOG_INFO, "isolated to [%s]%s.", target.c_str(), with.c_str());
+                return true;
+            });
+    } catch (const std::exception&) {
+        MERO_LOG(LOG_ERR, "isolate to [%s] failed.", target.c_str());
+        return false;
+    }
+}
+
+} // namespace
+
+bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
+                                 MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    const std::vector<std::string> commandOptions(options.noBlock ? 1 : 0, "--no-block");
+    FileLock lock(kIsolateAndVolumeUnmountLock, true, kVolumeUnmountTimeout);
+    if (!lock.Acquire()) {
+        lock.LogLockFailed(strTarget);
+        return false;
+    }
+    // What follows is taken away in the opposite order on every way out.
+    const IsolateStateFile stateFile(strTarget);
+    StatusMonitor monitor;
+    if (!monitor.Start()) {
+        MERO_LOG(LOG_ERR, "Failed to monitor systemd status in isolation");
+    }
+    NotFinishFlag flag;
+    if (!flag.Raise()) {
+        return false;
+    }
+    if (!StartIsolateMonitor(lock)) {
+        MERO_LOG(LOG_ERR, "Failed to fork for isolate monitor");
+        flag.TakeDown();
+        return false;
+    }
+    // Checked this late deliberately: by now others have seen the isolation begin, and they see it end.
+    if (!MERO_VALID(!strTarget.empty())) {
+        flag.TakeDown();
+        return false;
+    }
+    MERO_LOG(LOG_INFO, "isolating to [%s].", strTarget.c_str());
+
+    Jobs before;
+    const bool knowsBefore = ListJobs(before);
+    if (!knowsBefore && result != nullptr) {
+        *result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED;
+    }
+    const bool isolated = RunIsolateCommand(strTarget, commandOptions);
+    lock.Release();
+    flag.TakeDown();
+    if (isolated && knowsBefore) {
+        WaitForStopJobs(before, result);
+    }
+    return isolated;
+}
+
+bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    return MEROSystemdIntIsolateTarget(strTarget, IsolateOptions(), result);
+}
+
+bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
+                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    SystemOperationLock lock;
+    if (!lock.Acquire()) {
+        lock.LogLockFailed(strTarget);
+        return false;
+    }
+    return MEROSystemdIntIsolateTarget(strTarget, options, result);
+}
+
+bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    return MEROSystemdIsolateTarget(strTarget, IsolateOptions(), result);
+}

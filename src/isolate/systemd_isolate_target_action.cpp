@@ -1,0 +1,59 @@
+#include "core/argument_check.h"
+#include "core/lock.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr const char* kDefaultTarget = "default.target";
+
+bool ReturnToDefaultTarget()
+{
+    return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr);
+}
+
+} // namespace
+
+bool MEROSystemdIsolateToDefaultTarget()
+{
+    return MEROSystemdIsolateTarget(kDefaultTarget, nullptr);
+}
+
+int MEROCSystemdIsolateToDefaultTarget(void)
+{
+    return MEROSystemdIsolateToDefaultTarget() ? 1 : 0;
+}
+
+bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action)
+{
+    if (!MERO_VALID(!strTarget.empty())) {
+        return false;
+    }
+    SystemOperationLock lock;
+    if (!lock.Acquire()) {
+        lock.LogLockFailed(strTarget);
+        return false;
+    }
+    bool done = false;
+    try {
+        done = MEROSystemdIntIsolateTarget(strTarget, nullptr) && action();
+    } catch (...) {
+        (void)ReturnToDefaultTarget();
+        throw;
+    }
+    return ReturnToDefaultTarget() && done;
+}
+
+int MEROCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void* pValue), void* pValue)
+{
+    if (!MERO_VALID(nullptr != szTarget) || !MERO_VALID(nullptr != action)) {
+        return 0;
+    }
+    try {
+        return _MEROSystemdIsolateTargetAction(szTarget, [=] { return action(pValue) != 0; }) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
