@@ -168,6 +168,47 @@ TEST_F(Merosystemctl, UninstallAsksOnATerminal)
     EXPECT_EQ(Shell("systemctl show --value -p LoadState doomed").output, "not-found\n");
 }
 
+TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
+{
+    struct Case {
+        std::string arguments;
+        int exitCode;
+        std::string output; ///< a regular expression
+    };
+    Unit("small.target", "[Unit]\nAllowIsolate=yes\nRequires=sysinit.target dbus.socket\n");
+    Unit("lingers.service", "[Service]\nExecStart=/bin/sleep infinity\nExecStop=/bin/sleep 3\n");
+    Load();
+    const Case cases[] = {
+        {"isolate-state", 3, "no isolation is going on\n"},
+        {"isolate-state --json", 3, "\\{\n  \"isolating\" : false,\n  \"target\" : \"\"\n\\}\n"},
+        {"start lingers", 0, ""},
+        {"isolate small.target", 0,
+         "(stopping: [^\n]*\n)*stopping: [^\n]*lingers.service \\([0-2] s\\)[^\n]*\n(stopping: [^\n]*\n)*"
+         "isolated to small.target; what it stops has stopped\n"},
+        {"isolate default.target --no-block", 0, "(stopping: [^\n]*\n)*isolated to default.target; .*\n"},
+        {"isolate web", 1, "merosystemctl: isolating to web failed\n.*\n"},
+        {"isolate", 2, ".*"},
+        {"run-in small.target -- systemctl is-active small.target", 0, "active\n"},
+        {"run-in small.target -- sh -c 'exit 7'", 7, "merosystemctl: sh: exit code 7\n"},
+        {"run-in small.target -- sh -c 'kill -TERM $PPID; sleep 20'", 143, "merosystemctl: sh: exit code 143\n"},
+        {"run-in small.target -- no-such-program", 2, "merosystemctl: no-such-program: there is no such program\n"},
+        {"run-in web -- true", 1, "merosystemctl: isolating to web failed\n.*\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments);
+        const ShellResult result = Tool(c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode);
+        EXPECT_THAT(result.output, MatchesRegex(c.output));
+        if (c.arguments.starts_with("run-in")) {
+            EXPECT_EQ(ActiveState("small.target"), "inactive");
+            EXPECT_EQ(ActiveState("multi-user.target"), "active") << "it is the default target";
+        }
+    }
+    Shell("mkdir -p /run/merosystemd; printf 'target=small.target\\npid=999999\\n' > /run/merosystemd/isolate-state");
+    EXPECT_EQ(Tool("isolate-state").exitCode, 1) << "a killed isolation is not none";
+    Shell("rm /run/merosystemd/isolate-state");
+}
+
 TEST_F(Merosystemctl, DataAsJson)
 {
     EXPECT_EQ(Tool("jobs --json | jq -c .").output, "[]\n");

@@ -8,9 +8,14 @@ constexpr const char* kFooter = R"(Exit status:
   0  done; of several units, all of them. status: they are active
   1  failed; the units that failed are named on standard error.
      status: a unit is in the failed state
+     isolate-state: an isolation was killed, or its state cannot be read
   2  wrong usage
   3  status: a unit is not active (stopped, masked ...)
+     isolate-state: no isolation is going on
   4  status: there is no such unit
+  5  isolate: done, but units were still stopping after five minutes
+  6  isolate: done, but systemd's jobs could not be listed
+run-in ends with its command's exit code, or as above when an isolation failed.
 
 Examples:
   merosystemctl start nfs.service smb
@@ -18,6 +23,7 @@ Examples:
   merosystemctl status nfs smb --json
   merosystemctl reason add volume1-check nfs
   merosystemctl jobs --json
+  merosystemctl run-in rescue.target -- fsck -y /dev/sdb1
   merosystemctl info nfs
 
 'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary
@@ -42,6 +48,7 @@ int main(int argc, char* argv[])
     MERO::Tool::AddQueryCommands(program, exitCode);
     MERO::Tool::AddEnablementCommands(program, exitCode);
     MERO::Tool::AddReasonCommands(program, exitCode);
+    MERO::Tool::AddIsolateCommands(program, exitCode);
     MERO::Tool::AddMaintenanceCommands(program, exitCode);
     try {
         program.parse(argc, argv);
