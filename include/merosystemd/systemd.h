@@ -202,10 +202,10 @@ int MEROCSystemdIsolateToDefaultTarget(void);
    told: its state cannot be read, or its process was killed and has left the state behind; *pState is untouched. */
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
 
-/* Isolates to a target, calls `action` there with `pValue`, in this thread, and isolates to "default.target", whatever
-   came of it. 1 when both isolations succeeded and the action returned anything but 0. The action is not called when
-   the first isolation failed, and must start no other operation on the whole machine. */
-int MEROCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void* pValue), void* pValue);
+/* Isolates to a target, calls `action` there with `data`, in this thread, and isolates to "default.target", whatever
+   came of it. 1 when both isolations succeeded and the action returned true. The action is not called when the first
+   isolation failed, and must start no other operation on the whole machine. */
+int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data);
 
 #pragma GCC visibility pop
 

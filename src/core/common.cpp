@@ -75,7 +75,8 @@ bool ForkAndRun(std::function<void()> func, unsigned long long flags)
 
 void KeepDescriptor(int kept)
 {
-    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    // Not close-on-exec: where the host has no standard streams, this is one of them.
+    const int null = open("/dev/null", O_RDWR);
     for (int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (null >= 0 && standard != kept) {
             dup2(null, standard);

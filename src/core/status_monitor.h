@@ -6,8 +6,8 @@
 
 namespace MERO::Systemd {
 
-/// Runs the operating system's status monitor script in the background. A shared lock tells the script that it is
-/// still wanted: it is held until this object and the script are both gone.
+/// Runs the operating system's status monitor script in the background. A shared lock is held until this object and
+/// the script are both gone.
 class StatusMonitor {
 public:
     /// Takes the lock and starts the script, without waiting for it. A lock of an earlier start is given back first.

@@ -46,13 +46,13 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
     return ReturnToDefaultTarget() && done;
 }
 
-int MEROCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void* pValue), void* pValue)
+int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data)
 {
     if (!MERO_VALID(nullptr != szTarget) || !MERO_VALID(nullptr != action)) {
         return 0;
     }
     try {
-        return _MEROSystemdIsolateTargetAction(szTarget, [=] { return action(pValue) != 0; }) ? 1 : 0;
+        return _MEROSystemdIsolateTargetAction(szTarget, [=] { return action(data); }) ? 1 : 0;
     } catch (...) {
         return 0;
     }

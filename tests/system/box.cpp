@@ -98,16 +98,21 @@ std::string Box::ActiveState(const std::string& unit)
     return Line(Shell("systemctl show --value -p ActiveState " + unit).output);
 }
 
-bool Box::Reaches(const std::string& unit, const std::string& state)
+bool Box::Comes(const std::function<bool()>& condition)
 {
     using namespace std::chrono_literals;
     for (const auto end = std::chrono::steady_clock::now() + 10s; std::chrono::steady_clock::now() < end;
          std::this_thread::sleep_for(20ms)) {
-        if (ActiveState(unit) == state) {
+        if (condition()) {
             return true;
         }
     }
     return false;
+}
+
+bool Box::Reaches(const std::string& unit, const std::string& state)
+{
+    return Comes([&] { return ActiveState(unit) == state; });
 }
 
 std::vector<std::string> Box::Journal()

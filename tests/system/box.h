@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ protected:
     static void SetBootStep(int step);
 
     static std::string ActiveState(const std::string& unit);
+    /// Waits until `condition` holds; false after ten seconds.
+    static bool Comes(const std::function<bool()>& condition);
     /// Waits until `unit` has that state; false after ten seconds.
     static bool Reaches(const std::string& unit, const std::string& state);
 

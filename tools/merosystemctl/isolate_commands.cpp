@@ -124,16 +124,16 @@ void AddIsolateCommands(CLI::App& program, int& exitCode)
     };
     const auto arguments = std::make_shared<Arguments>();
 
-    CLI::App* isolate = program.add_subcommand("isolate", "Switch the machine to a target; wait for what it stops");
+    CLI::App* isolate = program.add_subcommand("isolate", "Switch the machine to a target");
     isolate->add_option("TARGET", arguments->target, "A target that allows it")->required();
-    isolate->add_flag("--no-block", arguments->noBlock, "Wait for the stops only, not for the target's units to start");
+    isolate->add_flag("--no-block", arguments->noBlock, "Do not wait for the target, only for the stops");
     isolate->callback([arguments, &exitCode] { exitCode = Isolate(arguments->target, arguments->noBlock); });
 
     CLI::App* state = program.add_subcommand("isolate-state", "Tell whether an isolation is going on");
     state->add_flag("--json", arguments->json, "As a JSON object");
     state->callback([arguments, &exitCode] { exitCode = PrintState(arguments->json); });
 
-    CLI::App* runIn = program.add_subcommand("run-in", "Run a command in a target, then return to default.target");
+    CLI::App* runIn = program.add_subcommand("run-in", "Run a command in a target, and return to the default");
     runIn->add_option("TARGET", arguments->target, "A target that allows to be isolated")->required();
     runIn->add_option("COMMAND", arguments->command, "The command behind --, with its arguments")->required();
     runIn->callback([arguments, &exitCode] { exitCode = RunIn(arguments->target, arguments->command); });

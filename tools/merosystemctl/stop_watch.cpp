@@ -60,7 +60,7 @@ std::string StopWatch::Details() const
         details += (details.empty() ? "" : ", ") + unit + " (" + std::to_string(seconds) + " s)";
     }
     if (waiting > 0) {
-        details += (details.empty() ? "" : ", ") + std::to_string(waiting) + " waiting to";
+        details += (details.empty() ? "" : ", ") + std::to_string(waiting) + " queued";
     }
     return details;
 }

@@ -20,7 +20,7 @@ public:
 
     Texts Units() const; ///< that had a stop job at the last update
 
-    /// The units that are stopping, with the seconds for which they have been seen to; how many wait for others.
+    /// The units that are stopping, with the seconds for which they have been seen to; how many are queued behind them.
     std::string Details() const;
 
 private:

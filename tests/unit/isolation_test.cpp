@@ -1,0 +1,258 @@
+#include "core/lock.h"
+#include "isolate/isolate_watcher.h"
+#include "support/child.h"
+#include "support/operations.h"
+
+#include <sys/mman.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using namespace ::testing;
+namespace fs = std::filesystem;
+
+/// Sleeps take no time while a test counts them, in its children too.
+static struct Sleeps {
+    bool areCounted[2];
+    std::atomic<unsigned> seconds, microseconds;
+}& sleeps = *static_cast<Sleeps*>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
+extern "C" unsigned sleep(unsigned seconds)
+{
+    sleeps.areCounted[0] ? void() : std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    return sleeps.seconds += seconds, 0;
+}
+
+extern "C" int usleep(useconds_t time)
+{
+    sleeps.areCounted[1] ? void() : std::this_thread::sleep_for(std::chrono::microseconds(time));
+    return sleeps.microseconds += time, 0;
+}
+
+namespace {
+
+const std::string kRun = "/run/merosystemd/", kState = kRun + "isolate-state", kFlag = kRun + "isolate-not-finish-flag";
+const std::string kLock = kIsolateAndVolumeUnmountLock, kSystemLock = kRun + "locks/system-operation.lock";
+const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kList = "list-jobs --no-legend";
+const std::string kNoJobs = "ERR Failed to get systemd jobs";
+
+bool IsFree(const std::string& lock, int seconds = 60) // the library's children may hold it a moment longer
+{
+    return FileLock(lock, true, seconds).Acquire();
+}
+
+class Isolation : public Machine {
+protected:
+    Isolation() { Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"); }
+    ~Isolation() override
+    {
+        sleeps.areCounted[0] = sleeps.areCounted[1] = false;
+        NothingIsLeft();
+    }
+    static void NothingIsLeft()
+    {
+        EXPECT_TRUE(IsFree(kSystemLock) && IsFree(kLock) && IsFree(kMonitorLock));
+        EXPECT_FALSE(fs::exists(kState) || fs::exists(kFlag) || fs::exists(kRun + "locks/isolate-state.lock"));
+    }
+};
+
+TEST_F(Isolation, OthersSeeItGoOn)
+{
+    // The parent's hold is gone when the isolate command is; the isolate monitor's follows.
+    SystemctlScript("{ cd /run/merosystemd; echo $1; cat isolate-state; ls -d isolate-*; isolate=locks/isolate-and*\n"
+                    "[ -e isolate-not-finish-flag ] || flock -w 60 $isolate true\n"
+                    "for lock in $isolate locks/s* *.lock; do flock -n $lock true || echo $lock; done; } >> /run/seen");
+    EXPECT_TRUE(MEROSystemdIsolateToDefaultTarget() && MEROCSystemdIsolateToDefaultTarget() == 1);
+    const std::string state = "\ntarget=default.target\npid=" + std::to_string(getpid()) + "\n", file = "isolate-state\n";
+    const std::string others = "locks/system-operation.lock\nstatus_monitor.exit.lock\n";
+    const std::string first = state + "isolate-not-finish-flag\n" + file + kLock.substr(kRun.size()) + "\n" + others;
+    const std::string once = "list-jobs" + first + "isolate" + first + "list-jobs" + state + file + others;
+    EXPECT_EQ(Read("/run/seen"), once + once);
+}
+
+TEST_F(Isolation, CleansUpHoweverItEnds)
+{
+    struct Case {
+        std::string script, folder; ///< of systemctl; there before, in the way
+        bool done;
+        int result; ///< 7: untouched
+        Texts said; ///< but for its beginning and its success
+        Texts calls{kList, "isolate a.target", kList};
+        std::string target = "a.target", with = "";
+    };
+    const std::string busy = "[ $1 != isolate ] || { rm " + kFlag + "; mkdir -p " + kFlag + "/d; }\n";
+    const std::string freed = "[ ! -d " + kFlag + " -o $1 = isolate ] || { rm -r " + kFlag + "; > " + kFlag + "; }";
+    const std::string isFolder = "[Is a directory]", noFlag = "ERR Failed to delete " + kFlag + ": " + isFolder;
+    const std::string noState = "ERR Failed to unlink [" + kState + "], reason: " + isFolder;
+    const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
+    const Case cases[] = {
+        {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, "a.target", " with option [--no-block]"},
+        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }", "", false, 7,
+         {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"}, {kList, "isolate a.target"}},
+        {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
+        {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
+        {"", "", false, 7, {"!strTarget.empty()"}, {}, ""}, {"", kFlag, false, 7, {badFlag}, {}},
+        {busy, "", true, 0, {noFlag, noFlag}}, {busy + freed, "", true, 0, {noFlag}},
+        {"", kState + ".tmp/d", true, 0, {noState, noUpdate}},
+        {"", kState + "/d", true, 0, {"ERR Failed to rename isolate state file: Is a directory", noUpdate, noState}},
+        {"", kMonitorLock, true, 0, {"ERR Failed to monitor systemd status in isolation"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(PrintToString(c.said));
+        fs::create_directories(c.folder.empty() ? kRun : c.folder);
+        SystemctlScript(c.script);
+        c.script == "none" ? RemoveSystemctl() : void();
+        auto result = static_cast<MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(7);
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_EQ(MEROSystemdIsolateTarget(c.target, {.noBlock = !c.with.empty()}, &result), c.done);
+        EXPECT_TRUE(result == c.result && (!c.target.empty() || MLIBCErrGet() == 0x0D00)) << result;
+        EXPECT_EQ(Calls(), c.calls);
+        Texts said = Said("systemd_isolate_target");
+        EXPECT_EQ(std::erase(said, "INFO isolating to [a.target]."), !c.target.empty() && c.folder != kFlag);
+        EXPECT_EQ(std::erase(said, "INFO isolated to [a.target]" + c.with + "."), c.done);
+        EXPECT_EQ(said, c.said);
+        for (const std::string& path : {kState, kFlag, kMonitorLock}) {
+            EXPECT_TRUE(!fs::is_directory(path) || fs::remove_all(path) > 0);
+        }
+        NothingIsLeft();
+        fs::remove_all(kRun);
+    }
+}
+
+TEST_F(Isolation, WaitsForItsOwnStopJobs)
+{
+    struct Case {
+        std::string jobs; ///< a script that lists them; $n is 0 before the isolation, then the number of the pass
+        unsigned seconds, waits;
+        int result;
+        Texts said = {};
+    };
+    const std::string old = "echo 1 o.service stop running\n", own = "[ $n = 0 ] || echo 9 b.service stop running\n";
+    const std::string now = "INFO The following job are still in job lists:", oldJob = "INFO 1 o.service stop running";
+    const std::string before = "INFO The following job are alreay in job lists before isolation:";
+    const std::string end = "INFO Isolation didn't wait some running jobs.", ownJob = "INFO 9 b.service stop running";
+    const Case cases[] = {
+        {old + "[ $n = 0 ] || echo 5 b.service start running", 0, 0, 0},
+        {"case $n in [123]) echo 9 b.service stop waiting;; esac", 3, 2, 0},
+        {"[ $n != 1 ] || exit 1; [ $n = 3 ] || " + own, 2, 0, 0, {kNoJobs}},
+        {old + own, 300, 150, 1, {now, oldJob, ownJob, before, oldJob, end}},
+        {"[ $n != 300 ] || exit 1\n" + own, 300, 150, 2, {kNoJobs, now, before, end}},
+    };
+    sleeps.areCounted[0] = true;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.jobs);
+        Write("/run/n", "0\n");
+        SystemctlScript("[ $1 != isolate ] || exit 0; read n < /run/n; echo $((n+1)) > /run/n\n" + c.jobs + "\nexit 0");
+        MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result;
+        sleeps.seconds = 0;
+        EXPECT_TRUE(MEROSystemdIntIsolateTarget("a.target", &result));
+        EXPECT_TRUE(result == c.result && sleeps.seconds == c.seconds) << result << sleeps.seconds;
+        Texts said = Said("systemd_isolate_target");
+        EXPECT_EQ(std::erase(said, "INFO wait stop service [b.service]"), c.waits);
+        EXPECT_EQ(Texts(said.begin() + 2, said.end()), c.said);
+    }
+}
+
+TEST_F(Isolation, WaitsForItsLocksOrDoesNothing)
+{
+    FileLock system(kSystemLock, true, 0), unmount(kLock, false, 0), exit(kMonitorLock, true, 0);
+    EXPECT_TRUE(system.Acquire() && unmount.Acquire() && exit.Acquire());
+    std::thread others([&] {
+        for (FileLock* lock : {&system, &unmount, &exit}) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            lock->Release();
+        }
+    });
+    EXPECT_TRUE(MEROSystemdIsolateTarget("a.target", nullptr) && Calls().size() == 3);
+    others.join();
+    EXPECT_EQ(Said("systemd_isolate_target").size(), 2U);
+    EXPECT_TRUE(IsFree(kLock) && IsFree(kMonitorLock) && fs::remove_all(kRun));
+    Write(kRun + "locks", "");
+    EXPECT_FALSE(MEROSystemdIsolateTarget("a.target", nullptr) || MEROSystemdIntIsolateTarget("a.target", nullptr) ||
+                 _MEROSystemdIsolateTargetAction("a.target", nullptr) || !Calls().empty());
+    const std::string made = "ERR failed to mkdir [/run/merosystemd/locks]";
+    const std::string lock = "ERR failed to get lock for [a.target], lock is [", one = lock + kSystemLock + "].";
+    EXPECT_THAT(Said("lock"), ElementsAre(made, one, made, lock + kLock + "].", made, one));
+    fs::remove(kRun + "locks");
+}
+
+TEST_F(Isolation, ItsMonitorHoldsTheLockUntilTheCommandRuns)
+{
+    const auto monitor = [] {
+        Write(kFlag, "");
+        FileLock lock(kLock, true, 60), other(kSystemLock, true, 0);
+        return other.Acquire() && lock.Acquire() && StartIsolateMonitor(lock);
+    };
+    const auto isHeld = [] { return IsFree(kSystemLock, 30) && !IsFree(kLock, 0); };
+    SystemctlScript("flock -w 60 " + kLock + " true");
+    EXPECT_TRUE(monitor() && isHeld());
+    EXPECT_TRUE(MEROSystemdSystemctl("isolate", {"a"}, [](int exitCode, const Texts&) { return exitCode == 0; }));
+    EXPECT_TRUE(monitor() && isHeld() && fs::remove(kFlag) && IsFree(kLock));
+    EXPECT_TRUE(RunAs(0, monitor) == 1 && IsFree(kLock)) << "its parent is gone";
+    EXPECT_TRUE(Said("systemd_isolate_target").empty());
+    fs::rename("/bin/ps", "/bin/ps.true");
+    WriteProgram("/bin/ps", "echo /usr/bin/systemctl isolate a; exit 1");
+    sleeps.areCounted[1] = true;
+    sleeps.microseconds = 0;
+    EXPECT_TRUE(monitor() && IsFree(kLock) && sleeps.microseconds == 120'000'000 && fs::remove(kFlag));
+    EXPECT_EQ(Said("systemd_isolate_target"), Texts{"ERR Isolate doesn't execute successfully"});
+    fs::rename("/bin/ps.true", "/bin/ps");
+}
+
+TEST_F(Isolation, TheStateIsTold)
+{
+    const std::string pid = "\npid=" + std::to_string(getpid()), name(63, 'a'), no = "no", a = "target=a\npid=";
+    const std::pair<std::string, std::string> cases[] = {
+        {"target=a.target" + pid, "a.target"}, {"target=" + name + "b" + pid, name}, {"target=" + pid, ""}, {pid, no},
+        {"target=a", no}, {a + "x", no}, {a + "99999999999999999999", no}, {a + "2147483647", no}, {a + "-1", no},
+        {a + std::to_string(getpid() + (1L << 32)), no},
+    };
+    IsolateState state{.isolating = true, .target = "before"};
+    MERO_SYSTEMD_ISOLATE_STATE record{7, "before"};
+    EXPECT_TRUE(MEROSystemdIsolateStateGet(state) && !state.isolating && state.target.empty());
+    EXPECT_TRUE(MEROCSystemdIsolateStateGet(&record) && !record.isolating && !*record.target);
+    for (const auto& [file, target] : cases) {
+        Write(kState, file);
+        const bool told = target != no;
+        EXPECT_TRUE(MEROSystemdIsolateStateGet(state = {true, no}) == told && state.isolating == told) << file;
+        EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == told && record.isolating == (told ? 1 : 7));
+        EXPECT_TRUE(record.target == target && state.target == (told ? target : "")) << file;
+    }
+    EXPECT_TRUE(fs::remove(kState) && MEROCSystemdIsolateStateGet(nullptr) == 0);
+}
+
+TEST_F(Isolation, AnActionRunsBetweenTwo)
+{
+    struct Case {
+        std::string failing; ///< the target
+        int acts;            ///< the action's result; 2: it throws
+        bool done;
+        Texts calls{"isolate a.target", "action", "isolate default.target"};
+    };
+    const Case cases[] = {{"", 1, true}, {"", 0, false}, {"default.target", 1, false}, {"", 2, false},
+                          {"a.target", 1, false, {"isolate a.target", "isolate default.target"}}};
+    for (const Case& c : cases) {
+        SystemctlScript("flock -n " + kSystemLock + " true && > /run/free; [ \"$2\" != '" + c.failing + "' ]");
+        std::function<bool()> action = [&] {
+            std::ofstream("/run/systemctl.calls", std::ios::app) << (IsFree(kSystemLock, 0) ? "free\n" : "action\n");
+            return c.acts == 2 ? throw 7 : c.acts == 1;
+        };
+        const auto fromC = [](void* data) { return (*static_cast<std::function<bool()>*>(data))(); };
+        EXPECT_EQ(MEROCSystemdIsolateTargetAction("a.target", fromC, &action), c.done);
+        Texts calls = Calls();
+        std::erase(calls, kList);
+        EXPECT_EQ(calls, c.calls);
+        EXPECT_TRUE(IsFree(kSystemLock) && !fs::exists("/run/free"));
+    }
+    EXPECT_THROW(_MEROSystemdIsolateTargetAction("b", nullptr), std::bad_function_call);
+    EXPECT_THAT(Calls(), ElementsAre(kList, "isolate b", kList, kList, "isolate default.target", kList));
+    EXPECT_FALSE(_MEROSystemdIsolateTargetAction("", nullptr) || MEROCSystemdIsolateTargetAction("a", nullptr, nullptr) ||
+                 MEROCSystemdIsolateTargetAction(nullptr, nullptr, nullptr) || !Calls().empty());
+    EXPECT_THAT(Said("systemd_isolate_target_action"),
+                ElementsAre("!strTarget.empty()", "nullptr != action", "nullptr != szTarget"));
+}
+
+} // namespace

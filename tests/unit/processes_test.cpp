@@ -1,0 +1,153 @@
+#include "core/common.h"
+#include "core/executor.h"
+#include "core/status_monitor.h"
+#include "support/operations.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <csignal>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using namespace ::testing;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// "0:/dev/null 7:/run! ...", with "!" behind those that a new program would not get.
+std::string Descriptors()
+{
+    std::string text;
+    for (int fd = 0; fd < 1024; ++fd) {
+        if (const int flags = fcntl(fd, F_GETFD); flags >= 0) {
+            const fs::path link = "/proc/self/fd/" + std::to_string(fd);
+            text += link.filename().string() + ":" + fs::read_symlink(link).string() + (flags != 0 ? "! " : " ");
+        }
+    }
+    return text;
+}
+
+bool IsFree(const std::string& lock)
+{
+    return FileLock(lock, true, 0).Acquire();
+}
+
+/// Detached children become this process' own, so that it sees how they end.
+class Processes : public Machine {
+protected:
+    Processes() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
+    ~Processes() override { prctl(PR_SET_CHILD_SUBREAPER, 0); }
+
+    /// Waits for the next child to end: its wait status, -1 when there is none.
+    static int Ended()
+    {
+        int status = -1;
+        return waitpid(-1, &status, 0), status;
+    }
+};
+
+TEST_F(Processes, AnExecutorTellsHowAProgramEnded)
+{
+    Executor executor;
+    const auto run = [&](const Texts& command) {
+        const auto [completed, exitCode] = executor.Execute(command[0], {command.begin() + 1, command.end()});
+        return std::to_string(completed) + std::to_string(exitCode) + executor.GetOutput();
+    };
+    EXPECT_EQ(run({"/bin/sh", "-c", "printf ' ' >&2; printf '%s,' \"$@\"", "sh", "b  c", "$x", ""}), "10b  c,$x,,");
+    EXPECT_EQ(run({"/bin/sh", "-c", "printf 'a\\0b\\n\\nlast'; exit 255"}), std::string("1255a\0b\n\nlast", 13));
+    EXPECT_EQ(run({"/bin/sh", "-c", "echo a; kill -9 $$"}), "00a\n");
+    EXPECT_EQ(run({"/nowhere", "a", "b c"}), "00a\n");
+    EXPECT_EQ(run({"", "d"}), "00a\n");
+    EXPECT_THAT(Said("executor"), ElementsAre("ERR Execution is not completed, status: [9], command: [/bin/sh -c echo a; kill "
+                                              "-9 $$]", "ERR Fail to execute [/nowhere a b c]", "ERR Bad executable path"));
+}
+
+TEST_F(Processes, AForkedChildEndsWithZeroWhateverItDoes)
+{
+    const std::pair<std::function<void()>, Texts> cases[] = {
+        {[] { std::atexit([] { Write("/run/seen", ""); }); }, {}},
+        {[] { throw std::runtime_error("x"); }, {"ERR Failed to execute function, exception = [x]"}},
+        {[] { throw 7; }, {"ERR Failed to execute function"}},
+        {nullptr, {"ERR Failed to execute function, exception = [bad_function_call]"}},
+    };
+    for (const auto& [function, said] : cases) {
+        EXPECT_TRUE(ForkAndRun(function, 0) && Ended() == 0);
+        EXPECT_EQ(Said("common"), said);
+    }
+    EXPECT_FALSE(ForkAndRun([] { Write("/run/seen", ""); }, 8) || fs::exists("/run/seen")) << "an unknown flag";
+    EXPECT_THAT(Said("common"), ElementsAre(MatchesRegex("ERR Failed to fork\\[0x0D00 fork:[0-9]+\\]")));
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+    EXPECT_TRUE(ForkAndRun([] {}, 0) && Ended() == -1) << "the child is not the caller's to wait for";
+}
+
+TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
+{
+    sigset_t blocked, still;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    signal(SIGUSR1, SIG_IGN);
+    EXPECT_TRUE(ForkAndRun([] { raise(SIGUSR1); }, 0) && Ended() == SIGUSR1);
+    EXPECT_TRUE(ForkAndRun([] { raise(SIGUSR2); }, 0) && Ended() == SIGUSR2);
+    sigprocmask(SIG_UNBLOCK, &blocked, &still);
+    EXPECT_TRUE(sigismember(&still, SIGUSR2) && !sigismember(&still, SIGTERM) && signal(SIGUSR1, SIG_DFL) == SIG_IGN);
+
+    const std::string rest = "1:/dev/null 2:/dev/null ", none = "0:/dev/null " + rest;
+    for (const auto& [kept, expected] : {std::pair(-1, none), {0, "0:/run " + rest}, {3, none + "3:/run "}}) {
+        for (const int closed : {2, 7}) { // which the host may have closed
+            EXPECT_TRUE(ForkAndRun([kept = kept, closed] {
+                for (const int fd : {3, 4, 7, kept}) {
+                    dup2(open("/run", O_RDONLY), fd);
+                }
+                close(closed);
+                KeepDescriptor(kept);
+                Write("/run/seen", Descriptors());
+            }, 0) && Ended() == 0);
+            EXPECT_EQ(Read("/run/seen"), expected) << closed << " had been closed";
+        }
+    }
+}
+
+TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
+{
+    const std::string path = "/run/a/b/c.lock";
+    FileLock lock(path, true, 0);
+    EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire());
+    const std::string descriptors = Descriptors();
+    EXPECT_TRUE(lock.Acquire() && Descriptors() == descriptors && !IsFree(path));
+    EXPECT_THAT(Said("lock"), ElementsAre(MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    EXPECT_TRUE(ForkAndRun([&] { close(ends[1]), (void)!read(ends[0], &ends[1], 1), lock.Release(); }, 0));
+    lock.Release();
+    EXPECT_TRUE(lock.FdGet() == -1 && !IsFree(path)) << "the child has its copy";
+    close(ends[0]), close(ends[1]);
+    EXPECT_TRUE(Ended() == 0 && IsFree(path));
+}
+
+TEST_F(Processes, TheStatusMonitorsLockIsHeldUntilMonitorAndScriptAreGone)
+{
+    const std::string path = "/run/merosystemd/status_monitor.exit.lock";
+    const std::string script = "/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh";
+    WriteProgram(script, "cut -d' ' -f6 /proc/$$/stat > /run/begun; read x < /run/go; echo a; exit 1");
+    mkfifo("/run/begun", 0600), mkfifo("/run/go", 0600);
+    FileLock other("/run/other.lock", true, 0), shared(path, false, 0);
+    EXPECT_TRUE(other.Acquire() && shared.Acquire() && StatusMonitor().Start());
+    EXPECT_NE(Read("/run/begun"), std::to_string(getsid(0)) + "\n") << "not in the caller's session";
+    other.Release(), shared.Release();
+    EXPECT_TRUE(IsFree("/run/other.lock") && !IsFree(path));
+    Write("/run/go", "");
+    EXPECT_TRUE(Ended() == 0 && IsFree(path));
+    fs::remove(script);
+    StatusMonitor monitor;
+    EXPECT_TRUE(monitor.Start() && Ended() == 0 && !IsFree(path));
+    const std::string descriptors = Descriptors(), failed = "ERR Run mero-systemd-status-monitor.sh failed, code: ";
+    EXPECT_TRUE(monitor.Start() && Ended() == 0 && !IsFree(path) && Descriptors() == descriptors);
+    EXPECT_THAT(Said("status_monitor"),
+                ElementsAre(failed + "[1], output: [a\n]", failed + "[-1], output: []", failed + "[-1], output: []"));
+}
+
+} // namespace
