@@ -1,4 +1,4 @@
-/* States of units, as systemctl words them, and of isolations. */
+/* States of units, as systemctl words them, of isolations, and of units' need for volumes. */
 #pragma once
 
 /* The property LoadState. */
@@ -42,3 +42,10 @@ typedef struct {
     unsigned char isolating; /* 1 or 0 */
     char target[4096];       /* the target it goes to, with its NUL; empty when there is none */
 } MERO_SYSTEMD_ISOLATE_STATE;
+
+/* Which volumes a unit needs: key "VolumeDependency" of the section [X-Tarvix]. */
+typedef enum {
+    MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE = 0,
+    MERO_SYSTEMD_VOLUME_DEPENDENCY_ALL = 1,
+    MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL = 2 /* those that it, or its package, has registered */
+} MERO_SYSTEMD_VOLUME_DEPENDENCY;

@@ -207,6 +207,45 @@ int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
    isolation failed, and must start no other operation on the whole machine. */
 int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data);
 
+/* ---- Volumes -------------------------------------------------------------------------------------------------
+
+   A volume is named by its mount path, which begins with "/" and does not end with it. Units and packages register the
+   volumes that they use. One process writes at a time, and none waits for another: 0 and MLIBC_ERR_LOCK_BUSY then.
+   Names that hold "/", and what is no volume, are invalid arguments (0x0D00). */
+
+int MEROCSystemdVolumeRegister(const char* szUnit, const char* szVolume);
+int MEROCSystemdVolumeUnregister(const char* szUnit, const char* szVolume);
+int MEROCSystemdPackageVolumeRegister(const char* szPackage, const char* szVolume);
+int MEROCSystemdPackageVolumeUnregister(const char* szPackage, const char* szVolume);
+
+/* Which volumes a unit needs. 0 with error 0x0700 when it has no file; *pDependency is untouched then. */
+int MEROCSystemdVolumeDependencyGet(const char* szUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY* pDependency);
+
+/* Pushes the services whose processes use files at or below the mount path onto the list, which must exist. */
+int MEROCSystemdServiceListByMntPath(const char* szMntPath, MLIBCSzList** ppListServices);
+
+/* Stops the services that use the volumes, calls `action`, which unmounts them, with `data`, and starts the services
+   again, whatever came of it. 1 when all of that succeeded and the action returned true. The action must call neither
+   an isolation nor another unmount action, and is not called when the services cannot be found or stopped. The calls
+   may wait for an hour for other unmount actions and for isolations. A null item in the list gives 0. */
+int MEROCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void* data), void* data);
+int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (*action)(void* data), void* data);
+
+/* ---- Cgroups -------------------------------------------------------------------------------------------------
+
+   Of the calling process. A slice's name ends with ".slice" and holds no "/" (0x0D00). */
+
+/* The slice that it is accounted to. `cbSlice` counts bytes; a name that does not fit with its NUL gives 0 and
+   MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
+
+/* Move it into a slice of the resource monitor's hierarchy; of systemd's hierarchy, and then of the monitor's. */
+int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice);
+int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
+
+/* Moves it to the root of systemd's hierarchy, so that it outlives the unit that started it. */
+int MEROCSystemdRunAsSystemProcess(void);
+
 #pragma GCC visibility pop
 
 #ifdef __cplusplus

@@ -8,6 +8,7 @@
 #include <merosystemd/options.hpp>
 #include <merosystemd/status.h>
 #include <merosystemd/systemd.h>
+#include <merosystemd/volume.hpp>
 
 #include <cstdint>
 #include <functional>
@@ -302,5 +303,85 @@ bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
 /// true when all three succeeded. `action` is not called when the first isolation failed. What it throws is passed on
 /// after the way back. It must start no other operation on the whole machine.
 bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
+
+// ---- Volumes -------------------------------------------------------------------------------------------------------
+//
+// A volume is named by its mount path, which begins with "/" and does not end with it. Units and packages register the
+// volumes that they use, in a file each that survives boots; a file is replaced whole, and is on the disk when the call
+// returns true. One process writes at a time, and none waits for another: false then, at once, and MLIBC_ERR_LOCK_BUSY.
+// An empty name, one that holds "/", and what is no volume are invalid arguments (0x0D00).
+
+/// A volume that is registered already is fine.
+bool MEROSystemdVolumeRegister(const std::string& strUnit, const std::string& strVolume);
+
+/// False, too, when nothing was ever registered by a unit on this machine, or by this package.
+bool MEROSystemdVolumeUnregister(const std::string& strUnit, const std::string& strVolume);
+
+/// The package must be installed: /var/packages/<package>.
+bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
+bool MEROSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
+
+/// Whether one of the volumes is registered. False, too, when that cannot be read.
+bool MEROSystemdVolumeIsRegisteredByUnit(const std::string& unit, const std::vector<std::string>& volumes);
+bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const std::vector<std::string>& volumes);
+
+/// Appends the packages that have registered the volume, in no order. False at the first one whose register cannot be
+/// read. Throws std::filesystem::filesystem_error when there is no /var/packages.
+bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::vector<std::string>& packages);
+
+/// Appends what is registered, by units and then by packages, in no order among them; a register that is empty is left
+/// out. A register that cannot be read is logged and passed over: false then. Without /var/packages there are none.
+bool MEROSystemdVolumeRegisterList(std::vector<MERO::Systemd::VolumeRegistration>& registrations);
+
+/// Which volumes a unit needs, by its key "VolumeDependency"; another word than "all" and "partial" means none. False
+/// (0x0700), with `dependency` untouched, when the unit has no file.
+bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY& dependency);
+
+/// Replaces `vecServices` by the services whose processes use files at or below the mount path: as working directory
+/// or executable, open, or mapped into memory. Services that opt out are left out. The path is compared as it stands with the
+/// files' resolved paths; that of a device's node means all files on the device. False (0x0900) when /proc cannot be
+/// opened. Every process of the machine is looked at; a process that ends meanwhile is passed over.
+bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<std::string>& vecServices);
+
+/// Whether the service is never listed for its files: key "SkipListByMntPath" is "yes". False (0x0700), with `skip`
+/// untouched, when it has no unit file.
+bool MEROSystemdServiceSkipListByMntPath(const std::string& strService, bool& skip);
+
+/// Stops the services that use the volumes, runs `action`, which unmounts them, and starts the services again, whatever
+/// came of it: true when all of that succeeded. The services are those that run and depend on the volumes by their key
+/// "VolumeDependency", and those whose processes use files there; a service whose key "Master" names another unit is
+/// replaced by that one. systemd orders the stops and the starts. `action` is not called when the services cannot be
+/// found or stopped; what it throws is passed on after the start. Waits up to an hour each for other unmount actions
+/// and for an isolation, and must not be called, nor may an isolation be, from `action`. An empty list and paths that
+/// are no volumes are invalid arguments (0x0D00).
+bool _MEROSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes, std::function<bool()>&& action);
+
+/// What that action would stop now, and why; besides, what would still keep the volumes busy. Nothing is changed, and
+/// no lock is taken. False as the action is when it cannot find the services; `plan` is untouched then.
+bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, MERO::Systemd::VolumeUnmountPlan& plan);
+
+// ---- Cgroups -------------------------------------------------------------------------------------------------------
+//
+// Two hierarchies matter: systemd's (name=systemd, at /sys/fs/cgroup/systemd) and that of the resource monitor
+// (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends with ".slice" and holds no "/" (0x0D00).
+
+/// The path of a process' cgroup in the hierarchy with these controllers, "name=systemd" say. False when there is no
+/// such process or hierarchy, and for a path that holds ":".
+bool MEROSystemdCgroupPathnameGet(int pid, const std::string& controller, std::string& path);
+
+/// The unit of a process: the last folder of its path in systemd's hierarchy, which is the one of cgroup version 2 on
+/// a machine that has no other. False when there is no such process, or the folder's name holds no ".".
+bool MEROSystemdGetByPid(int pid, std::string& unit);
+
+/// The slice that the calling process is accounted to.
+bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
+
+/// Moves the calling process, other threads than its first excepted, into a slice of the monitor's hierarchy; of
+/// systemd's hierarchy, and then of the monitor's.
+bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
+bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
+
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it.
+bool MEROSystemdRunAsSystemProcess();
 
 #pragma GCC visibility pop

@@ -1,0 +1,74 @@
+#include "core/json_file.h"
+
+#include "core/descriptor.h"
+#include "core/text_reader.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr off_t kLargestFile = off_t{16} << 20;
+
+bool WriteAll(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t count = write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    return true;
+}
+
+/// The owner comes first: changing it takes set-user-ID bits away.
+bool MakeLike(int fd, const std::string& like)
+{
+    struct stat old;
+    return stat(like.c_str(), &old) != 0 ||
+           (fchown(fd, old.st_uid, old.st_gid) == 0 && fchmod(fd, old.st_mode & 07777) == 0);
+}
+
+} // namespace
+
+bool ReadJsonFile(const std::string& path, Json::Value& value)
+{
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
+        return false; // a FIFO of that name must not hold the caller up
+    }
+    TextReader reader;
+    const auto text = reader.Read(AT_FDCWD, path.c_str());
+    if (!text) {
+        return false;
+    }
+    Json::CharReaderBuilder builder;
+    builder["failIfExtra"] = true;
+    const std::unique_ptr<Json::CharReader> parser(builder.newCharReader());
+    try {
+        return parser->parse(text->data(), text->data() + text->size(), &value, nullptr);
+    } catch (const Json::Exception&) { // nested too deeply
+        return false;
+    }
+}
+
+bool WriteJsonFile(const std::string& path, const std::string& like, const Json::Value& value)
+{
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "  ";
+    builder["emitUTF8"] = true; // texts stay the bytes that they are
+    const std::string text = Json::writeString(builder, value) + "\n";
+
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
+    return file && MakeLike(file.Get(), like) && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+
+namespace MERO::Systemd {
+
+/// Parses a file that holds one JSON document, at most 16 MiB long.
+bool ReadJsonFile(const std::string& path, Json::Value& value);
+
+/// Makes the file anew with one JSON document, which is on the disk when this returns true. The file must not exist;
+/// its owner and mode are those of the file `like`, if there is one.
+bool WriteJsonFile(const std::string& path, const std::string& like, const Json::Value& value);
+
+} // namespace MERO::Systemd

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace MERO::Systemd {
+
+/// Reads whole files with few calls into a buffer that is kept. Made for /proc, whose files tell no size.
+class TextReader {
+public:
+    /// The text of the file `path`, relative to the open folder `directory` (AT_FDCWD: the working directory); it is
+    /// good until the next call. None, with errno, when the file cannot be opened or read to its end.
+    std::optional<std::string_view> Read(int directory, const char* path);
+
+private:
+    std::vector<char> buffer_ = std::vector<char>(32 * 1024);
+};
+
+} // namespace MERO::Systemd

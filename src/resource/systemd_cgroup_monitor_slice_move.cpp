@@ -1,0 +1,16 @@
+#include "core/argument_check.h"
+#include "resource/cgroup_move.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice)
+{
+    return MoveToCgroupSlice(strSlice, "meromonitor");
+}
+
+int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice)
+{
+    return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupMonitorSliceMove(szSlice);
+}

@@ -1,0 +1,16 @@
+#include "core/argument_check.h"
+#include "resource/cgroup_move.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice)
+{
+    return MoveToCgroupSlice(strSlice, "systemd") && MoveToCgroupSlice(strSlice, "meromonitor");
+}
+
+int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice)
+{
+    return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupSystemdSliceMove(szSlice);
+}

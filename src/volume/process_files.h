@@ -1,0 +1,98 @@
+#pragma once
+
+#include "core/descriptor.h"
+#include "core/directory_names.h"
+#include "core/text_reader.h"
+
+#include <merosystemd/volume.hpp>
+
+#include <charconv>
+#include <climits>
+#include <string_view>
+
+namespace MERO::Systemd {
+
+/// A process as /proc shows it.
+struct ProcessFolder {
+    int pid;
+    int descriptor; ///< of the open folder, so that a process ID that is used again mixes no two processes
+};
+
+/// Walks through the processes of the machine and the files that they use. What vanishes or cannot be read is passed
+/// over: processes come and go.
+class ProcessFiles {
+public:
+    ProcessFiles();
+
+    /// False, with errno, when /proc cannot be opened: there are no processes to see then.
+    explicit operator bool() const { return static_cast<bool>(proc_); }
+
+    /// Hands every process to `take`.
+    template <typename Take>
+    void ForEachProcess(Take&& take)
+    {
+        processNames_.ForEach(proc_.Get(), [&](std::string_view name) {
+            ProcessFolder process{};
+            const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process.pid);
+            if (error == std::errc() && *end == '\0') {
+                const Descriptor folder = OpenFolder(proc_.Get(), name.data());
+                if (folder) {
+                    process.descriptor = folder.Get();
+                    take(process);
+                }
+            }
+            return true;
+        });
+    }
+
+    /// The text of one of a process' links; empty when it cannot be read. Good until the next call.
+    std::string_view Link(int folder, const char* name);
+
+    /// Hands the text of the link of each open file to `take`, until it returns false.
+    template <typename Take>
+    void ForEachDescriptor(const ProcessFolder& process, Take&& take)
+    {
+        const Descriptor folder = OpenFolder(process.descriptor, "fd");
+        if (folder) {
+            linkNames_.ForEach(folder.Get(), [&](std::string_view name) { return take(Link(folder.Get(), name.data())); });
+        }
+    }
+
+    /// Hands each line of the process' memory map to `take`, without its newline, until it returns false.
+    template <typename Take>
+    void ForEachMap(const ProcessFolder& process, Take&& take)
+    {
+        std::string_view text = reader_.Read(process.descriptor, "maps").value_or(std::string_view());
+        while (!text.empty()) {
+            const std::size_t end = text.find('\n');
+            if (!take(text.substr(0, end))) {
+                return;
+            }
+            text.remove_prefix(end == text.npos ? text.size() : end + 1);
+        }
+    }
+
+    /// The kernel's name of the process.
+    std::string Command(const ProcessFolder& process);
+
+    /// The process' path in systemd's hierarchy of cgroups; empty when that cannot be told.
+    std::string Cgroup(const ProcessFolder& process);
+
+private:
+    static Descriptor OpenFolder(int parent, const char* name);
+
+    Descriptor proc_;
+    DirectoryNames processNames_;
+    DirectoryNames linkNames_;
+    TextReader reader_;
+    char link_[PATH_MAX];
+};
+
+/// The path in a line of a memory map as a reader sees it that takes a blank for the path's end; empty when the line
+/// has none.
+std::string_view MapPath(std::string_view line);
+
+/// The whole path in a line of a memory map, blanks included.
+std::string_view WholeMapPath(std::string_view line);
+
+} // namespace MERO::Systemd

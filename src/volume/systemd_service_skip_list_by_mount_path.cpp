@@ -1,0 +1,14 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdServiceSkipListByMntPath(const std::string& strService, bool& skip)
+{
+    if (!MERO_VALID(!strService.empty())) {
+        return false;
+    }
+    return YesKeyGet(MERO_HERE, strService, "SkipListByMntPath", skip);
+}

@@ -1,0 +1,134 @@
+#include "core/argument_check.h"
+#include "core/join.h"
+#include "core/lock.h"
+#include "core/status_monitor.h"
+#include "unit/c_list.h"
+#include "unit/unit_file.h"
+#include "volume/volume_stops.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <boost/algorithm/string/join.hpp>
+
+#include <unistd.h>
+
+#include <cerrno>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr int kLockTimeout = 3600; // seconds
+const std::string kDirectory = "/run/systemd/system/";
+const std::string kBeginTarget = "unmount-volume-begin.target"; // stops the services
+const std::string kEndTarget = "unmount-volume-end.target";     // starts them again
+
+bool RemoveTarget(const std::string& target)
+{
+    const std::string path = kDirectory + target;
+    const bool removed = unlink(path.c_str()) == 0 || errno == ENOENT;
+    if (!removed) {
+        MERO_LOG(LOG_ERR, "Fail to remove [%s].", path.c_str());
+    }
+    return removed;
+}
+
+bool WriteTarget(const std::string& target, const char* relation, const Texts& services)
+{
+    const std::string units = boost::algorithm::join(services, " ");
+    const bool written = AddUnitSection(kDirectory, target, "Unit",
+                                        {{relation, units}, {"After", units}, {"DefaultDependencies", "no"}});
+    if (!written) {
+        MERO_LOG(LOG_ERR, "Fail to add unit section in [%s].", (kDirectory + target).c_str());
+    }
+    return written;
+}
+
+bool StartAgain()
+{
+    return MEROSystemdStart(kEndTarget);
+}
+
+bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const std::function<bool()>& action)
+{
+    if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) ||
+        !WriteTarget(kBeginTarget, "Conflicts", services) || !WriteTarget(kEndTarget, "Wants", services) ||
+        !MEROSystemdDaemonReload()) {
+        return false;
+    }
+    MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",
+             Join(volumes).c_str(), Join(services).c_str());
+    bool done = false;
+    try {
+        done = MEROSystemdStartIrreversibly(kBeginTarget) && action();
+    } catch (...) {
+        (void)StartAgain();
+        throw;
+    }
+    return StartAgain() && done;
+}
+
+} // namespace
+
+bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool()>&& action)
+{
+    if (!MERO_VALID(!vecVolumes.empty()) || !AreVolumes(vecVolumes)) {
+        return false;
+    }
+    FileLock unmountLock("/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout);
+    FileLock isolateLock(kIsolateAndVolumeUnmountLock, false, kLockTimeout);
+    if (!unmountLock.Acquire() || !isolateLock.Acquire()) {
+        // Names the first lock in either case, deliberately.
+        MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmountLock.PathGet().c_str());
+        return false;
+    }
+    StatusMonitor monitor;
+    if (!monitor.Start()) {
+        MERO_LOG(LOG_ERR, "Failed to monitor systemd status in volume unmount action");
+    }
+    VolumeStops stops;
+    if (!FindVolumeStops(vecVolumes, stops)) {
+        return false;
+    }
+    if (stops.empty()) {
+        MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(vecVolumes).c_str());
+        return action();
+    }
+    Texts services;
+    for (const auto& [unit, causes] : stops) {
+        services.push_back(unit);
+    }
+    return RunBetweenStopAndStart(vecVolumes, services, action);
+}
+
+namespace {
+
+/// The action on behalf of C, which no exception may reach.
+int RunForC(const std::function<Texts()>& volumes, bool (*action)(void*), void* data)
+{
+    try {
+        return _MEROSystemdVolumeUnmountAction(volumes(), [=] { return action(data); }) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+} // namespace
+
+int MEROCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void*), void* data)
+{
+    if (!MERO_VALID(nullptr != szVolume) || !MERO_VALID(nullptr != action)) {
+        return 0;
+    }
+    return RunForC([=] { return Texts{szVolume}; }, action, data);
+}
+
+int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (*action)(void*), void* data)
+{
+    if (!MERO_VALID(nullptr != pListVolumes) || !MERO_VALID(nullptr != action)) {
+        return 0;
+    }
+    return RunForC([=] { return FromList(pListVolumes); }, action, data); // a null item throws
+}
