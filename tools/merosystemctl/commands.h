@@ -1,5 +1,7 @@
 #pragma once
 
+#include "output.h"
+
 #include <CLI/CLI.hpp>
 
 namespace MERO::Tool {
@@ -7,15 +9,19 @@ namespace MERO::Tool {
 /// Exit codes, as --help lists them.
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kNotActive = 3, kNoSuchUnit = 4, kTimedOut = 5, kCannotRun = 6 };
 
-// Each adds its commands to the program. A command that was called leaves its exit code in `exitCode`.
+// Each adds its commands to the program. A command that was called leaves its exit code in `exitCode`. `behindDashes`
+// are the words of a command that the program is to run.
 void AddActionCommands(CLI::App& program, int& exitCode);
+void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
 void AddEnablementCommands(CLI::App& program, int& exitCode);
 void AddInfoCommand(CLI::App& program, int& exitCode);
-void AddIsolateCommands(CLI::App& program, int& exitCode);
+void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
 void AddJobsCommand(CLI::App& program, int& exitCode);
 void AddMaintenanceCommands(CLI::App& program, int& exitCode);
 void AddQueryCommands(CLI::App& program, int& exitCode);
 void AddReasonCommands(CLI::App& program, int& exitCode);
 void AddStatusCommand(CLI::App& program, int& exitCode);
+void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
+void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& exitCode);
 
 } // namespace MERO::Tool

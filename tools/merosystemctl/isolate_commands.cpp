@@ -1,52 +1,23 @@
 #include "commands.h"
 #include "output.h"
-#include "progress_line.h"
 #include "run_command.h"
-#include "stop_watch.h"
+#include "stop_progress.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <atomic>
-#include <chrono>
-#include <functional>
-#include <future>
 #include <iostream>
 #include <memory>
 
 namespace MERO::Tool {
 namespace {
 
-constexpr auto kProgressInterval = std::chrono::seconds(1);
-
-struct Watched {
-    bool done;
-    Texts stillStopping;
-};
-
-/// Runs `work` and shows meanwhile which units are stopping, unless `isQuiet`. Returns its result, and the units that
-/// have not stopped yet.
-Watched WithStopProgress(const std::function<bool()>& work, const std::atomic<bool>& isQuiet)
-{
-    StopWatch stops;
-    ProgressLine line;
-    std::future<bool> done = std::async(std::launch::async, work);
-    while (done.wait_for(kProgressInterval) != std::future_status::ready) {
-        stops.Update();
-        if (isQuiet || stops.Units().empty()) {
-            line.Clear();
-        } else {
-            line.Show(ToCell(stops.Units()), "stopping: " + stops.Details());
-        }
-    }
-    return {done.get(), stops.Units()};
-}
-
 int Isolate(const std::string& target, bool noBlock)
 {
     const MERO::Systemd::IsolateOptions options{.noBlock = noBlock};
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
-    const Watched isolated =
-        WithStopProgress([&] { return MEROSystemdIsolateTarget(target, options, &result); }, false);
+    const WatchedWork isolated =
+        WithStopProgress(false, [&] { return MEROSystemdIsolateTarget(target, options, &result); });
     if (!isolated.done) {
         return ReportFailure("isolating to " + target);
     }
@@ -84,6 +55,10 @@ int PrintState(bool json)
 
 int RunIn(const std::string& target, const Texts& command)
 {
+    if (command.empty()) {
+        PrintError("run-in takes a command behind --");
+        return kUsage;
+    }
     if (!IsRunnable(command)) {
         return kUsage;
     }
@@ -91,17 +66,15 @@ int RunIn(const std::string& target, const Texts& command)
     std::atomic<bool> isRunning = false;
     bool wasReached = false;
     int code = kDone;
-    const Watched returned = WithStopProgress(
-        [&] {
-            return _MEROSystemdIsolateTargetAction(target, [&] {
-                wasReached = true;
-                isRunning = true;
-                code = RunCommand(command);
-                isRunning = false;
-                return code == kDone;
-            });
-        },
-        isRunning);
+    const WatchedWork returned = WithStopProgress(isRunning, [&] {
+        return _MEROSystemdIsolateTargetAction(target, [&] {
+            wasReached = true;
+            isRunning = true;
+            code = RunCommand(command);
+            isRunning = false;
+            return code == kDone;
+        });
+    });
     if (!wasReached) {
         return ReportFailure("isolating to " + target);
     }
@@ -114,11 +87,10 @@ int RunIn(const std::string& target, const Texts& command)
 
 } // namespace
 
-void AddIsolateCommands(CLI::App& program, int& exitCode)
+void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitCode)
 {
     struct Arguments {
         std::string target;
-        Texts command;
         bool noBlock = false;
         bool json = false;
     };
@@ -135,8 +107,8 @@ void AddIsolateCommands(CLI::App& program, int& exitCode)
 
     CLI::App* runIn = program.add_subcommand("run-in", "Run a command in a target, and return to the default");
     runIn->add_option("TARGET", arguments->target, "A target that allows to be isolated")->required();
-    runIn->add_option("COMMAND", arguments->command, "The command behind --, with its arguments")->required();
-    runIn->callback([arguments, &exitCode] { exitCode = RunIn(arguments->target, arguments->command); });
+    runIn->footer("-- COMMAND...  The command that runs there");
+    runIn->callback([arguments, &behindDashes, &exitCode] { exitCode = RunIn(arguments->target, behindDashes); });
 }
 
 } // namespace MERO::Tool

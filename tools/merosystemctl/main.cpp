@@ -1,8 +1,31 @@
 #include "commands.h"
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
+
+using Words = std::vector<std::string>;
+
+/// Whether a command line is one of the commands that run another command.
+bool RunsCommand(const Words& words)
+{
+    const std::string first = words.empty() ? "" : words[0];
+    const std::string second = words.size() < 2 ? "" : words[1];
+    return first == "run-in" || (first == "volume" && second == "unmount") || (first == "cgroup" && second == "move");
+}
+
+/// Takes the words behind "--" from such a command line. Elsewhere "--" only ends the options.
+Words TakeBehindDashes(Words& words)
+{
+    const auto dashes = std::find(words.begin(), words.end(), "--");
+    if (!RunsCommand(words) || dashes == words.end()) {
+        return {};
+    }
+    const Words behind(dashes + 1, words.end());
+    words.erase(dashes, words.end());
+    return behind;
+}
 
 constexpr const char* kFooter = R"(Exit status:
   0  done; of several units, all of them. status: they are active
@@ -40,6 +63,8 @@ int main(int argc, char* argv[])
     program.get_formatter()->column_width(28);
     program.footer(kFooter);
 
+    Words words(argv + std::min(argc, 1), argv + argc);
+    const Words behindDashes = TakeBehindDashes(words);
     int exitCode = MERO::Tool::kDone;
     MERO::Tool::AddActionCommands(program, exitCode);
     MERO::Tool::AddStatusCommand(program, exitCode);
@@ -48,10 +73,13 @@ int main(int argc, char* argv[])
     MERO::Tool::AddQueryCommands(program, exitCode);
     MERO::Tool::AddEnablementCommands(program, exitCode);
     MERO::Tool::AddReasonCommands(program, exitCode);
-    MERO::Tool::AddIsolateCommands(program, exitCode);
+    MERO::Tool::AddIsolateCommands(program, behindDashes, exitCode);
+    MERO::Tool::AddVolumeCommands(program, behindDashes, exitCode);
+    MERO::Tool::AddCgroupCommands(program, behindDashes, exitCode);
     MERO::Tool::AddMaintenanceCommands(program, exitCode);
     try {
-        program.parse(argc, argv);
+        std::reverse(words.begin(), words.end()); // as the parser wants them
+        program.parse(words);
     } catch (const CLI::Success& wanted) { // --help and --version
         return program.exit(wanted);
     } catch (const CLI::ParseError& error) {

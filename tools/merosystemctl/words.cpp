@@ -40,4 +40,9 @@ const char* EnableWord(int enableStatus)
     return Word(std::array{"disabled", "enabled", "static", "masked", "linked"}, enableStatus);
 }
 
+const char* DependencyWord(int dependency)
+{
+    return Word(std::array{"none", "all", "partial"}, dependency);
+}
+
 } // namespace MERO::Tool

@@ -11,5 +11,6 @@ const char* StateWord(Systemd::JobState state);
 const char* LoadWord(int loadStatus);
 const char* ActiveWord(int activeStatus);
 const char* EnableWord(int enableStatus);
+const char* DependencyWord(int dependency);
 
 } // namespace MERO::Tool

@@ -1,0 +1,122 @@
+#include "commands.h"
+#include "output.h"
+#include "run_command.h"
+#include "stop_progress.h"
+#include "volume_report.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <atomic>
+#include <iostream>
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+using MERO::Systemd::VolumeUnmountPlan;
+
+Texts StoppedUnits(const VolumeUnmountPlan& plan)
+{
+    Texts units;
+    for (const MERO::Systemd::PlannedStop& stop : plan.stops) {
+        units.push_back(stop.unit);
+    }
+    return units;
+}
+
+/// Says which units run again, and which do not. False when there is one of those.
+bool ReportReturn(const Texts& units)
+{
+    Texts running;
+    Texts missing;
+    for (const std::string& unit : units) {
+        const bool runs = MEROSystemdActiveStatusGet(unit) == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
+        (runs ? running : missing).push_back(unit);
+    }
+    if (!running.empty()) {
+        std::cout << "running again: " << ToCell(running) << '\n';
+    }
+    for (const std::string& unit : missing) {
+        PrintError(unit + ": does not run again");
+    }
+    return missing.empty();
+}
+
+/// Asked while the services are stopped: who is still there, is in the way.
+void ReportHolders(const Texts& volumes)
+{
+    VolumeUnmountPlan plan;
+    if (MEROSystemdVolumeUnmountPlan(volumes, plan)) {
+        PrintHolders(plan);
+    }
+}
+
+int Unmount(const Texts& volumes, const Texts& command)
+{
+    VolumeUnmountPlan plan;
+    if (!IsRunnable(command)) {
+        return kUsage;
+    }
+    if (!MEROSystemdVolumeUnmountPlan(volumes, plan)) {
+        return ReportFailure("planning to unmount " + ToCell(volumes));
+    }
+    const Texts units = StoppedUnits(plan);
+    std::cout << "stopping: " << ToCell(units) << std::endl;
+
+    const SignalsToCommand signals;
+    std::atomic<bool> isRunning = false;
+    bool wasReached = false;
+    int code = kDone;
+    const bool done = WithStopProgress(isRunning, [&] {
+        return _MEROSystemdVolumeUnmountAction(volumes, [&] {
+            wasReached = true;
+            isRunning = true;
+            code = RunCommand(command);
+            if (code != kDone) {
+                ReportHolders(volumes);
+            }
+            isRunning = false;
+            return code == kDone;
+        });
+    }).done;
+    const bool areBack = ReportReturn(units);
+    if (!wasReached) {
+        return ReportFailure("stopping what uses " + ToCell(volumes));
+    }
+    if (code != kDone) {
+        PrintError(command.front() + ": exit code " + std::to_string(code));
+        return code;
+    }
+    return done && areBack ? kDone : ReportFailure("starting the services again");
+}
+
+} // namespace
+
+void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& exitCode)
+{
+    struct Arguments {
+        Texts volumes;
+        bool dryRun = false;
+        bool json = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = volume.add_subcommand("unmount", "Stop what uses volumes, run a command, start it all again");
+    command->add_option("VOLUME", arguments->volumes, "Mount paths")->required();
+    command->add_flag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan does");
+    command->add_flag("--json", arguments->json, "With --dry-run: as a JSON object");
+    command->footer("-- COMMAND...  The command that unmounts; umount VOLUME... without one");
+    command->callback([arguments, &behindDashes, &exitCode] {
+        if (arguments->dryRun) {
+            exitCode = ShowVolumePlan(arguments->volumes, arguments->json);
+            return;
+        }
+        Texts words = behindDashes;
+        if (words.empty()) {
+            words.emplace_back("umount");
+            words.insert(words.end(), arguments->volumes.begin(), arguments->volumes.end());
+        }
+        exitCode = Unmount(arguments->volumes, words);
+    });
+}
+
+} // namespace MERO::Tool
