@@ -20,6 +20,13 @@ dev_t DeviceOf(const std::string& path)
     return stat(path.c_str(), &status) == 0 ? status.st_rdev : 0;
 }
 
+/// The path without symbolic links; empty when there is no such file.
+std::string Resolve(const char* path)
+{
+    char resolved[PATH_MAX];
+    return realpath(path, resolved) != nullptr ? resolved : std::string();
+}
+
 } // namespace
 
 bool IsAtOrBelow(std::string_view path, std::string_view mountPath)
@@ -35,54 +42,46 @@ const std::string& MountPath::Match(std::string_view path)
         return kNoMatch;
     }
     const auto known = verdicts_.find(path);
-    return known != verdicts_.end() ? known->second
-                                    : verdicts_.try_emplace(std::string(path), Judge(path)).first->second;
-}
-
-/// The path's resolution, if it is a match.
-std::string MountPath::Judge(std::string_view path)
-{
-    std::string resolved = Resolve(path);
-    if (resolved.empty()) {
-        return resolved;
+    if (known != verdicts_.end()) {
+        return known->second;
     }
-    struct stat status;
-    const bool isOnDevice = device_ != 0 && stat(resolved.c_str(), &status) == 0 && status.st_dev == device_;
-    return isOnDevice || IsAtOrBelow(resolved, path_) ? resolved : std::string();
+    const auto added = verdicts_.try_emplace(std::string(path)).first;
+    added->second = Judge(added->first);
+    return added->second;
 }
 
-/// As realpath, with one system call for a file whose folder is known; empty when it cannot be resolved.
-std::string MountPath::Resolve(std::string_view path)
+/// The resolved path, if it is a match. A file whose folder is known, as most are, costs one system call.
+std::string MountPath::Judge(const std::string& path)
 {
-    const std::string text(path);
     const std::size_t slash = path.rfind('/');
-    const std::string_view name = path.substr(slash + 1);
-    char resolved[PATH_MAX];
-    if (slash == 0 || name.empty() || name == "." || name == "..") {
-        return realpath(text.c_str(), resolved) != nullptr ? resolved : std::string();
+    const std::string_view name = std::string_view(path).substr(slash + 1);
+    char link[PATH_MAX];
+    if (slash == 0 || name.empty() || name == "." || name == ".." || device_ != 0 ||
+        readlink(path.c_str(), link, sizeof link) >= 0) {
+        return JudgeResolved(Resolve(path.c_str()));
     }
-    const std::string& folder = ResolveFolder(path.substr(0, slash));
-    if (folder.empty() || folder.size() + 1 + name.size() >= sizeof resolved) {
+    if (errno != EINVAL) { // EINVAL: it is there, and is no symbolic link
         return {};
     }
-    if (readlink(text.c_str(), resolved, sizeof resolved) >= 0) { // a symbolic link, after all
-        return realpath(text.c_str(), resolved) != nullptr ? resolved : std::string();
-    }
-    return errno == EINVAL ? std::string(folder).append("/").append(name) : std::string();
+    const std::string& folder = ResolveFolder(std::string_view(path).substr(0, slash));
+    const std::size_t size = folder.size() + 1 + name.size();
+    const bool canMatch = IsAtOrBelow(folder, path_) || (!folder.empty() && size == path_.size());
+    return canMatch && size < PATH_MAX ? JudgeResolved(folder + "/" + std::string(name)) : std::string();
+}
+
+std::string MountPath::JudgeResolved(std::string path) const
+{
+    struct stat status;
+    const bool isOnDevice = device_ != 0 && stat(path.c_str(), &status) == 0 && status.st_dev == device_;
+    return isOnDevice || IsAtOrBelow(path, path_) ? path : std::string();
 }
 
 const std::string& MountPath::ResolveFolder(std::string_view folder)
 {
     const auto known = folders_.find(folder);
-    if (known != folders_.end()) {
-        return known->second;
-    }
-    const auto added = folders_.try_emplace(std::string(folder)).first;
-    char resolved[PATH_MAX];
-    if (realpath(added->first.c_str(), resolved) != nullptr) {
-        added->second = resolved;
-    }
-    return added->second;
+    return known != folders_.end()
+               ? known->second
+               : folders_.try_emplace(std::string(folder), Resolve(std::string(folder).c_str())).first->second;
 }
 
 } // namespace MERO::Systemd

@@ -26,8 +26,8 @@ private:
 
     using Paths = std::unordered_map<std::string, std::string, Hash, std::equal_to<>>;
 
-    std::string Judge(std::string_view path);
-    std::string Resolve(std::string_view path);
+    std::string Judge(const std::string& path);
+    std::string JudgeResolved(std::string path) const;
     const std::string& ResolveFolder(std::string_view folder);
 
     std::string path_;

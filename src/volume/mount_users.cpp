@@ -16,31 +16,28 @@ namespace {
 
 struct Use {
     FileUse how;
-    std::string file; ///< empty: none
+    const std::string* file; ///< empty: none
 };
 
 /// The first of the process' files that lies below the mount path. The memory map costs most, and comes last.
 Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount)
 {
-    Use use{FileUse::WorkingDirectory, mount.Match(files.Link(process.descriptor, "cwd"))};
-    if (use.file.empty()) {
-        use = {FileUse::Executable, mount.Match(files.Link(process.descriptor, "exe"))};
+    Use use{};
+    const auto uses = [&](FileUse how, std::string_view path) {
+        use = {how, &mount.Match(path)};
+        return !use.file->empty();
+    };
+    if (uses(FileUse::WorkingDirectory, files.Link(process.descriptor, "cwd")) ||
+        uses(FileUse::Executable, files.Link(process.descriptor, "exe"))) {
+        return use;
     }
-    if (use.file.empty()) {
-        files.ForEachDescriptor(process, [&](std::string_view link) {
-            use = {FileUse::Descriptor, mount.Match(link)};
-            return use.file.empty();
-        });
-    }
-    if (use.file.empty()) {
-        std::string_view last; // a file is mapped in several pieces, one behind the other
-        files.ForEachMap(process, [&](std::string_view line) {
-            const std::string_view path = MapPath(line);
-            if (path != last) {
-                last = path;
-                use = {FileUse::Map, mount.Match(path)};
-            }
-            return use.file.empty();
+    files.ForEachDescriptor(process, [&](std::string_view link) { return !uses(FileUse::Descriptor, link); });
+    if (use.file->empty()) {
+        std::string_view last;
+        files.ForEachMap(process, [&](std::string_view path) {
+            const bool isNew = path != last;
+            last = path;
+            return !(isNew && uses(FileUse::Map, UpToBlank(path)));
         });
     }
     return use;
@@ -76,15 +73,15 @@ bool ForEachMountUser(const std::string& mountPath, const std::function<void(Pro
     OptOuts optOuts;
     files.ForEachProcess([&](const ProcessFolder& process) {
         const Use use = FindUse(files, process, mount);
-        if (use.file.empty()) {
+        if (use.file->empty()) {
             return;
         }
         const std::string unit = UnitOfCgroup(files.Cgroup(process));
         if (UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
             return;
         }
-        MERO_LOG(LOG_INFO, "file used: [%s]", use.file.c_str());
-        take(files, {unit, process, use.how, use.file});
+        MERO_LOG(LOG_INFO, "file used: [%s]", use.file->c_str());
+        take(files, {unit, process, use.how, *use.file});
     });
     return true;
 }

@@ -4,15 +4,17 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cstring>
+
 namespace MERO::Systemd {
 namespace {
 
-constexpr int kFieldsBeforePath = 5; // addresses, permissions, offset, device, inode: see proc(5)
-
-std::string_view SkipBlanks(std::string_view text)
+/// What stands behind the last newline.
+std::string_view LastLine(std::string_view text)
 {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    return text;
+    const auto* newline = static_cast<const char*>(memrchr(text.data(), '\n', text.size())); // rfind is a loop
+    return newline == nullptr ? text : text.substr(static_cast<std::size_t>(newline + 1 - text.data()));
 }
 
 } // namespace
@@ -43,18 +45,24 @@ std::string ProcessFiles::Cgroup(const ProcessFolder& process)
     return lines && SystemdCgroupPath(*lines, path) ? path : std::string();
 }
 
-std::string_view WholeMapPath(std::string_view line)
+std::optional<std::string_view> TakeMapPath(std::string_view& text)
 {
-    for (int field = 0; field < kFieldsBeforePath; ++field) {
-        line = SkipBlanks(line);
-        line.remove_prefix(std::min(line.find(' '), line.size()));
+    // The fields before the path (addresses, permissions, offset, device, inode: see proc(5)) hold no "/", and most
+    // lines need not be looked at one by one.
+    for (std::size_t slash; (slash = text.find('/')) != text.npos;) {
+        const std::string_view fields = LastLine(text.substr(0, slash));
+        const std::size_t end = std::min(text.find('\n', slash), text.size());
+        const std::string_view path = text.substr(slash, end - slash);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (fields.ends_with(' ') && fields.find('[') == fields.npos) { // not within a name such as "[anon: a/b]"
+            return path;
+        }
     }
-    return SkipBlanks(line);
+    return std::nullopt;
 }
 
-std::string_view MapPath(std::string_view line)
+std::string_view UpToBlank(std::string_view path)
 {
-    const std::string_view path = WholeMapPath(line);
     return path.substr(0, path.find_first_of(" \t\v\f\r"));
 }
 

@@ -8,6 +8,7 @@
 
 #include <charconv>
 #include <climits>
+#include <optional>
 #include <string_view>
 
 namespace MERO::Systemd {
@@ -17,6 +18,13 @@ struct ProcessFolder {
     int pid;
     int descriptor; ///< of the open folder, so that a process ID that is used again mixes no two processes
 };
+
+/// Takes the lines of a memory map (/proc/<pid>/maps) up to the first one that names a file off the text, and returns
+/// the file's path, blanks and all. What does not begin with "/" ([heap], say) is no file.
+std::optional<std::string_view> TakeMapPath(std::string_view& text);
+
+/// The path that is read where a blank ends it.
+std::string_view UpToBlank(std::string_view path);
 
 /// Walks through the processes of the machine and the files that they use. What vanishes or cannot be read is passed
 /// over: processes come and go.
@@ -58,17 +66,16 @@ public:
         }
     }
 
-    /// Hands each line of the process' memory map to `take`, without its newline, until it returns false.
+    /// Hands the path of each piece of the process' memory that maps a file to `take`, until it returns false. Pieces of
+    /// one file mostly follow each other.
     template <typename Take>
     void ForEachMap(const ProcessFolder& process, Take&& take)
     {
         std::string_view text = reader_.Read(process.descriptor, "maps").value_or(std::string_view());
-        while (!text.empty()) {
-            const std::size_t end = text.find('\n');
-            if (!take(text.substr(0, end))) {
+        while (const auto path = TakeMapPath(text)) {
+            if (!take(*path)) {
                 return;
             }
-            text.remove_prefix(end == text.npos ? text.size() : end + 1);
         }
     }
 
@@ -87,12 +94,5 @@ private:
     TextReader reader_;
     char link_[PATH_MAX];
 };
-
-/// The path in a line of a memory map as a reader sees it that takes a blank for the path's end; empty when the line
-/// has none.
-std::string_view MapPath(std::string_view line);
-
-/// The whole path in a line of a memory map, blanks included.
-std::string_view WholeMapPath(std::string_view line);
 
 } // namespace MERO::Systemd

@@ -62,7 +62,7 @@ public:
             files_.ForEachDescriptor(process_, [&](std::string_view link) { return !Take(FileUse::Descriptor, link); });
         }
         if (!found_) {
-            files_.ForEachMap(process_, [&](std::string_view line) { return !Take(FileUse::Map, WholeMapPath(line)); });
+            files_.ForEachMap(process_, [&](std::string_view path) { return !Take(FileUse::Map, path); });
         }
         if (found_) {
             found_->pid = process_.pid;
