@@ -1,16 +1,16 @@
 /// Does starting a unit cost more in a caller with much memory? Starts a real unit from a small process and from the
 /// same process with 4 GiB resident, in turns, and prints both medians and their ratio. Runs inside mero-sandbox.
+#include "median_reporter.h"
+
 #include <merosystemd/systemd.hpp>
 
 #include <benchmark/benchmark.h>
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <map>
 
 namespace {
 
@@ -66,35 +66,6 @@ void StartUnit(benchmark::State& state, std::size_t resident)
     }
 }
 
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    MedianReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
-
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs) {
-            if (run.aggregate_name == "median") {
-                medians_[run.run_name.function_name] = run.GetAdjustedRealTime();
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    bool PrintRatio() const
-    {
-        if (medians_.size() != 2) {
-            std::fprintf(stderr, "no ratio: not all runs came to an end\n");
-            return false;
-        }
-        std::printf("median %s %.3f ms, %s %.3f ms, ratio %.3f\n", kSmall, medians_.at(kSmall), kLarge,
-                    medians_.at(kLarge), medians_.at(kLarge) / medians_.at(kSmall));
-        return true;
-    }
-
-private:
-    std::map<std::string, double> medians_;
-};
-
 } // namespace
 
 int main(int argc, char* argv[])
@@ -104,14 +75,9 @@ int main(int argc, char* argv[])
         benchmark::RegisterBenchmark(name, StartUnit, resident)
             ->UseManualTime()->Iterations(20)->Repetitions(11)->ReportAggregatesOnly();
     }
-    std::vector<char*> arguments(argv, argv + argc);
-    std::string inTurns = "--benchmark_enable_random_interleaving=true";
-    arguments.push_back(inTurns.data());
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-
+    MERO::Bench::InitializeInterleaved(argc, argv);
     std::ofstream("/run/systemd/system/" + std::string(kUnit)) << "[Service]\nExecStart=/bin/sleep infinity\n";
-    MedianReporter reporter;
+    MERO::Bench::MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    return reporter.PrintRatio() ? 0 : 1;
+    return reporter.PrintRatio(kLarge, kSmall) ? 0 : 1;
 }

@@ -4,14 +4,14 @@
 
 #include <unistd.h>
 
-#include <cmath>
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace MERO::Bench {
 
-/// The console's report, and the medians for ratios.
+/// The console's report, and the medians for ratios. Times are in milliseconds.
 class MedianReporter : public benchmark::ConsoleReporter {
 public:
     MedianReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
@@ -26,13 +26,21 @@ public:
         ConsoleReporter::ReportRuns(runs);
     }
 
-    /// In the benchmarks' time unit; not a number when the benchmark did not come to its end.
-    double Median(const std::string& name) const
+    /// Prints both medians and how many times the second goes into the first. False when one has no median: it was left
+    /// out, or did not come to its end.
+    bool PrintRatio(const std::string& name, const std::string& other) const
     {
         const auto median = medians_.find(name);
-        return median != medians_.end() ? median->second : std::nan("");
+        const auto otherMedian = medians_.find(other);
+        if (median == medians_.end() || otherMedian == medians_.end()) {
+            std::fprintf(stderr, "no ratio of %s to %s: not both came to an end\n", name.c_str(), other.c_str());
+            return false;
+        }
+        std::printf("median of %s %.2f ms, of %s %.2f ms: ratio %.3f\n", name.c_str(), median->second, other.c_str(),
+                    otherMedian->second, median->second / otherMedian->second);
+        std::fflush(stdout);
+        return true;
     }
-    double Ratio(const std::string& name, const std::string& other) const { return Median(name) / Median(other); }
 
 private:
     std::map<std::string, double> medians_;

@@ -16,6 +16,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -101,7 +102,8 @@ void Program(benchmark::State& state, std::vector<const char*> words)
     posix_spawn_file_actions_destroy(&actions);
 }
 
-void Measure(int processes)
+/// False when something could not be measured.
+bool Measure(int processes)
 {
     const Population population({.processes = processes, .mappedFiles = 40, .descriptors = 30, .volume = kVolume});
     struct Candidate {
@@ -121,10 +123,12 @@ void Measure(int processes)
     MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::ClearRegisteredBenchmarks();
+    bool done = true;
     for (const char* peer : {"bare walk", "fuser -m", "lsof +f --"}) {
-        std::printf("%d processes: library / %s = %.3f\n", processes, peer, reporter.Ratio("library", peer));
+        std::printf("%d processes: ", processes);
+        done = reporter.PrintRatio("library", peer) && done;
     }
-    std::fflush(stdout);
+    return done;
 }
 
 } // namespace
@@ -133,8 +137,9 @@ int main(int argc, char* argv[])
 {
     benchmark::SetDefaultTimeUnit(benchmark::kMillisecond);
     InitializeInterleaved(argc, argv);
+    bool done = true;
     for (int processes : {100, 1000, 4000}) {
-        Measure(processes);
+        done = Measure(processes) && done;
     }
-    return 0;
+    return done ? 0 : 1;
 }
