@@ -1,12 +1,13 @@
 #include "core/file_name.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace MERO::Systemd {
 
 bool IsFileName(const std::string& name)
 {
-    return !name.empty() && name.find('/') == name.npos && name != "." && name != "..";
+    return !name.empty() && name.find_first_of(std::string_view("/\0", 2)) == name.npos && name != "." && name != "..";
 }
 
 bool AreFileNames(const std::vector<std::string>& names)

@@ -3,10 +3,9 @@
 
 #include "core/join.h"
 #include "core/log.h"
+#include "core/sleep.h"
 
 #include <merosystemd/systemd.hpp>
-
-#include <unistd.h>
 
 namespace MERO::Systemd {
 namespace {
@@ -22,13 +21,6 @@ std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before)
         }
     }
     return units;
-}
-
-void SleepOneSecond()
-{
-    for (unsigned left = 1; left != 0;) { // a signal of the host's ends a sleep early
-        left = sleep(left);
-    }
 }
 
 void LogJobs(const char* heading, const Jobs& jobs)

@@ -64,6 +64,9 @@ std::string MountPath::Judge(const std::string& path)
         return {};
     }
     const std::string& folder = ResolveFolder(std::string_view(path).substr(0, slash));
+    if (folder == "/") {
+        return JudgeResolved("/" + std::string(name));
+    }
     const std::size_t size = folder.size() + 1 + name.size();
     const bool canMatch = IsAtOrBelow(folder, path_) || (!folder.empty() && size == path_.size());
     return canMatch && size < PATH_MAX ? JudgeResolved(folder + "/" + std::string(name)) : std::string();

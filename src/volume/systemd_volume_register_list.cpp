@@ -23,6 +23,13 @@ bool AddRegister(bool isPackage, const std::string& owner, const std::string& pa
     return true;
 }
 
+/// Whether it is a writer's file, or was one's that has been killed.
+bool IsTemporary(const std::string& name)
+{
+    const std::size_t infix = name.rfind(kTemporaryInfix);
+    return infix != name.npos && name.find_first_not_of("0123456789", infix + kTemporaryInfix.size()) == name.npos;
+}
+
 /// The owners of the registers in a folder, which are named after them.
 bool ListOwners(const char* directory, std::vector<std::string>& owners)
 {
@@ -41,8 +48,7 @@ bool MEROSystemdVolumeRegisterList(Registrations& registrations)
     std::vector<std::string> packages;
     bool done = ListOwners(kUnitRegisterDirectory, units);
     for (const std::string& unit : units) {
-        const bool isTemporary = unit.find(kTemporaryInfix) != unit.npos; // a writer's, or one's that was killed
-        done = (isTemporary || AddRegister(false, unit, kUnitRegisterDirectory + unit, registrations)) && done;
+        done = (IsTemporary(unit) || AddRegister(false, unit, kUnitRegisterDirectory + unit, registrations)) && done;
     }
     done = ListOwners(kPackagesDirectory, packages) && done;
     for (const std::string& package : packages) {

@@ -1,6 +1,7 @@
 #include "core/argument_check.h"
 #include "core/join.h"
 #include "core/lock.h"
+#include "core/sleep.h"
 #include "core/status_monitor.h"
 #include "unit/c_list.h"
 #include "unit/unit_file.h"
@@ -12,6 +13,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 using namespace MERO::Systemd;
@@ -21,6 +23,7 @@ namespace {
 using Texts = std::vector<std::string>;
 
 constexpr int kLockTimeout = 3600; // seconds
+constexpr int kMaxWait = 300;      // seconds
 const std::string kDirectory = "/run/systemd/system/";
 const std::string kBeginTarget = "unmount-volume-begin.target"; // stops the services
 const std::string kEndTarget = "unmount-volume-end.target";     // starts them again
@@ -46,9 +49,32 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
     return written;
 }
 
-bool StartAgain()
+/// Waits until systemd has no job left for the stopping target and for the services. False when there was none to wait
+/// for, or one is there after five minutes.
+bool WaitForJobs(const Texts& services)
 {
-    return MEROSystemdStart(kEndTarget);
+    const auto isAwaited = [&](const auto& entry) {
+        const std::string& unit = entry.second.unit;
+        return unit == kBeginTarget || std::find(services.begin(), services.end(), unit) != services.end();
+    };
+    for (int pass = 0; pass <= kMaxWait; ++pass) {
+        std::map<std::uint32_t, JobInfo> jobs;
+        if (!MEROSystemdIntJobList(jobs)) {
+            return false;
+        }
+        if (std::none_of(jobs.begin(), jobs.end(), isAwaited)) {
+            return pass > 0;
+        }
+        SleepOneSecond();
+    }
+    return false;
+}
+
+/// Stop jobs that are still queued when the stopping target has failed, or was given up, keep the services from being
+/// started: nothing can replace them.
+bool StartAgain(const Texts& services)
+{
+    return MEROSystemdStart(kEndTarget) || (WaitForJobs(services) && MEROSystemdStart(kEndTarget));
 }
 
 bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const std::function<bool()>& action)
@@ -64,10 +90,10 @@ bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const s
     try {
         done = MEROSystemdStartIrreversibly(kBeginTarget) && action();
     } catch (...) {
-        (void)StartAgain();
+        (void)StartAgain(services);
         throw;
     }
-    return StartAgain() && done;
+    return StartAgain(services) && done;
 }
 
 } // namespace

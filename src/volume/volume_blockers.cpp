@@ -1,7 +1,7 @@
 #include "volume/volume_blockers.h"
 
 #include "core/split.h"
-#include "resource/process_cgroup.h"
+#include "unit/unit_name.h"
 #include "volume/kernel_table.h"
 #include "volume/mount_path.h"
 #include "volume/process_files.h"
@@ -36,14 +36,22 @@ std::set<std::string> StoppingUnits(const VolumeStops& stops)
     return units;
 }
 
-/// Whether a process with this path of cgroups ends with one of the units: a unit's processes may have cgroups of
-/// their own below it.
-bool BelongsToAny(const std::string& cgroup, const std::set<std::string>& units)
+/// The units that a process belongs to by its path of cgroups, the outermost first. What a user's own manager runs is
+/// not among them: its units may have the names of the system's.
+Texts UnitsOf(const std::string& cgroup)
 {
     Texts folders;
-    return Split(cgroup, folders, "/") &&
-           std::any_of(folders.begin(), folders.end(),
-                       [&](const std::string& folder) { return units.contains(folder); });
+    Texts units;
+    (void)Split(cgroup, folders, "/");
+    for (const std::string& folder : folders) {
+        if (HasKnownUnitType(folder)) {
+            units.push_back(folder);
+        }
+        if (folder.starts_with("user@")) {
+            break;
+        }
+    }
+    return units;
 }
 
 /// The first of a process' files on the volumes, found by what the kernel calls them: deleted files have names too, as
@@ -99,9 +107,11 @@ void AddProcesses(const Texts& volumes, const std::set<std::string>& stopping, s
         if (!user) {
             return;
         }
-        const std::string cgroup = files.Cgroup(process);
-        if (!BelongsToAny(cgroup, stopping)) {
-            blockers.push_back({.kind = VolumeBlocker::Kind::Process, .unit = UnitOfCgroup(cgroup), .user = *user});
+        const Texts units = UnitsOf(files.Cgroup(process));
+        if (std::none_of(units.begin(), units.end(), [&](const std::string& unit) { return stopping.contains(unit); })) {
+            blockers.push_back({.kind = VolumeBlocker::Kind::Process,
+                                .unit = units.empty() ? std::string() : units.back(),
+                                .user = *user});
         }
     });
 }

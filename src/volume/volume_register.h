@@ -23,7 +23,7 @@ bool IsAnyVolumeRegistered(const std::string& path, const std::vector<std::strin
 inline constexpr const char* kUnitRegisterDirectory = "/usr/mero/etc/merosystemd/volume-register/";
 inline constexpr const char* kPackagesDirectory = "/var/packages/";
 inline constexpr const char* kPackageRegister = "reg_volume";
-inline constexpr const char* kTemporaryInfix = ".tmp."; ///< between a register's name and a writer's process ID
+inline const std::string kTemporaryInfix = ".tmp."; ///< between a register's name and a writer's process ID
 std::string PackageRegisterDirectory(const std::string& package);
 
 } // namespace MERO::Systemd

@@ -9,6 +9,8 @@
 namespace MERO::Tool {
 namespace {
 
+constexpr int kMaxPid = 4194304; // PID_MAX_LIMIT of 64-bit kernels
+
 int Show(int pid, bool json)
 {
     std::string unit;
@@ -74,14 +76,14 @@ void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
     };
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* show = cgroup->add_subcommand("show", "Tell the unit and the cgroups of a process");
-    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::PositiveNumber);
+    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::Range(1, kMaxPid));
     show->add_flag("--json", arguments->json, "As a JSON object");
     show->callback([arguments, &exitCode] { exitCode = Show(arguments->pid, arguments->json); });
 
     CLI::App* move = cgroup->add_subcommand("move", "Run a command in a slice");
     move->add_option("SLICE", arguments->move.slice, "A slice of systemd's hierarchy and of the monitor's");
-    move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
-    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy instead of a slice");
+    CLI::Option* only = move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
+    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy, instead of a slice")->excludes(only);
     move->footer("-- COMMAND...  The command that runs there");
     move->callback(
         [arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });

@@ -32,13 +32,16 @@ constexpr const char* kFooter = R"(Exit status:
   1  failed; the units that failed are named on standard error.
      status: a unit is in the failed state
      isolate-state: an isolation was killed, or its state cannot be read
+     volume unmount: a service does not run again
   2  wrong usage
   3  status: a unit is not active (stopped, masked ...)
      isolate-state: no isolation is going on
-  4  status: there is no such unit
+  4  status, volume dependency: there is no such unit
   5  isolate: done, but units were still stopping after five minutes
+     volume register, unregister: another process is writing; try again
   6  isolate: done, but systemd's jobs could not be listed
-run-in ends with its command's exit code, or as above when an isolation failed.
+run-in, volume unmount and cgroup move end with their command's exit code when
+the command fails.
 
 Examples:
   merosystemctl start nfs.service smb
@@ -47,6 +50,8 @@ Examples:
   merosystemctl reason add volume1-check nfs
   merosystemctl jobs --json
   merosystemctl run-in rescue.target -- fsck -y /dev/sdb1
+  merosystemctl volume plan /volume1
+  merosystemctl volume unmount /volume1 -- umount -l /volume1
   merosystemctl info nfs
 
 'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary

@@ -3,6 +3,7 @@
 #include "volume_report.h"
 #include "words.h"
 
+#include <merocore/error.h>
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
@@ -11,6 +12,9 @@
 
 namespace MERO::Tool {
 namespace {
+
+const CLI::Validator kIsNotEmpty(
+    [](std::string& text) { return text.empty() ? std::string("a name is missing") : std::string(); }, "", "name");
 
 struct Change {
     const char* verb;
@@ -25,6 +29,16 @@ constexpr Change kChanges[] = {
      MEROSystemdPackageVolumeUnregister},
 };
 
+/// One process writes at a time, and the others do not wait.
+int ReportChangeFailure(const std::string& what)
+{
+    if (MLIBCErrGet() != MLIBC_ERR_LOCK_BUSY) {
+        return ReportFailure(what);
+    }
+    PrintError(what + " failed: another process is writing registers; try again");
+    return kTimedOut;
+}
+
 void AddChange(CLI::App& volumeCommand, const Change& change, int& exitCode)
 {
     struct Arguments {
@@ -32,16 +46,16 @@ void AddChange(CLI::App& volumeCommand, const Change& change, int& exitCode)
     };
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command = volumeCommand.add_subcommand(change.verb, change.help);
-    command->add_option("VOLUME", arguments->volume, "A mount path")->required();
+    command->add_option("VOLUME", arguments->volume, "A mount path")->required()->check(kIsVolume);
     CLI::Option_group* owner = command->add_option_group("Owner");
-    owner->add_option("--unit", arguments->unit, "The unit that uses it");
-    owner->add_option("--package", arguments->package, "The package whose services use it");
+    owner->add_option("--unit", arguments->unit, "The unit that uses it")->check(kIsNotEmpty);
+    owner->add_option("--package", arguments->package, "The package whose services use it")->check(kIsNotEmpty);
     owner->require_option(1);
     command->callback([&change, arguments, &exitCode] {
         const bool forUnit = !arguments->unit.empty();
         const std::string& name = forUnit ? arguments->unit : arguments->package;
         const bool done = (forUnit ? change.forUnit : change.forPackage)(name, arguments->volume);
-        exitCode = done ? kDone : ReportFailure(name + ": volume " + change.verb);
+        exitCode = done ? kDone : ReportChangeFailure(name + ": volume " + change.verb);
     });
 }
 
@@ -121,21 +135,21 @@ void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
     const auto arguments = std::make_shared<Arguments>();
 
     CLI::App* list = volume->add_subcommand("list", "List who has registered volumes");
-    list->add_option("VOLUME", arguments->volumes, "Only these volumes");
+    list->add_option("VOLUME", arguments->volumes, "Only these volumes")->check(kIsVolume);
     list->add_flag("--json", arguments->json, "As a JSON array");
     list->callback([arguments, &exitCode] { exitCode = List(arguments->volumes, arguments->json); });
 
-    CLI::App* users = volume->add_subcommand("users", "List the services whose processes use files on a volume");
-    users->add_option("MOUNT", arguments->name, "A mount path, or a device")->required();
+    CLI::App* users = volume->add_subcommand("users", "List the services that use files on a volume");
+    users->add_option("MOUNT", arguments->name, "A mount path, or a device")->required()->check(kIsVolume);
     users->add_flag("--json", arguments->json, "As a JSON array");
     users->callback([arguments, &exitCode] { exitCode = Users(arguments->name, arguments->json); });
 
-    CLI::App* dependency = volume->add_subcommand("dependency", "Print which volumes a unit needs: none, all, partial");
+    CLI::App* dependency = volume->add_subcommand("dependency", "Print which volumes a unit needs");
     dependency->add_option("UNIT", arguments->name, "A unit; a name without a type means a service")->required();
     dependency->callback([arguments, &exitCode] { exitCode = Dependency(arguments->name); });
 
     CLI::App* plan = volume->add_subcommand("plan", "Show what unmounting stops, and why; change nothing");
-    plan->add_option("VOLUME", arguments->volumes, "Mount paths")->required();
+    plan->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);
     plan->add_flag("--json", arguments->json, "As a JSON object");
     plan->callback([arguments, &exitCode] { exitCode = ShowVolumePlan(arguments->volumes, arguments->json); });
 

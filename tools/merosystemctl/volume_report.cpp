@@ -24,7 +24,7 @@ const char* UseWord(FileUse use)
     case FileUse::Root:
         return "root";
     default:
-        return "descriptor";
+        return "fd";
     }
 }
 
@@ -48,23 +48,30 @@ const char* KindWord(StopCause::Kind kind)
 {
     switch (kind) {
     case StopCause::Kind::DependsOnAll:
-        return "depends on all volumes";
+        return "all";
     case StopCause::Kind::RegisteredByUnit:
-        return "registered the volume";
+        return "unit";
     case StopCause::Kind::RegisteredByPackage:
-        return "its package registered the volume";
+        return "package";
     default:
-        return "uses files";
+        return "files";
     }
 }
 
 /// A cause in words: of which unit, when the one that stops is its master.
 std::string CauseText(const PlannedStop& stop, const StopCause& cause)
 {
-    std::string text = cause.unit != stop.unit ? "master of " + cause.unit + ", which " : "";
-    text += cause.kind == StopCause::Kind::RegisteredByPackage ? "package " + cause.package + " registered the volume"
-                                                               : KindWord(cause.kind);
-    return text;
+    const std::string master = cause.unit != stop.unit ? "master of " + cause.unit + ", which " : "";
+    switch (cause.kind) {
+    case StopCause::Kind::DependsOnAll:
+        return master + "depends on all volumes";
+    case StopCause::Kind::RegisteredByUnit:
+        return master + "registered the volume";
+    case StopCause::Kind::RegisteredByPackage:
+        return master + "belongs to package " + cause.package + ", which registered the volume";
+    default:
+        return master + "uses files";
+    }
 }
 
 const std::string kNone = "-";
@@ -183,6 +190,13 @@ void PrintPlanAsJson(const VolumeUnmountPlan& plan)
 }
 
 } // namespace
+
+const CLI::Validator kIsVolume(
+    [](std::string& text) {
+        const bool isVolume = text.size() > 1 && text.front() == '/' && text.back() != '/';
+        return isVolume ? std::string() : text + ": a mount path begins with \"/\" and does not end with it";
+    },
+    "", "mount path");
 
 int ShowVolumePlan(const Texts& volumes, bool json)
 {

@@ -6,14 +6,35 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <mntent.h>
+
 #include <atomic>
 #include <iostream>
 #include <memory>
+#include <set>
 
 namespace MERO::Tool {
 namespace {
 
 using MERO::Systemd::VolumeUnmountPlan;
+
+/// Says which of the volumes are not mounted: nothing need stop for an umount that must fail.
+bool AreMounted(const Texts& volumes)
+{
+    std::set<std::string> mounts;
+    const std::unique_ptr<FILE, decltype(&endmntent)> table(setmntent("/proc/self/mounts", "re"), endmntent);
+    while (const mntent* mount = table != nullptr ? getmntent(table.get()) : nullptr) {
+        mounts.insert(mount->mnt_dir);
+    }
+    bool done = true;
+    for (const std::string& volume : volumes) {
+        if (!mounts.contains(volume)) {
+            PrintError(volume + ": is not mounted");
+            done = false;
+        }
+    }
+    return done;
+}
 
 Texts StoppedUnits(const VolumeUnmountPlan& plan)
 {
@@ -61,7 +82,7 @@ int Unmount(const Texts& volumes, const Texts& command)
         return ReportFailure("planning to unmount " + ToCell(volumes));
     }
     const Texts units = StoppedUnits(plan);
-    std::cout << "stopping: " << ToCell(units) << std::endl;
+    std::cout << (units.empty() ? "no service stops" : "stopping: " + ToCell(units)) << std::endl;
 
     const SignalsToCommand signals;
     std::atomic<bool> isRunning = false;
@@ -100,10 +121,10 @@ void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& e
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = volume.add_subcommand("unmount", "Stop what uses volumes, run a command, start it all again");
-    command->add_option("VOLUME", arguments->volumes, "Mount paths")->required();
-    command->add_flag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan does");
-    command->add_flag("--json", arguments->json, "With --dry-run: as a JSON object");
+    CLI::App* command = volume.add_subcommand("unmount", "Stop what uses volumes, unmount, and start it again");
+    command->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);
+    CLI::Option* dryRun = command->add_flag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
+    command->add_flag("--json", arguments->json, "With --dry-run: as a JSON object")->needs(dryRun);
     command->footer("-- COMMAND...  The command that unmounts; umount VOLUME... without one");
     command->callback([arguments, &behindDashes, &exitCode] {
         if (arguments->dryRun) {
@@ -112,6 +133,10 @@ void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& e
         }
         Texts words = behindDashes;
         if (words.empty()) {
+            if (!AreMounted(arguments->volumes)) {
+                exitCode = kFailed;
+                return;
+            }
             words.emplace_back("umount");
             words.insert(words.end(), arguments->volumes.begin(), arguments->volumes.end());
         }
