@@ -13,6 +13,21 @@ ShellResult Tool(const std::string& arguments)
     return Shell(std::string(MEROSYSTEMCTL) + " " + arguments);
 }
 
+struct Case {
+    std::string arguments;
+    int exitCode;
+    std::string output; ///< a regular expression
+};
+
+void Expect(const std::vector<Case>& cases)
+{
+    for (const Case& c : cases) {
+        const ShellResult result = Tool(c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_THAT(result.output, MatchesRegex(c.output)) << c.arguments;
+    }
+}
+
 class Merosystemctl : public Box {
 protected:
     Merosystemctl()
@@ -27,13 +42,8 @@ protected:
 
 TEST_F(Merosystemctl, ExitCodesAndMessages)
 {
-    struct Case {
-        std::string arguments;
-        int exitCode;
-        std::string output; ///< a regular expression
-    };
     const std::string kSeeLog = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
-    const Case cases[] = {
+    Expect({
         {"start web", 0, ""},
         {"reload web", 0, ""},
         {"reload --no-block web", 0, ""},
@@ -76,12 +86,7 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"--version", 0, "merosystemctl [0-9.]+\n"},
         {"--help", 0, ".*start .*stop .*Exit status:.*Examples:.*"},
         {"start --help", 0, ".*--no-block .*--irreversibly .*"},
-    };
-    for (const Case& c : cases) {
-        const ShellResult result = Tool(c.arguments);
-        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
-        EXPECT_THAT(result.output, MatchesRegex(c.output)) << c.arguments;
-    }
+    });
     EXPECT_EQ(Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add'; do "
                     MEROSYSTEMCTL " $c --help | grep -E '.{81}'; done").output, "")
         << "80 columns are enough";
@@ -170,11 +175,6 @@ TEST_F(Merosystemctl, UninstallAsksOnATerminal)
 
 TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
 {
-    struct Case {
-        std::string arguments;
-        int exitCode;
-        std::string output; ///< a regular expression
-    };
     Unit("small.target", "[Unit]\nAllowIsolate=yes\nRequires=sysinit.target dbus.socket\n");
     Unit("lingers.service", "[Service]\nExecStart=/bin/sleep infinity\nExecStop=/bin/sleep 3\n");
     Load();
@@ -207,6 +207,49 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
     Shell("mkdir -p /run/merosystemd; printf 'target=small.target\\npid=999999\\n' > /run/merosystemd/isolate-state");
     EXPECT_EQ(Tool("isolate-state").exitCode, 1) << "a killed isolation is not none";
     Shell("rm /run/merosystemd/isolate-state");
+}
+
+TEST_F(Merosystemctl, VolumesAndCgroups)
+{
+    Unit("user.service", "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n[X-Tarvix]\nVolumeDependency=partial\n");
+    Unit("bulk.slice", "[Slice]\n");
+    Load();
+    Shell("mkdir -p /vol1 /var/packages/Foo /sys/fs/cgroup/meromonitor/bulk.slice; mount -t tmpfs tmpfs /vol1; touch /vol1/file; "
+          "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");
+    EXPECT_TRUE(Comes([] { return Tool("volume plan /vol1").output.find("holder.scope") != std::string::npos; }));
+    const std::string kStopping = "stopping: user.service\n(stopping: user.service \\([0-9]+ s\\)\n)*";
+    const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
+    const std::string kAgain = "running again: user.service\n";
+    const std::string kInSlice = " -- grep -c ':name=.*:/bulk.slice$' /proc/self/cgroup";
+    Expect({
+        {"volume register /vol1 --unit web", 0, ""},
+        {"volume register /vol2 --package Foo", 0, ""},
+        {"volume register /vol2 --package Bar", 1, "merosystemctl: Bar: volume register failed\n.*\n"},
+        {"volume list", 0, "KIND +OWNER +VOLUMES\nunit +web.service +/vol1\npackage +Foo +/vol2\n"},
+        {"volume list /vol2 --json | jq -c '.[] | [.kind, .owner, .volumes]'", 0, "\\[\"package\",\"Foo\",\\[\"/vol2\"\\]\\]\n"},
+        {"volume unregister /vol2 --package Foo", 0, ""},
+        {"volume users /vol1", 0, "user.service\n"},
+        {"volume dependency user", 0, "partial\n"},
+        {"volume dependency nowhere", 4, "merosystemctl: nowhere: .*\n"},
+        {"volume plan /vol1", 0, "SERVICE .*\nuser.service +uses files +[0-9]+ .*\nWHAT .*\nprocess +holder.scope +[0-9]+ .*"},
+        {"volume unmount --dry-run --json /vol1 | jq -r '.stops[].unit, .blockers[].user.file'", 0, "user.service\n/vol1/file\n"},
+        {"volume unmount /vol1", 32, kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
+        {"volume unmount /vol1 -- sh -c 'exit 7' --dry-run", 7, kStopping + kHolder + kAgain + "merosystemctl: sh: exit code 7\n"},
+        {"volume unmount /vol1 -- echo --json -- --help", 0, kStopping + "--json -- --help\n" + kAgain},
+        {"volume unmount /vol1 -- no-such-program", 2, "merosystemctl: no-such-program: there is no such program\n"},
+        {"stop holder.scope", 0, ""},
+        {"volume unmount /vol1", 0, kStopping + kAgain},
+        {"cgroup show 1", 0, "Unit +init.scope\nsystemd +/init.scope\nmeromonitor +/\n"},
+        {"cgroup show 4194303", 1, "merosystemctl: 4194303: .*\n"},
+        {"cgroup show 0", 2, ".*"},
+        {"volume plan vol1", 2, "VOLUME: vol1: a mount path begins .*"},
+        {"volume unmount --json /vol1", 2, ".*"},
+        {"volume unmount /run/nothing", 1, "merosystemctl: /run/nothing: is not mounted\n"},
+        {"cgroup move bulk.slice" + kInSlice, 0, "2\n"},
+        {"cgroup move bulk.slice -- " MEROSYSTEMCTL " cgroup move --root" + kInSlice, 0, "1\n"},
+        {"cgroup move bulk.slice", 2, ".*"},
+    });
+    Shell("rm -r /usr/mero/etc/merosystemd/volume-register; rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
 }
 
 TEST_F(Merosystemctl, DataAsJson)

@@ -1,0 +1,201 @@
+#include "system/box.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <gmock/gmock.h>
+
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using Runs = std::map<std::string, std::string>; ///< of services that run: what tells this run from the next
+
+const std::string kAll = "[X-Tarvix]\nVolumeDependency=all\n";
+const std::string kPartial = "[X-Tarvix]\nVolumeDependency=partial\n";
+
+class RealVolumes : public Box {
+protected:
+    RealVolumes()
+    {
+        EXPECT_TRUE(MountAnew("/vol1") && MountAnew("/vol2") && MountAnew("/vol10"));
+        Service("all", "[Unit]\nAfter=open.service\n" + kAll);
+        Service("some", "StandardInput=file:/vol1/file\n" + kPartial);
+        Service("other", kPartial);
+        Service("pkgctl-Foo", kPartial);
+        Service("pkgctl-Bar", kPartial);
+        Service("front", "[Unit]\nWants=helper.service\n");
+        Service("helper", "WorkingDirectory=/vol1\n[Unit]\nPartOf=front.service\n[X-Tarvix]\nMaster=front.service\n");
+        Service("open", "StandardInput=file:/vol1/file\nExecStartPre=/bin/sleep 0.3\n");
+        Service("maps", "Environment=LD_PRELOAD=/vol1/lib.so\n");
+        Service("inside", "WorkingDirectory=/vol1\n");
+        Service("longer", "WorkingDirectory=/vol10\n");
+        Service("optout", "WorkingDirectory=/vol1\n[X-Tarvix]\nSkipListByMntPath=yes\n");
+        Load();
+        Texts failed;
+        EXPECT_TRUE(MEROSystemdStart(services_, failed));
+        Service("idle", kAll);
+        std::filesystem::create_directories("/var/packages/Foo");
+        EXPECT_TRUE(MEROSystemdVolumeRegister("some", "/vol1") && MEROSystemdVolumeRegister("other", "/vol2") &&
+                    MEROSystemdVolumeRegister("pkgctl-Bar", "/vol1") && MEROSystemdPackageVolumeRegister("Foo", "/vol1"));
+        EXPECT_TRUE(Comes([users = Texts()]() mutable { // helper, inside, maps, open and some have got there
+            return MEROSystemdServiceListByMntPath("/vol1", users) && users.size() == 5;
+        }));
+    }
+    ~RealVolumes() override
+    {
+        Shell("umount -l /vol1 /vol2 /vol10; rm -r /var/packages/Foo /usr/mero/etc/merosystemd/volume-register");
+    }
+
+    /// A service that sleeps.
+    void Service(const std::string& name, const std::string& text)
+    {
+        Unit(name + ".service", "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n" + text);
+        services_.push_back(name);
+    }
+
+    static bool MountAnew(const std::string& volume)
+    {
+        return (umount(volume.c_str()) == 0 || errno != EBUSY) &&
+               Shell("v=" + volume + "; mkdir -p $v && mount -t tmpfs tmpfs $v && touch $v/file && "
+                     "cp $(ldd /bin/sh | grep -o '/[^ ]*/libc.so.6') $v/lib.so").exitCode == 0;
+    }
+
+    Runs Now()
+    {
+        Runs runs;
+        for (const std::string& service : services_) {
+            if (ActiveState(service) == "active") {
+                runs[service] = Shell("systemctl show --value -p InvocationID " + service).output;
+            }
+        }
+        return runs;
+    }
+    Texts StartedSince(Runs before)
+    {
+        Texts started;
+        for (const auto& [service, run] : Now()) {
+            if (before[service] != run) {
+                started.push_back(service);
+            }
+        }
+        return started;
+    }
+
+    Texts services_;
+    const Texts ofVolume1_{"all", "front", "helper", "inside", "maps", "open", "pkgctl-Foo", "some"};
+};
+
+TEST_F(RealVolumes, ExactlyTheirServicesStopAndRunAgainInOrder)
+{
+    Runs before = Now();
+    ASSERT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol1"}, [&] {
+        EXPECT_EQ(Now().size(), before.size() - ofVolume1_.size());
+        return MEROSystemdStop("optout") && MountAnew("/vol1"); // that one is for others to stop
+    }));
+    EXPECT_EQ(StartedSince(before), ofVolume1_);
+    EXPECT_EQ(Now().size(), before.size() - 1) << "all but that one";
+    const auto time = [](const std::string& unit, const std::string& change) {
+        return std::stol(Shell("systemctl show --value -p " + change + "TimestampMonotonic " + unit).output);
+    };
+    EXPECT_GE(time("open", "ActiveExit"), time("all", "InactiveEnter"));
+    EXPECT_GE(time("all", "InactiveExit"), time("open", "ActiveEnter"));
+
+    before = Now();
+    ASSERT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol10", "/vol2"},
+                                                [] { return MountAnew("/vol2") && MountAnew("/vol10"); }));
+    EXPECT_EQ(StartedSince(before), (Texts{"all", "longer", "other"}));
+}
+
+TEST_F(RealVolumes, ServicesAreBackWhateverTheActionDid)
+{
+    Runs before = Now();
+    const auto expectBack = [&] {
+        EXPECT_EQ(StartedSince(before), ofVolume1_);
+        before = Now();
+    };
+    EXPECT_FALSE(_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return umount("/vol1") == 0; })) << "one opted out";
+    expectBack();
+    EXPECT_THROW(_MEROSystemdVolumeUnmountAction({"/vol1"}, []() -> bool { throw 1; }), int);
+    expectBack();
+
+    // The target fails at once, while a service is still stopping.
+    Unit("all.service.d/slow.conf", "[Service]\nExecStop=/bin/sleep 2\n");
+    Unit("fails.service", "[Service]\nType=oneshot\nExecStart=/bin/false\n");
+    Unit("unmount-volume-begin.target.d/fails.conf", "[Unit]\nRequires=fails.service\nAfter=fails.service\n");
+    EXPECT_FALSE(_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return ADD_FAILURE() << "not all stopped", true; }));
+    expectBack();
+}
+
+TEST_F(RealVolumes, AServiceThatRefusesToStopIsNotLost)
+{
+    Service("refuses", "WorkingDirectory=/vol2\nExecStop=/bin/false\n[Unit]\nRefuseManualStop=yes\n");
+    Service("stays", "WorkingDirectory=/vol2\nExecStart=\nExecStart=/bin/sh -c 'trap \"\" TERM; sleep infinity'\n"
+                     "TimeoutStopSec=1\nSendSIGKILL=no\nKillMode=process\n");
+    Load();
+    EXPECT_TRUE(MEROSystemdStart("refuses") && MEROSystemdStart("stays"));
+    EXPECT_TRUE(Comes([] { return Shell("pgrep -P $(systemctl show --value -p MainPID stays)").exitCode == 0; }));
+    const Runs before = Now();
+    EXPECT_FALSE(_MEROSystemdVolumeUnmountAction({"/vol2"}, [] { return MountAnew("/vol2"); }));
+    EXPECT_EQ(StartedSince(before), (Texts{"all", "other", "refuses", "stays"}));
+}
+
+Texts InWords(const VolumeUnmountPlan& plan)
+{
+    Texts words;
+    const auto inWords = [](const VolumeUser& user) {
+        const char* const uses[] = {"cwd", "exe", "fd", "map", "root"};
+        return " " + user.command + " " + uses[static_cast<int>(user.use)] + " " + user.file;
+    };
+    for (const PlannedStop& stop : plan.stops) {
+        for (const StopCause& cause : stop.causes) {
+            const char* const kinds[] = {" all", " unit", " package ", " files"};
+            words.push_back(stop.unit + ": " + cause.unit + kinds[static_cast<int>(cause.kind)] + cause.package +
+                            (cause.users.empty() ? "" : inWords(cause.users[0])));
+        }
+    }
+    for (const VolumeBlocker& blocker : plan.blockers) {
+        const bool isMount = blocker.kind == VolumeBlocker::Kind::Mount;
+        words.push_back((isMount ? "mount" : "blocker " + blocker.unit) + inWords(blocker.user));
+    }
+    return words;
+}
+
+TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
+{
+    Service("deleted", "ExecStart=\nExecStart=/bin/sh -c 'exec < /vol1/gone; rm /vol1/gone; exec sleep infinity'\n"
+                       "ExecStartPre=/bin/sh -c 'cd /vol1; mkdir \"a b\"; cp lib.so \"a b\"; touch gone'\n");
+    Service("blank", "Environment=\"LD_LIBRARY_PATH=/vol1/a b\" LD_PRELOAD=lib.so\n[Unit]\nAfter=deleted.service\n");
+    Load();
+    EXPECT_TRUE(MEROSystemdStart("deleted") && MEROSystemdStart("blank"));
+    Shell("systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 & "
+          "mkdir '/vol1/be low'; mount -t tmpfs tmpfs '/vol1/be low'");
+    const pid_t inChroot = fork();
+    if (inChroot == 0) {
+        _exit(chroot("/vol1") != 0 || pause());
+    }
+    const auto expected = ::testing::UnorderedElementsAre(
+        "all.service: all.service all", "front.service: helper.service files sleep cwd /vol1",
+        "inside.service: inside.service files sleep cwd /vol1", "maps.service: maps.service files sleep map /vol1/lib.so",
+        "open.service: open.service files sleep fd /vol1/file", "pkgctl-Foo.service: pkgctl-Foo.service package Foo",
+        "some.service: some.service unit", "some.service: some.service files sleep fd /vol1/file",
+        "blocker deleted.service sleep fd /vol1/gone (deleted)", "blocker blank.service sleep map /vol1/a b/lib.so",
+        "blocker holder.scope sleep fd /vol1/file", "blocker optout.service sleep cwd /vol1",
+        "blocker  system_test root /vol1", "mount  fd /vol1/be low");
+    VolumeUnmountPlan plan;
+    EXPECT_TRUE(Comes([&] { // all of them are on their way
+        return MEROSystemdVolumeUnmountPlan({"/vol1"}, plan) && ::testing::Value(InWords(plan), expected);
+    })) << ::testing::PrintToString(InWords(plan));
+    kill(inChroot, SIGKILL);
+    waitpid(inChroot, nullptr, 0);
+    Shell("umount '/vol1/be low'; systemctl stop holder.scope");
+}
+
+} // namespace

@@ -1,0 +1,151 @@
+#include "core/lock.h"
+#include "support/child.h"
+#include "support/operations.h"
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <random>
+#include <regex>
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using namespace ::testing;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kUnits = "/usr/mero/etc/merosystemd/volume-register/", kNfs = kUnits + "nfs.service";
+const std::string kEnd = "/etc/meropkg_conf/reg_volume", kFoo = "/var/packages/Foo" + kEnd, kNoFile = "none";
+
+struct VolumeRegister : Machine {
+    VolumeRegister() { fs::create_directories("/var/packages/Foo"), fs::create_directories("/var/packages/Baz"); }
+    static std::string Listed() ///< as "+" or, when some could not be read, "-", and the registers
+    {
+        std::vector<VolumeRegistration> registers;
+        Texts texts{MEROSystemdVolumeRegisterList(registers) ? "+" : "-"};
+        for (const VolumeRegistration& one : registers) {
+            texts.push_back((one.isPackage ? "P " : "U ") + one.owner + PrintToString(one.volumes));
+        }
+        return std::sort(texts.begin() + 1, texts.end()), PrintToString(texts);
+    }
+    static auto Files() { return std::distance(fs::directory_iterator(kUnits), {}); }
+};
+
+TEST_F(VolumeRegister, KeepsWhatElseTheFileHolds)
+{
+    struct Case {
+        bool adds;
+        std::string before, after; ///< blanks before show whether the file was written; nothing after: it is left alone
+    };
+    const std::string odd = R"(5,{"a":[1.5,{}]},"ü",18446744073709551615,-9223372036854775808,null,"\u0000\"\\😀\n",["/v"])";
+    const Case cases[] = {
+        {true, kNoFile, R"(["/v"])"}, {true, R"( ["/v0","/V"])", R"(["/v0","/V","/v"])"}, {false, kNoFile, "[]"},
+        {true, " [" + odd + "]", "[" + odd + R"(,"/v"])"}, {true, R"([  5, "\u002fv", "/v"])", R"([  5, "\u002fv", "/v"])"},
+        {false, R"(["/v",)" + odd + R"(, "/v","\/v"])", "[" + odd + "]"}, {false, R"( [ "/v0" ] )", R"(["/v0"])"},
+        {true, "", ""}, {false, "[] x", ""}, {true, std::string(100'000, '['), ""}, {true, "{\"/v\":1}", ""}, {false, "{}", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before.substr(0, 99));
+        const bool done = !c.after.empty();
+        struct stat status{};
+        (void)Log(), fs::remove_all(kUnits), fs::create_directories(kUnits);
+        c.before == kNoFile ? void() : Write(kNfs, c.before);
+        EXPECT_EQ(chmod(kNfs.c_str(), 0640) + chown(kNfs.c_str(), 1000, 100), c.before == kNoFile ? -2 : 0);
+        EXPECT_TRUE((c.adds ? MEROCSystemdVolumeRegister : MEROCSystemdVolumeUnregister)("nfs", "/v") == done && Files() == 1);
+        const std::string compact = std::regex_replace(Read(kNfs), std::regex("\n *| (?=:)|(:) "), "$1");
+        EXPECT_EQ(done ? compact : Read(kNfs), done ? c.after : c.before);
+        EXPECT_TRUE(stat(kNfs.c_str(), &status) == 0 && (c.before == kNoFile || status.st_mode + status.st_uid == 0100640 + 1000));
+        EXPECT_EQ(Said("systemd_volume_register"),
+                  Texts(done ? 0 : 1, c.before[0] == '{' ? "ERR Volume register file [" + kNfs + "] is not an json array"
+                                                         : "ERR Fail to read volume register file [" + kNfs + "]"));
+        EXPECT_EQ(MEROSystemdVolumeIsRegisteredByUnit("nfs", {"/x", "/v"}), done && c.adds);
+        EXPECT_FALSE(MEROSystemdVolumeIsRegisteredByUnit("nfs", {"/x", "5"}) || Listed()[3] != (done ? '+' : '-'));
+    }
+    EXPECT_TRUE(fs::remove(kNfs) && mkfifo(kNfs.c_str(), 0600) == 0 && !MEROSystemdVolumeRegister("nfs", "/v")) << "and does not wait";
+}
+
+TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
+{
+    Write("/usr/mero/etc/merosystemd/x.service", "[\"/v\"]");
+    EXPECT_FALSE(MEROSystemdVolumeRegister(std::string("a.service\0b", 11), "/v")) << "a file's name ends at the NUL";
+    for (const auto& [name, volume] : {std::pair("", "/v"), {"a", ""}, {"a", "v"}, {"a", "/v/"}, {"a", "/"}, {"../x", "/v"},
+                                       {"a/b", "/v"}, {"..", "/v"}}) {
+        EXPECT_FALSE(MEROSystemdVolumeRegister(name, volume) || MEROSystemdVolumeUnregister(name, volume) ||
+                     MEROSystemdPackageVolumeRegister(name, volume) || MEROSystemdPackageVolumeUnregister(name, volume));
+        EXPECT_EQ(MLIBCErrGet(), 0x0D00) << name << volume;
+    }
+    EXPECT_FALSE(MEROCSystemdVolumeRegister(nullptr, "/v") || MEROCSystemdPackageVolumeUnregister("a", nullptr) ||
+                 MEROSystemdVolumeIsRegisteredByUnit("../x", {"/v"}) || fs::exists("/run/merosystemd") || Log().size() != 35);
+
+    const std::string temporary = kNfs + ".tmp." + std::to_string(getpid()), noDump = "ERR Fail to dump json file to [";
+    EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Bar", "/v") || MEROSystemdVolumeUnregister("nfs", "/v") ||
+                 fs::exists("/var/packages/Bar") || fs::exists(kUnits));
+    Write("/var/packages/Foo/etc", ""), fs::create_directory(kUnits);
+    EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Foo", "/v"));
+    ASSERT_EQ(mount("tmpfs", kUnits.c_str(), "tmpfs", 0, "size=4096"), 0);
+    Write(kNfs, "[\"/w\"]");
+    EXPECT_FALSE(MEROSystemdVolumeRegister("nfs", "/v")) << "the disk is full";
+    EXPECT_TRUE(Read(kNfs) == "[\"/w\"]" && Files() == 1 && umount(kUnits.c_str()) == 0);
+    EXPECT_THAT(Said("systemd_volume_register"),
+                ElementsAre(StartsWith("ERR Fail to MLIBCFileCheckDir on [/var/packages/Bar] [0x0900 "), noDump + temporary + "]",
+                            StartsWith("ERR Fail to mkdir [/var/packages/Foo/etc/meropkg_conf/] [0x0F00 "), noDump + temporary + "]"));
+    Write("/run/other", ""), fs::create_symlink("/run/other", temporary);
+    EXPECT_TRUE(MEROSystemdVolumeRegister("nfs", "/v") && Files() == 1 && Read("/run/other").empty());
+}
+
+TEST_F(VolumeRegister, IsListed)
+{
+    Texts packages{"before"};
+    const auto list = [&] { return MEROSystemdListPackageByRegisteredVolume("/v", packages); };
+    EXPECT_EQ(RunAs(0, [&] { return chroot("/run") == 0 && Listed() == "{ \"+\" }" && list(); }), 254) << "throws";
+    Write(kFoo, R"(["/w",5])"), Write("/var/packages/Bar" + kEnd, R"(["/v0",["/v"]])"), Write("/var/packages/file", "");
+    Write(kUnits + "b.service", "[]"), Write(kNfs + ".tmp.7", "["), Write(kNfs, R"(["/v"])");
+    EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && MEROCSystemdPackageVolumeRegister("Baz", "/v") &&
+                MEROCSystemdPackageVolumeUnregister("Foo", "/w") && MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/v"}));
+    const std::string all = R"("P Bar{ \"/v0\" }", "P Baz{ \"/v\" }", "P Foo{ \"/v\" }", "U nfs.service{ \"/v\" }" })";
+    EXPECT_TRUE(list() && Listed() == "{ \"+\", " + all && Log().empty()) << Listed();
+    EXPECT_THAT(packages, UnorderedElementsAre("before", "Foo", "Baz"));
+    Write("/var/packages/Bad" + kEnd, "[");
+    EXPECT_TRUE(!list() && Log().size() == 2 && Listed() == "{ \"-\", " + all) << "the bad one is passed over";
+}
+
+TEST_F(VolumeRegister, SurvivesWritersAtOnceAndKilledOnes)
+{
+    FileLock lock("/run/merosystemd/locks/volume-register.lock", false, 0);
+    EXPECT_TRUE(lock.Acquire() && !MEROSystemdPackageVolumeRegister("Foo", "/v") && MLIBCErrGet() == 0x1100);
+    EXPECT_FALSE(MEROSystemdVolumeUnregister("nfs", "/v") || fs::exists(kUnits));
+    EXPECT_EQ(Said("systemd_volume_register"), Texts(2, "INFO lock [" + lock.PathGet() + "] is not available."));
+    lock.Release();
+    const auto until = [](auto* operation, const std::string& volume) {
+        for (int i = 0; i < 5000 && !operation("nfs", volume); ++i) {
+        }
+    };
+    std::vector<pid_t> writers(8);
+    for (pid_t& writer : writers) {
+        const std::string volume = "/" + std::to_string(&writer - writers.data());
+        if ((writer = fork()) == 0) {
+            until(MEROSystemdVolumeRegister, volume + "x"), until(MEROSystemdVolumeRegister, volume);
+            until(MEROSystemdVolumeUnregister, volume + "x"), _exit(0);
+        }
+    }
+    std::for_each(writers.begin(), writers.end(), [](pid_t writer) { waitpid(writer, nullptr, 0); });
+    const std::string without = Listed();
+    EXPECT_TRUE(std::count(without.begin(), without.end(), '/') == 8 && without.find('x') == without.npos) << without;
+    until(MEROSystemdVolumeRegister, "/v");
+    const std::string with = Listed();
+    std::mt19937 random(std::random_device{}());
+    for (int i = 0; i < 100; ++i) {
+        const pid_t writer = fork();
+        while (writer == 0) {
+            (void)MEROSystemdVolumeUnregister("nfs", "/v"), (void)MEROSystemdVolumeRegister("nfs", "/v");
+        }
+        usleep(random() % 8000), kill(writer, SIGKILL), waitpid(writer, nullptr, 0);
+        EXPECT_THAT(Listed(), AnyOf(with, without));
+    }
+    until(MEROSystemdVolumeRegister, "/v");
+    EXPECT_EQ(Listed(), with) << "and the lock is free";
+}
+
+} // namespace
