@@ -18,7 +18,7 @@ if ! diff -u --label declared --label shown "$work/declared" "$work/shown"; then
 fi
 # Besides these there are the public classes' members, the helpers of the namespace, and nothing else.
 helpers='(CheckServiceHasReason|LinkMeroReason|ListServicesWithReason|UnlinkReasons)[([]'
-if grep -vE "^T (_?MEROC?Systemd[A-Za-z0-9]+|MERO::Systemd::((SystemctlOptsBuilder|CommandOptions|JobInfo)::|$helpers))" "$work/symbols"; then
+if grep -vE "^[TW] (_?MEROC?Systemd[A-Za-z0-9]+|MERO::Systemd::((SystemctlOptsBuilder|CommandOptions|JobInfo|Process|Slice)::|$helpers))" "$work/symbols"; then
     echo "these are visible and not published" >&2
     failed=1
 fi

@@ -233,7 +233,7 @@ int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (
 
 /* ---- Cgroups -------------------------------------------------------------------------------------------------
 
-   Of the calling process. A slice's name ends with ".slice" and holds no "/" (0x0D00). */
+   Of the calling process, but for the list. A slice's name ends with ".slice" and holds no "/" (0x0D00). */
 
 /* The slice that it is accounted to. `cbSlice` counts bytes; a name that does not fit with its NUL gives 0 and
    MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
@@ -242,6 +242,9 @@ int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
 /* Move it into a slice of the resource monitor's hierarchy; of systemd's hierarchy, and then of the monitor's. */
 int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice);
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
+
+/* Pushes the slices that the resource monitor tracks onto the list, which must exist. 0 when there are none. */
+int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
 /* Moves it to the root of systemd's hierarchy, so that it outlives the unit that started it. */
 int MEROCSystemdRunAsSystemProcess(void);

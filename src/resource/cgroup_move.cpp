@@ -2,7 +2,7 @@
 #include "resource/cgroup_move.h"
 
 #include "core/argument_check.h"
-#include "unit/unit_name.h"
+#include "resource/slice_name.h"
 
 #include <merocore/file.h>
 
@@ -10,14 +10,6 @@
 #include <unistd.h>
 
 namespace MERO::Systemd {
-namespace {
-
-bool IsSliceName(const std::string& name)
-{
-    return name.find('/') == name.npos && UnitTypeGet(name) == "slice";
-}
-
-} // namespace
 
 bool MoveToCgroupSlice(const std::string& strSlice, const std::string& hierarchy)
 {

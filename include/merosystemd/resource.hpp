@@ -1,0 +1,138 @@
+/// Processes and slices, and what they use of the machine.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#pragma GCC visibility push(default)
+
+namespace MERO::Systemd {
+
+class TextReader;
+
+/// What a running process had used when the object was made, read from /proc; see proc(5) for the files.
+///
+/// Reading the memory sums up /proc/<pid>/smaps, during which the kernel locks the process' memory map: the process
+/// waits when it maps or unmaps memory meanwhile. Different objects may be used by threads at once.
+class Process {
+public:
+    /// Takes the snapshot. Throws std::exception when a file cannot be read: the process has ended, is the kernel's own,
+    /// or its executable has been deleted.
+    explicit Process(int pid);
+    Process(const Process&) = default;
+    Process(const Process&& other) : Process(other) {}
+    Process& operator=(const Process&) = default;
+
+    /// By process ID: two snapshots of one process are equal.
+    bool operator<(const Process& other) const { return pid_ < other.pid_; }
+
+    int PidGet() const { return pid_; }
+
+    /// The name of the executable's file; of the interpreter "meroscgi", that of the script it runs.
+    std::string NameGet() const { return name_; }
+
+    /// Processor time, of user and kernel, since the process began: seconds.
+    double CPUTimeGet() const;
+
+    /// Memory in kB, shared pages counted in parts (Pss).
+    unsigned long MemoryPssGet() const { return pss_; }
+
+    /// The share of the whole machine's processor time since the snapshot: 0 to 1, all processors together. Reads the
+    /// process again; 0 when it has ended, and when no time has passed, which is logged.
+    double CPUUtilizationGet() const;
+
+    /// Bytes per second read from and written to storage since the snapshot. Reads the process again; 0 when it has ended.
+    std::pair<double, double> IOUtilizationGet() const;
+
+    // What the snapshot reads, one by one. False when it cannot be read.
+    static bool NameGet(int pid, std::string& name);
+    static bool CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks); ///< of sysconf(_SC_CLK_TCK)
+    static bool PssGet(int pid, unsigned long& pss);                                       ///< kB
+    static bool IOGet(int pid, unsigned long& readBytes, unsigned long& writeBytes);
+    static bool TotalTickGet(unsigned long& totalTicks); ///< of all processors, idle ones included
+
+private:
+    friend class Slice;
+
+    Process(int pid, TextReader& reader);
+
+    std::int32_t pid_;
+    std::string name_;
+    std::uint64_t userTicks_ = 0;
+    std::uint64_t systemTicks_ = 0;
+    std::uint64_t totalTicks_ = 0;
+    std::uint64_t pss_ = 0;
+    std::uint64_t readBytes_ = 0;
+    std::uint64_t writeBytes_ = 0;
+    std::chrono::steady_clock::time_point time_;
+};
+
+/// How a user interface shows a unit: keys "IconName" and "IconPath" of its section [X-Tarvix].
+struct Icon {
+    std::string name; ///< of an icon of the current theme; empty without the key
+    std::string path; ///< of an image file; empty without the key
+};
+
+/// A slice that the resource monitor tracks, with its processes at the time when the object was made.
+class Slice {
+public:
+    /// Throws std::exception when the unit has neither a name nor a translated name. A unit without an icon's keys has
+    /// an empty icon.
+    explicit Slice(const std::string& unitName);
+    Slice(const Slice&) = default;
+    Slice(const Slice&& other) : Slice(other) {}
+    Slice& operator=(const Slice&) = default;
+
+    std::string UnitNameGet() const { return unitName_; }
+    std::string NameGet() const { return name_; }         ///< key "Name"; empty without it
+    std::string NameI18nGet() const { return nameI18n_; } ///< key "NameI18n"; empty without it
+    Icon IconGet() const { return icon_; }
+    std::set<Process> ProcessesGet() const { return processes_; }
+
+    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it. Those that end
+    /// meanwhile are left out. False when there is no such slice.
+    static bool ProcessList(const std::string& unitName, std::set<Process>& processes);
+
+private:
+    std::string unitName_;
+    std::string name_;
+    std::string nameI18n_;
+    Icon icon_;
+    std::set<Process> processes_;
+};
+
+} // namespace MERO::Systemd
+
+namespace MERO::Systemd {
+
+/// How far the killing of a slice is.
+enum class KillPhase {
+    StoppingUnits, ///< systemd stops the slice's units
+    Terminating,   ///< SIGTERM goes to what is left
+    Waiting,       ///< for that to end
+    Killing        ///< SIGKILL goes to what has not
+};
+
+} // namespace MERO::Systemd
+
+/// The icon of a unit. False (0x0700) when it has no file, and for an empty name (0x0D00).
+bool MEROSystemdIconGet(std::string strUnit, MERO::Systemd::Icon& icon);
+
+/// Appends the slices that the resource monitor tracks. False when there are none.
+bool MEROSystemdSliceList(std::vector<std::string>& slices);
+
+/// Ends all that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as many
+/// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
+/// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
+/// waited for. A name that is no slice's is an invalid argument (0x0D00).
+bool MEROSystemdKillSlice(const std::string& strSlice);
+
+/// The same; tells `progress`, in this thread, of each phase as it begins.
+bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(MERO::Systemd::KillPhase)>& progress);
+
+#pragma GCC visibility pop

@@ -1,0 +1,263 @@
+#include "core/descriptor.h"
+#include "core/log.h"
+#include "core/text_reader.h"
+
+#include <merosystemd/resource.hpp>
+
+#include <fcntl.h>
+#include <libgen.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <optional>
+
+namespace MERO::Systemd {
+namespace {
+
+using Text = std::string_view;
+
+constexpr int kSkippedFields = 13;    // of /proc/<pid>/stat, before utime and stime
+constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user to steal
+
+/// This program's processes go by the name of the script that each of them runs.
+constexpr Text kInterpreter = "meroscgi";
+
+Text Trim(Text text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return text;
+}
+
+/// Takes an unsigned number off the text, blanks before it not counted.
+bool TakeNumber(Text& text, unsigned long& number)
+{
+    text = Trim(text);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc();
+}
+
+Text TakeLine(Text& text)
+{
+    const std::size_t end = text.find('\n');
+    const Text line = text.substr(0, end);
+    text.remove_prefix(std::min(end, text.size() - 1) + 1);
+    return line;
+}
+
+/// The number behind `key` in a line that begins with it.
+bool NumberOf(Text line, Text key, unsigned long& number)
+{
+    if (!line.starts_with(key)) {
+        return false;
+    }
+    line.remove_prefix(key.size());
+    return TakeNumber(line, number);
+}
+
+Text BaseName(Text path)
+{
+    return path.substr(path.rfind('/') + 1); // npos + 1 is 0
+}
+
+/// The folder of a process: what is read through one object is one process', although its ID be used again.
+class Folder {
+public:
+    Folder(int pid, TextReader& reader)
+        : folder_(open(("/proc/" + std::to_string(pid)).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), reader_(reader)
+    {
+    }
+
+    bool ReadName(std::string& name)
+    {
+        char link[PATH_MAX];
+        char path[PATH_MAX];
+        const ssize_t length = readlinkat(folder_.Get(), "exe", link, sizeof link - 1);
+        if (length < 0) {
+            return false;
+        }
+        link[length] = '\0';
+        if (realpath(link, path) == nullptr) {
+            return false;
+        }
+        name = BaseName(path);
+        if (name != kInterpreter) {
+            return true;
+        }
+        auto arguments = Read("cmdline");
+        if (!arguments) {
+            return false;
+        }
+        const Text line = arguments->substr(0, arguments->find('\n'));
+        name = ArgumentName(line.substr(0, line.find('\0')));
+        return true;
+    }
+
+    bool ReadTicks(unsigned long& user, unsigned long& system)
+    {
+        auto text = Read("stat");
+        if (!text) {
+            return false;
+        }
+        Text line = text->substr(0, text->find('\n'));
+        // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
+        for (int field = 0; field < kSkippedFields; ++field) {
+            line = Trim(line);
+            line.remove_prefix(std::min(line.find(' '), line.size()));
+        }
+        return TakeNumber(line, user) && TakeNumber(line, system);
+    }
+
+    bool ReadPss(unsigned long& pss)
+    {
+        const auto text = Read("smaps");
+        if (!text) {
+            return false;
+        }
+        pss = 0;
+        // A mapping has more than twenty lines: only those with the sum are looked at. The text's first is none of them.
+        constexpr Text kKey = "\nPss:";
+        Text rest = *text;
+        while (const void* found = memmem(rest.data(), rest.size(), kKey.data(), kKey.size())) {
+            rest.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(found) - rest.data()) + kKey.size());
+            unsigned long value = 0;
+            if (TakeNumber(rest, value)) {
+                pss += value;
+            }
+        }
+        return true;
+    }
+
+    bool ReadIo(unsigned long& readBytes, unsigned long& writeBytes)
+    {
+        auto text = Read("io");
+        bool hasRead = false;
+        bool hasWrite = false;
+        while (text && !text->empty()) {
+            const Text line = TakeLine(*text);
+            hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
+            hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
+        }
+        return hasRead && hasWrite;
+    }
+
+private:
+    std::optional<Text> Read(const char* name) { return reader_.Read(folder_.Get(), name); }
+
+    static std::string ArgumentName(Text argument)
+    {
+        std::string path(argument);
+        const char* name = basename(path.data());
+        return name != nullptr ? name : "(null)";
+    }
+
+    Descriptor folder_;
+    TextReader& reader_;
+};
+
+bool ReadTotalTicks(TextReader& reader, unsigned long& total)
+{
+    auto text = reader.Read(AT_FDCWD, "/proc/stat");
+    if (!text || !text->starts_with("cpu")) {
+        return false;
+    }
+    Text line = text->substr(3, text->find('\n') - 3);
+    total = 0;
+    for (int counter = 0; counter < kProcessorCounters; ++counter) {
+        unsigned long ticks = 0;
+        if (!TakeNumber(line, ticks)) {
+            return false;
+        }
+        total += ticks;
+    }
+    return true;
+}
+
+/// What has been added to a counter; one that went backwards has not grown.
+double Growth(unsigned long now, std::uint64_t before)
+{
+    return now > before ? static_cast<double>(now - before) : 0.0;
+}
+
+} // namespace
+
+Process::Process(int pid) : Process(pid, *std::make_unique<TextReader>()) {}
+
+Process::Process(int pid, TextReader& reader) : pid_(pid), time_(std::chrono::steady_clock::now())
+{
+    Folder folder(pid, reader);
+    if (!folder.ReadName(name_) || !folder.ReadTicks(userTicks_, systemTicks_) || !folder.ReadPss(pss_) ||
+        !folder.ReadIo(readBytes_, writeBytes_) || !ReadTotalTicks(reader, totalTicks_)) {
+        throw std::exception();
+    }
+}
+
+double Process::CPUTimeGet() const
+{
+    return static_cast<double>(userTicks_ + systemTicks_) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+double Process::CPUUtilizationGet() const
+{
+    unsigned long user = 0;
+    unsigned long system = 0;
+    unsigned long total = 0;
+    if (!CPUTickGet(pid_, user, system) || !TotalTickGet(total)) {
+        return 0.0;
+    }
+    if (totalTicks_ >= total) {
+        MERO_LOG(LOG_ERR, "Unexpected delta value, totalTick = %lu, _totalTick =  %lu", total, totalTicks_);
+        return 0.0;
+    }
+    return std::min(Growth(user + system, userTicks_ + systemTicks_) / static_cast<double>(total - totalTicks_), 1.0);
+}
+
+std::pair<double, double> Process::IOUtilizationGet() const
+{
+    const auto now = std::chrono::steady_clock::now();
+    unsigned long readBytes = 0;
+    unsigned long writeBytes = 0;
+    if (!IOGet(pid_, readBytes, writeBytes)) {
+        return {0.0, 0.0};
+    }
+    const double seconds = std::chrono::duration<double>(now - time_).count();
+    return {Growth(readBytes, readBytes_) / seconds, Growth(writeBytes, writeBytes_) / seconds};
+}
+
+bool Process::NameGet(int pid, std::string& name)
+{
+    TextReader reader;
+    return Folder(pid, reader).ReadName(name);
+}
+
+bool Process::CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks)
+{
+    TextReader reader;
+    return Folder(pid, reader).ReadTicks(userTicks, systemTicks);
+}
+
+bool Process::PssGet(int pid, unsigned long& pss)
+{
+    TextReader reader;
+    return Folder(pid, reader).ReadPss(pss);
+}
+
+bool Process::IOGet(int pid, unsigned long& readBytes, unsigned long& writeBytes)
+{
+    TextReader reader;
+    return Folder(pid, reader).ReadIo(readBytes, writeBytes);
+}
+
+bool Process::TotalTickGet(unsigned long& totalTicks)
+{
+    TextReader reader;
+    return ReadTotalTicks(reader, totalTicks);
+}
+
+} // namespace MERO::Systemd

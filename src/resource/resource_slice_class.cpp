@@ -1,0 +1,83 @@
+#include "core/descriptor.h"
+#include "core/directory_names.h"
+#include "core/text_reader.h"
+#include "resource/slice_name.h"
+
+#include <merosystemd/resource.hpp>
+#include <merosystemd/systemd.hpp>
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <charconv>
+#include <exception>
+
+namespace MERO::Systemd {
+namespace {
+
+/// The task IDs in a cgroup's tasks file, a line each. A line that is no number is passed over.
+void AddTasks(std::string_view text, std::set<int>& tasks)
+{
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        int task = 0;
+        if (std::from_chars(text.data(), text.data() + end, task).ec == std::errc()) {
+            tasks.insert(task);
+        }
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+/// Whether a task is a process, not another thread of one, which would count what the process uses once more.
+bool IsProcess(int task, TextReader& reader)
+{
+    const auto status = reader.Read(AT_FDCWD, ("/proc/" + std::to_string(task) + "/status").c_str());
+    return status && status->find("\nTgid:\t" + std::to_string(task) + "\n") != status->npos;
+}
+
+} // namespace
+
+bool Slice::ProcessList(const std::string& unitName, std::set<Process>& processes)
+{
+    if (!IsSliceName(unitName)) {
+        return false;
+    }
+    const std::string path = "/sys/fs/cgroup/meromonitor/" + unitName;
+    const Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    TextReader reader;
+    const auto own = reader.Read(folder.Get(), "tasks");
+    if (!own) {
+        return false;
+    }
+    std::set<int> tasks;
+    AddTasks(*own, tasks);
+    DirectoryNames().ForEach(folder.Get(), [&](std::string_view name) {
+        const auto text = reader.Read(folder.Get(), (std::string(name) + "/tasks").c_str());
+        AddTasks(text.value_or(std::string_view()), tasks); // files of the folder have none
+        return true;
+    });
+    for (const int task : tasks) {
+        try {
+            if (IsProcess(task, reader)) {
+                processes.insert(Process(task, reader));
+            }
+        } catch (const std::exception&) {
+            // It has ended.
+        }
+    }
+    return true;
+}
+
+Slice::Slice(const std::string& unitName) : unitName_(unitName)
+{
+    const bool hasName = MEROSystemdNameGet(unitName, name_);
+    const bool hasNameI18n = MEROSystemdNameI18nGet(unitName, nameI18n_);
+    if (!hasName && !hasNameI18n) {
+        throw std::exception();
+    }
+    if (MEROSystemdIconGet(unitName, icon_)) {
+        (void)ProcessList(unitName, processes_); // one that is not tracked has none
+    }
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,100 @@
+#define MERO_SOURCE_NAME "systemd_kill_slice"
+#include "resource/slice_cgroup.h"
+
+#include "core/log.h"
+#include "core/text_reader.h"
+#include "unit/unit_name.h"
+
+#include <fcntl.h>
+
+#include <filesystem>
+
+namespace MERO::Systemd {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kHierarchy = "/sys/fs/cgroup/systemd/";
+
+/// The folders in a folder. None in one that has vanished: units end at any time.
+std::vector<fs::path> FoldersIn(const fs::path& folder)
+{
+    std::vector<fs::path> folders;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (entry->is_directory(error) && !error) {
+            folders.push_back(entry->path());
+        }
+    }
+    if (error && error != std::errc::no_such_file_or_directory && error != std::errc::no_such_device) {
+        throw fs::filesystem_error("cannot be read", folder, error);
+    }
+    return folders;
+}
+
+void AddUnits(const fs::path& folder, std::vector<std::string>& units)
+{
+    for (const fs::path& path : FoldersIn(folder)) {
+        const std::string name = path.filename().string();
+        if (UnitTypeGet(name) == "slice") {
+            AddUnits(path, units);
+        } else if (HasKnownUnitType(name)) {
+            units.push_back(name);
+        }
+    }
+}
+
+bool HasProcess(const fs::path& folder, TextReader& reader)
+{
+    const auto processes = reader.Read(AT_FDCWD, (folder / "cgroup.procs").c_str());
+    if (processes && !processes->empty()) {
+        return true;
+    }
+    for (const fs::path& path : FoldersIn(folder)) {
+        if (HasProcess(path, reader)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+std::string SliceCgroup(const std::string& slice)
+{
+    std::string path = kHierarchy;
+    if (slice == "-.slice") {
+        return path;
+    }
+    const std::string name = UnitNameWithoutFileExtensionGet(slice);
+    for (std::size_t dash = name.find('-', 1); dash != name.npos; dash = name.find('-', dash + 1)) {
+        path.append(name, 0, dash).append(".slice/");
+    }
+    return path + slice;
+}
+
+std::vector<std::string> UnitsOfSlice(const std::string& slice)
+{
+    std::vector<std::string> units;
+    try {
+        AddUnits(SliceCgroup(slice), units);
+    } catch (const fs::filesystem_error& error) {
+        MERO_LOG(LOG_ERR, "Failed to list the units of [%s]: [%s]", slice.c_str(), error.what());
+    }
+    return units;
+}
+
+bool HasLiveProcess(const std::string& slice)
+{
+    try {
+        TextReader reader;
+        return HasProcess(SliceCgroup(slice), reader);
+    } catch (const std::exception& exception) {
+        MERO_LOG(LOG_ERR, "Failed to check cgruop procs: [%s]", exception.what()); // spelt as logs have it
+    } catch (...) {
+        MERO_LOG(LOG_ERR, "Failed to check cgruop procs");
+    }
+    return true; // unknown: what may be alive is not called killed
+}
+
+} // namespace MERO::Systemd

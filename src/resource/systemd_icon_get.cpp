@@ -1,0 +1,17 @@
+#include "core/argument_check.h"
+#include "unit/metadata_key.h"
+
+#include <merosystemd/resource.hpp>
+
+using namespace MERO::Systemd;
+
+bool MEROSystemdIconGet(std::string strUnit, Icon& icon)
+{
+    const auto name = MetadataKeyGet(MERO_HERE, strUnit, "IconName");
+    const auto path = name ? MetadataKeyGet(MERO_HERE, strUnit, "IconPath") : std::nullopt;
+    if (!path) {
+        return false;
+    }
+    icon = {.name = *name, .path = *path};
+    return true;
+}
