@@ -87,7 +87,9 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"--help", 0, ".*start .*stop .*Exit status:.*Examples:.*"},
         {"start --help", 0, ".*--no-block .*--irreversibly .*"},
     });
-    EXPECT_EQ(Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add'; do "
+    EXPECT_EQ(Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add' "
+                    "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' "
+                    "slice 'slice list' 'slice show' 'slice kill' 'slice top' process 'process show'; do "
                     MEROSYSTEMCTL " $c --help | grep -E '.{81}'; done").output, "")
         << "80 columns are enough";
 }

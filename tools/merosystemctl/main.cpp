@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <clocale>
 #include <iostream>
 
 namespace {
@@ -36,7 +37,9 @@ constexpr const char* kFooter = R"(Exit status:
   2  wrong usage
   3  status: a unit is not active (stopped, masked ...)
      isolate-state: no isolation is going on
+     slice list, slice top: no slice is tracked
   4  status, volume dependency: there is no such unit
+     slice show: there is no such slice, or it has no name
   5  isolate: done, but units were still stopping after five minutes
      volume register, unregister: another process is writing; try again
   6  isolate: done, but systemd's jobs could not be listed
@@ -53,6 +56,7 @@ Examples:
   merosystemctl volume plan /volume1
   merosystemctl volume unmount /volume1 -- umount -l /volume1
   merosystemctl info nfs
+  merosystemctl slice top
 
 'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary
 user, the user's own service manager is meant.)";
@@ -61,6 +65,7 @@ user, the user's own service manager is meant.)";
 
 int main(int argc, char* argv[])
 {
+    std::setlocale(LC_CTYPE, ""); // for the width of characters
     CLI::App program("Manages the services of this machine through libmerosystemd.", "merosystemctl");
     program.set_version_flag("--version", "merosystemctl " MERO_VERSION);
     program.set_help_flag("-h,--help", "Print this help and exit");
@@ -81,6 +86,8 @@ int main(int argc, char* argv[])
     MERO::Tool::AddIsolateCommands(program, behindDashes, exitCode);
     MERO::Tool::AddVolumeCommands(program, behindDashes, exitCode);
     MERO::Tool::AddCgroupCommands(program, behindDashes, exitCode);
+    MERO::Tool::AddSliceCommands(program, exitCode);
+    MERO::Tool::AddProcessCommands(program, exitCode);
     MERO::Tool::AddMaintenanceCommands(program, exitCode);
     try {
         std::reverse(words.begin(), words.end()); // as the parser wants them

@@ -1,9 +1,9 @@
 #include "output.h"
 
 #include "commands.h"
+#include "text_width.h"
 
 #include <algorithm>
-#include <iomanip>
 #include <iostream>
 
 namespace MERO::Tool {
@@ -14,14 +14,27 @@ void PrintTable(const std::vector<Texts>& rows)
     for (const Texts& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], WidthOf(row[i]));
         }
     }
     for (const Texts& row : rows) {
         for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-            std::cout << std::left << std::setw(static_cast<int>(widths[i]) + 2) << row[i];
+            std::cout << row[i] << std::string(widths[i] + 2 - WidthOf(row[i]), ' ');
         }
         std::cout << (row.empty() ? "" : row.back()) << '\n';
+    }
+}
+
+void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t lastColumn)
+{
+    for (std::size_t column = firstColumn; column <= lastColumn; ++column) {
+        std::size_t width = 0;
+        for (const Texts& row : rows) {
+            width = std::max(width, row[column].size());
+        }
+        for (Texts& row : rows) {
+            row[column].insert(0, width - row[column].size(), ' ');
+        }
     }
 }
 
@@ -30,6 +43,8 @@ void PrintJson(const Json::Value& value)
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     builder["emitUTF8"] = true;
+    builder["precisionType"] = "decimal";
+    builder["precision"] = 3;
     std::cout << Json::writeString(builder, value) << '\n';
 }
 

@@ -12,6 +12,9 @@ using Texts = std::vector<std::string>;
 /// Prints columns as wide as their widest cell, with two blanks between.
 void PrintTable(const std::vector<Texts>& rows);
 
+/// Fills the cells of these columns up on the left, so that their numbers stand below each other.
+void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t lastColumn);
+
 void PrintJson(const Json::Value& value);
 Json::Value ToJson(const Texts& texts);
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace MERO::Tool {
+
+// Amounts as people read them.
+std::string SecondsText(double seconds);     ///< "12.34"
+std::string PercentText(double share);       ///< of 1: "12.3%"
+std::string MemoryText(unsigned long kB);    ///< "12.3 MiB"
+std::string RateText(double bytesPerSecond); ///< "12.3 KiB/s"
+
+} // namespace MERO::Tool

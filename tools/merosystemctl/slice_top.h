@@ -1,0 +1,10 @@
+#pragma once
+
+#include <chrono>
+
+namespace MERO::Tool {
+
+/// Shows what the tracked slices use, again and again: `count` times, for ever with 0. The exit code.
+int ShowTop(std::chrono::duration<double> interval, unsigned count);
+
+} // namespace MERO::Tool

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace MERO::Tool {
+
+/// How many columns of a terminal a text takes, in the program's locale.
+std::size_t WidthOf(const std::string& text);
+
+// The text cut off or filled up to a width. What cannot be printed becomes "?".
+std::string FitLeft(const std::string& text, std::size_t width);
+std::string FitRight(const std::string& text, std::size_t width);
+
+} // namespace MERO::Tool

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace MERO::Tool {
+
+using Clock = std::chrono::steady_clock;
+
+/// What a process has used since it began.
+struct ProcessReading {
+    int pid = 0;
+    std::string name;
+    double cpuSeconds = 0;
+    unsigned long memory = 0; ///< kB
+    unsigned long readBytes = 0;
+    unsigned long writtenBytes = 0;
+};
+
+/// What processes had used at a time: those of a slice, when it has a name.
+struct Reading {
+    std::string slice;
+    Clock::time_point time;
+    std::vector<ProcessReading> processes;
+};
+
+/// False when the process has ended or may not be read.
+bool ReadProcess(int pid, ProcessReading& reading);
+
+/// False when the slice is not tracked.
+bool ReadSlice(const std::string& unit, Reading& reading);
+
+/// What a process used between two readings.
+struct ProcessUsage : ProcessReading { ///< the later one
+    double cpuShare = 0;               ///< of the whole machine: 0 to 1
+    double readRate = 0;               ///< bytes per second
+    double writeRate = 0;
+};
+
+/// Of a process that is not in the earlier reading, no share and no rates are known.
+std::vector<ProcessUsage> UsageBetween(const Reading& before, const Reading& after, double processors);
+
+/// All of it together. It has no name and the process ID 0.
+ProcessUsage TotalOf(const std::vector<ProcessUsage>& processes);
+
+enum class Order { Cpu, Memory, Pid, Name };
+
+/// The greatest first, for CPU share and memory; what has the same of the one, by the other.
+void Sort(std::vector<ProcessUsage>& processes, Order order);
+
+struct Machine {
+    double processors;
+    double memory; ///< kB
+};
+
+Machine ThisMachine();
+
+} // namespace MERO::Tool
