@@ -23,6 +23,8 @@ public:
     Population& operator=(const Population&) = delete;
     ~Population();
 
+    const std::vector<pid_t>& Pids() const { return processes_; }
+
 private:
     std::string volume_;
     std::vector<pid_t> processes_;

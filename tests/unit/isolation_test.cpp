@@ -2,10 +2,8 @@
 #include "isolate/isolate_watcher.h"
 #include "support/child.h"
 #include "support/operations.h"
+#include "support/sleeps.h"
 
-#include <sys/mman.h>
-
-#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -13,24 +11,6 @@ using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
 namespace fs = std::filesystem;
-
-/// Sleeps take no time while a test counts them, in its children too.
-static struct Sleeps {
-    bool areCounted[2];
-    std::atomic<unsigned> seconds, microseconds;
-}& sleeps = *static_cast<Sleeps*>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-
-extern "C" unsigned sleep(unsigned seconds)
-{
-    sleeps.areCounted[0] ? void() : std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    return sleeps.seconds += seconds, 0;
-}
-
-extern "C" int usleep(useconds_t time)
-{
-    sleeps.areCounted[1] ? void() : std::this_thread::sleep_for(std::chrono::microseconds(time));
-    return sleeps.microseconds += time, 0;
-}
 
 namespace {
 
