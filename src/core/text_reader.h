@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 namespace MERO::Systemd {
 
@@ -14,7 +15,10 @@ public:
     std::optional<std::string_view> Read(int directory, const char* path);
 
 private:
-    std::vector<char> buffer_ = std::vector<char>(32 * 1024);
+    void Grow(std::size_t filled);
+
+    std::size_t capacity_ = 64 * 1024;
+    std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(capacity_);
 };
 
 } // namespace MERO::Systemd

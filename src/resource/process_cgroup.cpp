@@ -39,7 +39,12 @@ std::string UnitOfCgroup(const std::string& path)
 {
     std::vector<std::string> folders;
     const bool isUnit = Split(path, folders, "/") && !folders.empty() && folders.back().find('.') != std::string::npos;
-    return isUnit ? folders.back() : std::string();
+    return isUnit ? UnitOfFolder(folders.back()) : std::string();
+}
+
+std::string UnitOfFolder(const std::string& folder)
+{
+    return folder.starts_with('_') ? folder.substr(1) : folder;
 }
 
 } // namespace MERO::Systemd

@@ -18,4 +18,8 @@ bool SystemdCgroupPath(std::string_view lines, std::string& path);
 /// The unit whose processes have that path: its last folder, if the name holds a ".". Empty when there is none.
 std::string UnitOfCgroup(const std::string& path);
 
+/// The unit that a folder stands for. systemd puts "_" before names that mean something to the kernel in that place
+/// (memory.slice, io.service) and before those that begin with "_" themselves: see cg_escape in its cgroup-util.c.
+std::string UnitOfFolder(const std::string& folder);
+
 } // namespace MERO::Systemd

@@ -28,9 +28,11 @@ constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user t
 /// This program's processes go by the name of the script that each of them runs.
 constexpr Text kInterpreter = "meroscgi";
 
+constexpr Text kBlanks = " \t\n\v\f\r";
+
 Text Trim(Text text)
 {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     return text;
 }
 
@@ -109,7 +111,7 @@ public:
         // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
         for (int field = 0; field < kSkippedFields; ++field) {
             line = Trim(line);
-            line.remove_prefix(std::min(line.find(' '), line.size()));
+            line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
         }
         return TakeNumber(line, user) && TakeNumber(line, system);
     }
@@ -121,15 +123,16 @@ public:
             return false;
         }
         pss = 0;
-        // A mapping has more than twenty lines: only those with the sum are looked at. The text's first is none of them.
-        constexpr Text kKey = "\nPss:";
+        // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
         Text rest = *text;
-        while (const void* found = memmem(rest.data(), rest.size(), kKey.data(), kKey.size())) {
-            rest.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(found) - rest.data()) + kKey.size());
+        for (std::size_t at; (at = rest.find('P')) != rest.npos;) {
+            const bool beginsLine = at == 0 ? rest.data() == text->data() : rest[at - 1] == '\n';
+            rest.remove_prefix(at);
             unsigned long value = 0;
-            if (TakeNumber(rest, value)) {
+            if (beginsLine && NumberOf(rest, "Pss:", value)) {
                 pss += value;
             }
+            rest.remove_prefix(1);
         }
         return true;
     }

@@ -3,7 +3,10 @@
 
 #include "core/log.h"
 #include "core/text_reader.h"
+#include "resource/process_cgroup.h"
 #include "unit/unit_name.h"
+
+#include <merocore/file.h>
 
 #include <fcntl.h>
 
@@ -15,6 +18,13 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kHierarchy = "/sys/fs/cgroup/systemd/";
+
+/// The name that a unit's folder has in `parent`.
+std::string FolderOfUnit(const std::string& parent, const std::string& unit)
+{
+    const std::string escaped = "_" + unit;
+    return MLIBCFileExist((parent + escaped).c_str()) == 1 ? escaped : unit;
+}
 
 /// The folders in a folder. None in one that has vanished: units end at any time.
 std::vector<fs::path> FoldersIn(const fs::path& folder)
@@ -35,7 +45,7 @@ std::vector<fs::path> FoldersIn(const fs::path& folder)
 void AddUnits(const fs::path& folder, std::vector<std::string>& units)
 {
     for (const fs::path& path : FoldersIn(folder)) {
-        const std::string name = path.filename().string();
+        const std::string name = UnitOfFolder(path.filename().string());
         if (UnitTypeGet(name) == "slice") {
             AddUnits(path, units);
         } else if (HasKnownUnitType(name)) {
@@ -68,9 +78,9 @@ std::string SliceCgroup(const std::string& slice)
     }
     const std::string name = UnitNameWithoutFileExtensionGet(slice);
     for (std::size_t dash = name.find('-', 1); dash != name.npos; dash = name.find('-', dash + 1)) {
-        path.append(name, 0, dash).append(".slice/");
+        path += FolderOfUnit(path, name.substr(0, dash) + ".slice") + "/";
     }
-    return path + slice;
+    return path + FolderOfUnit(path, slice);
 }
 
 std::vector<std::string> UnitsOfSlice(const std::string& slice)

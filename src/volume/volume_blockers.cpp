@@ -1,6 +1,7 @@
 #include "volume/volume_blockers.h"
 
 #include "core/split.h"
+#include "resource/process_cgroup.h"
 #include "unit/unit_name.h"
 #include "volume/kernel_table.h"
 #include "volume/mount_path.h"
@@ -45,7 +46,7 @@ Texts UnitsOf(const std::string& cgroup)
     (void)Split(cgroup, folders, "/");
     for (const std::string& folder : folders) {
         if (HasKnownUnitType(folder)) {
-            units.push_back(folder);
+            units.push_back(UnitOfFolder(folder));
         }
         if (folder.starts_with("user@")) {
             break;

@@ -103,4 +103,13 @@ TEST_F(KillSlice, LeavesOutWhatThereIsNothingFor)
     }
 }
 
+TEST_F(KillSlice, FindsNamesThatMeanSomethingToTheKernel)
+{
+    const std::string procs = kSystemd + "_io.slice/io-deep.slice/_memory.service/cgroup.procs";
+    Write(procs, "1\n");
+    SystemctlScript("[ $1 != stop ] || > " + procs);
+    EXPECT_TRUE(MEROSystemdKillSlice("io-deep.slice"));
+    EXPECT_EQ(Calls(), (Texts{"stop memory.service", "kill io-deep.slice"}));
+}
+
 } // namespace
