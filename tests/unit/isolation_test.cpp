@@ -55,10 +55,11 @@ TEST_F(Isolation, OthersSeeItGoOn)
 
 TEST_F(Isolation, CleansUpHoweverItEnds)
 {
+    constexpr int kUntouched = 3; // no result, but a value that its type can have
     struct Case {
         std::string script, folder; ///< of systemctl; there before, in the way
         bool done;
-        int result; ///< 7: untouched
+        int result;
         Texts said; ///< but for its beginning and its success
         Texts calls{kList, "isolate a.target", kList};
         std::string target = "a.target", with = "";
@@ -70,11 +71,11 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
     const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
     const Case cases[] = {
         {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, "a.target", " with option [--no-block]"},
-        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }", "", false, 7,
+        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }", "", false, kUntouched,
          {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"}, {kList, "isolate a.target"}},
         {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
         {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
-        {"", "", false, 7, {"!strTarget.empty()"}, {}, ""}, {"", kFlag, false, 7, {badFlag}, {}},
+        {"", "", false, kUntouched, {"!strTarget.empty()"}, {}, ""}, {"", kFlag, false, kUntouched, {badFlag}, {}},
         {busy, "", true, 0, {noFlag, noFlag}}, {busy + freed, "", true, 0, {noFlag}},
         {"", kState + ".tmp/d", true, 0, {noState, noUpdate}},
         {"", kState + "/d", true, 0, {"ERR Failed to rename isolate state file: Is a directory", noUpdate, noState}},
@@ -85,7 +86,7 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
         fs::create_directories(c.folder.empty() ? kRun : c.folder);
         SystemctlScript(c.script);
         c.script == "none" ? RemoveSystemctl() : void();
-        auto result = static_cast<MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(7);
+        auto result = static_cast<MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(kUntouched);
         MLIBCErrSetEx(0, "", 0);
         EXPECT_EQ(MEROSystemdIsolateTarget(c.target, {.noBlock = !c.with.empty()}, &result), c.done);
         EXPECT_TRUE(result == c.result && (!c.target.empty() || MLIBCErrGet() == 0x0D00)) << result;
