@@ -118,7 +118,7 @@ bool Measure(int processes)
     };
     for (const Candidate& candidate : candidates) {
         benchmark::RegisterBenchmark(candidate.name, candidate.run)
-            ->Iterations(processes > 1000 ? 1 : 3)->Repetitions(9)->ReportAggregatesOnly()->UseRealTime();
+            ->Iterations(processes > 100 ? 1 : 5)->Repetitions(25)->ReportAggregatesOnly()->UseRealTime();
     }
     MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -11,20 +11,13 @@
 namespace MERO::Systemd {
 namespace {
 
-const std::string kNoMatch;
+constexpr std::string_view kNoMatch = ""; // not null, which stands for a path that was not looked at
 
 /// The device that a node stands for; 0 for every other file.
 dev_t DeviceOf(const std::string& path)
 {
     struct stat status;
     return stat(path.c_str(), &status) == 0 ? status.st_rdev : 0;
-}
-
-/// The path without symbolic links; empty when there is no such file.
-std::string Resolve(const char* path)
-{
-    char resolved[PATH_MAX];
-    return realpath(path, resolved) != nullptr ? resolved : std::string();
 }
 
 } // namespace
@@ -36,55 +29,61 @@ bool IsAtOrBelow(std::string_view path, std::string_view mountPath)
 
 MountPath::MountPath(std::string path) : path_(std::move(path)), device_(DeviceOf(path_)) {}
 
-const std::string& MountPath::Match(std::string_view path)
+std::string_view MountPath::Match(std::string_view path)
 {
     if (!path.starts_with('/')) {
-        return kNoMatch;
+        return {};
     }
-    const auto known = verdicts_.find(path);
-    if (known != verdicts_.end()) {
-        return known->second;
+    TextTable::Entry& known = verdicts_[path];
+    if (known.value.data() == nullptr) {
+        known.value = Judge(known.text);
     }
-    const auto added = verdicts_.try_emplace(std::string(path)).first;
-    added->second = Judge(added->first);
-    return added->second;
+    return known.value;
 }
 
 /// The resolved path, if it is a match. A file whose folder is known, as most are, costs one system call.
-std::string MountPath::Judge(const std::string& path)
+std::string_view MountPath::Judge(std::string_view path)
 {
     const std::size_t slash = path.rfind('/');
-    const std::string_view name = std::string_view(path).substr(slash + 1);
-    char link[PATH_MAX];
+    const std::string_view name = path.substr(slash + 1);
+    char link[1];
     if (slash == 0 || name.empty() || name == "." || name == ".." || device_ != 0 ||
-        readlink(path.c_str(), link, sizeof link) >= 0) {
-        return JudgeResolved(Resolve(path.c_str()));
+        readlink(path.data(), link, sizeof link) >= 0) {
+        return JudgeResolved(Resolve(path.data()));
     }
     if (errno != EINVAL) { // EINVAL: it is there, and is no symbolic link
-        return {};
+        return kNoMatch;
     }
-    const std::string& folder = ResolveFolder(std::string_view(path).substr(0, slash));
+    const std::string_view folder = ResolveFolder(path.substr(0, slash));
     if (folder == "/") {
-        return JudgeResolved("/" + std::string(name));
+        return JudgeResolved(path.substr(slash));
     }
     const std::size_t size = folder.size() + 1 + name.size();
     const bool canMatch = IsAtOrBelow(folder, path_) || (!folder.empty() && size == path_.size());
-    return canMatch && size < PATH_MAX ? JudgeResolved(folder + "/" + std::string(name)) : std::string();
+    return canMatch && size < PATH_MAX ? JudgeResolved(verdicts_.Keep({folder, "/", name})) : kNoMatch;
 }
 
-std::string MountPath::JudgeResolved(std::string path) const
+std::string_view MountPath::JudgeResolved(std::string_view path)
 {
     struct stat status;
-    const bool isOnDevice = device_ != 0 && stat(path.c_str(), &status) == 0 && status.st_dev == device_;
-    return isOnDevice || IsAtOrBelow(path, path_) ? path : std::string();
+    const bool isOnDevice = device_ != 0 && stat(path.data(), &status) == 0 && status.st_dev == device_;
+    return isOnDevice || IsAtOrBelow(path, path_) ? path : kNoMatch;
 }
 
-const std::string& MountPath::ResolveFolder(std::string_view folder)
+std::string_view MountPath::ResolveFolder(std::string_view folder)
 {
-    const auto known = folders_.find(folder);
-    return known != folders_.end()
-               ? known->second
-               : folders_.try_emplace(std::string(folder), Resolve(std::string(folder).c_str())).first->second;
+    TextTable::Entry& known = folders_[folder];
+    if (known.value.data() == nullptr) {
+        known.value = Resolve(known.text.data());
+    }
+    return known.value;
+}
+
+/// The path without symbolic links; empty when there is no such file.
+std::string_view MountPath::Resolve(const char* path)
+{
+    char resolved[PATH_MAX];
+    return realpath(path, resolved) != nullptr ? verdicts_.Keep({resolved}) : kNoMatch;
 }
 
 } // namespace MERO::Systemd

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "volume/text_table.h"
+
 #include <sys/types.h>
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 namespace MERO::Systemd {
 
@@ -14,26 +15,20 @@ public:
     /// A device's node instead of a path means every file on that device.
     explicit MountPath(std::string path);
 
-    /// The resolved path when it is the mount path or below it, otherwise an empty text. A text that does not begin
-    /// with "/" (a socket, a pipe, [heap]) names no file and is not resolved.
-    const std::string& Match(std::string_view path);
+    /// The resolved path when it is the mount path or below it, otherwise an empty text; good as long as this object. A
+    /// text that does not begin with "/" (a socket, a pipe, [heap]) names no file and is not resolved.
+    std::string_view Match(std::string_view path);
 
 private:
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-    };
-
-    using Paths = std::unordered_map<std::string, std::string, Hash, std::equal_to<>>;
-
-    std::string Judge(const std::string& path);
-    std::string JudgeResolved(std::string path) const;
-    const std::string& ResolveFolder(std::string_view folder);
+    std::string_view Judge(std::string_view path);
+    std::string_view JudgeResolved(std::string_view path);
+    std::string_view ResolveFolder(std::string_view folder);
+    std::string_view Resolve(const char* path);
 
     std::string path_;
     dev_t device_;
-    Paths verdicts_;
-    Paths folders_; ///< resolved: most files lie in a few of them
+    TextTable verdicts_;
+    TextTable folders_; ///< resolved: most files lie in a few of them
 };
 
 /// Whether `path` is `mountPath` or lies below it, by its text.

@@ -10,13 +10,14 @@
 #include <merosystemd/systemd.hpp>
 
 #include <map>
+#include <string_view>
 
 namespace MERO::Systemd {
 namespace {
 
 struct Use {
     FileUse how;
-    const std::string* file; ///< empty: none
+    std::string_view file; ///< empty: none
 };
 
 /// The first of the process' files that lies below the mount path. The memory map costs most, and comes last.
@@ -24,15 +25,15 @@ Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount)
 {
     Use use{};
     const auto uses = [&](FileUse how, std::string_view path) {
-        use = {how, &mount.Match(path)};
-        return !use.file->empty();
+        use = {how, mount.Match(path)};
+        return !use.file.empty();
     };
     if (uses(FileUse::WorkingDirectory, files.Link(process.descriptor, "cwd")) ||
         uses(FileUse::Executable, files.Link(process.descriptor, "exe"))) {
         return use;
     }
     files.ForEachDescriptor(process, [&](std::string_view link) { return !uses(FileUse::Descriptor, link); });
-    if (use.file->empty()) {
+    if (use.file.empty()) {
         std::string_view last;
         files.ForEachMap(process, [&](std::string_view path) {
             const bool isNew = path != last;
@@ -73,15 +74,15 @@ bool ForEachMountUser(const std::string& mountPath, const std::function<void(Pro
     OptOuts optOuts;
     files.ForEachProcess([&](const ProcessFolder& process) {
         const Use use = FindUse(files, process, mount);
-        if (use.file->empty()) {
+        if (use.file.empty()) {
             return;
         }
         const std::string unit = UnitOfCgroup(files.Cgroup(process));
         if (UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
             return;
         }
-        MERO_LOG(LOG_INFO, "file used: [%s]", use.file->c_str());
-        take(files, {unit, process, use.how, *use.file});
+        MERO_LOG(LOG_INFO, "file used: [%s]", use.file.data());
+        take(files, {unit, process, use.how, std::string(use.file)});
     });
     return true;
 }

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <initializer_list>
+#include <memory_resource>
+#include <string_view>
+#include <vector>
+
+namespace MERO::Systemd {
+
+/// Values by texts, which are copied. Flat, because a scan of all processes looks up a path or two for each descriptor,
+/// and the kernel's work in between leaves no node of a tree or a chain in the caches.
+class TextTable {
+public:
+    struct Entry {
+        std::size_t hash;
+        std::string_view text; ///< with a NUL behind it; null: a free place
+        std::string_view value;
+    };
+
+    /// The entry of the text, which is new when its value is null. Good until the next call.
+    Entry& operator[](std::string_view text);
+
+    /// A text of these pieces that lives as long as the table, with a NUL behind it.
+    std::string_view Keep(std::initializer_list<std::string_view> pieces);
+
+private:
+    Entry& Place(std::size_t hash, std::string_view text);
+    void Grow();
+
+    std::pmr::monotonic_buffer_resource arena_{32 * 1024};
+    std::vector<Entry> entries_ = std::vector<Entry>(1024); ///< a power of two, at least half of them free
+    std::size_t count_ = 0;
+};
+
+} // namespace MERO::Systemd
