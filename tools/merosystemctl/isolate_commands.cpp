@@ -1,3 +1,4 @@
+#include "command_within.h"
 #include "commands.h"
 #include "output.h"
 #include "run_command.h"
@@ -5,9 +6,9 @@
 
 #include <merosystemd/systemd.hpp>
 
-#include <atomic>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
@@ -62,27 +63,14 @@ int RunIn(const std::string& target, const Texts& command)
     if (!IsRunnable(command)) {
         return kUsage;
     }
-    const SignalsToCommand signals;
-    std::atomic<bool> isRunning = false;
-    bool wasReached = false;
-    int code = kDone;
-    const WatchedWork returned = WithStopProgress(isRunning, [&] {
-        return _MEROSystemdIsolateTargetAction(target, [&] {
-            wasReached = true;
-            isRunning = true;
-            code = RunCommand(command);
-            isRunning = false;
-            return code == kDone;
-        });
+    return RunWithin({
+        .action = [&](auto callback) { return _MEROSystemdIsolateTargetAction(target, std::move(callback)); },
+        .run = [&] { return RunCommand(command); },
+        .report = [] { return true; },
+        .name = command.front(),
+        .before = "isolating to " + target,
+        .after = "isolating back to default.target",
     });
-    if (!wasReached) {
-        return ReportFailure("isolating to " + target);
-    }
-    if (code != kDone) {
-        PrintError(command.front() + ": exit code " + std::to_string(code));
-        return code;
-    }
-    return returned.done ? kDone : ReportFailure("isolating back to default.target");
 }
 
 } // namespace

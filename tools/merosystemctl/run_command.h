@@ -21,4 +21,10 @@ bool IsRunnable(const Texts& command);
 /// signal that ended it, or that came before it could be started; 127 when it cannot be started, which is said.
 int RunCommand(const Texts& command);
 
+/// Whether an exit code of RunCommand is what the command itself said.
+constexpr bool IsOwnExitCode(int code)
+{
+    return code < 127;
+}
+
 } // namespace MERO::Tool

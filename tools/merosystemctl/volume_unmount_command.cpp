@@ -1,17 +1,17 @@
+#include "command_within.h"
 #include "commands.h"
 #include "output.h"
 #include "run_command.h"
-#include "stop_progress.h"
 #include "volume_report.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <mntent.h>
 
-#include <atomic>
 #include <iostream>
 #include <memory>
 #include <set>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
@@ -84,31 +84,21 @@ int Unmount(const Texts& volumes, const Texts& command)
     const Texts units = StoppedUnits(plan);
     std::cout << (units.empty() ? "no service stops" : "stopping: " + ToCell(units)) << std::endl;
 
-    const SignalsToCommand signals;
-    std::atomic<bool> isRunning = false;
-    bool wasReached = false;
-    int code = kDone;
-    const bool done = WithStopProgress(isRunning, [&] {
-        return _MEROSystemdVolumeUnmountAction(volumes, [&] {
-            wasReached = true;
-            isRunning = true;
-            code = RunCommand(command);
-            if (code != kDone) {
-                ReportHolders(volumes);
-            }
-            isRunning = false;
-            return code == kDone;
-        });
-    }).done;
-    const bool areBack = ReportReturn(units);
-    if (!wasReached) {
-        return ReportFailure("stopping what uses " + ToCell(volumes));
-    }
-    if (code != kDone) {
-        PrintError(command.front() + ": exit code " + std::to_string(code));
+    const auto run = [&] {
+        const int code = RunCommand(command);
+        if (code != kDone && IsOwnExitCode(code)) {
+            ReportHolders(volumes);
+        }
         return code;
-    }
-    return done && areBack ? kDone : ReportFailure("starting the services again");
+    };
+    return RunWithin({
+        .action = [&](auto callback) { return _MEROSystemdVolumeUnmountAction(volumes, std::move(callback)); },
+        .run = run,
+        .report = [&] { return ReportReturn(units); },
+        .name = command.front(),
+        .before = "stopping what uses " + ToCell(volumes),
+        .after = "starting the services again",
+    });
 }
 
 } // namespace
