@@ -1,6 +1,11 @@
 #pragma once
 
+#include "core/descriptor.h"
+
+#include <sys/types.h>
+
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -14,7 +19,31 @@ public:
     /// good until the next call. None, with errno, when the file cannot be opened or read to its end.
     std::optional<std::string_view> Read(int directory, const char* path);
 
+    /// Hands the file's lines to `take`, as many whole ones at a time as the kernel gives, until it returns false. False,
+    /// with errno, when the file cannot be opened or read as far as they were wanted.
+    template <typename Take>
+    bool ReadLines(int directory, const char* path, Take&& take)
+    {
+        const Descriptor file = Open(directory, path);
+        std::size_t filled = 0;
+        ssize_t count = file ? 1 : -1;
+        while (count > 0 && (count = ReadSome(file.Get(), filled)) >= 0) {
+            filled += static_cast<std::size_t>(count);
+            const std::string_view text(buffer_.get(), filled);
+            // What stands behind the last newline is a line of its own at the end of the file only.
+            const std::size_t size = count > 0 ? text.rfind('\n') + 1 : filled;
+            if (size > 0 && !take(text.substr(0, size))) {
+                return true;
+            }
+            filled -= size;
+            std::memmove(buffer_.get(), buffer_.get() + size, filled);
+        }
+        return count == 0;
+    }
+
 private:
+    static Descriptor Open(int directory, const char* path);
+    ssize_t ReadSome(int file, std::size_t filled);
     void Grow(std::size_t filled);
 
     std::size_t capacity_ = 64 * 1024;

@@ -9,13 +9,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <optional>
 
 namespace MERO::Systemd {
 namespace {
@@ -68,6 +68,46 @@ Text BaseName(Text path)
     return path.substr(path.rfind('/') + 1); // npos + 1 is 0
 }
 
+/// The name of the file that a path leads to. A path that is itself no symbolic link, as an executable's mostly, tells it
+/// without a look at each of its folders.
+bool ResolveName(const char* path, std::string& name)
+{
+    char other[PATH_MAX];
+    if (readlink(path, other, 1) < 0) {
+        name = BaseName(path);
+        return errno == EINVAL; // it is there, and is no symbolic link
+    }
+    if (realpath(path, other) == nullptr) {
+        return false;
+    }
+    name = BaseName(other);
+    return true;
+}
+
+/// What `take` says of a file's first line, which is empty in an empty file; false when that cannot be read.
+template <typename Take>
+bool WithFirstLine(TextReader& reader, int directory, const char* path, Take&& take)
+{
+    Text line;
+    return reader.ReadLines(directory, path, [&](Text lines) {
+        line = lines.substr(0, lines.find('\n'));
+        return false;
+    }) && take(line);
+}
+
+/// In kB. A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
+unsigned long SumOfPss(Text lines)
+{
+    unsigned long sum = 0;
+    for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
+        unsigned long value = 0;
+        if ((at == 0 || lines[at - 1] == '\n') && NumberOf(lines.substr(at), "Pss:", value)) {
+            sum += value;
+        }
+    }
+    return sum;
+}
+
 /// The folder of a process: what is read through one object is one process', although its ID be used again.
 class Folder {
 public:
@@ -79,80 +119,62 @@ public:
     bool ReadName(std::string& name)
     {
         char link[PATH_MAX];
-        char path[PATH_MAX];
         const ssize_t length = readlinkat(folder_.Get(), "exe", link, sizeof link - 1);
         if (length < 0) {
             return false;
         }
         link[length] = '\0';
-        if (realpath(link, path) == nullptr) {
+        if (!ResolveName(link, name)) {
             return false;
         }
-        name = BaseName(path);
         if (name != kInterpreter) {
             return true;
         }
-        auto arguments = Read("cmdline");
-        if (!arguments) {
-            return false;
-        }
-        const Text line = arguments->substr(0, arguments->find('\n'));
-        name = ArgumentName(line.substr(0, line.find('\0')));
-        return true;
+        return WithFirstLine(reader_, folder_.Get(), "cmdline", [&](Text line) {
+            name = ArgumentName(line.substr(0, line.find('\0')));
+            return true;
+        });
     }
 
     bool ReadTicks(unsigned long& user, unsigned long& system)
     {
-        auto text = Read("stat");
-        if (!text) {
-            return false;
-        }
-        Text line = text->substr(0, text->find('\n'));
-        // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
-        for (int field = 0; field < kSkippedFields; ++field) {
-            line = Trim(line);
-            line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
-        }
-        return TakeNumber(line, user) && TakeNumber(line, system);
+        return WithFirstLine(reader_, folder_.Get(), "stat", [&](Text line) {
+            // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
+            for (int field = 0; field < kSkippedFields; ++field) {
+                line = Trim(line);
+                line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
+            }
+            return TakeNumber(line, user) && TakeNumber(line, system);
+        });
     }
 
     bool ReadPss(unsigned long& pss)
     {
-        const auto text = Read("smaps");
-        if (!text) {
-            return false;
-        }
-        pss = 0;
-        // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
-        Text rest = *text;
-        for (std::size_t at; (at = rest.find('P')) != rest.npos;) {
-            const bool beginsLine = at == 0 ? rest.data() == text->data() : rest[at - 1] == '\n';
-            rest.remove_prefix(at);
-            unsigned long value = 0;
-            if (beginsLine && NumberOf(rest, "Pss:", value)) {
-                pss += value;
-            }
-            rest.remove_prefix(1);
-        }
-        return true;
+        unsigned long sum = 0;
+        const bool done = reader_.ReadLines(folder_.Get(), "smaps", [&](Text lines) {
+            sum += SumOfPss(lines);
+            return true;
+        });
+        pss = done ? sum : pss;
+        return done;
     }
 
     bool ReadIo(unsigned long& readBytes, unsigned long& writeBytes)
     {
-        auto text = Read("io");
         bool hasRead = false;
         bool hasWrite = false;
-        while (text && !text->empty()) {
-            const Text line = TakeLine(*text);
-            hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
-            hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
-        }
-        return hasRead && hasWrite;
+        const bool done = reader_.ReadLines(folder_.Get(), "io", [&](Text lines) {
+            while (!lines.empty()) {
+                const Text line = TakeLine(lines);
+                hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
+                hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
+            }
+            return true;
+        });
+        return done && hasRead && hasWrite;
     }
 
 private:
-    std::optional<Text> Read(const char* name) { return reader_.Read(folder_.Get(), name); }
-
     static std::string ArgumentName(Text argument)
     {
         std::string path(argument);
@@ -166,20 +188,21 @@ private:
 
 bool ReadTotalTicks(TextReader& reader, unsigned long& total)
 {
-    auto text = reader.Read(AT_FDCWD, "/proc/stat");
-    if (!text || !text->starts_with("cpu")) {
-        return false;
-    }
-    Text line = text->substr(3, text->find('\n') - 3);
-    total = 0;
-    for (int counter = 0; counter < kProcessorCounters; ++counter) {
-        unsigned long ticks = 0;
-        if (!TakeNumber(line, ticks)) {
+    return WithFirstLine(reader, AT_FDCWD, "/proc/stat", [&](Text line) {
+        if (!line.starts_with("cpu")) {
             return false;
         }
-        total += ticks;
-    }
-    return true;
+        line.remove_prefix(3);
+        total = 0;
+        for (int counter = 0; counter < kProcessorCounters; ++counter) {
+            unsigned long ticks = 0;
+            if (!TakeNumber(line, ticks)) {
+                return false;
+            }
+            total += ticks;
+        }
+        return true;
+    });
 }
 
 /// What has been added to a counter; one that went backwards has not grown.
