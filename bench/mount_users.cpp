@@ -1,7 +1,8 @@
 /// What does it cost to find the services that use a volume? Asks for 100, 1,000 and 4,000 processes, each with 40
 /// mapped files and 30 descriptors: the library, a bare walk that reads the same links and maps and looks at nothing,
-/// `fuser -m`, and `lsof +f --`, in turns. Prints the medians' ratios. Runs inside mero-sandbox.
-#include "median_reporter.h"
+/// `fuser -m`, and `lsof +f --`. Runs inside mero-sandbox.
+#include "measure.h"
+#include "peer_program.h"
 #include "population.h"
 
 #include <merosystemd/systemd.hpp>
@@ -10,13 +11,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cctype>
-#include <cstdio>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -82,64 +79,42 @@ void BareWalk(benchmark::State& state)
     }
 }
 
-void Program(benchmark::State& state, std::vector<const char*> words)
+void Program(benchmark::State& state, const std::vector<std::string>& words)
 {
-    words.push_back(kVolume);
-    words.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (int output : {STDOUT_FILENO, STDERR_FILENO}) {
-        posix_spawn_file_actions_addopen(&actions, output, "/dev/null", O_WRONLY, 0);
-    }
     for (auto _ : state) {
-        pid_t pid = 0;
-        int status = 0;
-        if (posix_spawnp(&pid, words[0], &actions, nullptr, const_cast<char**>(words.data()), environ) != 0 ||
-            waitpid(pid, &status, 0) != pid || status != 0) {
+        if (!RunProgram(words)) {
             state.SkipWithError("cannot be run: scripts/setup --bench installs it");
         }
     }
-    posix_spawn_file_actions_destroy(&actions);
 }
 
 /// False when something could not be measured.
-bool Measure(int processes)
+bool MeasureAmong(int processes)
 {
     const Population population({.processes = processes, .mappedFiles = 40, .descriptors = 30, .volume = kVolume});
-    struct Candidate {
-        const char* name;
-        std::function<void(benchmark::State&)> run;
-    };
-    const Candidate candidates[] = {
-        {"library", Library},
-        {"bare walk", BareWalk},
-        {"fuser -m", [](benchmark::State& state) { Program(state, {"fuser", "-m"}); }},
-        {"lsof +f --", [](benchmark::State& state) { Program(state, {"lsof", "+f", "--"}); }},
-    };
-    for (const Candidate& candidate : candidates) {
-        benchmark::RegisterBenchmark(candidate.name, candidate.run)
-            ->Iterations(processes > 100 ? 1 : 5)->Repetitions(25)->ReportAggregatesOnly()->UseRealTime();
-    }
-    MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::ClearRegisteredBenchmarks();
-    bool done = true;
-    for (const char* peer : {"bare walk", "fuser -m", "lsof +f --"}) {
-        std::printf("%d processes: ", processes);
-        done = reporter.PrintRatio("library", peer) && done;
-    }
-    return done;
+    const Results results = Measure(
+        {
+            {"library", Library},
+            {"bare walk", BareWalk},
+            {"fuser -m", [](benchmark::State& state) { Program(state, {"fuser", "-m", kVolume}); }},
+            {"lsof +f --", [](benchmark::State& state) { Program(state, {"lsof", "+f", "--", kVolume}); }},
+        },
+        {.iterations = processes > 100 ? 1 : 5, .repetitions = 25});
+    const std::string question = "users of a mount path, " + std::to_string(processes) + " processes";
+    return results.PrintRatio(question, "library", "bare walk", 1.15) &&
+           results.PrintRatio(question, "library", "fuser -m", 0.80) &&
+           results.PrintRatio(question, "library", "lsof +f --", 0.35) &&
+           results.PrintPoint("users of a mount path, by processes", processes, "library");
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    benchmark::SetDefaultTimeUnit(benchmark::kMillisecond);
-    InitializeInterleaved(argc, argv);
+    Initialize(argc, argv);
     bool done = true;
     for (int processes : {100, 1000, 4000}) {
-        done = Measure(processes) && done;
+        done = MeasureAmong(processes) && done;
     }
     return done ? 0 : 1;
 }

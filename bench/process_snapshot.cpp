@@ -1,7 +1,8 @@
 /// What does it cost to see what every process uses? Snapshots of 1,000 processes, with few mapped files and with 40
 /// more, one after the other: the library, bare reads of the same files that look at nothing, and `ps` with the same
-/// figures, in turns. Prints the medians' ratios. Runs inside mero-sandbox.
-#include "median_reporter.h"
+/// figures. Runs inside mero-sandbox.
+#include "measure.h"
+#include "peer_program.h"
 #include "population.h"
 
 #include <merosystemd/resource.hpp>
@@ -9,11 +10,8 @@
 #include <benchmark/benchmark.h>
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
@@ -62,53 +60,39 @@ void BareReads(benchmark::State& state, const Pids& pids)
 
 void Ps(benchmark::State& state)
 {
-    const char* words[] = {"ps", "-e", "-o", "pid,comm,time,pss", nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     for (auto _ : state) {
-        pid_t pid = 0;
-        int status = 0;
-        if (posix_spawnp(&pid, words[0], &actions, nullptr, const_cast<char**>(words), environ) != 0 ||
-            waitpid(pid, &status, 0) != pid || status != 0) {
-            state.SkipWithError("cannot be run: scripts/setup --bench installs it");
+        if (!RunProgram({"ps", "-e", "-o", "pid,comm,time,pss"})) {
+            state.SkipWithError("ps cannot be run");
         }
     }
-    posix_spawn_file_actions_destroy(&actions);
 }
 
 /// False when something could not be measured.
-bool Measure(int mappedFiles)
+bool MeasureWith(int mappedFiles)
 {
     const Population population(
         {.processes = 1000, .mappedFiles = mappedFiles, .descriptors = 0, .volume = "/run/bench/volume"});
-    const auto add = [](const char* name, auto run) {
-        benchmark::RegisterBenchmark(name, run)
-            ->Iterations(1)->Repetitions(25)->ReportAggregatesOnly()->UseRealTime();
-    };
-    add("library", [&](benchmark::State& state) { Library(state, population.Pids()); });
-    add("bare reads", [&](benchmark::State& state) { BareReads(state, population.Pids()); });
-    add("ps", Ps);
-    MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::ClearRegisteredBenchmarks();
-    bool done = true;
-    for (const char* peer : {"bare reads", "ps"}) {
-        std::printf("%d mapped files each: ", mappedFiles);
-        done = reporter.PrintRatio("library", peer) && done;
-    }
-    return done;
+    const Results results = Measure(
+        {
+            {"library", [&](benchmark::State& state) { Library(state, population.Pids()); }},
+            {"bare reads", [&](benchmark::State& state) { BareReads(state, population.Pids()); }},
+            {"ps", Ps},
+        },
+        {.iterations = 1, .repetitions = 25});
+    const std::string question =
+        "snapshots of 1,000 processes, " + std::to_string(mappedFiles) + " mapped files each beside the program's own";
+    return results.PrintRatio(question, "library", "bare reads", 1.2) &&
+           results.PrintRatio(question, "library", "ps", 1.0);
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    benchmark::SetDefaultTimeUnit(benchmark::kMillisecond);
-    InitializeInterleaved(argc, argv);
+    Initialize(argc, argv);
     bool done = true;
-    for (int mappedFiles : {0, 40}) { // beside those of the program itself
-        done = Measure(mappedFiles) && done;
+    for (int mappedFiles : {0, 40}) {
+        done = MeasureWith(mappedFiles) && done;
     }
     return done ? 0 : 1;
 }
