@@ -3,12 +3,21 @@
 namespace MERO::Core {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
+/// isspace() of the C locale, whatever the host's is.
+constexpr bool IsBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 std::string_view Trim(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == text.npos ? text.substr(0, 0) : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 } // namespace

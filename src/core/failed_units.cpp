@@ -12,12 +12,17 @@
 namespace MERO::Systemd {
 namespace {
 
-// systemctl's messages, in the order they are tried; group 1 is the unit. Unanchored, and "." is any character.
-constexpr const char* kFailurePatterns[] = {
-    "Failed to [^:]+ ([^: ]+)",
-    "Job for (.+) failed.",
-    "Job for (.+) canceled.",
-    "A dependency job for (.+) failed.",
+struct Message {
+    const char* beginning; ///< of the pattern: what a line must hold for a match
+    const char* pattern;   ///< group 1 is the unit; unanchored, and "." is any character
+};
+
+/// systemctl's messages, in the order they are tried.
+constexpr Message kFailures[] = {
+    {"Failed to ", "Failed to [^:]+ ([^: ]+)"},
+    {"Job for ", "Job for (.+) failed."},
+    {"Job for ", "Job for (.+) canceled."},
+    {"A dependency job for ", "A dependency job for (.+) failed."},
 };
 
 class Pattern {
@@ -74,9 +79,12 @@ private:
 
 std::optional<std::string> FailedUnitOf(const std::string& line)
 {
-    for (const char* pattern : kFailurePatterns) {
+    for (const Message& message : kFailures) {
+        if (line.find(message.beginning) == line.npos) {
+            continue; // most lines fail no unit, and compiling a pattern costs much more than this
+        }
         // Compiled anew each time: one compiled pattern is behind a lock that all threads of the host would share.
-        if (auto unit = Pattern(pattern).FirstGroup(line)) {
+        if (auto unit = Pattern(message.pattern).FirstGroup(line)) {
             return unit;
         }
     }

@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <memory>
 #include <stdexcept>
 
@@ -31,19 +32,15 @@ std::string MetadataUnitName(const std::string& unit)
     return HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix;
 }
 
-struct FreeHash {
-    void operator()(MLIBCSzHash* hash) const { MLIBCSzHashFree(hash); }
-};
-
-} // namespace
-
-std::string UnitPathGet(const std::string& unit)
+/// Hands the unit's path in each directory to `isThere` until that is true, and returns it. Throws when it never is.
+template <typename IsThere>
+std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
 {
     const std::string name = NormalizedUnitNameGet(unit);
     std::string path;
     for (const char* directory : kUnitDirectories) {
         path.assign(directory).append(name);
-        if (access(path.c_str(), F_OK) == 0) {
+        if (isThere(path.c_str())) {
             return path;
         }
     }
@@ -52,14 +49,36 @@ std::string UnitPathGet(const std::string& unit)
     throw std::runtime_error("Unit is not found [" + unit + "]");
 }
 
+bool IsThere(const char* path)
+{
+    return access(path, F_OK) == 0;
+}
+
+struct FreeHash {
+    void operator()(MLIBCSzHash* hash) const { MLIBCSzHashFree(hash); }
+};
+
+} // namespace
+
+std::string UnitPathGet(const std::string& unit)
+{
+    return FirstUnitPath(unit, IsThere);
+}
+
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
-    const std::string path = UnitPathGet(unit);
-    const ErrorKeeper keeper; // a key that is missing is no error
-    char value[1024] = {};
-    const bool found =
-        MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0;
-    return found ? value : std::string();
+    std::string found;
+    // Reading tells by itself whether the file is there: only when it fails, and not for that reason, is that asked.
+    FirstUnitPath(unit, [&](const char* path) {
+        const ErrorKeeper keeper; // a key that is missing is no error
+        char value[1024];
+        if (MLIBCFileGetSectionValue(path, section.c_str(), key.c_str(), value, sizeof value) == 0) {
+            found = value;
+            return true;
+        }
+        return MLIBCErrGet() == MLIBC_ERR_NOT_FOUND || (errno != ENOENT && IsThere(path));
+    });
+    return found;
 }
 
 std::string XTarvixKeyGet(const std::string& unit, const std::string& key)

@@ -1,0 +1,75 @@
+/// What does reading a command's output cost? 100,000 lines of a systemctl handed to the callback, against `cat` of the
+/// same lines into memory; and how that grows with the lines.
+#include "measure.h"
+#include "peer_program.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+using namespace MERO::Bench;
+
+/// A systemctl that prints this many lines, and what they are printed from.
+std::string WriteLines(const std::string& folder, int lines)
+{
+    std::ofstream text(folder + "/lines", std::ios::trunc);
+    for (int line = 0; line < lines; ++line) {
+        text << "  session-" << line << ".scope loaded active running Session " << line << " of User root\n";
+    }
+    return folder + "/lines";
+}
+
+void Library(benchmark::State& state, int lines)
+{
+    for (auto _ : state) {
+        const bool done = MEROSystemdSystemctl("list-units", {}, [&](int exitCode, const auto& output) {
+            return exitCode == 0 && output.size() == static_cast<std::size_t>(lines);
+        });
+        if (!done) {
+            state.SkipWithError("lines are missing");
+        }
+    }
+}
+
+void Cat(benchmark::State& state, const std::string& file)
+{
+    std::string output;
+    for (auto _ : state) {
+        if (!ReadProgram({"cat", file}, output)) {
+            state.SkipWithError("cat cannot be run");
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    Initialize(argc, argv);
+    const std::string folder = "/tmp/bench-output-lines";
+    std::filesystem::create_directories(folder);
+    const std::string systemctl = folder + "/systemctl";
+    std::ofstream(systemctl, std::ios::trunc) << "#!/bin/sh\nexec cat " << folder << "/lines\n";
+    std::filesystem::permissions(systemctl, std::filesystem::perms::owner_all);
+    ReplaceSystemctl(systemctl);
+    bool done = true;
+    for (int lines : {1'000, 10'000, 100'000}) {
+        const std::string file = WriteLines(folder, lines);
+        const Results results = Measure(
+            {
+                {"library", [&](benchmark::State& state) { Library(state, lines); }},
+                {"cat into memory", [&](benchmark::State& state) { Cat(state, file); }},
+            },
+            {.iterations = 200'000 / lines, .repetitions = 15});
+        done = results.PrintPoint("lines of output", lines, "library") && done;
+        if (lines == 100'000) {
+            done = results.PrintRatio("100,000 lines of output", "library", "cat into memory", 1.5) && done;
+        }
+    }
+    std::filesystem::remove_all(folder);
+    return done ? 0 : 1;
+}
