@@ -1,5 +1,7 @@
 #include "ini_file.h"
 
+#include <algorithm>
+
 namespace MERO::Core {
 namespace {
 
@@ -18,6 +20,13 @@ std::string_view Trim(std::string_view text)
         text.remove_suffix(1);
     }
     return text;
+}
+
+/// Of what Trim leaves; NUL for nothing.
+char FirstCharacter(std::string_view text)
+{
+    const auto first = std::find_if_not(text.begin(), text.end(), IsBlank);
+    return first == text.end() ? '\0' : *first;
 }
 
 } // namespace
@@ -51,8 +60,14 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
 {
     std::optional<std::string_view> found;
     bool inSection = !section;
-    while (!text.empty()) {
-        const IniLine line = TakeIniLine(text);
+    for (std::size_t size; !text.empty(); text.remove_prefix(size)) {
+        size = std::min(text.find('\n'), text.size() - 1) + 1;
+        const char first = FirstCharacter(text.substr(0, size));
+        if (first != '[' && !(inSection && key.starts_with(first))) {
+            continue; // most lines need no closer look
+        }
+        std::string_view rest = text;
+        const IniLine line = TakeIniLine(rest);
         if (line.kind == IniLine::Kind::Header) {
             inSection = section == line.name;
         } else if (inSection && line.kind == IniLine::Kind::Pair && line.name == key) {

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 namespace MERO::Systemd {
 namespace {
@@ -38,6 +39,7 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
 {
     const std::string name = NormalizedUnitNameGet(unit);
     std::string path;
+    path.reserve(std::string_view(kUnitDirectories[0]).size() + name.size()); // the longest one
     for (const char* directory : kUnitDirectories) {
         path.assign(directory).append(name);
         if (isThere(path.c_str())) {
