@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
+#include <unordered_set>
 
 using namespace MERO::Systemd;
 
@@ -43,10 +45,10 @@ void WriteEvent(int event, const std::vector<std::string>& units)
 
 std::vector<std::string> Without(const std::vector<std::string>& units, const std::vector<std::string>& failed)
 {
+    const std::unordered_set<std::string_view> failures(failed.begin(), failed.end());
     std::vector<std::string> succeeded;
-    std::copy_if(units.begin(), units.end(), std::back_inserter(succeeded), [&](const std::string& unit) {
-        return std::find(failed.begin(), failed.end(), unit) == failed.end();
-    });
+    std::copy_if(units.begin(), units.end(), std::back_inserter(succeeded),
+                 [&](const std::string& unit) { return !failures.contains(unit); });
     return succeeded;
 }
 
