@@ -1,0 +1,92 @@
+#include "commands/commands.h"
+#include "output/output.h"
+#include "running/run_command.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+constexpr int kMaxPid = 4194304; // PID_MAX_LIMIT of 64-bit kernels
+
+int Show(int pid, bool json)
+{
+    std::string unit;
+    std::string systemd;
+    std::string monitor;
+    const bool hasUnit = MEROSystemdGetByPid(pid, unit);
+    const bool hasSystemd = MEROSystemdCgroupPathnameGet(pid, "name=systemd", systemd);
+    const bool hasMonitor = MEROSystemdCgroupPathnameGet(pid, "name=meromonitor", monitor);
+    if (!hasUnit && !hasSystemd && !hasMonitor) {
+        PrintError(std::to_string(pid) + ": there is no such process, or it has no cgroup of systemd's");
+        return kFailed;
+    }
+    if (json) {
+        Json::Value object(Json::objectValue);
+        object["pid"] = pid;
+        object["unit"] = unit;
+        object["systemd"] = systemd;
+        object["meromonitor"] = monitor;
+        PrintJson(object);
+    } else {
+        const auto cell = [](const std::string& text) { return text.empty() ? "-" : text; };
+        PrintTable({{"Unit", cell(unit)}, {"systemd", cell(systemd)}, {"meromonitor", cell(monitor)}});
+    }
+    return kDone;
+}
+
+struct Move {
+    std::string slice;
+    bool monitorOnly = false;
+    bool toRoot = false;
+};
+
+int MoveAndRun(const Move& move, const Texts& command)
+{
+    if (command.empty() || move.slice.empty() != move.toRoot) {
+        PrintError("cgroup move takes a slice or --root, and a command behind --");
+        return kUsage;
+    }
+    if (!IsRunnable(command)) {
+        return kUsage;
+    }
+    const bool moved = move.toRoot        ? MEROSystemdRunAsSystemProcess()
+                       : move.monitorOnly ? MEROSystemdCgroupMonitorSliceMove(move.slice)
+                                          : MEROSystemdCgroupSystemdSliceMove(move.slice);
+    if (!moved) {
+        return ReportFailure("moving to " + (move.toRoot ? std::string("the root") : move.slice));
+    }
+    const SignalsToCommand signals;
+    return RunCommand(command);
+}
+
+} // namespace
+
+void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCode)
+{
+    CLI::App* cgroup = program.add_subcommand("cgroup", "Tell and change the cgroup of processes");
+    cgroup->require_subcommand(1);
+
+    struct Arguments {
+        int pid = 0;
+        bool json = false;
+        Move move;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* show = cgroup->add_subcommand("show", "Tell the unit and the cgroups of a process");
+    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::Range(1, kMaxPid));
+    show->add_flag("--json", arguments->json, "As a JSON object");
+    show->callback([arguments, &exitCode] { exitCode = Show(arguments->pid, arguments->json); });
+
+    CLI::App* move = cgroup->add_subcommand("move", "Run a command in a slice");
+    move->add_option("SLICE", arguments->move.slice, "A slice of systemd's hierarchy and of the monitor's");
+    CLI::Option* only = move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
+    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy, instead of a slice")->excludes(only);
+    move->footer("-- COMMAND...  The command that runs there");
+    move->callback(
+        [arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });
+}
+
+} // namespace MERO::Tool

@@ -1,0 +1,107 @@
+#include "commands/commands.h"
+#include "output/output.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+const std::string kRuntime = "--runtime";
+const std::string kOffline = "--root=/.";
+
+/// Reenabling is disabling and enabling; the library's own does it without options.
+bool Reenable(const Texts& options, const Texts& units, Texts& failed)
+{
+    return options.empty() ? MEROSystemdReenable(units, failed)
+                           : MEROSystemdDisableWithOptionsInternal(options, units, failed) &&
+                                 MEROSystemdEnableWithOptionsInternal(options, units, failed);
+}
+
+/// One unit of mask or unmask with options that its library function does not take.
+bool RunOne(const std::string& verb, const Texts& options, const std::string& unit)
+{
+    try {
+        return MEROSystemdSystemctl(verb, options, {unit}, [](int exitCode, const Texts& lines) {
+            if (exitCode != 0) {
+                PrintError(lines.empty() ? "systemctl said nothing" : lines.front().substr(0, lines.front().find('\n')));
+            }
+            return exitCode == 0;
+        });
+    } catch (const std::exception&) {
+        return false; // systemctl cannot be run: the log says so
+    }
+}
+
+bool RunEach(const std::string& verb, bool (*atRunTime)(const std::string&), const Texts& options, const Texts& units,
+             Texts& failed)
+{
+    bool done = true;
+    for (const std::string& unit : units) {
+        if (!(options == Texts{kRuntime} ? atRunTime(unit) : RunOne(verb, options, unit))) {
+            failed.push_back(unit);
+            done = false;
+        }
+    }
+    return done;
+}
+
+bool Mask(const Texts& options, const Texts& units, Texts& failed)
+{
+    return options.empty() ? MEROSystemdMask(units, failed)
+                           : RunEach("mask", MEROSystemdMaskRunTime, options, units, failed);
+}
+
+bool Unmask(const Texts& options, const Texts& units, Texts& failed)
+{
+    return options.empty() ? MEROSystemdUnmask(units, failed)
+                           : RunEach("unmask", MEROSystemdUnmaskRunTime, options, units, failed);
+}
+
+struct Change {
+    const char* verb;
+    const char* help;
+    bool (*run)(const Texts& options, const Texts& units, Texts& failed);
+};
+
+constexpr Change kChanges[] = {
+    {"enable", "Have units start at boot", MEROSystemdEnableWithOptionsInternal},
+    {"disable", "Keep units from starting at boot", MEROSystemdDisableWithOptionsInternal},
+    {"reenable", "Disable units, and enable them anew", Reenable},
+    {"mask", "Keep units from being started at all", Mask},
+    {"unmask", "Undo mask", Unmask},
+};
+
+struct Arguments {
+    Texts units;
+    bool runtime = false;
+    bool offline = false;
+};
+
+} // namespace
+
+void AddEnablementCommands(CLI::App& program, int& exitCode)
+{
+    for (const Change& change : kChanges) {
+        const auto arguments = std::make_shared<Arguments>();
+        CLI::App* command = program.add_subcommand(change.verb, change.help);
+        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
+        command->add_flag("--runtime", arguments->runtime, "Until the next boot only");
+        command->add_flag("--offline", arguments->offline, "Change the files, without the manager");
+        command->callback([&change, arguments, &exitCode] {
+            Texts options;
+            if (arguments->offline) {
+                options.push_back(kOffline);
+            }
+            if (arguments->runtime) {
+                options.push_back(kRuntime);
+            }
+            Texts failed;
+            const bool done = change.run(options, arguments->units, failed);
+            exitCode = ReportUnits(done, change.verb, failed);
+        });
+    }
+}
+
+} // namespace MERO::Tool

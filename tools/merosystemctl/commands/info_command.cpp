@@ -1,0 +1,101 @@
+#include "commands/commands.h"
+#include "output/output.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+/// A unit's metadata, in the order and under the names that are printed.
+struct Metadata {
+    std::string unit, name, nameI18n;
+    bool supported = false, defaultEnable = false, oneClickEnable = false, infoCenter = false, nanoUpdate = false;
+    Texts firewallSections, belongsTo, packedIn;
+};
+
+/// False when the unit has no file.
+bool Read(Metadata& data)
+{
+    // These two are false, too, for a unit that says nothing of its name.
+    (void)MEROSystemdNameGet(data.unit, data.name);
+    if (!MEROSystemdNameI18nGet(data.unit, data.nameI18n)) {
+        data.nameI18n.clear();
+    }
+    return MEROSystemdIsSupportGet(data.unit, data.supported) &&
+           MEROSystemdIsDefaultEnableGet(data.unit, data.defaultEnable) &&
+           MEROSystemdSupportOneClickEnableGet(data.unit, data.oneClickEnable) &&
+           MEROSystemdInfoCenterDisplayGet(data.unit, data.infoCenter) &&
+           MEROSystemdNanoUpdateDislayGet(data.unit, data.nanoUpdate) &&
+           MEROSystemdFirewallSectionsGet(data.unit, data.firewallSections) &&
+           MEROSystemdBelongsToGet(data.unit, data.belongsTo) && MEROSystemdPackedInGet(data.unit, data.packedIn);
+}
+
+std::string Text(bool answer)
+{
+    return answer ? "yes" : "no";
+}
+
+std::string Text(const std::string& text)
+{
+    return text.empty() ? "-" : text;
+}
+
+void Print(const Metadata& data)
+{
+    PrintTable({{"Unit", data.unit},
+                {"Name", Text(data.name)},
+                {"Translated name", Text(data.nameI18n)},
+                {"Supported here", Text(data.supported)},
+                {"Enabled by default", Text(data.defaultEnable)},
+                {"One-click enable", Text(data.oneClickEnable)},
+                {"In information centre", Text(data.infoCenter)},
+                {"In small update", Text(data.nanoUpdate)},
+                {"Firewall sections", ToCell(data.firewallSections)},
+                {"Belongs to", ToCell(data.belongsTo)},
+                {"Packed in", ToCell(data.packedIn)}});
+}
+
+void PrintAsJson(const Metadata& data)
+{
+    Json::Value object(Json::objectValue);
+    object["unit"] = data.unit;
+    object["name"] = data.name;
+    object["nameI18n"] = data.nameI18n;
+    object["supported"] = data.supported;
+    object["defaultEnable"] = data.defaultEnable;
+    object["oneClickEnable"] = data.oneClickEnable;
+    object["infoCenter"] = data.infoCenter;
+    object["nanoUpdate"] = data.nanoUpdate;
+    object["firewallSections"] = ToJson(data.firewallSections);
+    object["belongsTo"] = ToJson(data.belongsTo);
+    object["packedIn"] = ToJson(data.packedIn);
+    PrintJson(object);
+}
+
+} // namespace
+
+void AddInfoCommand(CLI::App& program, int& exitCode)
+{
+    struct Arguments {
+        std::string unit;
+        bool json = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = program.add_subcommand("info", "Show a unit's metadata, from its unit file");
+    command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
+    command->add_flag("--json", arguments->json, "As a JSON object");
+    command->callback([arguments, &exitCode] {
+        Metadata data;
+        data.unit = arguments->unit;
+        if (!Read(data)) {
+            PrintError(data.unit + ": no unit file of this name in the system's unit directories");
+            exitCode = kFailed;
+            return;
+        }
+        arguments->json ? PrintAsJson(data) : Print(data);
+    });
+}
+
+} // namespace MERO::Tool

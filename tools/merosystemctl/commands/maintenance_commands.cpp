@@ -1,0 +1,64 @@
+#include "commands/commands.h"
+#include "output/output.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+/// Asks the person at the terminal; without one nobody is there to be asked.
+bool IsWanted(const Texts& units)
+{
+    if (isatty(STDIN_FILENO) == 0) {
+        return true;
+    }
+    std::cerr << "Stop " << ToCell(units) << " and remove all unit files, links and drop-ins? [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+} // namespace
+
+void AddMaintenanceCommands(CLI::App& program, int& exitCode)
+{
+    struct Arguments {
+        Texts units;
+        bool yes = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+
+    CLI::App* resetFailed = program.add_subcommand("reset-failed", "Clear the failed state of units");
+    resetFailed->callback([arguments, &exitCode] {
+        Texts failed;
+        const bool done = MEROSystemdResetFailed(arguments->units, failed);
+        exitCode = ReportUnits(done, "reset-failed", failed);
+    });
+
+    CLI::App* daemonReload = program.add_subcommand("daemon-reload", "Have systemd read its unit files again");
+    daemonReload->callback([&exitCode] { exitCode = MEROSystemdDaemonReload() ? kDone : ReportFailure("daemon-reload"); });
+
+    CLI::App* uninstall = program.add_subcommand("uninstall", "Stop units and remove all that belongs to them");
+    uninstall->add_flag("-y,--yes", arguments->yes, "Do not ask first on a terminal");
+    uninstall->callback([arguments, &exitCode] {
+        if (!arguments->yes && !IsWanted(arguments->units)) {
+            PrintError("nothing was done");
+            exitCode = kFailed;
+            return;
+        }
+        Texts failed;
+        const bool done = MEROSystemdUninstall(arguments->units, failed);
+        exitCode = ReportUnits(done, "uninstall", failed);
+    });
+
+    for (CLI::App* command : {resetFailed, uninstall}) {
+        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
+    }
+}
+
+} // namespace MERO::Tool

@@ -1,0 +1,55 @@
+#include "commands/commands.h"
+#include "commands/interval_option.h"
+#include "usage/usage_report.h"
+
+#include <memory>
+#include <thread>
+
+namespace MERO::Tool {
+namespace {
+
+int Show(int pid, Seconds interval, bool json)
+{
+    const auto read = [pid](Reading& reading) {
+        reading.time = Clock::now();
+        return ReadProcess(pid, reading.processes.emplace_back());
+    };
+    Reading before;
+    Reading after;
+    if (!read(before)) {
+        PrintError(std::to_string(pid) + ": there is no such process, or it cannot be read");
+        return kFailed;
+    }
+    std::this_thread::sleep_for(interval);
+    if (!read(after)) {
+        PrintError(std::to_string(pid) + ": the process has ended");
+        return kFailed;
+    }
+    const std::vector<ProcessUsage> usage = UsageBetween(before, after, ThisMachine().processors);
+    json ? PrintJson(ToJson(usage.front())) : PrintUsage(UsageRows(usage));
+    return kDone;
+}
+
+} // namespace
+
+void AddProcessCommands(CLI::App& program, int& exitCode)
+{
+    CLI::App* process = program.add_subcommand("process", "Show what a process uses of the machine");
+    process->require_subcommand(1);
+
+    struct Arguments {
+        int pid = 0;
+        double interval = 1;
+        bool json = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* show = process->add_subcommand("show", "Show a process' CPU time, memory, reads and writes");
+    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::PositiveNumber);
+    AddIntervalOption(*show, arguments->interval, "Measure for so long (1)");
+    show->add_flag("--json", arguments->json, "As a JSON object");
+    show->callback([arguments, &exitCode] {
+        exitCode = Show(arguments->pid, Seconds(arguments->interval), arguments->json);
+    });
+}
+
+} // namespace MERO::Tool

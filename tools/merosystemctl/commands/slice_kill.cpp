@@ -1,0 +1,93 @@
+#include "commands/slice_kill.h"
+
+#include "output/output.h"
+#include "output/progress_line.h"
+
+#include <merosystemd/resource.hpp>
+
+#include <future>
+#include <iostream>
+#include <mutex>
+#include <optional>
+
+namespace MERO::Tool {
+namespace {
+
+using Systemd::KillPhase;
+
+const char* PhaseWords(KillPhase phase)
+{
+    switch (phase) {
+    case KillPhase::StoppingUnits:
+        return "stopping its units";
+    case KillPhase::Terminating:
+        return "sending SIGTERM to what is left";
+    case KillPhase::Waiting:
+        return "waiting for that to end";
+    default:
+        return "sending SIGKILL to what has not ended";
+    }
+}
+
+/// Shows the phase and its seconds. For two threads: the one that kills, and the one that counts.
+class KillProgress {
+public:
+    void Begin(KillPhase phase)
+    {
+        const std::lock_guard lock(mutex_);
+        phase_ = phase;
+        began_ = Clock::now();
+        Show();
+    }
+
+    void Tick()
+    {
+        const std::lock_guard lock(mutex_);
+        if (phase_) {
+            Show();
+        }
+    }
+
+    bool HasBegun() const { return phase_.has_value(); } ///< asked when one thread is left
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Show()
+    {
+        const std::string words = PhaseWords(*phase_);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - began_).count();
+        line_.Show(words, seconds == 0 ? words : words + " (" + std::to_string(seconds) + " s)");
+    }
+
+    std::mutex mutex_;
+    ProgressLine line_;
+    std::optional<KillPhase> phase_;
+    Clock::time_point began_;
+};
+
+} // namespace
+
+int KillSlice(const std::string& slice)
+{
+    bool done = false;
+    bool hasBegun = false;
+    {
+        KillProgress progress;
+        std::future<bool> killed = std::async(std::launch::async, [&] {
+            return MEROSystemdKillSlice(slice, [&](KillPhase phase) { progress.Begin(phase); });
+        });
+        while (killed.wait_for(std::chrono::seconds(1)) != std::future_status::ready) {
+            progress.Tick();
+        }
+        done = killed.get();
+        hasBegun = progress.HasBegun();
+    }
+    if (!done) {
+        return ReportFailure("killing " + slice);
+    }
+    std::cout << slice << (hasBegun ? ": killed" : ": nothing runs there in systemd's hierarchy") << '\n';
+    return kDone;
+}
+
+} // namespace MERO::Tool

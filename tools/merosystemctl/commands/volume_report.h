@@ -1,0 +1,21 @@
+#pragma once
+
+#include "output/output.h"
+
+#include <merosystemd/volume.hpp>
+
+#include <CLI/CLI.hpp>
+
+namespace MERO::Tool {
+
+/// Refuses what is no mount path: it begins with "/" and does not end with it.
+extern const CLI::Validator kIsVolume;
+
+/// Plans to unmount volumes, and prints what stops and why, and what keeps the volumes busy all the same. An exit code.
+int ShowVolumePlan(const Texts& volumes, bool json);
+
+/// Names on standard error what holds the volumes: those of the plan's services that still use files there, and all
+/// that is no service's.
+void PrintHolders(const Systemd::VolumeUnmountPlan& plan);
+
+} // namespace MERO::Tool

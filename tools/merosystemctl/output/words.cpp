@@ -1,0 +1,48 @@
+#include "output/words.h"
+
+#include <array>
+#include <cstddef>
+
+namespace MERO::Tool {
+namespace {
+
+/// The word at `number`, counted as the enumerations do.
+template <std::size_t N>
+const char* Word(const std::array<const char*, N>& words, int number)
+{
+    return number >= 0 && static_cast<std::size_t>(number) < N ? words[static_cast<std::size_t>(number)] : "other";
+}
+
+} // namespace
+
+const char* TypeWord(Systemd::JobType type)
+{
+    return Word(std::array{"other", "start", "stop"}, static_cast<int>(type));
+}
+
+const char* StateWord(Systemd::JobState state)
+{
+    return Word(std::array{"other", "running", "waiting"}, static_cast<int>(state));
+}
+
+const char* LoadWord(int loadStatus)
+{
+    return Word(std::array{"stub", "loaded", "not-found", "error", "merged", "masked"}, loadStatus);
+}
+
+const char* ActiveWord(int activeStatus)
+{
+    return Word(std::array{"inactive", "active", "deactivating", "activating", "reloading", "failed"}, activeStatus);
+}
+
+const char* EnableWord(int enableStatus)
+{
+    return Word(std::array{"disabled", "enabled", "static", "masked", "linked"}, enableStatus);
+}
+
+const char* DependencyWord(int dependency)
+{
+    return Word(std::array{"none", "all", "partial"}, dependency);
+}
+
+} // namespace MERO::Tool

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "output/output.h"
+
+#include <functional>
+
+namespace MERO::Tool {
+
+/// A command that the library runs between two changes of the machine, as its user sees it.
+struct CommandWithin {
+    /// Hands its callback to the library. The callback is true when the command succeeded.
+    std::function<bool(std::function<bool()>)> action;
+    std::function<int()> run;    ///< the command: its exit code
+    std::function<bool()> report; ///< says behind the action whether all is as before
+    std::string name;   ///< of the command
+    std::string before; ///< what failed when the command was not reached
+    std::string after;  ///< what failed behind it
+};
+
+/// Runs the command with the progress of what stops around it, and says what failed. The program's exit code.
+int RunWithin(const CommandWithin& command);
+
+} // namespace MERO::Tool

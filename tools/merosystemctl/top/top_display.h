@@ -1,0 +1,26 @@
+#pragma once
+
+#include "top/end_signals.h"
+#include "usage/slice_monitor.h"
+
+#include <memory>
+
+namespace MERO::Tool {
+
+/// Where slice top shows what it measures.
+class TopDisplay {
+public:
+    virtual ~TopDisplay() = default;
+    virtual void Show(const std::vector<SliceUsage>& slices) = 0;
+
+    /// False when it shall end before that time.
+    virtual bool WaitUntil(Clock::time_point time) = 0;
+};
+
+/// A screen that answers keys. Null when standard output is no terminal that can have one.
+std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals);
+
+/// A plain line for each slice.
+std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals);
+
+} // namespace MERO::Tool

@@ -1,0 +1,207 @@
+#include "top/top_display.h"
+#include "top/top_page.h"
+
+#define NCURSES_NOMACROS // names such as "clear" and "move"
+#include <curses.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+
+namespace MERO::Tool {
+namespace {
+
+using Wake = EndSignals::Wake;
+
+constexpr int kControlD = 4;
+
+/// Takes the terminal over while it lives.
+class Terminal {
+public:
+    Terminal() : screen_(newterm(nullptr, stdout, stdin))
+    {
+        if (screen_ == nullptr) {
+            return;
+        }
+        cbreak();
+        noecho();
+        curs_set(0);
+        keypad(stdscr, true);
+        nodelay(stdscr, true);
+        const char* noColor = std::getenv("NO_COLOR");
+        hasColors_ = has_colors() && (noColor == nullptr || *noColor == '\0');
+        if (hasColors_) {
+            start_color();
+            use_default_colors();
+            init_pair(kCpuPair, COLOR_GREEN, -1);
+            init_pair(kMemoryPair, COLOR_CYAN, -1);
+        }
+    }
+
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    ~Terminal()
+    {
+        if (screen_ != nullptr) {
+            endwin();
+            delscreen(screen_);
+        }
+    }
+
+    bool IsOpen() const { return screen_ != nullptr; }
+
+    static PageSize Size() { return {static_cast<std::size_t>(COLS), static_cast<std::size_t>(LINES)}; }
+
+    void Draw(const std::vector<Line>& page) const
+    {
+        erase();
+        for (std::size_t row = 0; row < page.size(); ++row) {
+            move(static_cast<int>(row), 0);
+            for (const Span& span : page[row]) {
+                attrset(AttributesOf(span.style));
+                addstr(span.text.c_str());
+            }
+        }
+        attrset(A_NORMAL);
+        refresh();
+    }
+
+private:
+    static constexpr short kCpuPair = 1;
+    static constexpr short kMemoryPair = 2;
+
+    int AttributesOf(Style style) const
+    {
+        switch (style) {
+        case Style::Strong:
+            return A_BOLD;
+        case Style::Chosen:
+            return A_REVERSE;
+        case Style::Cpu:
+            return hasColors_ ? COLOR_PAIR(kCpuPair) : A_NORMAL;
+        case Style::Memory:
+            return hasColors_ ? COLOR_PAIR(kMemoryPair) : A_NORMAL;
+        default:
+            return A_NORMAL;
+        }
+    }
+
+    SCREEN* screen_;
+    bool hasColors_ = false;
+};
+
+class TopScreen : public TopDisplay {
+public:
+    explicit TopScreen(const EndSignals& signals)
+        : signals_(signals),
+          glyphs_(std::string_view(nl_langinfo(CODESET)) == "UTF-8" ? kBlockGlyphs : kAsciiGlyphs)
+    {
+    }
+
+    bool IsOpen() const { return terminal_.IsOpen(); }
+
+    void Show(const std::vector<SliceUsage>& slices) override
+    {
+        slices_ = slices;
+        Draw();
+    }
+
+    bool WaitUntil(Clock::time_point time) override
+    {
+        for (;;) {
+            const Wake wake = signals_.WaitUntil(time, STDIN_FILENO);
+            if (wake == Wake::Time || wake == Wake::Signal) {
+                return wake == Wake::Time;
+            }
+            int key = getch();
+            if (key == ERR && wake == Wake::Input) {
+                return false; // the end of input
+            }
+            for (; key != ERR; key = getch()) {
+                if (!Obey(key)) {
+                    return false;
+                }
+            }
+            Draw();
+        }
+    }
+
+private:
+    void Draw() const { terminal_.Draw(ComposePage(slices_, view_, Terminal::Size(), glyphs_)); }
+
+    /// False for a key that ends the program. Unknown ones, and a new size of the screen, have it drawn again.
+    bool Obey(int key)
+    {
+        switch (key) {
+        case 'q':
+        case kControlD:
+            return false;
+        case KEY_UP:
+        case 'k':
+            Choose(-1);
+            break;
+        case KEY_DOWN:
+        case 'j':
+            Choose(+1);
+            break;
+        case 'c':
+            view_.order = Order::Cpu;
+            break;
+        case 'm':
+            view_.order = Order::Memory;
+            break;
+        case 'p':
+            view_.order = Order::Pid;
+            break;
+        case 'n':
+            view_.order = Order::Name;
+            break;
+        case 'h':
+            view_.hasHelp = !view_.hasHelp;
+            break;
+        default:
+            break;
+        }
+        return true;
+    }
+
+    /// The slice so many lines below the one that is chosen, if there is one.
+    void Choose(int below)
+    {
+        const std::size_t wanted = ChosenSlice(slices_, view_) + static_cast<std::size_t>(below);
+        if (wanted < slices_.size()) {
+            view_.unit = slices_[wanted].unit;
+        }
+    }
+
+    const EndSignals& signals_;
+    const Terminal terminal_;
+    const Glyphs& glyphs_;
+    TopView view_;
+    std::vector<SliceUsage> slices_;
+};
+
+bool CanHaveScreen()
+{
+    const char* terminal = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) == 1 && terminal != nullptr && *terminal != '\0' &&
+           std::string_view(terminal) != "dumb";
+}
+
+} // namespace
+
+std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals)
+{
+    if (!CanHaveScreen()) {
+        return nullptr;
+    }
+    auto screen = std::make_unique<TopScreen>(signals);
+    if (!screen->IsOpen()) {
+        return nullptr;
+    }
+    return screen;
+}
+
+} // namespace MERO::Tool

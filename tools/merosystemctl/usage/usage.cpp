@@ -1,0 +1,121 @@
+#include "usage/usage.h"
+
+#include <merosystemd/resource.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <set>
+#include <tuple>
+
+namespace MERO::Tool {
+namespace {
+
+using Systemd::Process;
+
+/// False when the process has ended since.
+bool Read(const Process& process, ProcessReading& reading)
+{
+    reading.pid = process.PidGet();
+    reading.name = process.NameGet();
+    reading.cpuSeconds = process.CPUTimeGet();
+    reading.memory = process.MemoryPssGet();
+    return Process::IOGet(reading.pid, reading.readBytes, reading.writtenBytes);
+}
+
+/// False when the process ID is another process' since: what a process has used does not shrink.
+bool IsSameProcess(const ProcessReading& before, const ProcessReading& after)
+{
+    return after.cpuSeconds >= before.cpuSeconds && after.readBytes >= before.readBytes &&
+           after.writtenBytes >= before.writtenBytes;
+}
+
+} // namespace
+
+bool ReadProcess(int pid, ProcessReading& reading)
+{
+    try {
+        return Read(Process(pid), reading);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+bool ReadSlice(const std::string& unit, Reading& reading)
+{
+    reading = {.slice = unit, .time = Clock::now(), .processes = {}};
+    std::set<Process> processes;
+    if (!Systemd::Slice::ProcessList(unit, processes)) {
+        return false;
+    }
+    for (const Process& process : processes) {
+        ProcessReading entry;
+        if (Read(process, entry)) {
+            reading.processes.push_back(std::move(entry));
+        }
+    }
+    return true;
+}
+
+std::vector<ProcessUsage> UsageBetween(const Reading& before, const Reading& after, double processors)
+{
+    std::map<int, const ProcessReading*> earlier;
+    for (const ProcessReading& process : before.processes) {
+        earlier[process.pid] = &process;
+    }
+    const double seconds = std::chrono::duration<double>(after.time - before.time).count();
+    std::vector<ProcessUsage> usages;
+    for (const ProcessReading& process : after.processes) {
+        ProcessUsage& usage = usages.emplace_back(ProcessUsage{process});
+        const auto found = earlier.find(process.pid);
+        if (seconds > 0 && found != earlier.end() && IsSameProcess(*found->second, process)) {
+            const ProcessReading& old = *found->second;
+            usage.cpuShare = std::min((process.cpuSeconds - old.cpuSeconds) / seconds / processors, 1.0);
+            usage.readRate = static_cast<double>(process.readBytes - old.readBytes) / seconds;
+            usage.writeRate = static_cast<double>(process.writtenBytes - old.writtenBytes) / seconds;
+        }
+    }
+    return usages;
+}
+
+ProcessUsage TotalOf(const std::vector<ProcessUsage>& processes)
+{
+    ProcessUsage total;
+    for (const ProcessUsage& process : processes) {
+        total.cpuSeconds += process.cpuSeconds;
+        total.memory += process.memory;
+        total.cpuShare += process.cpuShare;
+        total.readRate += process.readRate;
+        total.writeRate += process.writeRate;
+    }
+    total.cpuShare = std::min(total.cpuShare, 1.0);
+    return total;
+}
+
+void Sort(std::vector<ProcessUsage>& processes, Order order)
+{
+    const auto comesBefore = [order](const ProcessUsage& a, const ProcessUsage& b) {
+        switch (order) {
+        case Order::Cpu:
+            return std::tie(b.cpuShare, b.memory, a.pid) < std::tie(a.cpuShare, a.memory, b.pid);
+        case Order::Memory:
+            return std::tie(b.memory, b.cpuShare, a.pid) < std::tie(a.memory, a.cpuShare, b.pid);
+        case Order::Name:
+            return std::tie(a.name, a.pid) < std::tie(b.name, b.pid);
+        default:
+            return a.pid < b.pid;
+        }
+    };
+    std::sort(processes.begin(), processes.end(), comesBefore);
+}
+
+Machine ThisMachine()
+{
+    const double pageSize = static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024;
+    return {.processors = static_cast<double>(sysconf(_SC_NPROCESSORS_ONLN)),
+            .memory = static_cast<double>(sysconf(_SC_PHYS_PAGES)) * pageSize};
+}
+
+} // namespace MERO::Tool
