@@ -1,5 +1,5 @@
 /// Runs one of the library's main operations some times, for whoever counts its system calls (bench/system_calls).
-/// Without an argument it names them, one a line, each with the systemd questions that it asks. Runs inside mero-sandbox.
+/// Without an argument it names them, one a line. Runs inside mero-sandbox.
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -47,8 +46,8 @@ const Operation kOperations[] = {
          std::string name;
          return MEROSystemdNameGet(kUnit, name);
      }},
-    {"stop by reason", [] { return MEROSystemdServiceStopByReason(kUnit, "bench"); }},
-    {"start by reason", [] { return MEROSystemdServiceStartByReason(kUnit, "bench"); }},
+    {"stop by reason", [] { return MEROSystemdServiceStopByReason("bench", kUnit); }},
+    {"start by reason", [] { return MEROSystemdServiceStartByReason("bench", kUnit); }},
     {"register a volume", [] { return MEROSystemdVolumeRegister(kUnit, "/volume1"); }},
     {"is a volume registered", [] { return MEROSystemdVolumeIsRegisteredByUnit(kUnit, {"/volume1"}); }},
     {"volume dependency", [] {
@@ -76,9 +75,6 @@ int main(int argc, char* argv[])
         }
         return 0;
     }
-    std::ofstream("/run/systemd/system/" + kUnit)
-        << "[Unit]\nStartLimitIntervalSec=0\n[Service]\nType=oneshot\nRemainAfterExit=yes\nExecStart=/bin/true\nExecReload=/bin/true\n"
-        << "[X-Tarvix]\nName=Bench\n[Install]\nWantedBy=multi-user.target\n";
     for (const Operation& operation : kOperations) {
         for (int run = 0; argv[1] == std::string(operation.name) && run < std::atoi(argv[2]); ++run) {
             if (!operation.run()) {
