@@ -3,7 +3,9 @@
 #include <syslog.h>
 
 #include <cstddef>
+#include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace MERO::Systemd {
 
@@ -46,6 +48,43 @@ static_assert(SourceName("systemd_internal_lib") == std::string_view("systemd_in
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
+/// A value as log lines show it. A text's control characters are written out ("\x0a"): no name that a caller or a file
+/// gives us can begin a line of its own in the log.
+class LogText {
+public:
+    explicit LogText(const char* text) : LogText(text, "") {}
+    /// A command's output, which has lines of its own.
+    explicit LogText(const unsigned char* lines) : LogText(reinterpret_cast<const char*>(lines), "\n\t") {}
+
+    const char* Get() const { return text_; }
+
+private:
+    LogText(const char* text, std::string_view kept);
+
+    std::string written_;
+    const char* text_;
+};
+
+template <typename Number>
+class LogNumber {
+public:
+    explicit LogNumber(Number number) : number_(number) {}
+    Number Get() const { return number_; }
+
+private:
+    Number number_;
+};
+
+template <typename Value>
+using LogValue = std::conditional_t<std::is_pointer_v<Value>, LogText, LogNumber<Value>>;
+
+/// Log with its values as log lines show them.
+template <typename... Values>
+void LogPrintable(int priority, SourceLine where, const char* format, Values... values)
+{
+    Log(priority, where, format, LogValue<Values>(values).Get()...);
+}
+
 /// In a child that was forked without an exec: a line that cannot be written within ten seconds ends the process with
 /// _exit(0). syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
 /// give it back.
@@ -63,4 +102,7 @@ namespace {
 }
 
 #define MERO_HERE (::MERO::Systemd::SourceLine{kSourceName.text, __LINE__})
-#define MERO_LOG(priority, ...) ::MERO::Systemd::Log((priority), MERO_HERE, __VA_ARGS__)
+// The first branch is there for the compiler's check of the format.
+#define MERO_LOG(priority, ...)                                                                                        \
+    (false ? ::MERO::Systemd::Log((priority), MERO_HERE, __VA_ARGS__)                                                  \
+           : ::MERO::Systemd::LogPrintable((priority), MERO_HERE, __VA_ARGS__))
