@@ -29,11 +29,12 @@ bool WriteAll(int fd, std::string_view text)
     return true;
 }
 
-/// The owner comes first: changing it takes set-user-ID bits away.
+/// A link gives nothing: whoever made it need not own what it leads to. The owner comes first: changing it takes
+/// set-user-ID bits away.
 bool MakeLike(int fd, const std::string& like)
 {
     struct stat old;
-    return stat(like.c_str(), &old) != 0 ||
+    return lstat(like.c_str(), &old) != 0 || !S_ISREG(old.st_mode) ||
            (fchown(fd, old.st_uid, old.st_gid) == 0 && fchmod(fd, old.st_mode & 07777) == 0);
 }
 

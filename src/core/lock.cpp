@@ -2,9 +2,9 @@
 
 #include "core/core_error.h"
 #include "core/log.h"
+#include "core/make_directory.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -61,7 +61,7 @@ bool FileLock::Acquire()
         MERO_LOG(LOG_ERR, "Failed to get dirname: [%s]", path_.c_str());
         return false;
     }
-    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+    if (MakeDirectory(directory) < 0) {
         MERO_LOG(LOG_ERR, "failed to mkdir [%s]", directory.c_str());
         return false;
     }

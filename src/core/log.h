@@ -102,7 +102,9 @@ namespace {
 }
 
 #define MERO_HERE (::MERO::Systemd::SourceLine{kSourceName.text, __LINE__})
-// The first branch is there for the compiler's check of the format.
-#define MERO_LOG(priority, ...)                                                                                        \
-    (false ? ::MERO::Systemd::Log((priority), MERO_HERE, __VA_ARGS__)                                                  \
-           : ::MERO::Systemd::LogPrintable((priority), MERO_HERE, __VA_ARGS__))
+
+/// Logs with a place of its own; the first branch is there for the compiler's check of the format.
+#define MERO_LOG_AT(where, priority, ...)                                                                              \
+    (false ? ::MERO::Systemd::Log((priority), (where), __VA_ARGS__)                                                    \
+           : ::MERO::Systemd::LogPrintable((priority), (where), __VA_ARGS__))
+#define MERO_LOG(priority, ...) MERO_LOG_AT(MERO_HERE, priority, __VA_ARGS__)

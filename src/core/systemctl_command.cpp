@@ -1,5 +1,7 @@
 #include "core/systemctl_command.h"
 
+#include <algorithm>
+
 namespace MERO::Systemd {
 
 SystemctlCommand::SystemctlCommand() : arguments_{"/usr/bin/systemctl", nullptr} {}
@@ -15,6 +17,14 @@ void SystemctlCommand::Add(const std::vector<std::string>& arguments)
     for (const std::string& argument : arguments) {
         Add(argument.c_str());
     }
+}
+
+void SystemctlCommand::AddUnits(const std::vector<std::string>& units)
+{
+    if (std::any_of(units.begin(), units.end(), [](const std::string& unit) { return unit.starts_with('-'); })) {
+        Add("--");
+    }
+    Add(units);
 }
 
 std::string SystemctlCommand::ToString() const

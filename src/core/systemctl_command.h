@@ -13,6 +13,9 @@ public:
     void Add(const char* argument);
     void Add(const std::vector<std::string>& arguments);
 
+    /// Arguments that are no options, whatever they begin with ("-.mount").
+    void AddUnits(const std::vector<std::string>& units);
+
     /// NULL-terminated; exec takes mutable texts for historical reasons and changes none.
     char* const* Argv() const { return const_cast<char* const*>(arguments_.data()); }
 

@@ -57,7 +57,7 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
     const PolicyVerdict verdict = AskServiceControlPolicy(verb, units);
     if (verdict.action == PolicyVerdict::Action::Skip) {
         MERO_LOG(LOG_INFO, "unit is in job list: [%s]", verdict.job.ToString().c_str());
-        command.Add(units);
+        command.AddUnits(units);
         MERO_LOG(LOG_INFO, "Skip execute by service control policy: [%s]", command.ToString().c_str());
         throw std::exception();
     }
@@ -70,7 +70,7 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
     if (leavesOutStopping && kept.empty()) {
         return callback(0, {});
     }
-    command.Add(leavesOutStopping ? kept : units);
+    command.AddUnits(leavesOutStopping ? kept : units);
 
     const Outcome outcome = Run(command, opts.calRunTime);
     return callback(outcome.exitCode, outcome.lines);

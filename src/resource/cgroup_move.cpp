@@ -28,17 +28,17 @@ bool WriteOwnPid(SourceLine where, const char* tasksFile, const char* shown)
 {
     const int file = open(tasksFile, O_WRONLY | O_CLOEXEC);
     if (file < 0) {
-        Log(LOG_ERR, where, "Failed to open %s", shown);
+        MERO_LOG_AT(where, LOG_ERR, "Failed to open %s", shown);
         return false;
     }
     const std::string pid = std::to_string(getpid());
     const bool written = write(file, pid.data(), pid.size()) == static_cast<ssize_t>(pid.size());
     if (!written) {
-        Log(LOG_ERR, where, "Failed to write pid[%d] to %s", getpid(), shown);
+        MERO_LOG_AT(where, LOG_ERR, "Failed to write pid[%d] to %s", getpid(), shown);
     }
     const bool closed = close(file) == 0;
     if (!closed) {
-        Log(LOG_ERR, where, "fclose failed");
+        MERO_LOG_AT(where, LOG_ERR, "fclose failed");
     }
     return written && closed;
 }

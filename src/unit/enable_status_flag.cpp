@@ -3,10 +3,10 @@
 
 #include "core/core_error.h"
 #include "core/log.h"
+#include "core/make_directory.h"
 #include "unit/unit_name.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
 
 #include <unistd.h>
 
@@ -24,7 +24,7 @@ std::string FlagPath(const std::string& unit)
 
 void SetEnableStatusChanged(const std::string& unit)
 {
-    if (MLIBCExec("/bin/mkdir", "-p", kFlags, nullptr, nullptr) < 0) {
+    if (MakeDirectory(kFlags) < 0) {
         MERO_LOG(LOG_ERR, "Failed to mkdir -p [%s] " MERO_CORE_ERROR_FORMAT, kFlags, MERO_CORE_ERROR_VALUES);
         return;
     }

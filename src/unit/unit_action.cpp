@@ -15,22 +15,22 @@ bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector
         return false;
     }
     const std::string units = Join(vecUnits);
-    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
     try {
         return MEROSystemdSystemctl(
             words.verb, options, vecUnits, [&](int exitCode, const std::vector<std::string>& lines) {
                 if (exitCode == 0) {
-                    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+                    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
                     return true;
                 }
                 FailedUnitsGet(vecUnits, lines, failed);
-                Log(LOG_ERR, where, "[%s] %s: ret=[%d], reason:\n%s", Join(failed).c_str(), words.failed, exitCode,
+                MERO_LOG_AT(where, LOG_ERR, "[%s] %s: ret=[%d], reason:\n%s", Join(failed).c_str(), words.failed, exitCode,
                     Concatenate(lines).c_str());
                 return false;
             });
     } catch (const std::exception&) {
         FailedUnitsCopy(vecUnits, failed);
-        Log(LOG_ERR, where, "[%s] %s.", Join(failed).c_str(), words.failed);
+        MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", Join(failed).c_str(), words.failed);
         return false;
     }
 }

@@ -20,7 +20,8 @@ bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpt
     try {
         return MEROSystemdSystemctlUltron(words.verb, opts, {unit}, [&](int exitCode, const Lines& lines) {
             if (exitCode != 0) {
-                Log(LOG_ERR, where, "%s: ret=[%d], reason=[%s]", words.failed, exitCode, Join(lines).c_str());
+                MERO_LOG_AT(where, LOG_ERR, "%s: ret=[%d], reason=[%s]", words.failed, exitCode,
+                            OutputText(Join(lines)).c_str());
             }
             return exitCode == 0;
         });
@@ -42,24 +43,24 @@ bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector
         return false;
     }
     const std::string units = Join(vecUnits);
-    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build();
     try {
         return MEROSystemdSystemctlUltron(words.verb, opts, vecUnits, [&](int exitCode, const Lines& lines) {
             // A unit counts as changed although the change failed, deliberately.
             std::for_each(vecUnits.begin(), vecUnits.end(), SetEnableStatusChanged);
             if (exitCode == 0) {
-                Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+                MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
                 return true;
             }
             FailedUnitsCopy(vecUnits, failed);
-            Log(LOG_ERR, where, "[%s] %s: ret=[%d], reason:\n%s", units.c_str(), words.failed, exitCode,
+            MERO_LOG_AT(where, LOG_ERR, "[%s] %s: ret=[%d], reason:\n%s", units.c_str(), words.failed, exitCode,
                 Concatenate(lines).c_str());
             return false;
         });
     } catch (const std::exception&) {
         FailedUnitsCopy(vecUnits, failed);
-        Log(LOG_ERR, where, "[%s] %s.", units.c_str(), words.failed);
+        MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", units.c_str(), words.failed);
         return false;
     }
 }
@@ -71,7 +72,7 @@ bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const 
         return false;
     }
     const std::string units = Join(vecUnits);
-    Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.doing);
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
     std::vector<std::string> options;
     if (runtime) {
         options.emplace_back("--runtime");
@@ -85,9 +86,9 @@ bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const 
         }
     }
     if (done) {
-        Log(LOG_INFO, where, "[%s] %s", units.c_str(), words.done);
+        MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
     } else {
-        Log(LOG_ERR, where, "[%s] %s.", units.c_str(), words.failed);
+        MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", units.c_str(), words.failed);
     }
     return done;
 }

@@ -2,11 +2,12 @@
 #include "unit/unit_file.h"
 
 #include "core/core_error.h"
+#include "core/file_name.h"
 #include "core/log.h"
+#include "core/make_directory.h"
 #include "unit/unit_name.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
 
 #include <unistd.h>
 
@@ -42,7 +43,7 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
     path.reserve(std::string_view(kUnitDirectories[0]).size() + name.size()); // the longest one
     for (const char* directory : kUnitDirectories) {
         path.assign(directory).append(name);
-        if (isThere(path.c_str())) {
+        if (IsFileName(name) && isThere(path.c_str())) { // a folder holds no file of another name
             return path;
         }
     }
@@ -96,7 +97,7 @@ bool AddUnitSection(const std::string& directory, const std::string& fileName, c
         MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashAlloc " MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
         return false;
     }
-    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+    if (MakeDirectory(directory) < 0) {
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }

@@ -24,7 +24,7 @@ int RunCForm(SourceLine where, SingleForm* operation, const char* szUnit)
     try {
         return operation(szUnit) ? 1 : 0;
     } catch (const std::exception& error) {
-        Log(LOG_ERR, where, "Failed on [%s]: %s", szUnit, error.what());
+        MERO_LOG_AT(where, LOG_ERR, "Failed on [%s]: %s", szUnit, error.what());
         return 0;
     }
 }
@@ -47,7 +47,7 @@ int RunGuardedCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzLis
     try {
         return RunCGroupForm(where, operation, pListUnits, nullptr);
     } catch (const std::exception& error) {
-        Log(LOG_ERR, where, "Failed on a list of units: %s", error.what());
+        MERO_LOG_AT(where, LOG_ERR, "Failed on a list of units: %s", error.what());
         return 0;
     }
 }

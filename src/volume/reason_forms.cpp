@@ -21,7 +21,7 @@ bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std:
     try {
         return operation(strReason, vecServices, vecFailed);
     } catch (const std::exception& error) {
-        Log(LOG_ERR, where, "Failed on an exception: %s", error.what());
+        MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", error.what());
         FailedUnitsCopy(vecServices, vecFailed);
         return false;
     }
@@ -58,7 +58,7 @@ int RunCReasonGroupForm(SourceLine where, ReasonOperation* listForm, const char*
         }
         PushFailedUnits(failed, ppListFailed);
     } catch (const std::exception& error) {
-        Log(LOG_ERR, where, "Failed on a list of services: %s", error.what());
+        MERO_LOG_AT(where, LOG_ERR, "Failed on a list of services: %s", error.what());
     }
     return 0;
 }

@@ -10,7 +10,7 @@ namespace MERO::Systemd {
 bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, const std::string& reason,
                    const std::vector<std::string>& services, std::vector<std::string>& failed)
 {
-    Log(LOG_INFO, where, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
     const ReasonChange change(services);
     std::vector<std::string> released;
     const bool unlinked = UnlinkReasons(reason, services, released, failed);

@@ -4,10 +4,10 @@
 #include "core/core_error.h"
 #include "core/file_name.h"
 #include "core/log.h"
+#include "core/make_directory.h"
 #include "unit/unit_name.h"
 #include "volume/directory_entries.h"
 
-#include <merocore/process.h>
 #include <merosystemd/systemd.hpp>
 
 #include <glob.h>
@@ -20,6 +20,16 @@ namespace MERO::Systemd {
 namespace {
 
 constexpr const char* kRoot = "/run/merosystemd/reasons/";
+
+/// A text that glob takes as it stands.
+std::string Literal(const std::string& text)
+{
+    std::string escaped;
+    for (char c : text) {
+        escaped.append(c == '*' || c == '?' || c == '[' || c == '\\' ? "\\" : "").push_back(c);
+    }
+    return escaped;
+}
 
 /// Returns `allowed`; sets the error register when it is false.
 bool Allow(bool allowed)
@@ -47,7 +57,7 @@ bool CanHaveReasons(const std::string& service)
 bool CheckServiceHasReason(const std::string& service)
 {
     glob_t found{};
-    const int result = glob((ReasonDirectory(service) + "/*").c_str(), GLOB_NOSORT, nullptr, &found);
+    const int result = glob((Literal(ReasonDirectory(service)) + "/*").c_str(), GLOB_NOSORT, nullptr, &found);
     globfree(&found);
     return result != GLOB_NOMATCH; // a folder that cannot be read counts as one with reasons, deliberately
 }
@@ -90,7 +100,7 @@ bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& se
 
 bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
 {
-    if (MLIBCExec("/bin/mkdir", "-p", dropInDir.c_str(), nullptr, nullptr) < 0) {
+    if (MakeDirectory(dropInDir) < 0) {
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, dropInDir.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }

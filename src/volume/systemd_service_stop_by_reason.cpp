@@ -1,11 +1,11 @@
 #include "core/core_error.h"
 #include "core/join.h"
+#include "core/make_directory.h"
 #include "volume/reason_change.h"
 #include "volume/reason_forms.h"
 #include "volume/reason_store.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
 #include <merosystemd/systemd.hpp>
 
 using namespace MERO::Systemd;
@@ -20,7 +20,7 @@ bool AddReason(const std::string& reason, const std::string& service)
         return false;
     }
     const std::string directory = ReasonDirectory(service);
-    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+    if (MakeDirectory(directory) < 0) {
         MERO_LOG(LOG_ERR, "failed to mkdir reason directory [%s]", directory.c_str());
         return false;
     }

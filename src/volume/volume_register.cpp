@@ -6,9 +6,9 @@
 #include "core/json_file.h"
 #include "core/lock.h"
 #include "core/log.h"
+#include "core/make_directory.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -88,7 +88,7 @@ bool AddVolume(const std::string& directory, const std::string& fileName, const 
     if (!Acquire(lock)) {
         return false;
     }
-    if (MLIBCExec("/bin/mkdir", "-p", directory.c_str(), nullptr, nullptr) < 0) {
+    if (MakeDirectory(directory) < 0) {
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }
