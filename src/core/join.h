@@ -30,4 +30,10 @@ inline OutputText Concatenate(const std::vector<std::string>& lines)
     return OutputText(boost::algorithm::join(lines, ""));
 }
 
+/// The same with ", " between.
+inline OutputText JoinLines(const std::vector<std::string>& lines)
+{
+    return OutputText(Join(lines));
+}
+
 } // namespace MERO::Systemd

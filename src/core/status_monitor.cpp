@@ -2,6 +2,7 @@
 
 #include "core/common.h"
 #include "core/executor.h"
+#include "core/join.h"
 #include "core/log.h"
 
 #include <merocore/process.h>
@@ -21,7 +22,7 @@ void RunScript(int lockFd)
     const auto [completed, exitCode] = executor.Execute(kScript, {});
     if (!completed || exitCode != 0) {
         MERO_LOG(LOG_ERR, "Run mero-systemd-status-monitor.sh failed, code: [%d], output: [%s]",
-                 completed ? exitCode : -1, executor.GetOutput().c_str());
+                 completed ? exitCode : -1, OutputText(executor.GetOutput()).c_str());
     }
 }
 

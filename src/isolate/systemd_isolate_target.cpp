@@ -21,7 +21,7 @@ bool RunIsolateCommand(const std::string& target, const std::vector<std::string>
             "isolate", options, {target}, [&](int exitCode, const std::vector<std::string>& lines) {
                 if (exitCode != 0) {
                     MERO_LOG(LOG_ERR, "isolate to [%s] failed: ret=[%d], reason=[%s]", target.c_str(), exitCode,
-                             Join(lines).c_str());
+                             JoinLines(lines).c_str());
                     return false;
                 }
                 const std::string with = options.empty() ? "" : " with option [" + Join(options) + "]";

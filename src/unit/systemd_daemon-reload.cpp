@@ -18,7 +18,7 @@ bool _MEROSystemdDaemonReload()
                     MERO_LOG(LOG_INFO, "daemon reload success!");
                     return true;
                 }
-                MERO_LOG(LOG_ERR, "daemon reload failed: ret=[%d], reason=[%s]", exitCode, Join(lines).c_str());
+                MERO_LOG(LOG_ERR, "daemon reload failed: ret=[%d], reason=[%s]", exitCode, JoinLines(lines).c_str());
                 return false;
             });
     } catch (const std::exception&) {

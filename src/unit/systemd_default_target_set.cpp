@@ -18,7 +18,7 @@ bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, con
                     return true;
                 }
                 MERO_LOG(LOG_ERR, "failed to set default target to [%s]: ret=[%d], reason=[%s]",
-                         strDefaultTarget.c_str(), exitCode, Join(lines).c_str());
+                         strDefaultTarget.c_str(), exitCode, JoinLines(lines).c_str());
                 return false;
             });
     } catch (const std::exception&) {

@@ -19,7 +19,7 @@ bool ParseRow(const SystemctlDialect& dialect, const std::string& line, JobInfo&
 {
     const bool parsed = JobInfoParse(dialect.Row(line), info);
     if (!parsed) {
-        MERO_LOG(LOG_ERR, "Failed to parse job info: [%s]", line.c_str());
+        MERO_LOG(LOG_ERR, "Failed to parse job info: [%s]", OutputText(line).c_str());
     }
     return parsed;
 }

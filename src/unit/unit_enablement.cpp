@@ -21,7 +21,7 @@ bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpt
         return MEROSystemdSystemctlUltron(words.verb, opts, {unit}, [&](int exitCode, const Lines& lines) {
             if (exitCode != 0) {
                 MERO_LOG_AT(where, LOG_ERR, "%s: ret=[%d], reason=[%s]", words.failed, exitCode,
-                            OutputText(Join(lines)).c_str());
+                            JoinLines(lines).c_str());
             }
             return exitCode == 0;
         });
