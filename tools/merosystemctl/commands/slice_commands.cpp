@@ -99,15 +99,11 @@ void PrintProcessesAsJson(const std::string& slice, const Names& names, const st
 bool Measure(const std::string& slice, Seconds interval, std::vector<ProcessUsage>& processes)
 {
     Reading before;
-    Reading after;
     if (!ReadSlice(slice, before)) {
         return false;
     }
     std::this_thread::sleep_for(interval);
-    if (!ReadSlice(slice, after)) {
-        return false;
-    }
-    processes = UsageBetween(before, after, ThisMachine().processors);
+    processes = UsageBetween(before, ReadAgain(before), ThisMachine().processors);
     Sort(processes, Order::Cpu);
     return true;
 }

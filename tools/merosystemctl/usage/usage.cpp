@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <tuple>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
@@ -57,6 +58,22 @@ bool ReadSlice(const std::string& unit, Reading& reading)
         }
     }
     return true;
+}
+
+Reading ReadAgain(const Reading& before)
+{
+    const auto ticksPerSecond = static_cast<double>(sysconf(_SC_CLK_TCK));
+    Reading reading{.slice = before.slice, .time = Clock::now(), .processes = {}};
+    for (ProcessReading process : before.processes) {
+        unsigned long user = 0;
+        unsigned long system = 0;
+        if (Process::CPUTickGet(process.pid, user, system) &&
+            Process::IOGet(process.pid, process.readBytes, process.writtenBytes)) {
+            process.cpuSeconds = static_cast<double>(user + system) / ticksPerSecond;
+            reading.processes.push_back(std::move(process));
+        }
+    }
+    return reading;
 }
 
 std::vector<ProcessUsage> UsageBetween(const Reading& before, const Reading& after, double processors)

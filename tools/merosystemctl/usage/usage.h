@@ -31,6 +31,9 @@ bool ReadProcess(int pid, ProcessReading& reading);
 /// False when the slice is not tracked.
 bool ReadSlice(const std::string& unit, Reading& reading);
 
+/// The same processes now, those that have ended left out. Their memory is what it was then: reading that costs most.
+Reading ReadAgain(const Reading& before);
+
 /// What a process used between two readings.
 struct ProcessUsage : ProcessReading { ///< the later one
     double cpuShare = 0;               ///< of the whole machine: 0 to 1
