@@ -1,10 +1,12 @@
 #include "volume/process_files.h"
 
+#include "core/split.h"
 #include "resource/process_cgroup.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace MERO::Systemd {
@@ -43,6 +45,18 @@ std::string ProcessFiles::Cgroup(const ProcessFolder& process)
     const auto lines = reader_.Read(process.descriptor, "cgroup");
     std::string path;
     return lines && SystemdCgroupPath(*lines, path) ? path : std::string();
+}
+
+bool ProcessFiles::IsEnding(const ProcessFolder& process)
+{
+    constexpr unsigned long kExiting = 4; // the kernel's PF_EXITING
+    const std::string text(reader_.Read(process.descriptor, "stat").value_or(std::string_view()));
+    const std::size_t name = text.rfind(')'); // whatever it holds itself
+    std::vector<std::string> fields;
+    if (name == text.npos || !Split(text.substr(name + 1), fields, " ") || fields.size() < 7) {
+        return true; // it has ended
+    }
+    return (std::strtoul(fields[6].c_str(), nullptr, 10) & kExiting) != 0;
 }
 
 std::optional<std::string_view> TakeMapPath(std::string_view& text)

@@ -85,6 +85,9 @@ public:
     /// The process' path in systemd's hierarchy of cgroups; empty when that cannot be told.
     std::string Cgroup(const ProcessFolder& process);
 
+    /// Whether the process has ended or is about to: its cgroup is "/" by then, whichever it was.
+    bool IsEnding(const ProcessFolder& process);
+
 private:
     static Descriptor OpenFolder(int parent, const char* name);
 
