@@ -4,91 +4,57 @@
 #include "core/log.h"
 #include "unit/unit_name.h"
 
-#include <regex.h>
-
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
 
-struct Message {
-    const char* beginning; ///< of the pattern: what a line must hold for a match
-    const char* pattern;   ///< group 1 is the unit; unanchored, and "." is any character
-};
+// systemctl's messages, as patterns of which group 1 is the unit: unanchored, and "." is any character. They are looked
+// for by hand, because an expression takes quadratic time on a line that begins a message again and again.
 
-/// systemctl's messages, in the order they are tried.
-constexpr Message kFailures[] = {
-    {"Failed to ", "Failed to [^:]+ ([^: ]+)"},
-    {"Job for ", "Job for (.+) failed."},
-    {"Job for ", "Job for (.+) canceled."},
-    {"A dependency job for ", "A dependency job for (.+) failed."},
-};
-
-class Pattern {
-public:
-    explicit Pattern(const char* text) : error_(regcomp(&regex_, text, REG_EXTENDED))
-    {
-        if (error_ != 0) {
-            MERO_LOG(LOG_ERR, "regcomp(): %s", ErrorText(error_).c_str());
-        }
-    }
-    Pattern(const Pattern&) = delete;
-    Pattern& operator=(const Pattern&) = delete;
-    ~Pattern()
-    {
-        if (error_ == 0) {
-            regfree(&regex_);
-        }
-    }
-
-    /// Group 1 of the first match in `line`.
-    std::optional<std::string> FirstGroup(const std::string& line) const
-    {
-        if (error_ != 0) {
-            return std::nullopt;
-        }
-        regmatch_t groups[2];
-        const int error = regexec(&regex_, line.c_str(), 2, groups, 0);
-        if (error == REG_NOMATCH) {
-            return std::nullopt;
-        }
-        if (error != 0) {
-            MERO_LOG(LOG_ERR, "regexec(): %s", ErrorText(error).c_str());
-            return std::nullopt;
-        }
-        if (groups[1].rm_so < 0) {
-            MERO_LOG(LOG_ERR, "Wrong pattern without parenthesis.");
-            return std::nullopt;
-        }
-        return line.substr(static_cast<std::size_t>(groups[1].rm_so),
-                           static_cast<std::size_t>(groups[1].rm_eo - groups[1].rm_so));
-    }
-
-private:
-    std::string ErrorText(int error) const
-    {
-        char text[256];
-        regerror(error, &regex_, text, sizeof text);
-        return text;
-    }
-
-    regex_t regex_{};
-    int error_;
-};
-
-std::optional<std::string> FailedUnitOf(const std::string& line)
+/// Failed to [^:]+ ([^: ]+)
+std::optional<std::string_view> UnitOfFailure(std::string_view line)
 {
-    for (const Message& message : kFailures) {
-        if (line.find(message.beginning) == line.npos) {
-            continue; // most lines fail no unit, and compiling a pattern costs much more than this
-        }
-        // Compiled anew each time: one compiled pattern is behind a lock that all threads of the host would share.
-        if (auto unit = Pattern(message.pattern).FirstGroup(line)) {
-            return unit;
+    constexpr std::string_view kBeginning = "Failed to ";
+    for (std::size_t at = 0; (at = line.find(kBeginning, at)) != line.npos; ++at) {
+        const std::string_view rest = line.substr(at + kBeginning.size());
+        const std::string_view message = rest.substr(0, rest.find(':'));
+        const std::size_t last = message.find_last_not_of(' ');
+        const std::size_t blank = last != message.npos ? message.rfind(' ', last) : message.npos;
+        if (blank != message.npos && blank > 0) {
+            return message.substr(blank + 1, last - blank);
         }
     }
     return std::nullopt;
+}
+
+/// <beginning>(.+)<ending>.
+std::optional<std::string_view> UnitBetween(std::string_view line, std::string_view beginning, std::string_view ending)
+{
+    const std::size_t begin = line.find(beginning);
+    if (begin == line.npos) {
+        return std::nullopt;
+    }
+    line.remove_prefix(begin + beginning.size());
+    const std::size_t end = line.substr(0, std::max<std::size_t>(line.size(), 1) - 1).rfind(ending);
+    return end != line.npos && end > 0 ? std::optional(line.substr(0, end)) : std::nullopt;
+}
+
+/// In the order in which they are tried.
+std::optional<std::string_view> FailedUnitOf(std::string_view line)
+{
+    line = line.substr(0, line.find('\0'));
+    auto unit = UnitOfFailure(line);
+    for (const auto& [beginning, ending] : {std::pair("Job for ", " failed"), std::pair("Job for ", " canceled"),
+                                            std::pair("A dependency job for ", " failed")}) {
+        unit = unit ? unit : UnitBetween(line, beginning, ending);
+    }
+    return unit;
 }
 
 } // namespace
@@ -96,7 +62,7 @@ std::optional<std::string> FailedUnitOf(const std::string& line)
 void FailedUnitsGet(const std::vector<std::string>& units, const std::vector<std::string>& lines,
                     std::vector<std::string>& failed)
 {
-    std::map<std::string, std::string> callersNames;
+    std::map<std::string, std::string, std::less<>> callersNames;
     for (const std::string& unit : units) {
         callersNames[NormalizedUnitNameGet(unit)] = unit;
     }
@@ -107,7 +73,7 @@ void FailedUnitsGet(const std::vector<std::string>& units, const std::vector<std
         }
         const auto entry = callersNames.find(*unit);
         if (entry == callersNames.end()) {
-            MERO_LOG(LOG_ERR, "unexpected failed unit [%s].", unit->c_str());
+            MERO_LOG(LOG_ERR, "unexpected failed unit [%s].", std::string(*unit).c_str());
         } else {
             failed.push_back(entry->second);
         }

@@ -53,6 +53,7 @@ bool ReadJsonFile(const std::string& path, Json::Value& value)
     }
     Json::CharReaderBuilder builder;
     builder["failIfExtra"] = true;
+    builder["collectComments"] = false; // one that is not closed would make what is written unreadable
     const std::unique_ptr<Json::CharReader> parser(builder.newCharReader());
     try {
         return parser->parse(text->data(), text->data() + text->size(), &value, nullptr);

@@ -1,19 +1,17 @@
 #include "core/descriptor.h"
 #include "core/log.h"
 #include "core/text_reader.h"
+#include "resource/process_texts.h"
 
 #include <merosystemd/resource.hpp>
 
 #include <fcntl.h>
-#include <libgen.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 
@@ -22,46 +20,8 @@ namespace {
 
 using Text = std::string_view;
 
-constexpr int kSkippedFields = 13;    // of /proc/<pid>/stat, before utime and stime
-constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user to steal
-
 /// This program's processes go by the name of the script that each of them runs.
 constexpr Text kInterpreter = "meroscgi";
-
-constexpr Text kBlanks = " \t\n\v\f\r";
-
-Text Trim(Text text)
-{
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text;
-}
-
-/// Takes an unsigned number off the text, blanks before it not counted.
-bool TakeNumber(Text& text, unsigned long& number)
-{
-    text = Trim(text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return error == std::errc();
-}
-
-Text TakeLine(Text& text)
-{
-    const std::size_t end = text.find('\n');
-    const Text line = text.substr(0, end);
-    text.remove_prefix(std::min(end, text.size() - 1) + 1);
-    return line;
-}
-
-/// The number behind `key` in a line that begins with it.
-bool NumberOf(Text line, Text key, unsigned long& number)
-{
-    if (!line.starts_with(key)) {
-        return false;
-    }
-    line.remove_prefix(key.size());
-    return TakeNumber(line, number);
-}
 
 Text BaseName(Text path)
 {
@@ -95,19 +55,6 @@ bool WithFirstLine(TextReader& reader, int directory, const char* path, Take&& t
     }) && take(line);
 }
 
-/// In kB. A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
-unsigned long SumOfPss(Text lines)
-{
-    unsigned long sum = 0;
-    for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
-        unsigned long value = 0;
-        if ((at == 0 || lines[at - 1] == '\n') && NumberOf(lines.substr(at), "Pss:", value)) {
-            sum += value;
-        }
-    }
-    return sum;
-}
-
 /// The folder of a process: what is read through one object is one process', although its ID be used again.
 class Folder {
 public:
@@ -131,21 +78,15 @@ public:
             return true;
         }
         return WithFirstLine(reader_, folder_.Get(), "cmdline", [&](Text line) {
-            name = ArgumentName(line.substr(0, line.find('\0')));
+            name = ScriptName(line);
             return true;
         });
     }
 
     bool ReadTicks(unsigned long& user, unsigned long& system)
     {
-        return WithFirstLine(reader_, folder_.Get(), "stat", [&](Text line) {
-            // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
-            for (int field = 0; field < kSkippedFields; ++field) {
-                line = Trim(line);
-                line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
-            }
-            return TakeNumber(line, user) && TakeNumber(line, system);
-        });
+        return WithFirstLine(reader_, folder_.Get(), "stat",
+                             [&](Text line) { return ProcessTicks(line, user, system); });
     }
 
     bool ReadPss(unsigned long& pss)
@@ -161,48 +102,18 @@ public:
 
     bool ReadIo(unsigned long& readBytes, unsigned long& writeBytes)
     {
-        bool hasRead = false;
-        bool hasWrite = false;
-        const bool done = reader_.ReadLines(folder_.Get(), "io", [&](Text lines) {
-            while (!lines.empty()) {
-                const Text line = TakeLine(lines);
-                hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
-                hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
-            }
-            return true;
-        });
-        return done && hasRead && hasWrite;
+        const auto text = reader_.Read(folder_.Get(), "io");
+        return text && IoBytes(*text, readBytes, writeBytes);
     }
 
 private:
-    static std::string ArgumentName(Text argument)
-    {
-        std::string path(argument);
-        const char* name = basename(path.data());
-        return name != nullptr ? name : "(null)";
-    }
-
     Descriptor folder_;
     TextReader& reader_;
 };
 
 bool ReadTotalTicks(TextReader& reader, unsigned long& total)
 {
-    return WithFirstLine(reader, AT_FDCWD, "/proc/stat", [&](Text line) {
-        if (!line.starts_with("cpu")) {
-            return false;
-        }
-        line.remove_prefix(3);
-        total = 0;
-        for (int counter = 0; counter < kProcessorCounters; ++counter) {
-            unsigned long ticks = 0;
-            if (!TakeNumber(line, ticks)) {
-                return false;
-            }
-            total += ticks;
-        }
-        return true;
-    });
+    return WithFirstLine(reader, AT_FDCWD, "/proc/stat", [&](Text line) { return ProcessorTicks(line, total); });
 }
 
 /// What has been added to a counter; one that went backwards has not grown.

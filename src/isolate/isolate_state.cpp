@@ -1,0 +1,63 @@
+#define MERO_SOURCE_NAME "systemd_isolate_state_get"
+#include "isolate/isolate_state.h"
+
+#include "core/core_error.h"
+#include "core/log.h"
+#include "isolate/isolate_files.h"
+
+#include <merocore/file.h>
+#include <merocore/process.h>
+
+#include <string>
+#include <utility>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr int kValueSize = 64; // bytes; longer values are cut
+
+/// A value of the state file. `what` is its name in messages.
+bool Read(const char* path, const char* key, const char* what, std::string& value)
+{
+    char buffer[kValueSize];
+    if (MLIBCFileGetKeyValue(path, key, buffer, sizeof buffer, 0) < 0) {
+        MERO_LOG(LOG_ERR, "Failed to get %s from isolate state file" MERO_CORE_ERROR_FORMAT, what,
+                 MERO_CORE_ERROR_VALUES);
+        return false;
+    }
+    value = buffer;
+    return true;
+}
+
+bool ToNumber(const std::string& text, long& number)
+{
+    try {
+        number = std::stol(text);
+        return true;
+    } catch (const std::exception& exception) {
+        MERO_LOG(LOG_ERR, "Failed to stol, string: [%s], reason: [%s]", text.c_str(), exception.what());
+        return false;
+    }
+}
+
+bool IsAlive(long pid)
+{
+    return std::in_range<int>(pid) && MLIBCProcAlive(static_cast<int>(pid)) == 1;
+}
+
+} // namespace
+
+bool ReadIsolateState(const char* path, IsolateState& state)
+{
+    std::string text;
+    long pid = 0;
+    // A state without its process is an error, deliberately: the machine may be anywhere between two targets.
+    if (!Read(path, kIsolateStatePid, "pid", text) || !ToNumber(text, pid) || !IsAlive(pid) ||
+        !Read(path, kIsolateStateTarget, "target", text)) {
+        return false;
+    }
+    state = {.isolating = true, .target = text};
+    return true;
+}
+
+} // namespace MERO::Systemd

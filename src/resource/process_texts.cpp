@@ -1,0 +1,112 @@
+#include "resource/process_texts.h"
+
+#include <libgen.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace MERO::Systemd {
+namespace {
+
+using Text = std::string_view;
+
+constexpr int kSkippedFields = 13;    // of /proc/<pid>/stat, before utime and stime
+constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user to steal
+
+constexpr Text kBlanks = " \t\v\f\r"; // a number stands in its key's line
+
+Text Trim(Text text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text;
+}
+
+/// Takes an unsigned number off the text, blanks before it not counted.
+bool TakeNumber(Text& text, unsigned long& number)
+{
+    text = Trim(text);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc();
+}
+
+Text TakeLine(Text& text)
+{
+    const std::size_t end = text.find('\n');
+    const Text line = text.substr(0, end);
+    text.remove_prefix(std::min(end, text.size() - 1) + 1);
+    return line;
+}
+
+/// The number behind `key` in a line that begins with it.
+bool NumberOf(Text line, Text key, unsigned long& number)
+{
+    if (!line.starts_with(key)) {
+        return false;
+    }
+    line.remove_prefix(key.size());
+    return TakeNumber(line, number);
+}
+
+} // namespace
+
+std::string ScriptName(std::string_view line)
+{
+    std::string path(line.substr(0, line.find('\0')));
+    const char* name = basename(path.data());
+    return name != nullptr ? name : "(null)";
+}
+
+bool ProcessTicks(std::string_view line, unsigned long& user, unsigned long& system)
+{
+    // Words end at blanks: a blank in the command's name shifts the fields, deliberately.
+    for (int field = 0; field < kSkippedFields; ++field) {
+        line = Trim(line);
+        line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
+    }
+    return TakeNumber(line, user) && TakeNumber(line, system);
+}
+
+bool ProcessorTicks(std::string_view line, unsigned long& total)
+{
+    if (!line.starts_with("cpu")) {
+        return false;
+    }
+    line.remove_prefix(3);
+    total = 0;
+    for (int counter = 0; counter < kProcessorCounters; ++counter) {
+        unsigned long ticks = 0;
+        if (!TakeNumber(line, ticks)) {
+            return false;
+        }
+        total += ticks;
+    }
+    return true;
+}
+
+unsigned long SumOfPss(std::string_view lines)
+{
+    // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
+    unsigned long sum = 0;
+    for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
+        unsigned long value = 0;
+        if ((at == 0 || lines[at - 1] == '\n') && NumberOf(lines.substr(at), "Pss:", value)) {
+            sum += value;
+        }
+    }
+    return sum;
+}
+
+bool IoBytes(std::string_view text, unsigned long& readBytes, unsigned long& writeBytes)
+{
+    bool hasRead = false;
+    bool hasWrite = false;
+    while (!text.empty()) {
+        const Text line = TakeLine(text);
+        hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
+        hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
+    }
+    return hasRead && hasWrite;
+}
+
+} // namespace MERO::Systemd
