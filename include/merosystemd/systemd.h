@@ -7,7 +7,8 @@
 
    Operations return 1 when they succeeded and 0 when they failed. Why is written to syslog ("<file>:<line>
    merosystemd: ..."); the error register of <merocore/error.h> holds the code where one is named below. A null or
-   empty argument is answered with 0 and MLIBC_ERR_INVALID_ARGUMENT (0x0D00), and nothing is run.
+   empty argument is answered with 0 and MLIBC_ERR_INVALID_ARGUMENT (0x0D00), and nothing is run. Where memory is out
+   they fail (MLIBC_ERR_NO_MEMORY, 0x0200, when that ended the operation itself).
 
    Unit names may lack their type: ".service" is meant then. All functions may be called from any thread at any
    time, except that an ordinary user's calls change the process environment (setenv's rules hold). */

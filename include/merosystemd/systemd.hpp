@@ -1,7 +1,8 @@
 /// libmerosystemd: managing systemd's units from the programs of this operating system. The string-object interface.
 ///
 /// <merosystemd/systemd.h> tells what the operations have in common: which manager they talk to, how failures are
-/// told, and what threads may do. Here operations return true when they succeeded.
+/// told, and what threads may do. Here operations return true when they succeeded. No exceptions leave them but those
+/// that are named below, and std::bad_alloc where memory is out; locks, descriptors and children do not stay behind.
 #pragma once
 
 #include <merosystemd/job.hpp>
@@ -29,8 +30,8 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 /// --user is there when the caller is not root and `opts.forceSystem` is false; --no-block when the service control
 /// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
 /// run and `callback` gets (0, no lines).
-/// Throws std::exception when the policy skips the command or systemctl cannot be started (both are logged;
-/// `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback` throws.
+/// Throws std::exception when the policy skips the command, or systemctl cannot be started or its output not be read
+/// (all are logged; `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback` throws.
 bool MEROSystemdSystemctlUltron(const std::string& verb, const MERO::Systemd::SystemctlOpts& opts,
                                 const std::vector<std::string>& units, SystemctlCallback&& callback);
 

@@ -45,9 +45,9 @@ bool Executor::ReadOutput(FILE* stream)
         return false;
     }
     std::string output;
-    ForEachLine(stream, [&](std::string_view line) { output += line; });
+    const bool isWhole = ForEachLine(stream, [&](std::string_view line) { output += line; });
     output_ = std::move(output);
-    return true;
+    return isWhole;
 }
 
 std::string Executor::GetCommandLine() const

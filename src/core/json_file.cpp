@@ -11,6 +11,8 @@
 
 #include <cerrno>
 #include <memory>
+#include <sstream>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
@@ -67,7 +69,12 @@ bool WriteJsonFile(const std::string& path, const std::string& like, const Json:
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     builder["emitUTF8"] = true; // texts stay the bytes that they are
-    const std::string text = Json::writeString(builder, value) + "\n";
+    std::ostringstream stream;
+    stream.exceptions(std::ios::badbit | std::ios::failbit); // without them, a text ends where memory is out
+    const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
+    writer->write(value, &stream);
+    stream << "\n";
+    const std::string text = std::move(stream).str();
 
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
     return file && MakeLike(file.Get(), like) && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;

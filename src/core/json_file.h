@@ -10,7 +10,7 @@ namespace MERO::Systemd {
 bool ReadJsonFile(const std::string& path, Json::Value& value);
 
 /// Makes the file anew with one JSON document, which is on the disk when this returns true. The file must not exist;
-/// its owner and mode are those of the file `like`, if there is one.
+/// its owner and mode are those of the file `like`, if there is one. Throws std::exception where memory is out.
 bool WriteJsonFile(const std::string& path, const std::string& like, const Json::Value& value);
 
 } // namespace MERO::Systemd

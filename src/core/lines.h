@@ -6,9 +6,10 @@
 
 namespace MERO::Systemd {
 
-/// Hands each line of the stream to `take`, with its newline; the last one may lack it. A read error ends the stream.
+/// Hands each line of the stream to `take`, with its newline; the last one may lack it. Whether they were all: false
+/// when the stream could not be read to its end, or memory is out.
 template <typename Take>
-void ForEachLine(FILE* stream, Take&& take)
+bool ForEachLine(FILE* stream, Take&& take)
 {
     struct Buffer {
         ~Buffer() { std::free(text); }
@@ -20,6 +21,7 @@ void ForEachLine(FILE* stream, Take&& take)
     while ((length = getdelim(&line.text, &line.capacity, '\n', stream)) >= 0) {
         take(std::string_view(line.text, static_cast<std::size_t>(length)));
     }
+    return std::feof(stream) != 0;
 }
 
 } // namespace MERO::Systemd

@@ -4,11 +4,9 @@
 
 namespace MERO::Systemd {
 
-std::vector<std::string> ProgramStream::ReadLines()
+bool ProgramStream::ReadLines(std::vector<std::string>& lines)
 {
-    std::vector<std::string> lines;
-    ForEachLine(stream_, [&](std::string_view line) { lines.emplace_back(line); });
-    return lines;
+    return ForEachLine(stream_, [&](std::string_view line) { lines.emplace_back(line); });
 }
 
 } // namespace MERO::Systemd

@@ -25,8 +25,8 @@ public:
     explicit operator bool() const { return stream_ != nullptr; }
     FILE* Get() const { return stream_; }
 
-    /// All lines to the end of the output, each with its newline.
-    std::vector<std::string> ReadLines();
+    /// Appends all lines to the end of the output, each with its newline. False when they could not all be read.
+    bool ReadLines(std::vector<std::string>& lines);
 
     /// Waits for the program. Its wait status, -1 when that is lost.
     int Close() { return MLIBCPclose(std::exchange(stream_, nullptr)); }

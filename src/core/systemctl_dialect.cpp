@@ -2,10 +2,12 @@
 
 #include "core/core_error.h"
 #include "core/log.h"
+#include "core/passing_failure.h"
 
 #include <merocore/file.h>
 
 #include <algorithm>
+#include <exception>
 #include <string_view>
 
 namespace MERO::Systemd {
@@ -35,6 +37,10 @@ SystemctlDialect ConfiguredSystemctlDialect()
     const ErrorKeeper keeper; // most machines have no such file
     char word[64];
     if (MLIBCFileGetKeyValue(kConfiguration, "dialect", word, sizeof word, 0) != 0) {
+        if (MLIBCErrGet() != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
+            MERO_LOG(LOG_ERR, "Failed to read [%s]: %m", kConfiguration);
+            throw std::exception(); // a table that is read in the other dialect seems empty
+        }
         return kClassic;
     }
     const std::string_view dialect = word;

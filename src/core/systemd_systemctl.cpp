@@ -26,7 +26,11 @@ Outcome Run(const SystemctlCommand& command, bool calRunTime)
         MERO_LOG(LOG_ERR, "fail to execute [%s].", command.ToString().c_str());
         throw std::exception();
     }
-    Outcome outcome{0, systemctl.ReadLines()};
+    Outcome outcome{0, {}};
+    if (!systemctl.ReadLines(outcome.lines)) { // half of an answer is none
+        MERO_LOG(LOG_ERR, "fail to read the output of [%s].", command.ToString().c_str());
+        throw std::exception();
+    }
     const int status = systemctl.Close();
     if (calRunTime) {
         const std::chrono::nanoseconds elapsed = std::chrono::steady_clock::now() - begin;

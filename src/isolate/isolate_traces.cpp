@@ -56,6 +56,7 @@ IsolateStateFile::IsolateStateFile(const std::string& target)
     if (!RemoveStateFile(kTemporary) || !SetKey(kIsolateStateTarget, target) ||
         !SetKey(kIsolateStatePid, std::to_string(getpid())) || !MoveIntoPlace()) {
         MERO_LOG(LOG_ERR, "Failed to update isolate state");
+        (void)Remove(kTemporary);
     }
 }
 
@@ -69,6 +70,7 @@ bool NotFinishFlag::Raise()
     stands_ = MLIBCFileTouch(kIsolateNotFinishFlag) == 0;
     if (!stands_) {
         MERO_LOG(LOG_ERR, "Failed to touch isolate flag");
+        (void)Remove(kIsolateNotFinishFlag); // it may be there all the same
     }
     return stands_;
 }

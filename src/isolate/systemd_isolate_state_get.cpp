@@ -1,5 +1,6 @@
 #include "core/core_error.h"
 #include "core/log.h"
+#include "core/no_exceptions.h"
 #include "isolate/isolate_files.h"
 #include "isolate/isolate_state.h"
 
@@ -25,15 +26,17 @@ int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState)
         MERO_LOG(LOG_ERR, "Bad parameter");
         return 0;
     }
-    IsolateState state;
-    if (!MEROSystemdIsolateStateGet(state)) {
-        return 0;
-    }
-    pState->isolating = state.isolating ? 1 : 0;
-    if (MLIBCStrSnprintf(pState->target, sizeof pState->target, "%s", state.target.c_str()) < 0) {
-        MERO_LOG(LOG_ERR, "Failed to snprintf for [%s] " MERO_CORE_ERROR_FORMAT, state.target.c_str(),
-                 MERO_CORE_ERROR_VALUES);
-        return 0;
-    }
-    return 1;
+    return WithoutExceptions(MERO_HERE, [&] {
+        IsolateState state;
+        if (!MEROSystemdIsolateStateGet(state)) {
+            return 0;
+        }
+        pState->isolating = state.isolating ? 1 : 0;
+        if (MLIBCStrSnprintf(pState->target, sizeof pState->target, "%s", state.target.c_str()) < 0) {
+            MERO_LOG(LOG_ERR, "Failed to snprintf for [%s] " MERO_CORE_ERROR_FORMAT, state.target.c_str(),
+                     MERO_CORE_ERROR_VALUES);
+            return 0;
+        }
+        return 1;
+    });
 }

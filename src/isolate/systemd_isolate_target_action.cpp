@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/lock.h"
+#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -23,7 +24,7 @@ bool MEROSystemdIsolateToDefaultTarget()
 
 int MEROCSystemdIsolateToDefaultTarget(void)
 {
-    return MEROSystemdIsolateToDefaultTarget() ? 1 : 0;
+    return WithoutExceptions(MERO_HERE, [&] { return MEROSystemdIsolateToDefaultTarget() ? 1 : 0; });
 }
 
 bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action)

@@ -2,14 +2,17 @@
 #include "resource/slice_cgroup.h"
 
 #include "core/log.h"
+#include "core/passing_failure.h"
 #include "core/text_reader.h"
 #include "resource/process_cgroup.h"
 #include "unit/unit_name.h"
+#include "volume/directory_entries.h"
 
 #include <merocore/file.h>
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <filesystem>
 
 namespace MERO::Systemd {
@@ -29,15 +32,17 @@ std::string FolderOfUnit(const std::string& parent, const std::string& unit)
 /// The folders in a folder. None in one that has vanished: units end at any time.
 std::vector<fs::path> FoldersIn(const fs::path& folder)
 {
-    std::vector<fs::path> folders;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        if (entry->is_directory(error) && !error) {
-            folders.push_back(entry->path());
-        }
+    std::vector<std::string> names; // not by fs::directory_iterator, which ends the process where memory is out
+    if (!DirectoryEntries(folder.string(), names) && errno != ENODEV) {
+        throw fs::filesystem_error("cannot be read", folder, std::error_code(errno, std::generic_category()));
     }
-    if (error && error != std::errc::no_such_file_or_directory && error != std::errc::no_such_device) {
-        throw fs::filesystem_error("cannot be read", folder, error);
+    std::vector<fs::path> folders;
+    for (const std::string& name : names) {
+        fs::path path = folder / name;
+        std::error_code gone;
+        if (fs::is_directory(path, gone)) {
+            folders.push_back(std::move(path));
+        }
     }
     return folders;
 }
@@ -57,6 +62,9 @@ void AddUnits(const fs::path& folder, std::vector<std::string>& units)
 bool HasProcess(const fs::path& folder, TextReader& reader)
 {
     const auto processes = reader.Read(AT_FDCWD, (folder / "cgroup.procs").c_str());
+    if (!processes && IsPassingFailure(errno)) {
+        throw fs::filesystem_error("cannot be read", folder, std::error_code(errno, std::generic_category()));
+    }
     if (processes && !processes->empty()) {
         return true;
     }

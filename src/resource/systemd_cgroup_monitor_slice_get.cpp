@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "core/split.h"
 #include "unit/c_buffer.h"
 #include "unit/unit_name.h"
@@ -26,6 +27,8 @@ int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice)
     if (!MERO_VALID(nullptr != szSlice) || !MERO_VALID(0 < cbSlice)) {
         return 0;
     }
-    std::string slice;
-    return MEROSystemdCgroupMonitorSliceGet(slice) && CopyToBuffer(MERO_HERE, slice, szSlice, cbSlice);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::string slice;
+        return MEROSystemdCgroupMonitorSliceGet(slice) && CopyToBuffer(MERO_HERE, slice, szSlice, cbSlice);
+    });
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>
@@ -12,5 +13,6 @@ bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice)
 
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice)
 {
-    return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupSystemdSliceMove(szSlice);
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupSystemdSliceMove(szSlice); });
 }

@@ -1,3 +1,4 @@
+#include "core/no_exceptions.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>
@@ -15,5 +16,5 @@ bool MEROSystemdRunAsSystemProcess()
 
 int MEROCSystemdRunAsSystemProcess(void)
 {
-    return MEROSystemdRunAsSystemProcess() ? 1 : 0;
+    return WithoutExceptions(MERO_HERE, [&] { return MEROSystemdRunAsSystemProcess() ? 1 : 0; });
 }

@@ -1,27 +1,29 @@
 #include "core/argument_check.h"
+#include "core/core_error.h"
+#include "core/no_exceptions.h"
 #include "unit/c_list.h"
+#include "unit/unit_name.h"
+#include "volume/directory_entries.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.h>
 
-#include <glob.h>
-
-#include <memory>
+#include <algorithm>
+#include <iterator>
 
 using namespace MERO::Systemd;
 
 bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
-    glob_t found{};
-    const std::unique_ptr<glob_t, decltype(&globfree)> owner(&found, globfree);
-    if (glob("/sys/fs/cgroup/meromonitor/*.slice", GLOB_NOSORT, nullptr, &found) != 0) {
+    const ErrorKeeper keeper; // "none" is an answer
+    std::vector<std::string> names; // not by glob(), which frees names twice where memory is out
+    if (!DirectoryEntries("/sys/fs/cgroup/meromonitor/", names)) {
         return false;
     }
-    for (std::size_t i = 0; i < found.gl_pathc; ++i) {
-        const std::string path = found.gl_pathv[i];
-        slices.push_back(path.substr(path.rfind('/') + 1));
-    }
-    return true;
+    const auto before = slices.size();
+    std::copy_if(names.begin(), names.end(), std::back_inserter(slices),
+                 [](const std::string& name) { return !name.starts_with('.') && UnitTypeGet(name) == "slice"; });
+    return slices.size() > before;
 }
 
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices)
@@ -29,6 +31,8 @@ int MEROCSystemdSliceList(MLIBCSzList** ppListSlices)
     if (!MERO_VALID(nullptr != ppListSlices) || !MERO_VALID(nullptr != *ppListSlices)) {
         return 0;
     }
-    std::vector<std::string> slices;
-    return MEROSystemdSliceList(slices) && PushToList(slices, ppListSlices);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::vector<std::string> slices;
+        return MEROSystemdSliceList(slices) && PushToList(slices, ppListSlices);
+    });
 }

@@ -3,9 +3,8 @@
 #include "core/split.h"
 #include "unit/job_string_map.h"
 
-#include <boost/format.hpp>
-
 #include <charconv>
+#include <new>
 #include <stdexcept>
 
 namespace MERO::Systemd {
@@ -32,7 +31,10 @@ void TranslateWord(const Words& words, const std::string& word, Value& value)
 bool JobInfoParse(const std::string& line, JobInfo& info)
 {
     std::vector<std::string> fields;
-    if (!Split(line, fields, " ") || fields.size() != 4) {
+    if (!Split(line, fields, " ")) {
+        throw std::bad_alloc(); // another thing than a line that is no job's
+    }
+    if (fields.size() != 4) {
         return false;
     }
     info.id = ParseId(fields[0]);
@@ -44,9 +46,8 @@ bool JobInfoParse(const std::string& line, JobInfo& info)
 
 std::string JobInfo::ToString() const
 {
-    return (boost::format("%1% %2% %3% %4%") % id % unit % jobStringMap.types.left.at(type) %
-            jobStringMap.states.left.at(state))
-        .str();
+    return std::to_string(id) + " " + unit + " " + jobStringMap.types.left.at(type) + " " +
+           jobStringMap.states.left.at(state);
 }
 
 } // namespace MERO::Systemd

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/status_words.h"
 
 #include <merosystemd/systemd.hpp>
@@ -36,10 +37,12 @@ int MEROSystemdActiveStatusGetSystem(const std::string& strUnit)
 
 int MEROCSystemdActiveStatusGet(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGet(szUnit) : -1;
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGet(szUnit) : -1; }, -1);
 }
 
 int MEROCSystemdActiveStatusGetSystem(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGetSystem(szUnit) : -1;
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGetSystem(szUnit) : -1; }, -1);
 }

@@ -1,5 +1,6 @@
 #include "core/join.h"
 #include "core/log.h"
+#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -36,5 +37,5 @@ bool MEROSystemdDaemonReload()
 
 int MEROCSystemdDaemonReload(void)
 {
-    return MEROSystemdDaemonReload() ? 1 : 0;
+    return WithoutExceptions(MERO_HERE, [&] { return MEROSystemdDaemonReload() ? 1 : 0; });
 }

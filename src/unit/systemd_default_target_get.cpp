@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/join.h"
+#include "core/no_exceptions.h"
 #include "unit/c_buffer.h"
 
 #include <merosystemd/systemd.hpp>
@@ -36,7 +37,9 @@ int MEROCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget)
     if (!MERO_VALID(nullptr != szDefaultTarget) || !MERO_VALID(0 < cbDefaultTarget)) {
         return 0;
     }
-    std::string defaultTarget;
-    return MEROSystemdDefaultTargetGet(defaultTarget) &&
-           CopyToBuffer(MERO_HERE, defaultTarget, szDefaultTarget, cbDefaultTarget);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::string defaultTarget;
+        return MEROSystemdDefaultTargetGet(defaultTarget) &&
+               CopyToBuffer(MERO_HERE, defaultTarget, szDefaultTarget, cbDefaultTarget);
+    });
 }

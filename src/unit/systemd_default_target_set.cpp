@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/join.h"
+#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -34,5 +35,7 @@ bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget)
 
 int MEROCSystemdDefaultTargetSet(const char* szDefaultTarget)
 {
-    return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSet(szDefaultTarget);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSet(szDefaultTarget);
+    });
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/offline.h"
 
 #include <merosystemd/systemd.hpp>
@@ -10,5 +11,7 @@ bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget)
 
 int MEROCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget)
 {
-    return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSetInGenerator(szDefaultTarget);
+    return MERO::Systemd::WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSetInGenerator(szDefaultTarget);
+    });
 }

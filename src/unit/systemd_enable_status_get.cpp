@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/enable_status.h"
 #include "unit/status_words.h"
 
@@ -56,10 +57,12 @@ int MEROSystemdEnableStatusGetSystem(const std::string& strUnit)
 
 int MEROCSystemdEnableStatusGet(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGet(szUnit) : -1;
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGet(szUnit) : -1; }, -1);
 }
 
 int MEROCSystemdEnableStatusGetSystem(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetSystem(szUnit) : -1;
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetSystem(szUnit) : -1; }, -1);
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/enable_status.h"
 #include "unit/offline.h"
 
@@ -14,5 +15,7 @@ int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit)
 
 int MEROCSystemdEnableStatusGetInGenerator(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetInGenerator(szUnit) : -1;
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetInGenerator(szUnit) : -1;
+    }, -1);
 }

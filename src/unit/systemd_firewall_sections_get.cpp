@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "core/split.h"
 #include "unit/c_list.h"
 #include "unit/metadata_key.h"
@@ -19,6 +20,8 @@ int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewall
         !MERO_VALID(nullptr != *ppFirewallSections)) {
         return 0;
     }
-    std::vector<std::string> sections;
-    return MEROSystemdFirewallSectionsGet(szUnit, sections) && PushToList(sections, ppFirewallSections);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::vector<std::string> sections;
+        return MEROSystemdFirewallSectionsGet(szUnit, sections) && PushToList(sections, ppFirewallSections);
+    });
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -12,6 +13,8 @@ bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnab
 
 int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) &&
-           MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) &&
+               MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
+    });
 }

@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/error_codes.h"
+#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -19,5 +20,6 @@ bool MEROSystemdIsJobEnqueued(const std::string& strUnit)
 
 int MEROCSystemdIsJobEnqueued(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) && MEROSystemdIsJobEnqueued(szUnit);
+    return MERO::Systemd::WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) && MEROSystemdIsJobEnqueued(szUnit); });
 }

@@ -1,5 +1,6 @@
 #include "core/argument_check.h"
 #include "core/core_error.h"
+#include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
 #include <merocore/support.h>
@@ -20,6 +21,8 @@ bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support)
 
 int MEROCSystemdIsSupportGet(const char* szUnit, bool* pblSupport)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblSupport) &&
-           MEROSystemdIsSupportGet(szUnit, *pblSupport);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblSupport) &&
+               MEROSystemdIsSupportGet(szUnit, *pblSupport);
+    });
 }

@@ -27,7 +27,10 @@ bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& st
                 }
                 for (const std::string& line : lines) {
                     std::vector<std::string> fields;
-                    if (Split(dialect.Row(line), fields, " ") && fields.size() == dialect.unitFileColumns) {
+                    if (!Split(dialect.Row(line), fields, " ")) {
+                        throw std::bad_alloc();
+                    }
+                    if (fields.size() == dialect.unitFileColumns) {
                         units.push_back(fields.front());
                     }
                 }

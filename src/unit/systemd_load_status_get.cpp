@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/status_words.h"
 
 #include <merosystemd/systemd.hpp>
@@ -26,5 +27,6 @@ int MEROSystemdLoadStatusGet(const std::string& strUnit)
 
 int MEROCSystemdLoadStatusGet(const char* szUnit)
 {
-    return MERO_VALID(nullptr != szUnit) ? MEROSystemdLoadStatusGet(szUnit) : -1;
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdLoadStatusGet(szUnit) : -1; }, -1);
 }

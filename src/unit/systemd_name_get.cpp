@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/c_buffer.h"
 #include "unit/metadata_key.h"
 
@@ -21,6 +22,8 @@ int MEROCSystemdNameGet(const char* szUnit, char* szName, int cbName)
     if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szName) || !MERO_VALID(0 < cbName)) {
         return 0;
     }
-    std::string name;
-    return MEROSystemdNameGet(szUnit, name) && CopyToBuffer(MERO_HERE, name, szName, cbName);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::string name;
+        return MEROSystemdNameGet(szUnit, name) && CopyToBuffer(MERO_HERE, name, szName, cbName);
+    });
 }

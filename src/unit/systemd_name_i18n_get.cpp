@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/c_buffer.h"
 #include "unit/metadata_key.h"
 
@@ -24,6 +25,8 @@ int MEROCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, int cbNameI18n
     if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szNameI18n) || !MERO_VALID(0 < cbNameI18n)) {
         return 0;
     }
-    std::string nameI18n;
-    return MEROSystemdNameI18nGet(szUnit, nameI18n) && CopyToBuffer(MERO_HERE, nameI18n, szNameI18n, cbNameI18n);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::string nameI18n;
+        return MEROSystemdNameI18nGet(szUnit, nameI18n) && CopyToBuffer(MERO_HERE, nameI18n, szNameI18n, cbNameI18n);
+    });
 }

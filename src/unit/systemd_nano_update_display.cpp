@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -13,6 +14,8 @@ bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display)
 
 int MEROCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
-           MEROSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
+               MEROSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
+    });
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/c_list.h"
 #include "unit/unit_name.h"
 
@@ -23,6 +24,8 @@ int MEROCSystemdServiceList(MLIBCSzList** ppListServices)
     if (!MERO_VALID(nullptr != ppListServices) || !MERO_VALID(nullptr != *ppListServices)) {
         return 0;
     }
-    std::vector<std::string> services;
-    return MEROSystemdServiceList(services) && PushToList(services, ppListServices);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::vector<std::string> services;
+        return MEROSystemdServiceList(services) && PushToList(services, ppListServices);
+    });
 }

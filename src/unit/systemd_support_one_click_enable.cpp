@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -13,6 +14,8 @@ bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneCl
 // C callers get the default-enable answer, deliberately: they have always had it.
 int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&
-           MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&
+               MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable);
+    });
 }

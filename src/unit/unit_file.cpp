@@ -5,6 +5,7 @@
 #include "core/file_name.h"
 #include "core/log.h"
 #include "core/make_directory.h"
+#include "core/passing_failure.h"
 #include "unit/unit_name.h"
 
 #include <merocore/file.h>
@@ -71,6 +72,7 @@ std::string UnitPathGet(const std::string& unit)
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
     std::string found;
+    int failure = 0;
     // Reading tells by itself whether the file is there: only when it fails, and not for that reason, is that asked.
     FirstUnitPath(unit, [&](const char* path) {
         const ErrorKeeper keeper; // a key that is missing is no error
@@ -79,8 +81,17 @@ std::string UnitSectionKeyGet(const std::string& unit, const std::string& sectio
             found = value;
             return true;
         }
+        if (MLIBCErrGet() != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
+            failure = MLIBCErrGet();
+            return true;
+        }
         return MLIBCErrGet() == MLIBC_ERR_NOT_FOUND || (errno != ENOENT && IsThere(path));
     });
+    if (failure != 0) {
+        const SourceLine here = MERO_HERE;
+        MLIBCErrSetEx(failure, here.file, here.line);
+        throw std::runtime_error("Unit cannot be read [" + unit + "]");
+    }
     return found;
 }
 
@@ -105,7 +116,7 @@ bool AddUnitSection(const std::string& directory, const std::string& fileName, c
     for (const auto& [key, value] : values) {
         if (MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
             MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashSetValue to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
-                     MERO_CORE_ERROR_VALUES);
+                     MERO_CORE_ERROR_VALUES); // and what can be set is written, deliberately
         }
     }
     if (MLIBCFileAddSection(path.c_str(), section.c_str(), hash.get(), 0) < 0) {

@@ -10,7 +10,7 @@ namespace MERO::Systemd {
 std::string UnitPathGet(const std::string& unit);
 
 /// The value of a key in the unit's file, cut to 1023 bytes; empty when section, key or value are missing or the
-/// file cannot be read. Throws as UnitPathGet.
+/// file is none that can be read. Throws as UnitPathGet, and when descriptors or memory are out or the disk fails.
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key);
 
 /// The value of a key in section X-Tarvix; an instance's keys are read from its template. Throws as UnitPathGet.

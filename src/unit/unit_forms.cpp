@@ -4,6 +4,7 @@
 #include "unit/c_list.h"
 
 #include <exception>
+#include <new>
 
 namespace MERO::Systemd {
 
@@ -34,11 +35,15 @@ int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pLis
     if (!MERO_VALID_AT(where, nullptr != pListUnits)) {
         return 0;
     }
-    std::vector<std::string> failed;
-    if (operation(FromList(pListUnits), failed)) {
-        return 1;
+    try {
+        std::vector<std::string> failed;
+        if (operation(FromList(pListUnits), failed)) {
+            return 1;
+        }
+        PushFailedUnits(failed, ppListFailed);
+    } catch (const std::bad_alloc& error) { // a null item's exception goes on to the caller
+        Log(LOG_ERR, where, "Failed on a list of units: %s", error.what());
     }
-    PushFailedUnits(failed, ppListFailed);
     return 0;
 }
 

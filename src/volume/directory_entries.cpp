@@ -23,21 +23,19 @@ struct CloseDirectory {
 bool DirectoryEntries(const std::string& directory, std::vector<std::string>& names)
 {
     const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory.c_str()));
-    if (stream == nullptr) {
-        if (errno == ENOENT) {
-            return true;
-        }
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_OPEN_DIRECTORY, here.file, here.line);
-        return false;
-    }
-    while (const dirent* entry = readdir(stream.get())) {
+    const dirent* entry = nullptr;
+    while (stream != nullptr && (errno = 0, entry = readdir(stream.get())) != nullptr) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
             names.emplace_back(name);
         }
     }
-    return true;
+    if (errno == 0 || errno == ENOENT) { // the latter, too, when it was removed meanwhile
+        return true;
+    }
+    const SourceLine here = MERO_HERE;
+    MLIBCErrSetEx(MLIBC_ERR_OPEN_DIRECTORY, here.file, here.line);
+    return false;
 }
 
 } // namespace MERO::Systemd

@@ -2,6 +2,7 @@
 
 #include "core/argument_check.h"
 #include "core/failed_units.h"
+#include "core/no_exceptions.h"
 #include "unit/c_list.h"
 
 #include <exception>
@@ -42,7 +43,7 @@ int RunCReasonForm(SourceLine where, ReasonOperation* listForm, const char* szRe
     if (!MERO_VALID_AT(where, nullptr != szReason) || !MERO_VALID_AT(where, nullptr != szService)) {
         return 0;
     }
-    return RunReasonForm(where, listForm, szReason, szService) ? 1 : 0;
+    return WithoutExceptions(where, [&] { return RunReasonForm(where, listForm, szReason, szService); });
 }
 
 int RunCReasonGroupForm(SourceLine where, ReasonOperation* listForm, const char* szReason,

@@ -10,7 +10,6 @@
 
 #include <merosystemd/systemd.hpp>
 
-#include <glob.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,16 +19,6 @@ namespace MERO::Systemd {
 namespace {
 
 constexpr const char* kRoot = "/run/merosystemd/reasons/";
-
-/// A text that glob takes as it stands.
-std::string Literal(const std::string& text)
-{
-    std::string escaped;
-    for (char c : text) {
-        escaped.append(c == '*' || c == '?' || c == '[' || c == '\\' ? "\\" : "").push_back(c);
-    }
-    return escaped;
-}
 
 /// Returns `allowed`; sets the error register when it is false.
 bool Allow(bool allowed)
@@ -56,10 +45,12 @@ bool CanHaveReasons(const std::string& service)
 
 bool CheckServiceHasReason(const std::string& service)
 {
-    glob_t found{};
-    const int result = glob((Literal(ReasonDirectory(service)) + "/*").c_str(), GLOB_NOSORT, nullptr, &found);
-    globfree(&found);
-    return result != GLOB_NOMATCH; // a folder that cannot be read counts as one with reasons, deliberately
+    const ErrorKeeper keeper; // "no" is an answer
+    std::vector<std::string> reasons; // not by glob(), which frees names twice where memory is out
+    if (!DirectoryEntries(ReasonDirectory(service), reasons)) {
+        return errno != ENOTDIR; // a folder that cannot be read counts as one with reasons, deliberately
+    }
+    return std::any_of(reasons.begin(), reasons.end(), [](const std::string& name) { return !name.starts_with('.'); });
 }
 
 bool ListServicesWithReason(std::vector<std::string>& services)

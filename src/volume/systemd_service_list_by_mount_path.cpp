@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/c_list.h"
 #include "volume/mount_users.h"
 
@@ -24,6 +25,8 @@ int MEROCSystemdServiceListByMntPath(const char* szMntPath, MLIBCSzList** ppList
         !MERO_VALID(nullptr != *ppListServices)) {
         return 0;
     }
-    std::vector<std::string> services;
-    return MEROSystemdServiceListByMntPath(szMntPath, services) && PushToList(services, ppListServices);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::vector<std::string> services;
+        return MEROSystemdServiceListByMntPath(szMntPath, services) && PushToList(services, ppListServices);
+    });
 }

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/c_list.h"
 #include "volume/directory_entries.h"
 #include "volume/reason_store.h"
@@ -19,6 +20,8 @@ int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListRea
         !MERO_VALID(nullptr != *ppListReasons)) {
         return 0;
     }
-    std::vector<std::string> reasons;
-    return MEROSystemdServiceReasonList(szService, reasons) && PushToList(reasons, ppListReasons);
+    return WithoutExceptions(MERO_HERE, [&] {
+        std::vector<std::string> reasons;
+        return MEROSystemdServiceReasonList(szService, reasons) && PushToList(reasons, ppListReasons);
+    });
 }

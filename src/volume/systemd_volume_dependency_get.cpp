@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -30,6 +31,8 @@ bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOL
 
 int MEROCSystemdVolumeDependencyGet(const char* szUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY* pDependency)
 {
-    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pDependency) &&
-           MEROSystemdVolumeDependencyGet(szUnit, *pDependency);
+    return WithoutExceptions(MERO_HERE, [&] {
+        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pDependency) &&
+               MEROSystemdVolumeDependencyGet(szUnit, *pDependency);
+    });
 }

@@ -1,13 +1,16 @@
 #include "core/argument_check.h"
 #include "core/core_error.h"
 #include "core/file_name.h"
+#include "core/no_exceptions.h"
 #include "unit/unit_name.h"
+#include "volume/directory_entries.h"
 #include "volume/volume_register.h"
 
 #include <merocore/file.h>
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 using namespace MERO::Systemd;
@@ -34,7 +37,7 @@ using Operation = bool(const std::string& owner, const std::string& strVolume);
 
 int RunCForm(Operation* operation, const char* owner, const char* szVolume)
 {
-    return MERO_VALID(nullptr != szVolume) && operation(owner, szVolume);
+    return WithoutExceptions(MERO_HERE, [&] { return MERO_VALID(nullptr != szVolume) && operation(owner, szVolume); });
 }
 
 } // namespace
@@ -85,9 +88,13 @@ bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const st
 
 bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::vector<std::string>& packages)
 {
-    // A folder that cannot be opened throws.
-    for (const auto& entry : std::filesystem::directory_iterator(kPackagesDirectory)) {
-        const std::string package = entry.path().filename().string();
+    // Not by fs::directory_iterator, which ends the process where memory is out.
+    std::vector<std::string> entries;
+    if (!DirectoryEntries(kPackagesDirectory, entries) || !std::filesystem::exists(kPackagesDirectory)) {
+        throw std::filesystem::filesystem_error("cannot open directory", kPackagesDirectory,
+                                                std::error_code(errno, std::generic_category()));
+    }
+    for (const std::string& package : entries) {
         const std::string path = PackageRegisterDirectory(package) + kPackageRegister;
         std::vector<std::string> registered;
         if (!ReadVolumes(path, registered)) {

@@ -7,6 +7,7 @@
 #include "core/lock.h"
 #include "core/log.h"
 #include "core/make_directory.h"
+#include "core/no_exceptions.h"
 
 #include <merocore/file.h>
 
@@ -84,55 +85,61 @@ bool WriteRegister(const std::string& directory, const std::string& fileName, co
 
 bool AddVolume(const std::string& directory, const std::string& fileName, const std::string& volume)
 {
-    FileLock lock(kLock, true, 0);
-    if (!Acquire(lock)) {
-        return false;
-    }
-    if (MakeDirectory(directory) < 0) {
-        MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
-        return false;
-    }
-    Json::Value array;
-    if (!ReadRegister(directory + fileName, array)) {
-        return false;
-    }
-    const Json::Value element(volume);
-    if (std::find(array.begin(), array.end(), element) != array.end()) {
-        return true;
-    }
-    array.append(element);
-    return WriteRegister(directory, fileName, array);
+    return WithoutExceptions(MERO_HERE, [&] {
+        FileLock lock(kLock, true, 0);
+        if (!Acquire(lock)) {
+            return false;
+        }
+        if (MakeDirectory(directory) < 0) {
+            MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
+            return false;
+        }
+        Json::Value array;
+        if (!ReadRegister(directory + fileName, array)) {
+            return false;
+        }
+        const Json::Value element(volume);
+        if (std::find(array.begin(), array.end(), element) != array.end()) {
+            return true;
+        }
+        array.append(element);
+        return WriteRegister(directory, fileName, array);
+    });
 }
 
 bool RemoveVolume(const std::string& directory, const std::string& fileName, const std::string& volume)
 {
-    FileLock lock(kLock, true, 0);
-    Json::Value array;
-    if (!Acquire(lock) || !ReadRegister(directory + fileName, array)) {
-        return false;
-    }
-    const Json::Value element(volume);
-    Json::Value kept(Json::arrayValue);
-    for (const Json::Value& other : array) {
-        if (other != element) {
-            kept.append(other);
+    return WithoutExceptions(MERO_HERE, [&] {
+        FileLock lock(kLock, true, 0);
+        Json::Value array;
+        if (!Acquire(lock) || !ReadRegister(directory + fileName, array)) {
+            return false;
         }
-    }
-    return WriteRegister(directory, fileName, kept);
+        const Json::Value element(volume);
+        Json::Value kept(Json::arrayValue);
+        for (const Json::Value& other : array) {
+            if (other != element) {
+                kept.append(other);
+            }
+        }
+        return WriteRegister(directory, fileName, kept);
+    });
 }
 
 bool ReadVolumes(const std::string& path, std::vector<std::string>& volumes)
 {
-    Json::Value array;
-    if (!ReadRegister(path, array)) {
-        return false;
-    }
-    for (const Json::Value& element : array) {
-        if (element.isString()) {
-            volumes.push_back(element.asString());
+    return WithoutExceptions(MERO_HERE, [&] {
+        Json::Value array;
+        if (!ReadRegister(path, array)) {
+            return false;
         }
-    }
-    return true;
+        for (const Json::Value& element : array) {
+            if (element.isString()) {
+                volumes.push_back(element.asString());
+            }
+        }
+        return true;
+    });
 }
 
 bool IsAnyVolumeRegistered(const std::string& path, const std::vector<std::string>& volumes)

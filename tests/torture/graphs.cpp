@@ -1,6 +1,6 @@
 /// Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
 /// those that require them along, and the former run again.
-#include "torture.h"
+#include "long_run.h"
 
 #include <merosystemd/systemd.hpp>
 

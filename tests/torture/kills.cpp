@@ -1,6 +1,6 @@
 /// Callers are killed at random moments. Afterwards what the library owns is whole, no lock is held, and the next
 /// caller succeeds.
-#include "torture.h"
+#include "long_run.h"
 
 #include <merosystemd/systemd.hpp>
 

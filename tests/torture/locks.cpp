@@ -1,5 +1,5 @@
 /// The locks between processes: one holder at a time, free when the holder is gone, not kept by what it has started.
-#include "torture.h"
+#include "long_run.h"
 
 #include "core/executor.h"
 #include "core/lock.h"

@@ -1,5 +1,5 @@
 /// Processes are born and die while others are looked for, and faster than a slice is killed.
-#include "torture.h"
+#include "long_run.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>

@@ -1,5 +1,5 @@
 /// Mixed operations for a long time: the caller ends with what it began with.
-#include "torture.h"
+#include "long_run.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
