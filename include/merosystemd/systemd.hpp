@@ -27,6 +27,8 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
 ///
+/// `--` stands before the units when one of them begins with "-", unless `opts.cmdOpts` is null: without options
+/// apart, these may stand among the units.
 /// --user is there when the caller is not root and `opts.forceSystem` is false; --no-block when the service control
 /// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
 /// run and `callback` gets (0, no lines).

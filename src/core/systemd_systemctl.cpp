@@ -61,7 +61,7 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
     const PolicyVerdict verdict = AskServiceControlPolicy(verb, units);
     if (verdict.action == PolicyVerdict::Action::Skip) {
         MERO_LOG(LOG_INFO, "unit is in job list: [%s]", verdict.job.ToString().c_str());
-        command.AddUnits(units);
+        command.Add(units);
         MERO_LOG(LOG_INFO, "Skip execute by service control policy: [%s]", command.ToString().c_str());
         throw std::exception();
     }
@@ -69,12 +69,16 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
         command.Add("--no-block");
     }
 
+    // A caller that gives no options apart may have them among the units.
+    const auto addUnits = [&](const std::vector<std::string>& kept) {
+        opts.cmdOpts != nullptr ? command.AddUnits(kept) : command.Add(kept);
+    };
     const bool leavesOutStopping = verb == "try-restart" || verb == "reload";
     const std::vector<std::string> kept = leavesOutStopping ? WithoutStoppingUnits(units) : std::vector<std::string>();
     if (leavesOutStopping && kept.empty()) {
         return callback(0, {});
     }
-    command.AddUnits(leavesOutStopping ? kept : units);
+    addUnits(leavesOutStopping ? kept : units);
 
     const Outcome outcome = Run(command, opts.calRunTime);
     return callback(outcome.exitCode, outcome.lines);

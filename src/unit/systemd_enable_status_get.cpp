@@ -19,6 +19,8 @@ constexpr StatusWord kEnableStatus[] = {
     {"linked", MERO_SYSTEMD_ENABLE_STATUS_LINKED},         {"linked-runtime", MERO_SYSTEMD_ENABLE_STATUS_LINKED},
 };
 
+const std::vector<std::string> kNoOptions; // said, so that a name is never taken for one
+
 } // namespace
 
 int MERO::Systemd::_MEROSystemdEnableStatusGet(const SystemctlOpts& opts, const std::string& strUnit)
@@ -42,7 +44,7 @@ int MERO::Systemd::_MEROSystemdEnableStatusGet(const SystemctlOpts& opts, const 
 
 int MEROSystemdEnableStatusGet(const std::string& strUnit)
 {
-    return _MEROSystemdEnableStatusGet(SystemctlOpts(), strUnit);
+    return _MEROSystemdEnableStatusGet(SystemctlOptsBuilder().SetCmdOpts(&kNoOptions).Build(), strUnit);
 }
 
 int MEROSystemdEnableStatusGetWithOptions(const std::vector<std::string>& options, const std::string& strUnit)
@@ -52,7 +54,8 @@ int MEROSystemdEnableStatusGetWithOptions(const std::vector<std::string>& option
 
 int MEROSystemdEnableStatusGetSystem(const std::string& strUnit)
 {
-    return _MEROSystemdEnableStatusGet(SystemctlOptsBuilder().SetForceSystem(true).Build(), strUnit);
+    return _MEROSystemdEnableStatusGet(SystemctlOptsBuilder().SetCmdOpts(&kNoOptions).SetForceSystem(true).Build(),
+                                       strUnit);
 }
 
 int MEROCSystemdEnableStatusGet(const char* szUnit)

@@ -17,7 +17,7 @@ bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vect
     MERO_LOG(LOG_INFO, "[%s] doing reset-failed ...", units.c_str());
     try {
         return MEROSystemdSystemctl(
-            "reset-failed", vecUnits, [&](int exitCode, const std::vector<std::string>& lines) {
+            "reset-failed", {}, vecUnits, [&](int exitCode, const std::vector<std::string>& lines) {
                 if (exitCode == 0) {
                     MERO_LOG(LOG_INFO, "[%s] reset-failed done.", units.c_str());
                     return true;
