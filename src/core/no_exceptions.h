@@ -5,6 +5,7 @@
 #include <merocore/error.h>
 
 #include <exception>
+#include <new>
 
 namespace MERO::Systemd {
 
@@ -15,11 +16,13 @@ int WithoutExceptions(SourceLine where, Body&& body, int failure = 0)
 {
     try {
         return body();
-    } catch (const std::exception& error) {
+    } catch (const std::bad_alloc& error) {
         MLIBCErrSetEx(MLIBC_ERR_NO_MEMORY, where.file, where.line);
-        Log(LOG_ERR, where, "Failed on an exception: %s", error.what());
-        return failure;
+        MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", error.what());
+    } catch (const std::exception& error) {
+        MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", error.what());
     }
+    return failure;
 }
 
 } // namespace MERO::Systemd

@@ -1,12 +1,12 @@
 #define MERO_SOURCE_NAME "systemd_kill_slice"
 #include "resource/slice_cgroup.h"
 
+#include "core/directory_entries.h"
 #include "core/log.h"
 #include "core/passing_failure.h"
 #include "core/text_reader.h"
 #include "resource/process_cgroup.h"
 #include "unit/unit_name.h"
-#include "volume/directory_entries.h"
 
 #include <merocore/file.h>
 

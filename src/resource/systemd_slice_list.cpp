@@ -1,9 +1,9 @@
 #include "core/argument_check.h"
 #include "core/core_error.h"
+#include "core/directory_entries.h"
 #include "core/no_exceptions.h"
 #include "unit/c_list.h"
 #include "unit/unit_name.h"
-#include "volume/directory_entries.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.h>

@@ -42,7 +42,7 @@ int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pLis
         }
         PushFailedUnits(failed, ppListFailed);
     } catch (const std::bad_alloc& error) { // a null item's exception goes on to the caller
-        Log(LOG_ERR, where, "Failed on a list of units: %s", error.what());
+        MERO_LOG_AT(where, LOG_ERR, "Failed on a list of units: %s", error.what());
     }
     return 0;
 }

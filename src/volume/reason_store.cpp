@@ -2,11 +2,11 @@
 #include "volume/reason_store.h"
 
 #include "core/core_error.h"
+#include "core/directory_entries.h"
 #include "core/file_name.h"
 #include "core/log.h"
 #include "core/make_directory.h"
 #include "unit/unit_name.h"
-#include "volume/directory_entries.h"
 
 #include <merosystemd/systemd.hpp>
 

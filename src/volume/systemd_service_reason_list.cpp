@@ -1,7 +1,7 @@
 #include "core/argument_check.h"
+#include "core/directory_entries.h"
 #include "core/no_exceptions.h"
 #include "unit/c_list.h"
-#include "volume/directory_entries.h"
 #include "volume/reason_store.h"
 
 #include <merosystemd/systemd.hpp>

@@ -1,6 +1,6 @@
 #include "core/core_error.h"
+#include "core/directory_entries.h"
 #include "core/log.h"
-#include "volume/directory_entries.h"
 #include "volume/volume_register.h"
 
 #include <merosystemd/systemd.hpp>

@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
-#include "volume/directory_entries.h"
+#include "core/directory_entries.h"
 
 #include "core/log.h"
 
