@@ -3,6 +3,8 @@
 
 #include <fcntl.h>
 
+#include <memory>
+
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;
 
@@ -17,10 +19,14 @@ MERO_FUZZ_TARGET(text_reader)
     file.Put(text);
     TextReader reader;
     std::string together;
-    MERO_REQUIRE(reader.ReadLines(AT_FDCWD, file.Path(), [&](std::string_view lines) {
+    const auto take = [&](std::string_view lines) {
         together += lines;
         MERO_REQUIRE(!lines.empty() && (lines.ends_with('\n') || together.size() == text.size()));
         return true;
-    }));
-    MERO_REQUIRE(together == text && reader.Read(AT_FDCWD, file.Path()) == text);
+    };
+    MERO_REQUIRE(reader.ReadLines(AT_FDCWD, file.Path(), take) && together == text);
+    together.clear();
+    const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.Path(), "re"), std::fclose);
+    MERO_REQUIRE(stream != nullptr && reader.ReadLines(stream.get(), take) && together == text);
+    MERO_REQUIRE(reader.Read(AT_FDCWD, file.Path()) == text);
 }

@@ -1,8 +1,8 @@
 #include "core/executor.h"
 
-#include "core/lines.h"
 #include "core/log.h"
 #include "core/program_stream.h"
+#include "core/text_reader.h"
 
 namespace MERO::Systemd {
 
@@ -45,7 +45,10 @@ bool Executor::ReadOutput(FILE* stream)
         return false;
     }
     std::string output;
-    (void)ForEachLine(stream, [&](std::string_view line) { output += line; }); // what there is, is the output
+    (void)TextReader().ReadLines(stream, [&](std::string_view lines) { // what there is, is the output
+        output += lines;
+        return true;
+    });
     output_ = std::move(output);
     return true;
 }

@@ -1,12 +1,21 @@
 #include "core/program_stream.h"
 
-#include "core/lines.h"
+#include "core/text_reader.h"
+
+#include <algorithm>
 
 namespace MERO::Systemd {
 
 bool ProgramStream::ReadLines(std::vector<std::string>& lines)
 {
-    return ForEachLine(stream_, [&](std::string_view line) { lines.emplace_back(line); });
+    return TextReader().ReadLines(stream_, [&](std::string_view text) {
+        while (!text.empty()) {
+            const std::size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
+            lines.emplace_back(text.substr(0, size));
+            text.remove_prefix(size);
+        }
+        return true;
+    });
 }
 
 } // namespace MERO::Systemd

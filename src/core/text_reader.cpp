@@ -8,8 +8,11 @@
 
 namespace MERO::Systemd {
 
-void TextReader::Grow(std::size_t filled)
+void TextReader::MakeRoom(std::size_t filled)
 {
+    if (filled < capacity_) {
+        return;
+    }
     auto larger = std::make_unique_for_overwrite<char[]>(2 * capacity_);
     std::memcpy(larger.get(), buffer_.get(), filled);
     buffer_ = std::move(larger);
@@ -24,15 +27,23 @@ Descriptor TextReader::Open(int directory, const char* path)
 /// Reads behind what is filled; makes room before.
 ssize_t TextReader::ReadSome(int file, std::size_t filled)
 {
-    if (filled == capacity_) {
-        Grow(filled);
-    }
+    MakeRoom(filled);
     for (;;) {
         const ssize_t count = read(file, buffer_.get() + filled, capacity_ - filled);
         if (count >= 0 || errno != EINTR) {
             return count;
         }
     }
+}
+
+ssize_t TextReader::ReadSome(FILE* stream, std::size_t filled)
+{
+    if (std::ferror(stream) != 0) { // the last piece was cut short by it
+        return -1;
+    }
+    MakeRoom(filled);
+    const std::size_t count = std::fread(buffer_.get() + filled, 1, capacity_ - filled, stream);
+    return count == 0 && std::ferror(stream) != 0 ? -1 : static_cast<ssize_t>(count);
 }
 
 std::optional<std::string_view> TextReader::Read(int directory, const char* path)
