@@ -21,12 +21,13 @@ void MLIBCErrSetEx(int code, const char* file, int line)
     const char* name = slash != nullptr ? slash + 1 : path;
     const char* dot = std::strrchr(name, '.');
     const std::size_t length = dot != nullptr ? static_cast<std::size_t>(dot - name) : std::strlen(name);
-    const std::size_t kept = length < sizeof lastError.file ? length : sizeof lastError.file - 1;
+    Register& last = lastError; // each mention of it is a call
+    const std::size_t kept = length < sizeof last.file ? length : sizeof last.file - 1;
 
-    lastError.code = code;
-    lastError.line = line;
-    std::memcpy(lastError.file, name, kept);
-    lastError.file[kept] = '\0';
+    last.code = code;
+    last.line = line;
+    std::memcpy(last.file, name, kept);
+    last.file[kept] = '\0';
 }
 
 int MLIBCErrGet(void)

@@ -1,6 +1,7 @@
 #include "ini_file.h"
 
 #include <algorithm>
+#include <string>
 
 namespace MERO::Core {
 namespace {
@@ -29,15 +30,35 @@ char FirstCharacter(std::string_view text)
     return first == text.end() ? '\0' : *first;
 }
 
-} // namespace
-
-IniLine TakeIniLine(std::string_view& text)
+/// With its newline, if it has one. Of a text that is not empty.
+std::size_t FirstLineSize(std::string_view text)
 {
-    const std::size_t newline = text.find('\n');
-    IniLine line{IniLine::Kind::Other, text.substr(0, newline == text.npos ? newline : newline + 1), {}, {}};
-    text.remove_prefix(line.whole.size());
+    return std::min(text.find('\n'), text.size() - 1) + 1;
+}
 
-    const std::string_view content = Trim(line.whole);
+/// What follows the first line that holds nothing but this header: other sections need no look at their lines.
+std::string_view BehindHeader(std::string_view text, std::string_view header)
+{
+    for (std::size_t begin = 0; (begin = text.find(header, begin)) != text.npos; ++begin) {
+        std::size_t start = begin;
+        while (start > 0 && text[start - 1] != '\n' && IsBlank(text[start - 1])) {
+            --start;
+        }
+        std::size_t end = begin + header.size();
+        while (end < text.size() && text[end] != '\n' && IsBlank(text[end])) {
+            ++end;
+        }
+        if ((start == 0 || text[start - 1] == '\n') && (end == text.size() || text[end] == '\n')) {
+            return text.substr(std::min(end + 1, text.size()));
+        }
+    }
+    return {};
+}
+
+IniLine ParseIniLine(std::string_view whole)
+{
+    IniLine line{IniLine::Kind::Other, whole, {}, {}};
+    const std::string_view content = Trim(whole);
     if (content.empty() || content.front() == '#' || content.front() == ';') {
         return line;
     }
@@ -55,23 +76,39 @@ IniLine TakeIniLine(std::string_view& text)
     return line;
 }
 
+} // namespace
+
+IniLine TakeIniLine(std::string_view& text)
+{
+    const IniLine line = ParseIniLine(text.substr(0, FirstLineSize(text)));
+    text.remove_prefix(line.whole.size());
+    return line;
+}
+
 std::optional<std::string_view> FindIniValue(std::string_view text, std::optional<std::string_view> section,
                                              std::string_view key)
 {
+    std::string header;
+    if (section) {
+        if (section->find('\n') != section->npos) {
+            return std::nullopt; // no line is its header
+        }
+        header.append("[").append(*section).append("]");
+        text = BehindHeader(text, header);
+    }
     std::optional<std::string_view> found;
-    bool inSection = !section;
-    for (std::size_t size; !text.empty(); text.remove_prefix(size)) {
-        size = std::min(text.find('\n'), text.size() - 1) + 1;
-        const char first = FirstCharacter(text.substr(0, size));
-        if (first != '[' && !(inSection && key.starts_with(first))) {
+    while (!text.empty()) {
+        const std::string_view whole = text.substr(0, FirstLineSize(text));
+        text.remove_prefix(whole.size());
+        const char first = FirstCharacter(whole);
+        if (first != '[' && !key.starts_with(first)) {
             continue; // most lines need no closer look
         }
-        std::string_view rest = text;
-        const IniLine line = TakeIniLine(rest);
-        if (line.kind == IniLine::Kind::Header) {
-            inSection = section == line.name;
-        } else if (inSection && line.kind == IniLine::Kind::Pair && line.name == key) {
+        const IniLine line = ParseIniLine(whole);
+        if (line.kind == IniLine::Kind::Pair && line.name == key) {
             found = line.value;
+        } else if (line.kind == IniLine::Kind::Header && line.name != section) {
+            text = section ? BehindHeader(text, header) : std::string_view();
         }
     }
     return found;

@@ -1,13 +1,12 @@
 #include "core/file_name.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace MERO::Systemd {
 
 bool IsFileName(const std::string& name)
 {
-    return !name.empty() && name.find_first_of(std::string_view("/\0", 2)) == name.npos && name != "." && name != "..";
+    return !name.empty() && name.find('/') == name.npos && name.find('\0') == name.npos && name != "." && name != "..";
 }
 
 bool AreFileNames(const std::vector<std::string>& names)

@@ -24,33 +24,28 @@ namespace {
 constexpr const char* kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
                                             "/etc/systemd/system/", "/run/systemd/system/"};
 
-/// The name whose file holds the metadata: of an instance, that of its template.
-std::string MetadataUnitName(const std::string& unit)
-{
-    const std::size_t at = unit.find('@');
-    if (at == unit.npos) {
-        return unit;
-    }
-    const std::string prefix = unit.substr(0, at + 1);
-    return HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix;
-}
-
-/// Hands the unit's path in each directory to `isThere` until that is true, and returns it. Throws when it never is.
+/// Hands the unit's path in each directory to `isThere` until that is true, and returns it; empty when it never is.
 template <typename IsThere>
 std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
 {
     const std::string name = NormalizedUnitNameGet(unit);
     std::string path;
-    path.reserve(std::string_view(kUnitDirectories[0]).size() + name.size()); // the longest one
-    for (const char* directory : kUnitDirectories) {
-        path.assign(directory).append(name);
-        if (IsFileName(name) && isThere(path.c_str())) { // a folder holds no file of another name
-            return path;
+    if (IsFileName(name)) { // a folder holds no file of another name
+        path.reserve(std::string_view(kUnitDirectories[0]).size() + name.size()); // the longest one
+        for (const char* directory : kUnitDirectories) {
+            if (isThere(path.assign(directory).append(name).c_str())) {
+                return path;
+            }
         }
     }
+    return {};
+}
+
+[[noreturn]] void Fail(int error, const std::string& message)
+{
     const SourceLine here = MERO_HERE;
-    MLIBCErrSetEx(MLIBC_ERR_NOT_FOUND, here.file, here.line);
-    throw std::runtime_error("Unit is not found [" + unit + "]");
+    MLIBCErrSetEx(error, here.file, here.line);
+    throw std::runtime_error(message);
 }
 
 bool IsThere(const char* path)
@@ -66,38 +61,55 @@ struct FreeHash {
 
 std::string UnitPathGet(const std::string& unit)
 {
-    return FirstUnitPath(unit, IsThere);
+    std::string path = FirstUnitPath(unit, IsThere);
+    if (path.empty()) {
+        Fail(MLIBC_ERR_NOT_FOUND, "Unit is not found [" + unit + "]");
+    }
+    return path;
 }
 
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
-    std::string found;
+    char value[1024];
+    value[0] = '\0'; // not all of it: that would cost as much as a system call
     int failure = 0;
     // Reading tells by itself whether the file is there: only when it fails, and not for that reason, is that asked.
-    FirstUnitPath(unit, [&](const char* path) {
-        const ErrorKeeper keeper; // a key that is missing is no error
-        char value[1024];
+    const auto isRead = [&](const char* path) {
+        if (std::string_view(path).starts_with(kUnitDirectories[0]) && !IsThere(path)) {
+            return false; // as nearly always: asking costs less than an open that fails
+        }
         if (MLIBCFileGetSectionValue(path, section.c_str(), key.c_str(), value, sizeof value) == 0) {
-            found = value;
             return true;
         }
-        if (MLIBCErrGet() != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
-            failure = MLIBCErrGet();
+        const int error = MLIBCErrGet();
+        if (error != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
+            failure = error;
             return true;
         }
-        return MLIBCErrGet() == MLIBC_ERR_NOT_FOUND || (errno != ENOENT && IsThere(path));
-    });
-    if (failure != 0) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(failure, here.file, here.line);
-        throw std::runtime_error("Unit cannot be read [" + unit + "]");
+        return error == MLIBC_ERR_NOT_FOUND || (errno != ENOENT && IsThere(path));
+    };
+    bool isFound = false;
+    {
+        const ErrorKeeper keeper; // a key that is missing is no error
+        isFound = !FirstUnitPath(unit, isRead).empty();
     }
-    return found;
+    if (failure != 0) {
+        Fail(failure, "Unit cannot be read [" + unit + "]");
+    }
+    if (!isFound) {
+        Fail(MLIBC_ERR_NOT_FOUND, "Unit is not found [" + unit + "]");
+    }
+    return value;
 }
 
 std::string XTarvixKeyGet(const std::string& unit, const std::string& key)
 {
-    return UnitSectionKeyGet(MetadataUnitName(unit), "X-Tarvix", key);
+    const std::size_t at = unit.find('@');
+    if (at == unit.npos) {
+        return UnitSectionKeyGet(unit, "X-Tarvix", key);
+    }
+    const std::string prefix = unit.substr(0, at + 1); // of an instance, its template's file holds the metadata
+    return UnitSectionKeyGet(HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix, "X-Tarvix", key);
 }
 
 bool AddUnitSection(const std::string& directory, const std::string& fileName, const std::string& section,
