@@ -2,23 +2,23 @@
 
 #include <algorithm>
 #include <functional>
-#include <utility>
 
 namespace MERO::Systemd {
 
 TextTable::Entry& TextTable::operator[](std::string_view text)
 {
-    const std::size_t hash = std::hash<std::string_view>()(text);
-    Entry* entry = &Place(hash, text);
-    if (entry->text.data() == nullptr) {
-        if (2 * (count_ + 1) > entries_.size()) {
-            Grow();
-            entry = &Place(hash, text);
-        }
-        *entry = {hash, Keep({text}), {}};
-        ++count_;
+    const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
+    Place* place = &Find(hash, text);
+    if (place->number != 0) {
+        return entries_[place->number - 1];
     }
-    return *entry;
+    if (2 * (entries_.size() + 1) > places_.size()) {
+        Grow();
+        place = &Find(hash, text);
+    }
+    entries_.push_back({Keep({text}), {}});
+    *place = {hash, static_cast<std::uint32_t>(entries_.size())};
+    return entries_.back();
 }
 
 std::string_view TextTable::Keep(std::initializer_list<std::string_view> pieces)
@@ -37,23 +37,23 @@ std::string_view TextTable::Keep(std::initializer_list<std::string_view> pieces)
 }
 
 /// Where the text stands, or will stand.
-TextTable::Entry& TextTable::Place(std::size_t hash, std::string_view text)
+TextTable::Place& TextTable::Find(std::uint32_t hash, std::string_view text)
 {
     for (std::size_t index = hash;; ++index) {
-        Entry& entry = entries_[index & (entries_.size() - 1)];
-        if (entry.text.data() == nullptr || (entry.hash == hash && entry.text == text)) {
-            return entry;
+        Place& place = places_[index & (places_.size() - 1)];
+        if (place.number == 0 || (place.hash == hash && entries_[place.number - 1].text == text)) {
+            return place;
         }
     }
 }
 
 void TextTable::Grow()
 {
-    std::vector<Entry> old(2 * entries_.size());
-    old.swap(entries_);
-    for (const Entry& entry : old) {
-        if (entry.text.data() != nullptr) {
-            Place(entry.hash, entry.text) = entry;
+    std::vector<Place> old(2 * places_.size());
+    old.swap(places_);
+    for (const Place& place : old) {
+        if (place.number != 0) {
+            Find(place.hash, entries_[place.number - 1].text) = place;
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <memory_resource>
 #include <string_view>
@@ -7,13 +8,12 @@
 
 namespace MERO::Systemd {
 
-/// Values by texts, which are copied. Flat, because a scan of all processes looks up a path or two for each descriptor,
-/// and the kernel's work in between leaves no node of a tree or a chain in the caches.
+/// Values by texts, which are copied. Flat and small, because a scan of all processes looks up a path or two for each
+/// descriptor, and the kernel's work in between leaves little of it in the caches.
 class TextTable {
 public:
     struct Entry {
-        std::size_t hash;
-        std::string_view text; ///< with a NUL behind it; null: a free place
+        std::string_view text; ///< with a NUL behind it
         std::string_view value;
     };
 
@@ -24,12 +24,17 @@ public:
     std::string_view Keep(std::initializer_list<std::string_view> pieces);
 
 private:
-    Entry& Place(std::size_t hash, std::string_view text);
+    struct Place {
+        std::uint32_t hash;
+        std::uint32_t number; ///< of the entry, counted from 1; 0: a free place
+    };
+
+    Place& Find(std::uint32_t hash, std::string_view text);
     void Grow();
 
     std::pmr::monotonic_buffer_resource arena_{32 * 1024};
-    std::vector<Entry> entries_ = std::vector<Entry>(1024); ///< a power of two, at least half of them free
-    std::size_t count_ = 0;
+    std::vector<Entry> entries_;
+    std::vector<Place> places_ = std::vector<Place>(1024); ///< a power of two, at least half of them free
 };
 
 } // namespace MERO::Systemd
