@@ -79,11 +79,14 @@ template <typename Value>
 using LogValue = std::conditional_t<std::is_pointer_v<Value>, LogText, LogNumber<Value>>;
 
 /// Log with its values as log lines show them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-security" // MERO_LOG_AT lets the compiler see the format itself
 template <typename... Values>
 void LogPrintable(int priority, SourceLine where, const char* format, Values... values)
 {
     Log(priority, where, format, LogValue<Values>(values).Get()...);
 }
+#pragma GCC diagnostic pop
 
 /// In a child that was forked without an exec: a line that cannot be written within ten seconds ends the process with
 /// _exit(0). syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
