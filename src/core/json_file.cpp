@@ -44,12 +44,14 @@ bool MakeLike(int fd, const std::string& like)
 
 bool ReadJsonFile(const std::string& path, Json::Value& value)
 {
+    // A link may be a package's, and lead to what the package may not read; a FIFO must not hold the caller up.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK));
     struct stat status;
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
-        return false; // a FIFO of that name must not hold the caller up
+    if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
+        return false;
     }
     TextReader reader;
-    const auto text = reader.Read(AT_FDCWD, path.c_str());
+    const auto text = reader.Read(file);
     if (!text) {
         return false;
     }

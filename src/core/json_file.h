@@ -6,7 +6,7 @@
 
 namespace MERO::Systemd {
 
-/// Parses a file that holds one JSON document, at most 16 MiB long.
+/// Parses a file that holds one JSON document, at most 16 MiB long. A symbolic link is no such file.
 bool ReadJsonFile(const std::string& path, Json::Value& value);
 
 /// Makes the file anew with one JSON document, which is on the disk when this returns true. The file must not exist;

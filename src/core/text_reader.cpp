@@ -49,11 +49,12 @@ ssize_t TextReader::ReadSome(FILE* stream, std::size_t filled)
 std::optional<std::string_view> TextReader::Read(int directory, const char* path)
 {
     const Descriptor file = Open(directory, path);
-    if (!file) {
-        return std::nullopt;
-    }
-    std::size_t size = 0;
-    for (;;) {
+    return file ? Read(file) : std::nullopt;
+}
+
+std::optional<std::string_view> TextReader::Read(const Descriptor& file)
+{
+    for (std::size_t size = 0;;) {
         const ssize_t count = ReadSome(file.Get(), size);
         if (count <= 0) {
             return count == 0 ? std::optional(std::string_view(buffer_.get(), size)) : std::nullopt;

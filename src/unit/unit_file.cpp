@@ -21,8 +21,8 @@ namespace MERO::Systemd {
 namespace {
 
 // The operating system's own files win over the administrator's, unlike in systemd: deliberately.
-constexpr const char* kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
-                                            "/etc/systemd/system/", "/run/systemd/system/"};
+constexpr std::string_view kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
+                                                 "/etc/systemd/system/", "/run/systemd/system/"};
 
 /// Hands the unit's path in each directory to `isThere` until that is true, and returns it; empty when it never is.
 template <typename IsThere>
@@ -31,9 +31,9 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
     const std::string name = NormalizedUnitNameGet(unit);
     std::string path;
     if (IsFileName(name)) { // a folder holds no file of another name
-        path.reserve(std::string_view(kUnitDirectories[0]).size() + name.size()); // the longest one
-        for (const char* directory : kUnitDirectories) {
-            if (isThere(path.assign(directory).append(name).c_str())) {
+        path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
+        for (std::string_view directory : kUnitDirectories) {
+            if (isThere(path.assign(directory).append(name))) {
                 return path;
             }
         }
@@ -48,9 +48,9 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
     throw std::runtime_error(message);
 }
 
-bool IsThere(const char* path)
+bool IsThere(const std::string& path)
 {
-    return access(path, F_OK) == 0;
+    return access(path.c_str(), F_OK) == 0;
 }
 
 struct FreeHash {
@@ -74,11 +74,11 @@ std::string UnitSectionKeyGet(const std::string& unit, const std::string& sectio
     value[0] = '\0'; // not all of it: that would cost as much as a system call
     int failure = 0;
     // Reading tells by itself whether the file is there: only when it fails, and not for that reason, is that asked.
-    const auto isRead = [&](const char* path) {
-        if (std::string_view(path).starts_with(kUnitDirectories[0]) && !IsThere(path)) {
+    const auto isRead = [&](const std::string& path) {
+        if (path.starts_with(kUnitDirectories[0]) && !IsThere(path) && errno == ENOENT) {
             return false; // as nearly always: asking costs less than an open that fails
         }
-        if (MLIBCFileGetSectionValue(path, section.c_str(), key.c_str(), value, sizeof value) == 0) {
+        if (MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0) {
             return true;
         }
         const int error = MLIBCErrGet();

@@ -95,6 +95,16 @@ TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
     EXPECT_TRUE(MEROSystemdVolumeRegister("nfs", "/v") && Files() == 1 && Read("/run/other").empty());
 }
 
+TEST_F(VolumeRegister, FollowsNoLinkThatAPackagePlanted)
+{
+    Write("/run/secret", "[\"/secret\"]"), fs::create_directories("/var/packages/Foo/etc/meropkg_conf");
+    fs::create_symlink("/run/secret", kFoo);
+    EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Foo", "/v") || MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}));
+    EXPECT_TRUE(Listed() == R"({ "-" })" && fs::is_symlink(kFoo) && Read("/run/secret") == "[\"/secret\"]");
+    fs::remove("/run/secret");
+    EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && !fs::is_symlink(kFoo) && !fs::exists("/run/secret"));
+}
+
 TEST_F(VolumeRegister, IsListed)
 {
     Texts packages{"before"};
