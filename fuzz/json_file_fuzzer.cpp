@@ -7,7 +7,7 @@ using namespace MERO::Fuzz;
 /// A file's text.
 MERO_FUZZ_TARGET(json_file)
 {
-    static MemoryFile file;
+    static FolderFile file;
     static FolderFile written;
     file.Put(input);
     Json::Value value;

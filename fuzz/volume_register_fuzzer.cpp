@@ -10,7 +10,7 @@ using namespace MERO::Fuzz;
 /// A volume, and a register's text.
 MERO_FUZZ_TARGET(volume_register)
 {
-    static MemoryFile file;
+    static FolderFile file;
     const std::string volume = TakeLine(input);
     file.Put(input);
     std::vector<std::string> volumes;
