@@ -78,7 +78,7 @@ bool MeasureWith(int mappedFiles)
             {"bare reads", [&](benchmark::State& state) { BareReads(state, population.Pids()); }},
             {"ps", Ps},
         },
-        {.iterations = 1, .repetitions = 25});
+        {.iterations = 1, .repetitions = 60});
     const std::string question =
         "snapshots of 1,000 processes, " + std::to_string(mappedFiles) + " mapped files each beside the program's own";
     return results.PrintRatio(question, "library", "bare reads", 1.2) &&

@@ -10,7 +10,7 @@ MERO_FUZZ_TARGET(unit_name)
     const std::string unit(input);
     const std::string stem = UnitNameWithoutFileExtensionGet(unit);
     const std::string type = UnitTypeGet(unit);
-    MERO_REQUIRE(!Holds(type, ".") && HasKnownUnitType(unit) == (Holds(unit, ".") && setUnitTypes.contains(type)));
+    MERO_REQUIRE(!Holds(type, ".") && HasKnownUnitType(unit) == (Holds(unit, ".") && IsUnitType(type)));
     MERO_REQUIRE(unit == (Holds(unit, ".") ? stem + "." + type : stem));
 
     const std::string normalized = NormalizedUnitNameGet(unit);

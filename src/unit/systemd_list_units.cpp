@@ -11,7 +11,9 @@ using namespace MERO::Systemd;
 
 bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType)
 {
-    if (!MERO_VALID((strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType)))) {
+    // The text that the logs have always had.
+    if (!CheckArgument(strType.empty() || IsUnitType(strType), MERO_HERE,
+                       "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))")) {
         return false;
     }
     try {

@@ -1,16 +1,25 @@
 #include "unit/unit_name.h"
 
-#include <string_view>
+#include <algorithm>
+#include <array>
 
 namespace MERO::Systemd {
+namespace {
 
-const std::set<std::string, std::less<>> setUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
+constexpr std::array<std::string_view, 11> kUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
                                                       "target",  "path",   "timer",  "slice", "scope"};
+
+} // namespace
+
+bool IsUnitType(std::string_view type)
+{
+    return std::find(kUnitTypes.begin(), kUnitTypes.end(), type) != kUnitTypes.end();
+}
 
 bool HasKnownUnitType(const std::string& unit)
 {
     const std::size_t dot = unit.rfind('.');
-    return dot != unit.npos && setUnitTypes.contains(std::string_view(unit).substr(dot + 1));
+    return dot != unit.npos && IsUnitType(std::string_view(unit).substr(dot + 1));
 }
 
 std::string UnitTypeGet(const std::string& unit)

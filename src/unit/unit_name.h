@@ -1,14 +1,14 @@
 #pragma once
 
-#include <set>
 #include <string>
+#include <string_view>
 
 namespace MERO::Systemd {
 
-/// systemd's unit types. (The name stands in the text of a refused argument's log line.)
-extern const std::set<std::string, std::less<>> setUnitTypes;
+/// Whether this is one of systemd's eleven unit types.
+bool IsUnitType(std::string_view type);
 
-/// Whether the text after the last "." is one of systemd's eleven unit types.
+/// Whether the text after the last "." is a unit type.
 bool HasKnownUnitType(const std::string& unit);
 
 /// The text after the last ".", known type or not; empty when there is no ".".
