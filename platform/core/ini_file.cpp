@@ -1,7 +1,6 @@
 #include "ini_file.h"
 
 #include <algorithm>
-#include <string>
 
 namespace MERO::Core {
 namespace {
@@ -36,16 +35,19 @@ std::size_t FirstLineSize(std::string_view text)
     return std::min(text.find('\n'), text.size() - 1) + 1;
 }
 
-/// What follows the first line that holds nothing but this header: other sections need no look at their lines.
-std::string_view BehindHeader(std::string_view text, std::string_view header)
+/// What follows the first line that holds nothing but this section's header: other sections need no look at their lines.
+std::string_view BehindHeader(std::string_view text, std::string_view section)
 {
-    for (std::size_t begin = 0; (begin = text.find(header, begin)) != text.npos; ++begin) {
-        std::size_t start = begin;
+    for (std::size_t name = 1; (name = text.find(section, name)) != text.npos; ++name) {
+        std::size_t start = name - 1;
+        std::size_t end = name + section.size();
+        if (text[start] != '[' || end == text.size() || text[end] != ']') {
+            continue;
+        }
         while (start > 0 && text[start - 1] != '\n' && IsBlank(text[start - 1])) {
             --start;
         }
-        std::size_t end = begin + header.size();
-        while (end < text.size() && text[end] != '\n' && IsBlank(text[end])) {
+        for (++end; end < text.size() && text[end] != '\n' && IsBlank(text[end]);) {
             ++end;
         }
         if ((start == 0 || text[start - 1] == '\n') && (end == text.size() || text[end] == '\n')) {
@@ -88,13 +90,11 @@ IniLine TakeIniLine(std::string_view& text)
 std::optional<std::string_view> FindIniValue(std::string_view text, std::optional<std::string_view> section,
                                              std::string_view key)
 {
-    std::string header;
     if (section) {
         if (section->find('\n') != section->npos) {
             return std::nullopt; // no line is its header
         }
-        header.append("[").append(*section).append("]");
-        text = BehindHeader(text, header);
+        text = BehindHeader(text, *section);
     }
     std::optional<std::string_view> found;
     while (!text.empty()) {
@@ -108,7 +108,7 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
         if (line.kind == IniLine::Kind::Pair && line.name == key) {
             found = line.value;
         } else if (line.kind == IniLine::Kind::Header && line.name != section) {
-            text = section ? BehindHeader(text, header) : std::string_view();
+            text = section ? BehindHeader(text, *section) : std::string_view();
         }
     }
     return found;

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -59,6 +60,23 @@ private:
     Descriptor file_;
 };
 
+/// Reads until `size` bytes are there or the file ends; -1 with errno when a read fails.
+ssize_t ReadUpTo(int fd, char* buffer, std::size_t size)
+{
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t count = read(fd, buffer + filled, size - filled);
+        if (count == 0) {
+            break;
+        }
+        if (count < 0 && errno != EINTR) {
+            return -1;
+        }
+        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return static_cast<ssize_t>(filled);
+}
+
 bool WriteAll(int fd, std::string_view text)
 {
     while (!text.empty()) {
@@ -91,6 +109,16 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
     if (!file) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
     }
+    char first[4096]; // all of nearly every file
+    const ssize_t firstSize = ReadUpTo(file.Get(), first, sizeof first);
+    if (firstSize < 0) {
+        return MERO_FAIL(MLIBC_ERR_READ_FILE);
+    }
+    text.assign(first, static_cast<std::size_t>(firstSize));
+    if (!text.empty() && text.size() < sizeof first) {
+        return 0;
+    }
+    // Only of a text that is empty or goes on can a pipe or a device be the source: the others need no fstat.
     struct stat status;
     if (fstat(file.Get(), &status) != 0) {
         return MERO_FAIL(MLIBC_ERR_READ_FILE);
@@ -99,19 +127,13 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
         errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
         return MERO_FAIL(MLIBC_ERR_READ_FILE);
     }
-    text.resize(static_cast<std::size_t>(status.st_size));
-    std::size_t filled = 0;
-    while (filled < text.size()) {
-        const ssize_t count = read(file.Get(), text.data() + filled, text.size() - filled);
-        if (count == 0) {
-            break; // it has shrunk since fstat
-        }
-        if (count < 0 && errno != EINTR) {
-            return MERO_FAIL(MLIBC_ERR_READ_FILE);
-        }
-        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+    const std::size_t filled = text.size();
+    text.resize(std::max(filled, static_cast<std::size_t>(status.st_size)));
+    const ssize_t restSize = ReadUpTo(file.Get(), text.data() + filled, text.size() - filled);
+    if (restSize < 0) {
+        return MERO_FAIL(MLIBC_ERR_READ_FILE);
     }
-    text.resize(filled);
+    text.resize(filled + static_cast<std::size_t>(restSize)); // less, when it has shrunk since fstat
     return 0;
 }
 

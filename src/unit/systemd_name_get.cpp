@@ -5,15 +5,17 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <utility>
+
 using namespace MERO::Systemd;
 
 bool MEROSystemdNameGet(const std::string& strUnit, std::string& name)
 {
-    const auto value = MetadataKeyGet(MERO_HERE, strUnit, "Name");
+    auto value = MetadataKeyGet(MERO_HERE, strUnit, "Name");
     if (!value) {
         return false;
     }
-    name = *value;
+    name = std::move(*value);
     return !name.empty();
 }
 
