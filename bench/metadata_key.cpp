@@ -22,7 +22,8 @@ std::string UnitName(int number)
 void WriteUnit(const std::string& folder, int number)
 {
     std::ofstream(folder + UnitName(number))
-        << "[Unit]\nDescription=Bench\nAfter=network.target\n\n[Service]\nExecStart=/bin/sleep infinity\nRestart=always\n"
+        << "[Unit]\nDescription=Bench\nAfter=network.target\n\n[Service]\nExecStart=/bin/sleep "
+           "infinity\nRestart=always\n"
         << "\n[X-Tarvix]\nName=Bench " << number << "\nPackedIn=bench\n\n[Install]\nWantedBy=multi-user.target\n";
 }
 
@@ -67,7 +68,8 @@ int main(int argc, char* argv[])
             {.iterations = 5'000, .repetitions = 21});
         done = results.PrintPoint("a metadata key, by unit files", files, "library") && done;
         if (files == 500) {
-            done = results.PrintRatio("a metadata key among 500 unit files", "library", "one open and read", 1.5) && done;
+            done =
+                results.PrintRatio("a metadata key among 500 unit files", "library", "one open and read", 1.5) && done;
         }
     }
     return done ? 0 : 1;

@@ -99,8 +99,14 @@ bool MeasureAmong(int processes)
     const Results programs = Measure(
         {
             library,
-            {"fuser -m", [](benchmark::State& state) { Program(state, {"fuser", "-m", kVolume}); }},
-            {"lsof +f --", [](benchmark::State& state) { Program(state, {"lsof", "+f", "--", kVolume}); }},
+            {"fuser -m",
+             [](benchmark::State& state) {
+                 Program(state, {"fuser", "-m", kVolume});
+             }},
+            {"lsof +f --",
+             [](benchmark::State& state) {
+                 Program(state, {"lsof", "+f", "--", kVolume});
+             }},
         },
         {.iterations = iterations, .repetitions = 15});
     const std::string question = "users of a mount path, " + std::to_string(processes) + " processes";

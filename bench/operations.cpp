@@ -26,23 +26,27 @@ struct Operation {
 
 const Operation kOperations[] = {
     {"start one unit", [] { return MEROSystemdStart(kUnit); }},
-    {"start ten units", [] {
+    {"start ten units",
+     [] {
          Texts failed;
          return MEROSystemdStart(Texts(10, kUnit), failed);
      }},
     {"try-restart", [] { return MEROSystemdTryRestart(kUnit); }},
     {"reload", [] { return MEROSystemdReloadOrRestart(kUnit); }},
     {"enable", [] { return MEROSystemdEnable(kUnit); }},
-    {"show a property", [] {
+    {"show a property",
+     [] {
          std::string value;
          return MEROSystemdShow(kUnit, "Id", value);
      }},
     {"active status", [] { return MEROSystemdActiveStatusGet(kUnit) >= 0; }},
-    {"list of jobs", [] {
+    {"list of jobs",
+     [] {
          std::map<std::uint32_t, MERO::Systemd::JobInfo> jobs;
          return MEROSystemdIntJobList(jobs);
      }},
-    {"a metadata key", [] {
+    {"a metadata key",
+     [] {
          std::string name;
          return MEROSystemdNameGet(kUnit, name);
      }},
@@ -50,15 +54,18 @@ const Operation kOperations[] = {
     {"start by reason", [] { return MEROSystemdServiceStartByReason("bench", kUnit); }},
     {"register a volume", [] { return MEROSystemdVolumeRegister(kUnit, "/volume1"); }},
     {"is a volume registered", [] { return MEROSystemdVolumeIsRegisteredByUnit(kUnit, {"/volume1"}); }},
-    {"volume dependency", [] {
+    {"volume dependency",
+     [] {
          MERO_SYSTEMD_VOLUME_DEPENDENCY dependency;
          return MEROSystemdVolumeDependencyGet(kUnit, dependency);
      }},
-    {"isolation state", [] {
+    {"isolation state",
+     [] {
          MERO::Systemd::IsolateState state;
          return MEROSystemdIsolateStateGet(state);
      }},
-    {"unit of a process", [] {
+    {"unit of a process",
+     [] {
          std::string unit;
          return MEROSystemdGetByPid(getpid(), unit) || true; // a process of no unit is asked no less
      }},

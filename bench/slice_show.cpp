@@ -49,7 +49,8 @@ void Library(benchmark::State& state)
 /// What operators write into a shell for want of a better tool.
 std::vector<std::string> PssOneLiner(const std::vector<pid_t>& pids)
 {
-    std::vector<std::string> words{"awk", "/^Pss:/ { sum[FILENAME] += $2 } END { for (file in sum) print file, sum[file] }"};
+    std::vector<std::string> words{"awk",
+                                   "/^Pss:/ { sum[FILENAME] += $2 } END { for (file in sum) print file, sum[file] }"};
     for (const pid_t pid : pids) {
         words.push_back("/proc/" + std::to_string(pid) + "/smaps");
     }
@@ -73,11 +74,15 @@ bool MeasureSlice(const std::vector<pid_t>& pids)
     const Results results = Measure(
         {
             {"library", Library},
-            {show, [](benchmark::State& state) {
+            {show,
+             [](benchmark::State& state) {
                  Program(state, {MEROSYSTEMCTL, "slice", "show", "--interval", "0.001", kSlice});
              }},
             {oneLiner, [&](benchmark::State& state) { Program(state, PssOneLiner(pids)); }},
-            {cgtop, [](benchmark::State& state) { Program(state, {"systemd-cgtop", "--batch", "--iterations=1"}); }},
+            {cgtop,
+             [](benchmark::State& state) {
+                 Program(state, {"systemd-cgtop", "--batch", "--iterations=1"});
+             }},
         },
         {.iterations = 1, .repetitions = 41});
     const std::string whole = "use of a slice with 500 processes, an interval of 1 ms included";

@@ -73,8 +73,14 @@ int main(int argc, char* argv[])
         {
             {"library", [](benchmark::State& state) { Library(state, "plain.service"); }},
             {named, [](benchmark::State& state) { Library(state, "named.service"); }},
-            {shell, [](benchmark::State& state) { Program(state, {"sh", "-c", "systemctl start plain.service"}); }},
-            {bare, [](benchmark::State& state) { Program(state, {"/usr/bin/systemctl", "start", "plain.service"}); }},
+            {shell,
+             [](benchmark::State& state) {
+                 Program(state, {"sh", "-c", "systemctl start plain.service"});
+             }},
+            {bare,
+             [](benchmark::State& state) {
+                 Program(state, {"/usr/bin/systemctl", "start", "plain.service"});
+             }},
             {"busctl", Call},
         },
         {.iterations = 4, .repetitions = 101});

@@ -1,5 +1,5 @@
-#include <merosystemd/systemd.hpp>
 #include <iostream>
+#include <merosystemd/systemd.hpp>
 
 int main(int argc, char* argv[])
 {

@@ -32,7 +32,8 @@ MERO_FUZZ_TARGET(ini_file)
     const std::string key = TakeLine(input);
     CheckLines(input);
     auto settings = SettingsOf(input);
-    for (const std::optional<std::string>& place : {std::optional<std::string>(section), std::optional<std::string>()}) {
+    for (const std::optional<std::string>& place :
+         {std::optional<std::string>(section), std::optional<std::string>()}) {
         const Keys& keys = settings[place];
         const auto wanted = keys.find(key);
         const auto found = FindIniValue(input, place, key);

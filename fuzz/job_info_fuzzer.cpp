@@ -16,5 +16,6 @@ MERO_FUZZ_TARGET(job_info)
     MERO_REQUIRE(info.id == 0 || Holds(input, std::to_string(info.id)));
     JobInfo again;
     MERO_REQUIRE(JobInfoParse(info.ToString(), again));
-    MERO_REQUIRE(again.id == info.id && again.unit == info.unit && again.type == info.type && again.state == info.state);
+    MERO_REQUIRE(again.id == info.id && again.unit == info.unit && again.type == info.type &&
+                 again.state == info.state);
 }

@@ -19,7 +19,8 @@ std::vector<fs::path> Entries(const fs::path& folder)
 
 } // namespace
 
-/// Runs each target on its seeds, which lie in the folder's folder of its name. None without a seed, or without a target.
+/// Runs each target on its seeds, which lie in the folder's folder of its name. None without a seed, or without a
+/// target.
 int main(int argc, char* argv[])
 {
     if (argc != 2) {

@@ -28,7 +28,8 @@ MERO_FUZZ_TARGET(section_file)
         settings[section] = {{key, value}};
         settings[section]["Last"] = "1";
         char readBack[64 * 1024 + 1];
-        MERO_REQUIRE(MLIBCFileGetSectionValue(file.Path(), section.c_str(), key.c_str(), readBack, sizeof readBack) == 0);
+        MERO_REQUIRE(MLIBCFileGetSectionValue(file.Path(), section.c_str(), key.c_str(), readBack, sizeof readBack) ==
+                     0);
         MERO_REQUIRE(readBack == settings[section][key]);
         MERO_REQUIRE(SettingsOf(file.Text()) == settings);
     } else {

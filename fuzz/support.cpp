@@ -72,8 +72,7 @@ bool Holds(std::string_view whole, std::string_view part)
     return whole.find(part) != whole.npos;
 }
 
-MemoryFile::MemoryFile()
-    : file_(memfd_create("input", MFD_CLOEXEC)), path_("/proc/self/fd/" + std::to_string(file_))
+MemoryFile::MemoryFile() : file_(memfd_create("input", MFD_CLOEXEC)), path_("/proc/self/fd/" + std::to_string(file_))
 {
     if (file_ < 0) {
         ThrowErrno("memfd_create");

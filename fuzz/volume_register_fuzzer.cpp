@@ -25,7 +25,7 @@ MERO_FUZZ_TARGET(volume_register)
         MERO_REQUIRE(std::count(value.begin(), value.end(), Json::Value(volume)) ==
                      std::count(volumes.begin(), volumes.end(), volume));
         MERO_REQUIRE(static_cast<std::size_t>(std::count_if(value.begin(), value.end(), [](const Json::Value& element) {
-            return element.isString();
-        })) == volumes.size());
+                         return element.isString();
+                     })) == volumes.size());
     }
 }

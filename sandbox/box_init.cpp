@@ -26,16 +26,14 @@ constexpr const char* kNotifySocket = "/run/mero-sandbox/notify";
 /// @return the terminal's master
 Descriptor OpenConsole()
 {
-    Descriptor master(
-        Check(open("/dev/ptmx", O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open /dev/ptmx"));
+    Descriptor master(Check(open("/dev/ptmx", O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC), "cannot open /dev/ptmx"));
     const int unlocked = 0;
     int number = 0;
     Check(ioctl(master.Get(), TIOCSPTLCK, &unlocked), "cannot unlock the console");
     Check(ioctl(master.Get(), TIOCGPTN, &number), "cannot find the console");
     AttachNew(CopyMount("/dev/pts/" + std::to_string(number)), "/dev/console");
 
-    const Descriptor terminal(
-        Check(open("/dev/console", O_RDWR | O_NOCTTY | O_CLOEXEC), "cannot open the console"));
+    const Descriptor terminal(Check(open("/dev/console", O_RDWR | O_NOCTTY | O_CLOEXEC), "cannot open the console"));
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         Check(dup2(terminal.Get(), stream), "cannot use the console");
     return master;
@@ -58,9 +56,12 @@ void BindToNotifySocket(const Descriptor& socket)
     const std::string notifySocket = std::string("NOTIFY_SOCKET=") + kNotifySocket;
     // In a container these count like the kernel's command line. systemd would otherwise mount the unified
     // hierarchy, whose cgroups are the host's.
-    const char* const arguments[] = {kSystemd, unit.c_str(), "--show-status=yes",
+    const char* const arguments[] = {kSystemd,
+                                     unit.c_str(),
+                                     "--show-status=yes",
                                      "systemd.unified_cgroup_hierarchy=no",
-                                     "systemd.legacy_systemd_cgroup_controller=yes", nullptr};
+                                     "systemd.legacy_systemd_cgroup_controller=yes",
+                                     nullptr};
     const char* const environment[] = {"container=mero-sandbox", "TERM=dumb", notifySocket.c_str(), nullptr};
     execve(kSystemd, const_cast<char**>(arguments), const_cast<char**>(environment));
     throw std::system_error(errno, std::generic_category(), std::string("cannot start ") + kSystemd);
@@ -68,8 +69,7 @@ void BindToNotifySocket(const Descriptor& socket)
 
 /// The life of the new pid 1 until it is systemd.
 [[noreturn]] void BecomeSystemd(const Descriptor& keeper, const Descriptor& notifications,
-                                const std::list<BoxCgroup>& cgroups,
-                                const std::vector<std::filesystem::path>& binds)
+                                const std::list<BoxCgroup>& cgroups, const std::vector<std::filesystem::path>& binds)
 {
     try {
         Check(prctl(PR_SET_PDEATHSIG, SIGKILL), "cannot follow the keeper's end");
@@ -100,8 +100,8 @@ BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const std::vector<std::fi
     Descriptor notifications(
         Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "cannot make a socket"));
     auto [keeperEnd, initEnd] = MakeMessagePair();
-    std::optional<OwnedProcess> process = OwnedProcess::Fork(
-        CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC, "cannot make namespaces");
+    std::optional<OwnedProcess> process =
+        OwnedProcess::Fork(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC, "cannot make namespaces");
     if (!process) {
         keeperEnd.Close();
         BecomeSystemd(initEnd, notifications, cgroups, binds);

@@ -12,7 +12,7 @@ HeldSignals::HeldSignals()
     sigset_t held;
     sigemptyset(&held);
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
-        struct sigaction current{};
+        struct sigaction current {};
         sigaction(signal, nullptr, &current);
         if (current.sa_handler != SIG_IGN)
             sigaddset(&held, signal);

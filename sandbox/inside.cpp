@@ -22,8 +22,7 @@ void EnterBox(const Descriptor& boxInit)
 {
     std::error_code unknown;
     const std::filesystem::path workingDirectory = std::filesystem::current_path(unknown);
-    Check(setns(boxInit.Get(), CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWCGROUP),
-          "cannot enter the box");
+    Check(setns(boxInit.Get(), CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWCGROUP), "cannot enter the box");
     for (const char* hierarchy : kHierarchies)
         WriteFile(std::filesystem::path("/sys/fs/cgroup") / hierarchy / "cgroup.procs", "0");
     if (chdir(workingDirectory.c_str()) != 0)
@@ -86,8 +85,7 @@ void CloseAllBut(int kept)
 
 } // namespace
 
-OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command,
-                         const sigset_t& signalMask)
+OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command, const sigset_t& signalMask)
 {
     // The box does not end before the command is reaped. Its parent has to live on when this process is
     // killed: the host's pid 1, whose child it would become, reaps nothing in many a container.

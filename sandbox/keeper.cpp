@@ -64,8 +64,7 @@ void KeepBox(const Descriptor& user, const std::vector<std::filesystem::path>& b
                             {init.notifications.Get(), POLLIN, 0},
                             {console.Get(), POLLIN, 0}};
         const int timeout = isBooted ? -1 : MillisecondsUntil(deadline);
-        Check(Uninterrupted([&] { return poll(watched, std::size(watched), timeout); }),
-              "cannot watch the box");
+        Check(Uninterrupted([&] { return poll(watched, std::size(watched), timeout); }), "cannot watch the box");
         const auto [userGone, initEnded, notified, printed] = watched;
         if (userGone.revents)
             return;

@@ -6,27 +6,25 @@
 
 namespace {
 
-constexpr const char* kDescription =
-    "Boots a systemd of its own in namespaces, runs a command in it, and takes all\n"
-    "of it away again. What the command changes is gone with the sandbox.\n"
-    "Without a command it starts a shell.\n";
+constexpr const char* kDescription = "Boots a systemd of its own in namespaces, runs a command in it, and takes all\n"
+                                     "of it away again. What the command changes is gone with the sandbox.\n"
+                                     "Without a command it starts a shell.\n";
 
-constexpr const char* kFooter =
-    "The sandbox shows the root file system, writable but unharmed, with empty\n"
-    "/run, /tmp and /etc/systemd/system. It shares the host's network.\n"
-    "\n"
-    "Exit codes:\n"
-    "  the command's own, or\n"
-    "  2      wrong usage\n"
-    "  125    the sandbox itself failed\n"
-    "  126    the command cannot be run\n"
-    "  127    the command was not found\n"
-    "  128+N  signal N ended the command, or the wait for the sandbox\n"
-    "\n"
-    "Examples:\n"
-    "  mero-sandbox systemctl list-units\n"
-    "  mero-sandbox --bind /tmp/build -- /tmp/build/bin/some-test --verbose\n"
-    "  mero-sandbox sh -c 'systemctl stop dbus.socket; systemctl --failed'\n";
+constexpr const char* kFooter = "The sandbox shows the root file system, writable but unharmed, with empty\n"
+                                "/run, /tmp and /etc/systemd/system. It shares the host's network.\n"
+                                "\n"
+                                "Exit codes:\n"
+                                "  the command's own, or\n"
+                                "  2      wrong usage\n"
+                                "  125    the sandbox itself failed\n"
+                                "  126    the command cannot be run\n"
+                                "  127    the command was not found\n"
+                                "  128+N  signal N ended the command, or the wait for the sandbox\n"
+                                "\n"
+                                "Examples:\n"
+                                "  mero-sandbox systemctl list-units\n"
+                                "  mero-sandbox --bind /tmp/build -- /tmp/build/bin/some-test --verbose\n"
+                                "  mero-sandbox sh -c 'systemctl stop dbus.socket; systemctl --failed'\n";
 
 using MERO::Sandbox::Options;
 
@@ -51,9 +49,12 @@ Options ParseCommandLine(int argc, char** argv)
     app.get_formatter()->column_width(24);
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.add_option("--bind", binds, "Show this path of the host, read-only;\ncan be given more than once")
-        ->option_text("PATH")->check(CLI::ExistingPath)->allow_extra_args(false);
+        ->option_text("PATH")
+        ->check(CLI::ExistingPath)
+        ->allow_extra_args(false);
     app.add_option("--timeout", seconds, "How long booting may take; default: 30")
-        ->option_text("SECONDS")->check(CLI::Range(0.01, 3600.0));
+        ->option_text("SECONDS")
+        ->check(CLI::Range(0.01, 3600.0));
     app.add_flag("-v,--verbose", options.isVerbose, "Print how long booting took");
     app.prefix_command();
     try {

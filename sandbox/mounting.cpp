@@ -19,16 +19,16 @@ Descriptor MakeMount(const std::string& type, const MountOptions& options, unsig
     Check(fsconfig(context.Get(), FSCONFIG_SET_STRING, "source", type.c_str(), 0), what);
     for (const auto& [key, value] : options)
         Check(fsconfig(context.Get(), value.empty() ? FSCONFIG_SET_FLAG : FSCONFIG_SET_STRING, key.c_str(),
-                       value.empty() ? nullptr : value.c_str(), 0), what);
+                       value.empty() ? nullptr : value.c_str(), 0),
+              what);
     Check(fsconfig(context.Get(), FSCONFIG_CMD_CREATE, nullptr, nullptr, 0), what);
     return Descriptor(Check(fsmount(context.Get(), FSMOUNT_CLOEXEC, attributes), what));
 }
 
 Descriptor CopyMount(const fs::path& path)
 {
-    return Descriptor(
-        Check(open_tree(AT_FDCWD, path.c_str(), OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE),
-              "cannot take " + path.string() + " into the sandbox"));
+    return Descriptor(Check(open_tree(AT_FDCWD, path.c_str(), OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC | AT_RECURSIVE),
+                            "cannot take " + path.string() + " into the sandbox"));
 }
 
 void MakeReadOnly(const Descriptor& tree)
@@ -47,7 +47,7 @@ void Attach(const Descriptor& tree, const fs::path& path)
 
 void AttachNew(const Descriptor& tree, const fs::path& path)
 {
-    struct stat found{};
+    struct stat found {};
     Check(fstat(tree.Get(), &found), "cannot examine what goes to " + path.string());
     fs::create_directories(S_ISDIR(found.st_mode) ? path : path.parent_path());
     if (!fs::exists(path))
@@ -57,8 +57,8 @@ void AttachNew(const Descriptor& tree, const fs::path& path)
 
 void WriteFile(const fs::path& path, std::string_view text)
 {
-    const Descriptor file(Check(open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644),
-                                "cannot make " + path.string()));
+    const Descriptor file(
+        Check(open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644), "cannot make " + path.string()));
     const std::string what = "cannot write " + path.string();
     if (Check(write(file.Get(), text.data(), text.size()), what) != static_cast<ssize_t>(text.size()))
         throw std::system_error(ENOSPC, std::generic_category(), what);

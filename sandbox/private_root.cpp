@@ -57,8 +57,7 @@ void SwitchToOverlay()
     Attach(MakeMount("tmpfs", {{"mode", "0755"}}), layers);
     for (const char* name : {"upper", "work", "root"})
         fs::create_directory(layers / name);
-    Attach(MakeMount("overlay",
-                     {{"lowerdir", "/"}, {"upperdir", layers / "upper"}, {"workdir", layers / "work"}}),
+    Attach(MakeMount("overlay", {{"lowerdir", "/"}, {"upperdir", layers / "upper"}, {"workdir", layers / "work"}}),
            layers / "root");
 
     fs::current_path(layers / "root");
@@ -73,7 +72,8 @@ void FillDev(const std::vector<PathTree>& devices)
     for (const auto& [path, tree] : devices)
         AttachNew(tree, path);
     AttachNew(MakeMount("devpts", {{"mode", "0620"}, {"gid", "5"}, {"ptmxmode", "0666"}},
-                        MOUNT_ATTR_NOSUID | MOUNT_ATTR_NOEXEC), "/dev/pts");
+                        MOUNT_ATTR_NOSUID | MOUNT_ATTR_NOEXEC),
+              "/dev/pts");
     AttachNew(MakeMount("tmpfs", {{"mode", "1777"}}, MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV), "/dev/shm");
     fs::create_symlink("pts/ptmx", "/dev/ptmx");
     fs::create_symlink("/proc/self/fd", "/dev/fd");

@@ -83,8 +83,7 @@ void ReportEndOfBox(const Keeper& keeper)
                  notice ? notice->text.c_str() : "the sandbox's keeper has ended");
 }
 
-int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& boxInit,
-               const HeldSignals& signals)
+int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& boxInit, const HeldSignals& signals)
 {
     OwnedProcess command = StartInside(boxInit, options.command, signals.CallersMask());
     int passedOn = 0;

@@ -21,8 +21,8 @@ class TextReader;
 /// waits when it maps or unmaps memory meanwhile. Different objects may be used by threads at once.
 class Process {
 public:
-    /// Takes the snapshot. Throws std::exception when a file cannot be read: the process has ended, is the kernel's own,
-    /// or its executable has been deleted.
+    /// Takes the snapshot. Throws std::exception when a file cannot be read: the process has ended, is the kernel's
+    /// own, or its executable has been deleted.
     explicit Process(int pid);
     Process(const Process&) = default;
     Process(const Process&& other) : Process(other) {}
@@ -46,7 +46,8 @@ public:
     /// process again; 0 when it has ended, and when no time has passed, which is logged.
     double CPUUtilizationGet() const;
 
-    /// Bytes per second read from and written to storage since the snapshot. Reads the process again; 0 when it has ended.
+    /// Bytes per second read from and written to storage since the snapshot. Reads the process again; 0 when it has
+    /// ended.
     std::pair<double, double> IOUtilizationGet() const;
 
     // What the snapshot reads, one by one. False when it cannot be read.

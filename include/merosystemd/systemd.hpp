@@ -33,7 +33,8 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 /// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
 /// run and `callback` gets (0, no lines).
 /// Throws std::exception when the policy skips the command, or systemctl cannot be started or its output not be read
-/// (all are logged; `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback` throws.
+/// (all are logged; `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback`
+/// throws.
 bool MEROSystemdSystemctlUltron(const std::string& verb, const MERO::Systemd::SystemctlOpts& opts,
                                 const std::vector<std::string>& units, SystemctlCallback&& callback);
 
@@ -112,8 +113,8 @@ bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits,
 
 bool MEROSystemdEnable(const std::string& strUnit);
 bool MEROSystemdEnable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits, const MERO::Systemd::CommandOptions& options,
-                                  std::vector<std::string>& failed);
+bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
+                                  const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
 bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdEnableInGenerator(const std::string& strUnit);
@@ -341,9 +342,9 @@ bool MEROSystemdVolumeRegisterList(std::vector<MERO::Systemd::VolumeRegistration
 bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY& dependency);
 
 /// Replaces `vecServices` by the services whose processes use files at or below the mount path: as working directory
-/// or executable, open, or mapped into memory. Services that opt out are left out. The path is compared as it stands with the
-/// files' resolved paths; that of a device's node means all files on the device. False (0x0900) when /proc cannot be
-/// opened. Every process of the machine is looked at; a process that ends meanwhile is passed over.
+/// or executable, open, or mapped into memory. Services that opt out are left out. The path is compared as it stands
+/// with the files' resolved paths; that of a device's node means all files on the device. False (0x0900) when /proc
+/// cannot be opened. Every process of the machine is looked at; a process that ends meanwhile is passed over.
 bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<std::string>& vecServices);
 
 /// Whether the service is never listed for its files: key "SkipListByMntPath" is "yes". False (0x0700), with `skip`

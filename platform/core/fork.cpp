@@ -26,7 +26,8 @@ pid_t ReadPid(int fd)
     return count == static_cast<ssize_t>(sizeof pid) ? pid : -1;
 }
 
-/// Forks twice, so that the child becomes init's (or a subreaper's): the process between lives only to tell the child's ID.
+/// Forks twice, so that the child becomes init's (or a subreaper's): the process between lives only to tell the child's
+/// ID.
 pid_t ForkDetached()
 {
     int ends[2];

@@ -35,7 +35,8 @@ std::size_t FirstLineSize(std::string_view text)
     return std::min(text.find('\n'), text.size() - 1) + 1;
 }
 
-/// What follows the first line that holds nothing but this section's header: other sections need no look at their lines.
+/// What follows the first line that holds nothing but this section's header: other sections need no look at their
+/// lines.
 std::string_view BehindHeader(std::string_view text, std::string_view section)
 {
     for (std::size_t name = 1; (name = text.find(section, name)) != text.npos; ++name) {
@@ -121,8 +122,8 @@ bool IsIniSection(std::string_view section)
 
 bool IsIniPair(std::string_view key, std::string_view value)
 {
-    return !key.empty() && key.find_first_of("=\n") == key.npos && key == Trim(key) &&
-           key.find_first_of("#;[") != 0 && value == Trim(value) && value.find('\n') == value.npos;
+    return !key.empty() && key.find_first_of("=\n") == key.npos && key == Trim(key) && key.find_first_of("#;[") != 0 &&
+           value == Trim(value) && value.find('\n') == value.npos;
 }
 
 } // namespace MERO::Core

@@ -58,15 +58,15 @@ FILE* MLIBCPopenvc(const char* path, const char* mode, char* const argv[])
     Descriptor writeEnd(ends[1]);
 
     // The stream comes before the child, so that nothing can fail once the program runs.
-    FILE* stream = fopencookie(child.get(), "r", {.read = ReadChild, .write = nullptr, .seek = nullptr,
-                                                  .close = CloseChild});
+    FILE* stream =
+        fopencookie(child.get(), "r", {.read = ReadChild, .write = nullptr, .seek = nullptr, .close = CloseChild});
     if (stream == nullptr) {
         MERO_FAIL(MLIBC_ERR_START_PROGRAM);
         return nullptr;
     }
     Child& started = *child.release();
-    started.pid = Spawn(path, argv, {.standardOutput = writeEnd.Get(),
-                                     .standardError = withErrors ? writeEnd.Get() : kInherit});
+    started.pid =
+        Spawn(path, argv, {.standardOutput = writeEnd.Get(), .standardError = withErrors ? writeEnd.Get() : kInherit});
     if (started.pid < 0) {
         const int reason = errno;
         std::fclose(stream);

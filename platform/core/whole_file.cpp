@@ -149,8 +149,8 @@ int WriteWholeFile(const std::string& path, std::string_view text)
     }
     // The owner comes first: changing it takes set-user-ID bits away.
     struct stat old;
-    if (stat(path.c_str(), &old) == 0 && (fchown(file.Get(), old.st_uid, old.st_gid) != 0 ||
-                                          fchmod(file.Get(), old.st_mode & 07777) != 0)) {
+    if (stat(path.c_str(), &old) == 0 &&
+        (fchown(file.Get(), old.st_uid, old.st_gid) != 0 || fchmod(file.Get(), old.st_mode & 07777) != 0)) {
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }
     if (!WriteAll(file.Get(), text) || fsync(file.Get()) != 0 || !file.MoveTo(path) || !SyncFolderOf(path)) {

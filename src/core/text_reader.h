@@ -23,8 +23,8 @@ public:
     /// The same for what is left of an open file.
     std::optional<std::string_view> Read(const Descriptor& file);
 
-    /// Hands the file's lines to `take`, as many whole ones at a time as the kernel gives, until it returns false. False,
-    /// with errno, when the file cannot be opened or read as far as they were wanted.
+    /// Hands the file's lines to `take`, as many whole ones at a time as the kernel gives, until it returns false.
+    /// False, with errno, when the file cannot be opened or read as far as they were wanted.
     template <typename Take>
     bool ReadLines(int directory, const char* path, Take&& take)
     {

@@ -28,8 +28,8 @@ void Watch(FileLock& lock, pid_t parent)
 {
     KeepDescriptor(lock.FdGet());
     // A parent that was killed has left its flag behind; the lock must not outlive it for that.
-    for (int sleeps = 0; !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 &&
-                         MLIBCProcAlive(parent) == 1;) {
+    for (int sleeps = 0;
+         !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 && MLIBCProcAlive(parent) == 1;) {
         usleep(kSleep);
         if (++sleeps == kMaxSleeps) {
             MERO_LOG(LOG_ERR, "Isolate doesn't execute successfully");

@@ -15,7 +15,7 @@ using namespace MERO::Systemd;
 
 bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
-    const ErrorKeeper keeper; // "none" is an answer
+    const ErrorKeeper keeper;       // "none" is an answer
     std::vector<std::string> names; // not by glob(), which frees names twice where memory is out
     if (!DirectoryEntries("/sys/fs/cgroup/meromonitor/", names)) {
         return false;

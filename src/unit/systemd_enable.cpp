@@ -8,8 +8,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kEnable{
-    .verb = "enable", .doing = "enabling ...", .done = "enabled.", .failed = "enable failed"};
+constexpr ActionWords kEnable{.verb = "enable", .doing = "enabling ...", .done = "enabled.", .failed = "enable failed"};
 
 bool _MEROSystemdEnableCore(std::vector<std::string> options, const std::vector<std::string>& vecUnits,
                             std::vector<std::string>& failed)

@@ -13,10 +13,10 @@ namespace {
 
 // What holds until the next boot counts as what holds for good.
 constexpr StatusWord kEnableStatus[] = {
-    {"disabled", MERO_SYSTEMD_ENABLE_STATUS_DISABLED},     {"enabled", MERO_SYSTEMD_ENABLE_STATUS_ENABLED},
+    {"disabled", MERO_SYSTEMD_ENABLE_STATUS_DISABLED},       {"enabled", MERO_SYSTEMD_ENABLE_STATUS_ENABLED},
     {"enabled-runtime", MERO_SYSTEMD_ENABLE_STATUS_ENABLED}, {"static", MERO_SYSTEMD_ENABLE_STATUS_STATIC},
-    {"masked", MERO_SYSTEMD_ENABLE_STATUS_MASKED},         {"masked-runtime", MERO_SYSTEMD_ENABLE_STATUS_MASKED},
-    {"linked", MERO_SYSTEMD_ENABLE_STATUS_LINKED},         {"linked-runtime", MERO_SYSTEMD_ENABLE_STATUS_LINKED},
+    {"masked", MERO_SYSTEMD_ENABLE_STATUS_MASKED},           {"masked-runtime", MERO_SYSTEMD_ENABLE_STATUS_MASKED},
+    {"linked", MERO_SYSTEMD_ENABLE_STATUS_LINKED},           {"linked-runtime", MERO_SYSTEMD_ENABLE_STATUS_LINKED},
 };
 
 const std::vector<std::string> kNoOptions; // said, so that a name is never taken for one
@@ -31,8 +31,8 @@ int MERO::Systemd::_MEROSystemdEnableStatusGet(const SystemctlOpts& opts, const 
     std::string word;
     try {
         // The exit code is not looked at: is-enabled prints "disabled" and ends with 1.
-        const bool printed = MEROSystemdSystemctlUltron(
-            "is-enabled", opts, {strUnit}, [&](int, const std::vector<std::string>& lines) {
+        const bool printed =
+            MEROSystemdSystemctlUltron("is-enabled", opts, {strUnit}, [&](int, const std::vector<std::string>& lines) {
                 word = lines.empty() ? std::string() : boost::algorithm::trim_copy(lines.front());
                 return !lines.empty();
             });

@@ -15,7 +15,7 @@ int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit)
 
 int MEROCSystemdEnableStatusGetInGenerator(const char* szUnit)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetInGenerator(szUnit) : -1;
-    }, -1);
+    return WithoutExceptions(
+        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetInGenerator(szUnit) : -1; },
+        -1);
 }

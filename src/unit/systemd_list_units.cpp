@@ -22,22 +22,22 @@ bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& st
             options.insert(options.end(), {"--type", strType});
         }
         const SystemctlDialect dialect = ConfiguredSystemctlDialect();
-        return MEROSystemdSystemctl(
-            "list-unit-files", options, {}, [&](int exitCode, const std::vector<std::string>& lines) {
-                if (exitCode != 0) {
-                    return false;
+        const auto addUnits = [&](int exitCode, const std::vector<std::string>& lines) {
+            if (exitCode != 0) {
+                return false;
+            }
+            for (const std::string& line : lines) {
+                std::vector<std::string> fields;
+                if (!Split(dialect.Row(line), fields, " ")) {
+                    throw std::bad_alloc();
                 }
-                for (const std::string& line : lines) {
-                    std::vector<std::string> fields;
-                    if (!Split(dialect.Row(line), fields, " ")) {
-                        throw std::bad_alloc();
-                    }
-                    if (fields.size() == dialect.unitFileColumns) {
-                        units.push_back(fields.front());
-                    }
+                if (fields.size() == dialect.unitFileColumns) {
+                    units.push_back(fields.front());
                 }
-                return true;
-            });
+            }
+            return true;
+        };
+        return MEROSystemdSystemctl("list-unit-files", options, {}, addUnits);
     } catch (const std::exception&) {
         MERO_LOG(LOG_ERR, "list-unit-files failed.");
         return false;

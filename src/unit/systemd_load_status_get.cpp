@@ -9,9 +9,9 @@ using namespace MERO::Systemd;
 namespace {
 
 constexpr StatusWord kLoadStatus[] = {
-    {"stub", MERO_SYSTEMD_LOAD_STATUS_STUB},         {"loaded", MERO_SYSTEMD_LOAD_STATUS_LOADED},
+    {"stub", MERO_SYSTEMD_LOAD_STATUS_STUB},           {"loaded", MERO_SYSTEMD_LOAD_STATUS_LOADED},
     {"not-found", MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND}, {"error", MERO_SYSTEMD_LOAD_STATUS_ERROR},
-    {"merged", MERO_SYSTEMD_LOAD_STATUS_MERGED},     {"masked", MERO_SYSTEMD_LOAD_STATUS_MASKED},
+    {"merged", MERO_SYSTEMD_LOAD_STATUS_MERGED},       {"masked", MERO_SYSTEMD_LOAD_STATUS_MASKED},
 };
 
 } // namespace

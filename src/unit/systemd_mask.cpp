@@ -7,8 +7,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kMask{
-    .verb = "mask", .doing = "masking ...", .done = "masked.", .failed = "mask failed"};
+constexpr ActionWords kMask{.verb = "mask", .doing = "masking ...", .done = "masked.", .failed = "mask failed"};
 
 bool _MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed, bool runtime)
 {

@@ -7,14 +7,13 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kReloadOrRestart{
-    .verb = "reload-or-restart",
-    .doing = "doing reload-or-restart ...",
-    .done = "done reload-or-restart.",
-    .failed = "reload-or-restart failed"};
+constexpr ActionWords kReloadOrRestart{.verb = "reload-or-restart",
+                                       .doing = "doing reload-or-restart ...",
+                                       .done = "done reload-or-restart.",
+                                       .failed = "reload-or-restart failed"};
 
-bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options,
-                                     const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                     std::vector<std::string>& failed)
 {
     return RunUnitAction(MERO_HERE, kReloadOrRestart, options, vecUnits, failed);
 }

@@ -47,8 +47,8 @@ int MEROCSystemdRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppList
     return RunCGroupForm(MERO_HERE, MEROSystemdRestart, pListUnits, ppListFailed);
 }
 
-bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options,
-                                      const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                      std::vector<std::string>& failed)
 {
     return _MEROSystemdRestartCore(options, vecUnits, failed, true);
 }

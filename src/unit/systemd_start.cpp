@@ -8,8 +8,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kStart{
-    .verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed"};
+constexpr ActionWords kStart{.verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed"};
 
 bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                            std::vector<std::string>& failed)

@@ -9,8 +9,7 @@ using namespace MERO::Systemd;
 namespace {
 
 // "stopped failed" is the text that the logs have always had.
-constexpr ActionWords kStop{
-    .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed"};
+constexpr ActionWords kStop{.verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed"};
 
 bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                           std::vector<std::string>& failed)

@@ -87,8 +87,8 @@ bool RemoveUnitFiles(const std::string& unit)
         return false; // what a run that failed has printed names no file to remove
     }
     // All of them are tried, although one fails.
-    const auto failures = std::count_if(paths.begin(), paths.end(),
-                                        [](const std::string& path) { return !RemoveUnitFile(path); });
+    const auto failures =
+        std::count_if(paths.begin(), paths.end(), [](const std::string& path) { return !RemoveUnitFile(path); });
     return failures == 0;
 }
 

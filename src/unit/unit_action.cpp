@@ -24,8 +24,8 @@ bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector
                     return true;
                 }
                 FailedUnitsGet(vecUnits, lines, failed);
-                MERO_LOG_AT(where, LOG_ERR, "[%s] %s: ret=[%d], reason:\n%s", Join(failed).c_str(), words.failed, exitCode,
-                    Concatenate(lines).c_str());
+                MERO_LOG_AT(where, LOG_ERR, "[%s] %s: ret=[%d], reason:\n%s", Join(failed).c_str(), words.failed,
+                            exitCode, Concatenate(lines).c_str());
                 return false;
             });
     } catch (const std::exception&) {

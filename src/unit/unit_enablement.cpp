@@ -55,7 +55,7 @@ bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector
             }
             FailedUnitsCopy(vecUnits, failed);
             MERO_LOG_AT(where, LOG_ERR, "[%s] %s: ret=[%d], reason:\n%s", units.c_str(), words.failed, exitCode,
-                Concatenate(lines).c_str());
+                        Concatenate(lines).c_str());
             return false;
         });
     } catch (const std::exception&) {

@@ -30,7 +30,7 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
 {
     const std::string name = NormalizedUnitNameGet(unit);
     std::string path;
-    if (IsFileName(name)) { // a folder holds no file of another name
+    if (IsFileName(name)) {                                     // a folder holds no file of another name
         path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
         for (std::string_view directory : kUnitDirectories) {
             if (isThere(path.assign(directory).append(name))) {

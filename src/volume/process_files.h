@@ -62,12 +62,13 @@ public:
     {
         const Descriptor folder = OpenFolder(process.descriptor, "fd");
         if (folder) {
-            linkNames_.ForEach(folder.Get(), [&](std::string_view name) { return take(Link(folder.Get(), name.data())); });
+            linkNames_.ForEach(folder.Get(),
+                               [&](std::string_view name) { return take(Link(folder.Get(), name.data())); });
         }
     }
 
-    /// Hands the path of each piece of the process' memory that maps a file to `take`, until it returns false. Pieces of
-    /// one file mostly follow each other.
+    /// Hands the path of each piece of the process' memory that maps a file to `take`, until it returns false. Pieces
+    /// of one file mostly follow each other.
     template <typename Take>
     void ForEachMap(const ProcessFolder& process, Take&& take)
     {

@@ -45,7 +45,7 @@ bool CanHaveReasons(const std::string& service)
 
 bool CheckServiceHasReason(const std::string& service)
 {
-    const ErrorKeeper keeper; // "no" is an answer
+    const ErrorKeeper keeper;         // "no" is an answer
     std::vector<std::string> reasons; // not by glob(), which frees names twice where memory is out
     if (!DirectoryEntries(ReasonDirectory(service), reasons)) {
         return errno != ENOTDIR; // a folder that cannot be read counts as one with reasons, deliberately

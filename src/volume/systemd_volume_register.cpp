@@ -19,7 +19,8 @@ namespace {
 
 bool IsVolume(const std::string& strVolume)
 {
-    return MERO_VALID(!strVolume.empty()) && MERO_VALID('/' == strVolume.front()) && MERO_VALID('/' != strVolume.back());
+    return MERO_VALID(!strVolume.empty()) && MERO_VALID('/' == strVolume.front()) &&
+           MERO_VALID('/' != strVolume.back());
 }
 
 bool IsUnitAndVolume(const std::string& strUnit, const std::string& strVolume)

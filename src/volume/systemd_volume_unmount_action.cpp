@@ -79,9 +79,8 @@ bool StartAgain(const Texts& services)
 
 bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const std::function<bool()>& action)
 {
-    if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) ||
-        !WriteTarget(kBeginTarget, "Conflicts", services) || !WriteTarget(kEndTarget, "Wants", services) ||
-        !MEROSystemdDaemonReload()) {
+    if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) || !WriteTarget(kBeginTarget, "Conflicts", services) ||
+        !WriteTarget(kEndTarget, "Wants", services) || !MEROSystemdDaemonReload()) {
         return false;
     }
     MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",

@@ -112,7 +112,8 @@ void AddProcesses(const Texts& volumes, const std::set<std::string>& stopping, s
         if (units.empty() && files.IsEnding(process)) {
             return; // of some service, perhaps: that cannot be told any more
         }
-        if (std::none_of(units.begin(), units.end(), [&](const std::string& unit) { return stopping.contains(unit); })) {
+        if (std::none_of(units.begin(), units.end(),
+                         [&](const std::string& unit) { return stopping.contains(unit); })) {
             blockers.push_back({.kind = VolumeBlocker::Kind::Process,
                                 .unit = units.empty() ? std::string() : units.back(),
                                 .user = *user});

@@ -146,8 +146,7 @@ bool IsAnyVolumeRegistered(const std::string& path, const std::vector<std::strin
 {
     std::vector<std::string> registered;
     return ReadVolumes(path, registered) &&
-           std::find_first_of(registered.begin(), registered.end(), volumes.begin(), volumes.end()) !=
-               registered.end();
+           std::find_first_of(registered.begin(), registered.end(), volumes.begin(), volumes.end()) != registered.end();
 }
 
 std::string PackageRegisterDirectory(const std::string& package)

@@ -103,10 +103,8 @@ using Users = std::map<std::string, std::vector<VolumeUser>>; ///< by service
 void FindUsers(const std::string& volume, Users& users)
 {
     const bool listed = ForEachMountUser(volume, [&](ProcessFiles& files, const MountUser& user) {
-        users[user.service].push_back({.pid = user.process.pid,
-                                       .command = files.Command(user.process),
-                                       .use = user.use,
-                                       .file = user.file});
+        users[user.service].push_back(
+            {.pid = user.process.pid, .command = files.Command(user.process), .use = user.use, .file = user.file});
     });
     if (!listed) {
         MERO_LOG(LOG_ERR, "Fail to list services by mnt path [%s].", volume.c_str());

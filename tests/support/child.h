@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-
 namespace MERO::Test {
 
 /// Runs `body` in a forked child as user `uid`, and returns its result (0 to 255); 254 when it threw.

@@ -25,8 +25,9 @@ class RealEnablement : public Box {
 protected:
     RealEnablement()
     {
-        File("/usr/local/lib/systemd/system/life.service", "[Service]\nExecStart=/bin/sleep infinity\n"
-                                                           "[Install]\nWantedBy=multi-user.target\nAlias=vita.service\n");
+        File("/usr/local/lib/systemd/system/life.service",
+             "[Service]\nExecStart=/bin/sleep infinity\n"
+             "[Install]\nWantedBy=multi-user.target\nAlias=vita.service\n");
         Load();
     }
     ~RealEnablement() override
@@ -44,7 +45,8 @@ protected:
     static std::string Traces()
     {
         return Shell("find /etc /run/systemd /run/merosystemd /usr/local /usr/mero '(' -name 'life.service*' -o "
-                     "-name 'vita.service*' ')' -not '(' -type d -empty ')'; find /etc /run -path '*life.service.d/*'").output;
+                     "-name 'vita.service*' ')' -not '(' -type d -empty ')'; find /etc /run -path '*life.service.d/*'")
+            .output;
     }
 };
 

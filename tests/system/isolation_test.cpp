@@ -96,7 +96,8 @@ protected:
         EXPECT_EQ(Shell("systemctl is-active default.target daily quiet.target").output, "active\nactive\ninactive\n");
         EXPECT_EQ(IsolationTarget(), "none");
         EXPECT_FALSE(exists(kState) || exists(kState + ".tmp") || exists(kFlag));
-        EXPECT_TRUE(Comes([] { return !IsHeld(kAllLocks, "-x"); })); // the isolate monitor keeps its lock a moment longer
+        EXPECT_TRUE(
+            Comes([] { return !IsHeld(kAllLocks, "-x"); })); // the isolate monitor keeps its lock a moment longer
     }
 };
 
@@ -149,8 +150,10 @@ TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
         EXPECT_EQ(WaitStatus(pid), SIGKILL);
         EXPECT_TRUE(Comes([] { return !IsHeld(kAllLocks, "-x"); }));
         EXPECT_EQ(IsolationTarget(), exists(kState) ? "unknown" : "none");
-        ++hits[!exists(kState) ? "without state" : exists(kFlag) ? "with the flag" :
-               ActiveState("quiet.target") == "active" ? "after the flag" : "before the flag"];
+        ++hits[!exists(kState)                           ? "without state"
+               : exists(kFlag)                           ? "with the flag"
+               : ActiveState("quiet.target") == "active" ? "after the flag"
+                                                         : "before the flag"];
         Release("last");
         EXPECT_TRUE(Comes(HasNoChild)); // systemctl goes on without its parent
         ASSERT_TRUE(MEROSystemdIsolateToDefaultTarget());
@@ -186,7 +189,8 @@ TEST_F(RealIsolation, TheMachineComesBackWhateverTheActionDid)
 TEST_F(RealIsolation, TheMonitorScriptRunsInTheBackgroundWithItsLock)
 {
     const std::string script = "/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh";
-    Shell("install -D /dev/stdin " + script + " <<'END'\n#!/bin/sh\n" + UntilReleased("script") + "\necho end; exit 3\nEND");
+    Shell("install -D /dev/stdin " + script + " <<'END'\n#!/bin/sh\n" + UntilReleased("script") +
+          "\necho end; exit 3\nEND");
     Hold("script");
     EXPECT_EQ(WaitStatus(StartIsolation("quiet.target")), 0);
     EXPECT_TRUE(IsHeld(kMonitorLock, "-x") && !IsHeld(kMonitorLock, "-s") && !IsHeld(kOperationLock, "-x"));

@@ -32,9 +32,10 @@ class Merosystemctl : public Box {
 protected:
     Merosystemctl()
     {
-        Unit("web.service", "[Service]\nExecStart=/bin/sleep infinity\nExecReload=/bin/true\n"
-                            "[X-Tarvix]\nName=Web \"server\"\nNameI18n=web:title\nDefaultEnable=yes\nFirewallSections=http https\n"
-                            "BelongsTo=multi-user.target other.service\n");
+        Unit("web.service",
+             "[Service]\nExecStart=/bin/sleep infinity\nExecReload=/bin/true\n"
+             "[X-Tarvix]\nName=Web \"server\"\nNameI18n=web:title\nDefaultEnable=yes\nFirewallSections=http https\n"
+             "BelongsTo=multi-user.target other.service\n");
         Unit("slow.service", "[Service]\nType=oneshot\nExecStart=/bin/sleep 60\n");
         Load();
     }
@@ -87,19 +88,24 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"--help", 0, ".*start .*stop .*Exit status:.*Examples:.*"},
         {"start --help", 0, ".*--no-block .*--irreversibly .*"},
     });
-    EXPECT_EQ(Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add' "
-                    "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' "
-                    "slice 'slice list' 'slice show' 'slice kill' 'slice top' process 'process show'; do "
-                    MEROSYSTEMCTL " $c --help | grep -E '.{81}'; done").output, "")
+    EXPECT_EQ(
+        Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add' "
+              "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' "
+              "slice 'slice list' 'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
+              " $c --help | grep -E '.{81}'; done")
+            .output,
+        "")
         << "80 columns are enough";
 }
 
 TEST_F(Merosystemctl, StatusTellsStatesApart)
 {
     Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/false\n");
-    Unit("held.service", "[Unit]\nDescription=A held one\n[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
+    Unit("held.service",
+         "[Unit]\nDescription=A held one\n[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
     Load();
-    Tool("start web broken; " MEROSYSTEMCTL " start --no-block slow; " MEROSYSTEMCTL " reason add check held; systemctl mask --runtime hidden");
+    Tool("start web broken; " MEROSYSTEMCTL " start --no-block slow; " MEROSYSTEMCTL
+         " reason add check held; systemctl mask --runtime hidden");
     struct Case {
         std::string arguments;
         int exitCode;
@@ -119,11 +125,13 @@ TEST_F(Merosystemctl, StatusTellsStatesApart)
     for (const Case& c : cases) {
         const ShellResult result = Tool("status " + c.arguments);
         EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
-        EXPECT_THAT(result.output, MatchesRegex("UNIT +LOAD +ACTIVE +ENABLED +JOB +REASONS +DESCRIPTION\n" + c.row + "\n"));
+        EXPECT_THAT(result.output,
+                    MatchesRegex("UNIT +LOAD +ACTIVE +ENABLED +JOB +REASONS +DESCRIPTION\n" + c.row + "\n"));
     }
-    EXPECT_EQ(Tool("status --json slow held | jq -c 'map([.unit, .load, .active, .enabled, .job.type, .reasons])'").output,
-              "[[\"slow\",\"loaded\",\"activating\",\"static\",\"start\",[]],"
-              "[\"held\",\"loaded\",\"inactive\",\"disabled\",null,[\"check\"]]]\n");
+    EXPECT_EQ(
+        Tool("status --json slow held | jq -c 'map([.unit, .load, .active, .enabled, .job.type, .reasons])'").output,
+        "[[\"slow\",\"loaded\",\"activating\",\"static\",\"start\",[]],"
+        "[\"held\",\"loaded\",\"inactive\",\"disabled\",null,[\"check\"]]]\n");
     Tool("reason remove check held; systemctl unmask --runtime hidden");
 }
 
@@ -154,9 +162,11 @@ TEST_F(Merosystemctl, EnablementInAllItsForms)
     }
     for (const std::string options : {"", "--runtime ", "--offline ", "--offline --runtime "}) {
         EXPECT_EQ(Tool("mask " + options + "boot.path").exitCode, 0) << options;
-        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "masked\n") << options;
+        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "masked\n")
+            << options;
         EXPECT_EQ(Tool("unmask " + options + "boot.path").exitCode, 0) << options;
-        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "not-found\n") << options;
+        EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "not-found\n")
+            << options;
     }
     EXPECT_EQ(Tool("enable nowhere boot").exitCode, 1);
     EXPECT_EQ(Tool("disable boot").exitCode, 0);
@@ -213,11 +223,14 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
 
 TEST_F(Merosystemctl, VolumesAndCgroups)
 {
-    Unit("user.service", "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n[X-Tarvix]\nVolumeDependency=partial\n");
+    Unit("user.service",
+         "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n[X-Tarvix]\nVolumeDependency=partial\n");
     Unit("bulk.slice", "[Slice]\n");
     Load();
-    Shell("mkdir -p /vol1 /var/packages/Foo /sys/fs/cgroup/meromonitor/bulk.slice; mount -t tmpfs tmpfs /vol1; touch /vol1/file; "
-          "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");
+    Shell("mkdir -p /vol1 /var/packages/Foo /sys/fs/cgroup/meromonitor/bulk.slice; mount -t tmpfs tmpfs /vol1; touch "
+          "/vol1/file; "
+          "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null "
+          "2>&1 &");
     EXPECT_TRUE(Comes([] { return Tool("volume plan /vol1").output.find("holder.scope") != std::string::npos; }));
     const std::string kStopping = "stopping: user.service\n(stopping: user.service \\([0-9]+ s\\)\n)*";
     const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
@@ -228,15 +241,20 @@ TEST_F(Merosystemctl, VolumesAndCgroups)
         {"volume register /vol2 --package Foo", 0, ""},
         {"volume register /vol2 --package Bar", 1, "merosystemctl: Bar: volume register failed\n.*\n"},
         {"volume list", 0, "KIND +OWNER +VOLUMES\nunit +web.service +/vol1\npackage +Foo +/vol2\n"},
-        {"volume list /vol2 --json | jq -c '.[] | [.kind, .owner, .volumes]'", 0, "\\[\"package\",\"Foo\",\\[\"/vol2\"\\]\\]\n"},
+        {"volume list /vol2 --json | jq -c '.[] | [.kind, .owner, .volumes]'", 0,
+         "\\[\"package\",\"Foo\",\\[\"/vol2\"\\]\\]\n"},
         {"volume unregister /vol2 --package Foo", 0, ""},
         {"volume users /vol1", 0, "user.service\n"},
         {"volume dependency user", 0, "partial\n"},
         {"volume dependency nowhere", 4, "merosystemctl: nowhere: .*\n"},
-        {"volume plan /vol1", 0, "SERVICE .*\nuser.service +uses files +[0-9]+ .*\nWHAT .*\nprocess +holder.scope +[0-9]+ .*"},
-        {"volume unmount --dry-run --json /vol1 | jq -r '.stops[].unit, .blockers[].user.file'", 0, "user.service\n/vol1/file\n"},
-        {"volume unmount /vol1", 32, kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
-        {"volume unmount /vol1 -- sh -c 'exit 7' --dry-run", 7, kStopping + kHolder + kAgain + "merosystemctl: sh: exit code 7\n"},
+        {"volume plan /vol1", 0,
+         "SERVICE .*\nuser.service +uses files +[0-9]+ .*\nWHAT .*\nprocess +holder.scope +[0-9]+ .*"},
+        {"volume unmount --dry-run --json /vol1 | jq -r '.stops[].unit, .blockers[].user.file'", 0,
+         "user.service\n/vol1/file\n"},
+        {"volume unmount /vol1", 32,
+         kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
+        {"volume unmount /vol1 -- sh -c 'exit 7' --dry-run", 7,
+         kStopping + kHolder + kAgain + "merosystemctl: sh: exit code 7\n"},
         {"volume unmount /vol1 -- echo --json -- --help", 0, kStopping + "--json -- --help\n" + kAgain},
         {"volume unmount /vol1 -- no-such-program", 2, "merosystemctl: no-such-program: there is no such program\n"},
         {"stop holder.scope", 0, ""},

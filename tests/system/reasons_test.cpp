@@ -25,7 +25,8 @@ protected:
         Unit("held.service", "[Service]\nExecStart=/bin/sleep infinity\n");
         Unit("free.service", "[Service]\nExecStart=/bin/sleep infinity\n");
         // The drop-in that keeps a held service from starting, with a condition of systemd's own.
-        std::ofstream("/run/reason-drop-in.conf") << "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
+        std::ofstream("/run/reason-drop-in.conf")
+            << "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
         std::filesystem::remove_all("/run/systemd/system/held.service.d");
         std::filesystem::remove_all("/run/merosystemd/reasons");
         EXPECT_TRUE(LinkMeroReason("/run/systemd/system/held.service.d/", "/run/reason-drop-in.conf"));

@@ -35,7 +35,9 @@ struct Counted {
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 };
 
-struct RealSlices : Box { ~RealSlices() override { Shell("rmdir " + kMonitor + "/sub " + kMonitor); } };
+struct RealSlices : Box {
+    ~RealSlices() override { Shell("rmdir " + kMonitor + "/sub " + kMonitor); }
+};
 
 TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
 {
@@ -44,7 +46,8 @@ TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
     Unit("big.service", "[Service]\nSlice=load.slice\nExecStart=perl -e '$$x = \"a\" x shift; sleep' 209715200\n");
     Load();
     // Only the host's files are on a disk, and they cannot be written. A shell counts what its children have read.
-    Shell("mkdir -p " + kMonitor + "/sub; systemctl start busy big; systemd-run --scope -u reader --slice=load.slice"
+    Shell("mkdir -p " + kMonitor +
+          "/sub; systemctl start busy big; systemd-run --scope -u reader --slice=load.slice"
           " sh -c 'while :; do dd if=/usr/bin/perl of=/run/copy bs=64k iflag=direct; done' > /dev/null 2>&1 &");
     const std::string tasks = " | tee -a " + kMonitor, first = "head -n 1 " + kSystemd + "/reader.scope/cgroup.procs";
     ASSERT_TRUE(Comes([&] { return Number(first) > 0; }));

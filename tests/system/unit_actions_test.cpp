@@ -23,13 +23,17 @@ protected:
                             "[X-Tarvix]\nName=Web server\n");
         Unit("db.service", "[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nName=Database\n");
         Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/false\n[X-Tarvix]\nName=Broken\n");
-        Unit("behind.service", "[Unit]\nRequires=broken.service\nAfter=broken.service\n[Service]\nExecStart=/bin/sleep infinity\n");
+        Unit("behind.service",
+             "[Unit]\nRequires=broken.service\nAfter=broken.service\n[Service]\nExecStart=/bin/sleep infinity\n");
         Unit("slow.service", "[Service]\nType=oneshot\nExecStart=/bin/sleep 60\n");
         Unit("slow-to-stop.service", "[Service]\nExecStart=/bin/sleep infinity\nExecStop=/bin/sleep 60\n");
         Load();
     }
 
-    static std::string MainPid(const std::string& unit) { return Shell("systemctl show --value -p MainPID " + unit).output; }
+    static std::string MainPid(const std::string& unit)
+    {
+        return Shell("systemctl show --value -p MainPID " + unit).output;
+    }
     static bool Exists(const std::string& path) { return std::filesystem::exists(path); }
 };
 
@@ -57,14 +61,15 @@ TEST_F(RealUnitActions, AServiceLivesThroughStartReloadRestartAndStop)
     EXPECT_EQ(ActiveState("web"), "inactive") << "what does not run is not tried";
     EXPECT_EQ(ActiveState("db"), "active");
 
-    EXPECT_THAT(Journal(), ElementsAre("systemd_start: [web] starting ...", "systemd_start: [web] started.",
-                                       "systemd_reload: [web.service] reloading ...", "systemd_reload: [web.service] reloaded.",
-                                       "systemd_restart: [web] restarting ...", "systemd_restart: [web] restarted.",
-                                       "systemd_restart: [web] try-restarting ...", "systemd_restart: [web] try-restarted.",
-                                       "systemd_reload_or_restart: [db] doing reload-or-restart ...",
-                                       "systemd_reload_or_restart: [db] done reload-or-restart.",
-                                       "systemd_stop: [web] stopping ...", "systemd_stop: [web] stopped.",
-                                       "systemd_restart: [web] try-restarting ...", "systemd_restart: [web] try-restarted."));
+    EXPECT_THAT(Journal(),
+                ElementsAre("systemd_start: [web] starting ...", "systemd_start: [web] started.",
+                            "systemd_reload: [web.service] reloading ...", "systemd_reload: [web.service] reloaded.",
+                            "systemd_restart: [web] restarting ...", "systemd_restart: [web] restarted.",
+                            "systemd_restart: [web] try-restarting ...", "systemd_restart: [web] try-restarted.",
+                            "systemd_reload_or_restart: [db] doing reload-or-restart ...",
+                            "systemd_reload_or_restart: [db] done reload-or-restart.",
+                            "systemd_stop: [web] stopping ...", "systemd_stop: [web] stopped.",
+                            "systemd_restart: [web] try-restarting ...", "systemd_restart: [web] try-restarted."));
     EXPECT_EQ(Shell("cat /run/events").output, "merosystemd 0001 Web server\nmerosystemd 0002 Web server\n");
 }
 
@@ -91,8 +96,9 @@ TEST_F(RealUnitActions, FailedUnitsAreNamedAndTheOthersRun)
     }
     EXPECT_THAT(Shell("cat /run/events").output, HasSubstr("merosystemd 0001 Web server, Database\n"));
     EXPECT_THAT(Shell("cat /run/events").output, HasSubstr("merosystemd 0011 Broken\n"));
-    EXPECT_THAT(Journal(), Contains(HasSubstr("systemd_start: [unknown] start failed: ret=[5], reason:\\nFailed to start "
-                                              "unknown.service: Unit unknown.service not found.")));
+    EXPECT_THAT(Journal(),
+                Contains(HasSubstr("systemd_start: [unknown] start failed: ret=[5], reason:\\nFailed to start "
+                                   "unknown.service: Unit unknown.service not found.")));
 }
 
 TEST_F(RealUnitActions, NoBlockFormsDoNotWait)

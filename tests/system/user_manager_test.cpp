@@ -44,21 +44,28 @@ protected:
 TEST_F(UserManager, AUserStartsAndStopsAUnitOfTheirOwn)
 {
     const auto isActive = [this] {
-        return Shell("XDG_RUNTIME_DIR=/run/user/" + std::to_string(uid) + " setpriv --reuid=walter --clear-groups "
-                     "systemctl --user is-active own").output;
+        return Shell("XDG_RUNTIME_DIR=/run/user/" + std::to_string(uid) +
+                     " setpriv --reuid=walter --clear-groups "
+                     "systemctl --user is-active own")
+            .output;
     };
     ASSERT_EQ(Shell("systemctl is-active user@" + std::to_string(uid)).output, "active\n");
     EXPECT_EQ(AsUser([] { return MEROSystemdStart("own") ? 0 : 1; }), 0);
     EXPECT_EQ(isActive(), "active\n");
     EXPECT_EQ(AsUser([] {
                   const SystemctlOpts opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
-                  return MEROSystemdSystemctlUltron("stop", opts, {"own"}, [](int exitCode, const auto&) { return exitCode == 0; })
-                             ? 0 : 1;
-              }), 0);
+                  return MEROSystemdSystemctlUltron("stop", opts, {"own"},
+                                                    [](int exitCode, const auto&) { return exitCode == 0; })
+                             ? 0
+                             : 1;
+              }),
+              0);
     EXPECT_EQ(isActive(), "inactive\n");
     // Copies: an ordinary user may not be able to enter the folder that this was built in.
     EXPECT_EQ(Shell("install -D -t /tmp/tool " MEROSYSTEMCTL " " MERO_LIBRARIES " && cd / && setpriv --reuid=walter "
-                    "--regid=walter --clear-groups env -i LD_LIBRARY_PATH=/tmp/tool /tmp/tool/merosystemctl start own").output, "");
+                    "--regid=walter --clear-groups env -i LD_LIBRARY_PATH=/tmp/tool /tmp/tool/merosystemctl start own")
+                  .output,
+              "");
     EXPECT_EQ(isActive(), "active\n");
     const auto journal = Journal();
     EXPECT_THAT(journal, Contains(MatchesRegex("systemd_systemctl: Execute time for "
@@ -73,10 +80,13 @@ TEST_F(UserManager, TheSystemManagerIsMeantWhenForced)
                   const SystemctlOpts opts = SystemctlOptsBuilder().SetForceSystem(true).Build();
                   return MEROSystemdSystemctlUltron("show", opts, {"--property=LoadState", "own.service"},
                                                     [](int, const auto& lines) {
-                                                        return lines == std::vector<std::string>{"LoadState=not-found\n"};
+                                                        return lines ==
+                                                               std::vector<std::string>{"LoadState=not-found\n"};
                                                     })
-                             ? 0 : 1;
-              }), 0);
+                             ? 0
+                             : 1;
+              }),
+              0);
 }
 
 } // namespace

@@ -44,7 +44,8 @@ protected:
         Service("idle", kAll);
         std::filesystem::create_directories("/var/packages/Foo");
         EXPECT_TRUE(MEROSystemdVolumeRegister("some", "/vol1") && MEROSystemdVolumeRegister("other", "/vol2") &&
-                    MEROSystemdVolumeRegister("pkgctl-Bar", "/vol1") && MEROSystemdPackageVolumeRegister("Foo", "/vol1"));
+                    MEROSystemdVolumeRegister("pkgctl-Bar", "/vol1") &&
+                    MEROSystemdPackageVolumeRegister("Foo", "/vol1"));
         EXPECT_TRUE(Comes([users = Texts()]() mutable { // helper, inside, maps, open and some have got there
             return MEROSystemdServiceListByMntPath("/vol1", users) && users.size() == 5;
         }));
@@ -64,8 +65,10 @@ protected:
     static bool MountAnew(const std::string& volume)
     {
         return (umount(volume.c_str()) == 0 || errno != EBUSY) &&
-               Shell("v=" + volume + "; mkdir -p $v && mount -t tmpfs tmpfs $v && touch $v/file && "
-                     "cp $(ldd /bin/sh | grep -o '/[^ ]*/libc.so.6') $v/lib.so").exitCode == 0;
+               Shell("v=" + volume +
+                     "; mkdir -p $v && mount -t tmpfs tmpfs $v && touch $v/file && "
+                     "cp $(ldd /bin/sh | grep -o '/[^ ]*/libc.so.6') $v/lib.so")
+                       .exitCode == 0;
     }
 
     Runs Now()
@@ -109,8 +112,8 @@ TEST_F(RealVolumes, ExactlyTheirServicesStopAndRunAgainInOrder)
     EXPECT_GE(time("all", "InactiveExit"), time("open", "ActiveEnter"));
 
     before = Now();
-    ASSERT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol10", "/vol2"},
-                                                [] { return MountAnew("/vol2") && MountAnew("/vol10"); }));
+    ASSERT_TRUE(
+        _MEROSystemdVolumeUnmountAction({"/vol10", "/vol2"}, [] { return MountAnew("/vol2") && MountAnew("/vol10"); }));
     EXPECT_EQ(StartedSince(before), (Texts{"all", "longer", "other"}));
 }
 
@@ -183,7 +186,8 @@ TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
     }
     const auto expected = ::testing::UnorderedElementsAre(
         "all.service: all.service all", "front.service: helper.service files sleep cwd /vol1",
-        "inside.service: inside.service files sleep cwd /vol1", "maps.service: maps.service files sleep map /vol1/lib.so",
+        "inside.service: inside.service files sleep cwd /vol1",
+        "maps.service: maps.service files sleep map /vol1/lib.so",
         "open.service: open.service files sleep fd /vol1/file", "pkgctl-Foo.service: pkgctl-Foo.service package Foo",
         "some.service: some.service unit", "some.service: some.service files sleep fd /vol1/file",
         "blocker deleted.service sleep fd /vol1/gone (deleted)", "blocker blank.service sleep map /vol1/a b/lib.so",

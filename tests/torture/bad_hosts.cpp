@@ -83,7 +83,7 @@ const Case kCases[] = {
      ""},
     {"the host has an alarm every 5 ms", // calls are interrupted all the time
      [] {
-         struct sigaction action{};
+         struct sigaction action {};
          action.sa_handler = [](int) {};
          sigaction(SIGALRM, &action, nullptr);
          const itimerval often{{0, 5'000}, {0, 5'000}};
@@ -127,14 +127,16 @@ const Case kCases[] = {
          signal(SIGXFSZ, SIG_IGN);
          setrlimit(RLIMIT_FSIZE, &none);
      },
-     "echo Id=a.service", {true, true, true, false}},
+     "echo Id=a.service",
+     {true, true, true, false}},
     {"systemctl hangs for a second", [] {}, "echo Id=a.service; sleep 1", kAll, 3},
     {"systemctl prints 100 MiB", [] {},
      "echo Id=a.service; [ $1 != start ] || head -c 104857600 /dev/zero | tr '\\0' 'x'", kAll, 0, 60},
-    {"systemctl prints NUL bytes and no newline", [] {}, "printf 'Id=a.service\\0\\0'; head -c 100000 /dev/zero",
-     kAll},
+    {"systemctl prints NUL bytes and no newline", [] {}, "printf 'Id=a.service\\0\\0'; head -c 100000 /dev/zero", kAll},
     {"systemctl prints all bytes there are", [] {}, "echo Id=a.service; head -c 300000 /dev/urandom", kAll},
-    {"systemctl fails with all bytes there are", [] {}, "head -c 300000 /dev/urandom; exit 1",
+    {"systemctl fails with all bytes there are",
+     [] {},
+     "head -c 300000 /dev/urandom; exit 1",
      {false, false, false, true}},
     {"systemctl kills itself", [] {}, "echo Id=a.service; kill -KILL $$"}, // counts as its end
     {"systemctl closes its output and lives on", [] {}, "echo Id=a.service; exec >&- 2>&-; sleep 1", kAll, 3},
@@ -181,7 +183,7 @@ void CheckHost(Report& report, const Case& c)
 /// A handler that reaps takes an exit status away now and then: either answer, but never a hang, a crash or a zombie.
 void CheckReaper(Report& report, int calls)
 {
-    struct sigaction action{};
+    struct sigaction action {};
     action.sa_handler = ReapAll;
     sigaction(SIGCHLD, &action, nullptr);
     const std::string before = Footprint();
@@ -196,7 +198,8 @@ void CheckReaper(Report& report, int calls)
     report.Done(calls);
 }
 
-template <typename Body> void InChild(Report& report, const std::string& name, Body&& body)
+template <typename Body>
+void InChild(Report& report, const std::string& name, Body&& body)
 {
     const pid_t child = fork();
     if (child == 0) {

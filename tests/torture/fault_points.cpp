@@ -34,7 +34,8 @@ bool Fails(FaultKind kind, const char* name, int error)
     return true;
 }
 
-template <typename Function> Function* Next(const char* name, Function*)
+template <typename Function>
+Function* Next(const char* name, Function*)
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
@@ -128,6 +129,12 @@ FAULT_POINT(int, posix_spawn,
              const posix_spawnattr_t* attributes, char* const* argv, char* const* variables),
             (child, path, actions, attributes, argv, variables), ENOMEM, ENOMEM)
 
-unsigned sleep(unsigned) { return 0; }
-int usleep(useconds_t) { return 0; }
+unsigned sleep(unsigned)
+{
+    return 0;
+}
+int usleep(useconds_t)
+{
+    return 0;
+}
 }

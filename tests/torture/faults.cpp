@@ -51,12 +51,21 @@ struct BestEffort {
 };
 constexpr BestEffort kBestEffort[] = {
     {"", "list-jobs"}, // asks for jobs that may be in the way
-    {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"}, {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Reason", "reset-failed"}, {"Reason", "daemon-reload"}, {"Uninstall", "is-enabled"}, {"Uninstall", "reset-failed"},
-    {"Uninstall", "/run/merosystemd/reasons/"}, {"Uninstall", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Isolate", "/run/merosystemd/status_monitor.exit.lock"}, {"Isolate", "/run/merosystemd/isolate-state"},
-    {"KillSlice", "stop"}, {"KillSlice", "kill a.slice"},
-    {"Unmount", "/run"}, {"Unmount", "s"}, {"Unmount", "daemon-reload"}, // units that cannot be asked do not stop
+    {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
+    {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
+    {"Reason", "reset-failed"},
+    {"Reason", "daemon-reload"},
+    {"Uninstall", "is-enabled"},
+    {"Uninstall", "reset-failed"},
+    {"Uninstall", "/run/merosystemd/reasons/"},
+    {"Uninstall", "/usr/mero/etc/merosystemd/enable-status"},
+    {"Isolate", "/run/merosystemd/status_monitor.exit.lock"},
+    {"Isolate", "/run/merosystemd/isolate-state"},
+    {"KillSlice", "stop"},
+    {"KillSlice", "kill a.slice"},
+    {"Unmount", "/run"},
+    {"Unmount", "s"},
+    {"Unmount", "daemon-reload"}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
 constexpr const char* kPartialAnswers[] = {"IsolateTarget", "UnmountPlan", "IsSupportGet", "ServiceListByMntPath"};
@@ -93,7 +102,8 @@ std::string EssentialCalls(const Function& function, const Files& files)
 }
 
 /// Runs `body` in a child, whose death is a fault.
-template <typename Body> void RunInChild(Report& report, const std::string& what, Body&& body)
+template <typename Body>
+void RunInChild(Report& report, const std::string& what, Body&& body)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -161,9 +171,8 @@ void Check(Report& report, const Function& function, const std::string& what, co
     if (!answer.thrown.empty() && (function.isC || (!function.mayThrow && answer.thrown != "std::bad_alloc"))) {
         tell("throws " + answer.thrown);
     }
-    const bool isPartial = std::any_of(std::begin(kPartialAnswers), std::end(kPartialAnswers), [&](const char* name) {
-        return function.name.find(name) != std::string::npos;
-    });
+    const bool isPartial = std::any_of(std::begin(kPartialAnswers), std::end(kPartialAnswers),
+                                       [&](const char* name) { return function.name.find(name) != std::string::npos; });
     if (answer.done && answer.text != good.text && !isPartial) {
         tell("says that it succeeded, and answers " + answer.text);
     }

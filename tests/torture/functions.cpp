@@ -18,6 +18,9 @@
 namespace MERO::Torture {
 namespace {
 
+// One row a kind of parameter or of function, which the formatter would spread over the file.
+// clang-format off
+
 using namespace MERO::Systemd;
 using Test::Texts;
 using Action = bool (*)(void*);
@@ -393,6 +396,8 @@ void AroundEachCall(std::function<void()> first, std::function<void()> last)
     after = std::move(last);
 }
 
+// clang-format on
+
 const std::vector<Function>& Functions()
 {
     if (table.empty()) {
@@ -406,10 +411,11 @@ const std::vector<Function>& Functions()
 World::World(StandIn systemctl)
 {
     namespace fs = std::filesystem;
-    const std::string keys = "[X-Tarvix]\nName=n\nNameI18n=s:k\nSupportKey=k\nFirewallSections=f g\nBelongsTo=b.target\n"
-                             "PackedIn=b.target\nIconName=i\nIconPath=p\nVolumeDependency=all\nDefaultEnable=yes\n"
-                             "SupportOneClickEnable=yes\nInfoCenterDisplay=yes\nNanoUpdateDisplay=yes\n"
-                             "SkipListByMntPath=yes\nSliceKillTimeoutSec=0\n";
+    const std::string keys =
+        "[X-Tarvix]\nName=n\nNameI18n=s:k\nSupportKey=k\nFirewallSections=f g\nBelongsTo=b.target\n"
+        "PackedIn=b.target\nIconName=i\nIconPath=p\nVolumeDependency=all\nDefaultEnable=yes\n"
+        "SupportOneClickEnable=yes\nInfoCenterDisplay=yes\nNanoUpdateDisplay=yes\n"
+        "SkipListByMntPath=yes\nSliceKillTimeoutSec=0\n";
     const std::string cgroups = "/sys/fs/cgroup/";
     fs::remove_all(cgroups);
     Write("/usr/lib/systemd/system/a.service", keys);

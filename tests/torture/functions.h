@@ -16,8 +16,8 @@ struct Answer {
 
 /// An exported function and how it is called.
 struct Function {
-    std::string name;     ///< with its parameters, as a demangler writes it
-    const void* address;  ///< of a member of a class: null
+    std::string name;    ///< with its parameters, as a demangler writes it
+    const void* address; ///< of a member of a class: null
     int parameters;
     bool isC;
     bool mayThrow; ///< its header tells that it throws

@@ -28,15 +28,15 @@ namespace {
 std::string HostState()
 {
     std::ostringstream text;
-    const std::set<std::string> kept{"Umask:", "Uid:", "Gid:", "Threads:", "SigBlk:", "SigIgn:", "SigCgt:", "CapEff:",
-                                     "NoNewPrivs:", "NSpgid:", "NSsid:"};
+    const std::set<std::string> kept{"Umask:",  "Uid:",    "Gid:",        "Threads:", "SigBlk:", "SigIgn:",
+                                     "SigCgt:", "CapEff:", "NoNewPrivs:", "NSpgid:",  "NSsid:"};
     std::ifstream status("/proc/thread-self/status");
     for (std::string line; std::getline(status, line);) {
         kept.contains(line.substr(0, line.find('\t'))) ? text << line << "\n" : text;
     }
     status.close();
     for (int signal = 1; signal <= 64; ++signal) {
-        struct sigaction action{};
+        struct sigaction action {};
         if (sigaction(signal, nullptr, &action) == 0) {
             text << "signal " << signal << " " << reinterpret_cast<const void*>(action.sa_handler) << " "
                  << action.sa_flags << sigismember(&action.sa_mask, SIGUSR1) << "\n";
@@ -68,7 +68,7 @@ void BeAHost()
     sigprocmask(SIG_SETMASK, &blocked, nullptr);
     signal(SIGPIPE, SIG_IGN);
     for (int handled : {SIGCHLD, SIGUSR2, SIGTERM, SIGRTMIN + 3}) {
-        struct sigaction action{};
+        struct sigaction action {};
         action.sa_handler = [](int) {};
         action.sa_flags = handled == SIGTERM ? SA_RESTART : 0;
         sigaddset(&action.sa_mask, SIGUSR1);

@@ -145,15 +145,16 @@ std::vector<Victim> Victims()
         return MEROSystemdDaemonReload() && MEROSystemdEnable("gone") &&
                MEROSystemdEnableStatusGet("gone") == MERO_SYSTEMD_ENABLE_STATUS_ENABLED &&
                MEROSystemdUninstall("gone") && !std::filesystem::exists(kUnits + "gone.service") &&
-               MEROSystemdUnmaskRunTime("held") &&
-               MEROSystemdLoadStatusGet("held") == MERO_SYSTEMD_LOAD_STATUS_LOADED;
+               MEROSystemdUnmaskRunTime("held") && MEROSystemdLoadStatusGet("held") == MERO_SYSTEMD_LOAD_STATUS_LOADED;
     };
     const auto unmounts = [] { (void)_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return true; }); };
     const auto unmountsNext = [] {
         // What the killed had stopped stays stopped; the next action is about what runs.
-        return MEROSystemdStart("all") && _MEROSystemdVolumeUnmountAction({"/vol1"}, [] {
-                   return MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_INACTIVE;
-               }) && MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
+        return MEROSystemdStart("all") &&
+               _MEROSystemdVolumeUnmountAction(
+                   {"/vol1"},
+                   [] { return MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_INACTIVE; }) &&
+               MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
     };
     const auto isolates = [] {
         (void)MEROSystemdIsolateTarget("quiet.target", nullptr);
@@ -200,6 +201,7 @@ int main(int argc, char* argv[])
         std::cerr << "kills: " << kills << " of " << victim.name << " in " << Since(start) << " s\n";
     }
     std::cerr << "kills: temporary files of the killed:\n"
-              << Shell("cd / && find " + kRegisters + " /var/packages/Foo /run/systemd/system | grep -E '[.](tmp|target)[.]'");
+              << Shell("cd / && find " + kRegisters +
+                       " /var/packages/Foo /run/systemd/system | grep -E '[.](tmp|target)[.]'");
     return run.End();
 }

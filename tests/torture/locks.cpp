@@ -24,8 +24,8 @@ struct Shared {
     std::atomic<bool> isHeld;
     std::atomic<int> unmounts, isolations, overlaps;
 };
-Shared& shared = *static_cast<Shared*>(
-    mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+Shared& shared =
+    *static_cast<Shared*>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
 /// Holds a lock of the kind for a moment: nobody else may, except readers with readers.
 void TakeTurn(std::mt19937& random)
@@ -131,7 +131,7 @@ void CrossUnmountsAndIsolations(Run& run)
     Unit("quiet.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target user.service isolating.service\n"
                          "After=isolating.service\n");
     Unit("isolating.service", "[Service]\nType=oneshot\nExecStart=/bin/sh -c 'echo begin > " + fifo +
-                              "; sleep 0.03; echo end > " + fifo + "'\n");
+                                  "; sleep 0.03; echo end > " + fifo + "'\n");
     Unit("user.service", "[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=all\n");
     mkfifo(fifo.c_str(), 0600);
     MEROSystemdDaemonReload();

@@ -139,13 +139,11 @@ inline bool AreLocksFree()
 
 /// What a process owns, which no operation may leave changed.
 struct Holdings {
-    static long Entries(const char* folder)
-    {
-        return std::distance(std::filesystem::directory_iterator(folder), {});
-    }
+    static long Entries(const char* folder) { return std::distance(std::filesystem::directory_iterator(folder), {}); }
     long descriptors = Entries("/proc/self/fd");
     long threads = Entries("/proc/self/task");
-    long residentKb = std::atol(Shell("grep VmRSS: /proc/" + std::to_string(getpid()) + "/status | tr -dc 0-9").c_str());
+    long residentKb =
+        std::atol(Shell("grep VmRSS: /proc/" + std::to_string(getpid()) + "/status | tr -dc 0-9").c_str());
 };
 
 /// Counts what was done and what went wrong, and says so.

@@ -88,9 +88,12 @@ void LookOnce(Run& run)
     run.Expect(MEROSystemdSliceList(slices), "the slices could not be listed");
     const std::set<std::string> unique(slices.begin(), slices.end());
     run.Expect(unique.contains("steady.slice") && unique.size() == slices.size() &&
-                   std::ranges::all_of(slices, [](const std::string& slice) {
-                       return slice == "steady.slice" || (slice.starts_with("passing-") && slice.size() == 15);
-                   }), "slices: " + Joined(slices));
+                   std::ranges::all_of(slices,
+                                       [](const std::string& slice) {
+                                           return slice == "steady.slice" ||
+                                                  (slice.starts_with("passing-") && slice.size() == 15);
+                                       }),
+               "slices: " + Joined(slices));
     const auto processes = Slice("steady.slice").ProcessesGet();
     run.Expect(processes.size() >= 2, "the slice has lost processes");
     for (const Process& process : processes) {
@@ -133,14 +136,15 @@ void Look(Run& run)
 
 bool IsEmpty(const std::string& slice)
 {
-    return Shell("exec 2> /dev/null; find /sys/fs/cgroup/systemd/" + slice + " -name cgroup.procs | xargs -r cat").empty();
+    return Shell("exec 2> /dev/null; find /sys/fs/cgroup/systemd/" + slice + " -name cgroup.procs | xargs -r cat")
+        .empty();
 }
 
 void KillBomb(Run& run, const std::string& killMode, double& slowest)
 {
     Unit("bomb.slice", "[Slice]\n[X-Tarvix]\nSliceKillTimeoutSec=1\n");
     Unit("bomb.service", "[Service]\nSlice=bomb.slice\nTimeoutStopSec=1\nTasksMax=infinity\nKillMode=" + killMode +
-                         "\nExecStart=" + kProgram + " bomb 500\n");
+                             "\nExecStart=" + kProgram + " bomb 500\n");
     MEROSystemdDaemonReload();
     run.Expect(MEROSystemdStart("bomb"), "the bomb did not start");
     std::this_thread::sleep_for(500ms);

@@ -25,33 +25,40 @@ struct Operation {
 std::vector<Operation> Questions()
 {
     return {
-        {"show", [] {
+        {"show",
+         [] {
              std::string value;
              return MEROSystemdShow("a", "Id", value) && value == "a.service";
          }},
         {"states", [] { return MEROSystemdActiveStatusGet("a") >= 0 && MEROSystemdLoadStatusGet("b") >= 0; }},
-        {"jobs", [] {
+        {"jobs",
+         [] {
              std::map<std::uint32_t, JobInfo> jobs;
              return MEROSystemdIntJobList(jobs);
          }},
-        {"metadata", [] {
+        {"metadata",
+         [] {
              std::string name;
              return MEROSystemdNameGet("a", name) && name == "Alpha" && !MEROSystemdNameGet("missing", name);
          }},
-        {"services", [] {
+        {"services",
+         [] {
              Texts services;
              return MEROSystemdServiceList(services) && std::ranges::count(services, "a") == 1;
          }},
-        {"plan", [] {
+        {"plan",
+         [] {
              VolumeUnmountPlan plan;
              return MEROSystemdVolumeUnmountPlan({"/vol"}, plan);
          }},
-        {"users", [] {
+        {"users",
+         [] {
              Texts services;
              return MEROSystemdServiceListByMntPath("/vol", services);
          }},
         {"process", [] { return Process(getpid()).NameGet() == "torture_soak"; }},
-        {"failing", [] {
+        {"failing",
+         [] {
              Texts failed;
              return !MEROSystemdStart({"missing"}, failed) && failed == Texts{"missing"};
          }},
@@ -61,42 +68,45 @@ std::vector<Operation> Questions()
 std::vector<Operation> Changes()
 {
     return {
-        {"start and stop", [] {
+        {"start and stop",
+         [] {
              Texts failed;
              return MEROSystemdStart(kNames, failed) && MEROSystemdRestart("b") && MEROSystemdTryRestart("b") &&
                     MEROSystemdStopNoBlock("c") && MEROSystemdStop(kNames, failed) && MEROSystemdStart("a");
          }},
-        {"enablement", [] {
+        {"enablement",
+         [] {
              return MEROSystemdEnable("a") && MEROSystemdReenable("a") && MEROSystemdDisable("a") &&
                     MEROSystemdMaskRunTime("c") && MEROSystemdUnmaskRunTime("c");
          }},
-        {"uninstall", [] {
+        {"uninstall",
+         [] {
              Unit("gone.service", "[Service]\nExecStart=/bin/sleep infinity\n");
              return MEROSystemdDaemonReload() && MEROSystemdStart("gone") && MEROSystemdUninstall("gone");
          }},
-        {"reasons", [] {
+        {"reasons",
+         [] {
              return MEROSystemdServiceStopByReason("soak", "b") && CheckServiceHasReason("b") &&
                     MEROSystemdServiceStartByReason("soak", "b") && !CheckServiceHasReason("b");
          }},
-        {"registers", [] {
+        {"registers",
+         [] {
              std::vector<VolumeRegistration> registrations;
              return MEROSystemdVolumeRegister("a", "/vol") && MEROSystemdVolumeRegisterList(registrations) &&
                     registrations.size() == 1 && MEROSystemdVolumeUnregister("a", "/vol");
          }},
         {"unmount", [] { return _MEROSystemdVolumeUnmountAction({"/vol"}, [] { return true; }); }},
-        {"throwing unmount", [] {
+        {"throwing unmount",
+         [] {
              try {
                  return _MEROSystemdVolumeUnmountAction({"/vol"}, []() -> bool { throw 1; });
              } catch (int) {
                  return true;
              }
          }},
-        {"isolation", [] {
-             return _MEROSystemdIsolateTargetAction("quiet.target", [] { return true; });
-         }},
-        {"slice", [] {
-             return MEROSystemdStart("loaded") && MEROSystemdKillSlice("load.slice") && MEROSystemdStop("loaded");
-         }},
+        {"isolation", [] { return _MEROSystemdIsolateTargetAction("quiet.target", [] { return true; }); }},
+        {"slice",
+         [] { return MEROSystemdStart("loaded") && MEROSystemdKillSlice("load.slice") && MEROSystemdStop("loaded"); }},
     };
 }
 
@@ -113,7 +123,8 @@ int main(int argc, char* argv[])
     for (const std::string& unit : kNames) {
         const std::string metadata = unit == "a" ? "Name=Alpha\nVolumeDependency=all\n" : "Name=Other\n";
         Unit(unit + ".service", "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n"
-                                "[Install]\nWantedBy=multi-user.target\n[X-Tarvix]\n" + metadata);
+                                "[Install]\nWantedBy=multi-user.target\n[X-Tarvix]\n" +
+                                    metadata);
     }
     Unit("loaded.service", "[Service]\nSlice=load.slice\nKillMode=none\nExecStart=/bin/sleep infinity\n");
     Unit("load.slice", "[Slice]\n");

@@ -1,4 +1,5 @@
-// Sixteen threads that call every exported function at once, well and badly: for the thread sanitizer, and for deadlocks.
+// Sixteen threads that call every exported function at once, well and badly: for the thread sanitizer, and for
+// deadlocks.
 #include "torture/functions.h"
 #include "torture/torture.h"
 
@@ -27,7 +28,8 @@ void Run(Report& report, double scale)
             threads.emplace_back([&, number] {
                 for (std::mt19937 random(number); std::chrono::steady_clock::now() < end;) {
                     const Function& function = functions[random() % functions.size()];
-                    const int parameter = static_cast<int>(random() % (4 * static_cast<unsigned>(function.parameters) + 1));
+                    const int parameter =
+                        static_cast<int>(random() % (4 * static_cast<unsigned>(function.parameters) + 1));
                     const Answer answer = function.call(parameter < function.parameters ? parameter : -1);
                     report.Done();
                     if (!answer.thrown.empty() && !function.mayThrow) {

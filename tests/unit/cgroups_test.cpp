@@ -26,8 +26,10 @@ TEST_F(Cgroups, AreReadFromTheProcessesLines)
         {"2:cpu:/x.service\n0::/nfs.service\n1:name=meromonitor:/a.slice/b.slice\n", kNone, "nfs.service", "a.slice"},
         {"\n1:name=systemd:/\n0::/a.service\n2:name=meromonitor:/b/a.slice\n1:cpu,cpuacct:/\n", "/"},
         {"1:name=systemd:/a:b.service\n0::/c.service\n2:name=meromonitor:/a.service\n", kNone},
-        {"1:name=systemd:/user.slice\n2:name=meromonitor:/\n", kNone, "user.slice"}, {"0::/a.service/worker", kNone},
-        {"1:name=meromonitor:/longer.slice", kNone, kNone, "longer.slice"}, {"2:pids:/x.service", kNone},
+        {"1:name=systemd:/user.slice\n2:name=meromonitor:/\n", kNone, "user.slice"},
+        {"0::/a.service/worker", kNone},
+        {"1:name=meromonitor:/longer.slice", kNone, kNone, "longer.slice"},
+        {"2:pids:/x.service", kNone},
     };
     Write("/run/cgroup", "");
     ASSERT_EQ(mount("/run/cgroup", kOwn.c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -35,7 +37,8 @@ TEST_F(Cgroups, AreReadFromTheProcessesLines)
         Write("/run/cgroup", c.lines);
         std::string path = kNone, unit = kNone, slice = kNone;
         char buffer[8] = "none";
-        EXPECT_TRUE(MEROSystemdCgroupPathnameGet(getpid(), "cpu,cpuacct", path) == (c.path != kNone) && path == c.path) << path;
+        EXPECT_TRUE(MEROSystemdCgroupPathnameGet(getpid(), "cpu,cpuacct", path) == (c.path != kNone) && path == c.path)
+            << path;
         EXPECT_TRUE(MEROSystemdGetByPid(getpid(), unit) == (c.unit != kNone) && unit == c.unit) << unit;
         EXPECT_TRUE(MEROSystemdCgroupMonitorSliceGet(slice) == (c.slice != kNone) && slice == c.slice) << slice;
         EXPECT_EQ(MEROCSystemdCgroupMonitorSliceGet(buffer, 8), c.slice == "a.slice") << "the other is too long";
@@ -47,7 +50,8 @@ TEST_F(Cgroups, AreReadFromTheProcessesLines)
 
 TEST_F(Cgroups, TheCallerMovesIntoSlicesThatExist)
 {
-    const std::string systemd = Tasks("systemd/a.slice"), monitor = Tasks("meromonitor/a.slice"), root = Tasks("systemd");
+    const std::string systemd = Tasks("systemd/a.slice"), monitor = Tasks("meromonitor/a.slice"),
+                      root = Tasks("systemd");
     const std::string failed = "ERR Failed to write pid[" + kPid + "] to ";
     Write(monitor, "");
     EXPECT_FALSE(MEROSystemdCgroupSystemdSliceMove("a.slice") || !Read(monitor).empty());

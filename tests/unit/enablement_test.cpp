@@ -22,7 +22,7 @@ struct Operation {
     std::string Verb() const { return command.substr(0, command.find(' ')); }
 };
 
-#define FORMS(Name, Plus) \
+#define FORMS(Name, Plus)                                                                                              \
     MEROSystemd##Name##Plus, MEROSystemd##Name##Plus, MEROCSystemd##Name##Plus, MEROCSystemd##Name##Group##Plus
 
 const Operation kOperations[] = {
@@ -110,9 +110,8 @@ TEST_F(Enablement, RefusedArgumentsRunNothing)
         EXPECT_THAT(Said(core), ElementsAre("!vecUnits.empty()"));
         EXPECT_FALSE(operation.single("") || operation.fromC(nullptr) || operation.group(nullptr) ||
                      operation.group(ListWithNull().get()));
-        EXPECT_THAT(Said(operation.file),
-                    ElementsAre("!strUnit.empty()", "nullptr != szUnit", "nullptr != pListUnits",
-                                HasSubstr("ERR Failed on a list of units: ")));
+        EXPECT_THAT(Said(operation.file), ElementsAre("!strUnit.empty()", "nullptr != szUnit", "nullptr != pListUnits",
+                                                      HasSubstr("ERR Failed on a list of units: ")));
         const Texts unfit{"../x.service", "/x", ".", "..", ""};
         for (const std::string& name : operation.oneRun ? unfit : Texts()) { // the others make no files
             failed.clear();

@@ -30,7 +30,8 @@ TEST_F(FailedUnits, AreFoundInSystemctlsMessages)
          {"bar"}},
         {{"a", "b.mount"}, {"Job for b.mount canceled.\n"}, {"b.mount"}},
         {{"a"}, {"A dependency job for a.service failed. See 'journalctl -xe' for details.\n"}, {"a"}},
-        {{"a", "b"}, {"Job for b.service failed.\n", "Job for a.service failed.\n", "Job for b.service failed.\n"},
+        {{"a", "b"},
+         {"Job for b.service failed.\n", "Job for a.service failed.\n", "Job for b.service failed.\n"},
          {"b", "a", "b"}},
         {{"a", "a.service"}, {"Job for a.service failed.\n"}, {"a.service"}}, // the later spelling
         {{"a"}, {"Warning: The unit file of a.service changed on disk.\n"}, {}},
@@ -62,7 +63,8 @@ protected:
             Write("/usr/lib/systemd/system/" + unit + ".service", "[X-Tarvix]\nName=Service " + unit + "\n");
         }
         Write("/usr/lib/systemd/system/nameless.service", "");
-        WriteProgram("/usr/mero/bin/merologset", "for a; do printf '<%s>' \"$a\"; done >> /run/events; echo >> /run/events");
+        WriteProgram("/usr/mero/bin/merologset",
+                     "for a; do printf '<%s>' \"$a\"; done >> /run/events; echo >> /run/events");
     }
 };
 

@@ -16,9 +16,21 @@ namespace fs = std::filesystem;
 namespace {
 
 const std::string kNames[] = {
-    "..", ".", "a/../b", "../../../etc/passwd", "/etc/passwd", "-", "--version", "--root=/tmp", "-rf", "a b", " ", "a\tb",
-    "a\nb", "x\nNov 21 00:00:00 nas sshd[1]: Accepted password for root", "\r", "\x1b[2J", "*", "n?s", "[a-z]*", "\\",
-    "a'b\"c", "$(reboot)", ";reboot", std::string(5'000, 'x'), "\xff\xfe", "\xc3", "%s%n", "x@", "@", "-.mount",
+    "..",          ".",
+    "a/../b",      "../../../etc/passwd",
+    "/etc/passwd", "-",
+    "--version",   "--root=/tmp",
+    "-rf",         "a b",
+    " ",           "a\tb",
+    "a\nb",        "x\nNov 21 00:00:00 nas sshd[1]: Accepted password for root",
+    "\r",          "\x1b[2J",
+    "*",           "n?s",
+    "[a-z]*",      "\\",
+    "a'b\"c",      "$(reboot)",
+    ";reboot",     std::string(5'000, 'x'),
+    "\xff\xfe",    "\xc3",
+    "%s%n",        "x@",
+    "@",           "-.mount",
 };
 
 /// Every file below a folder, but those that others keep there.

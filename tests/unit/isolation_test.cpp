@@ -46,7 +46,8 @@ TEST_F(Isolation, OthersSeeItGoOn)
                     "[ -e isolate-not-finish-flag ] || flock -w 60 $isolate true\n"
                     "for lock in $isolate locks/s* *.lock; do flock -n $lock true || echo $lock; done; } >> /run/seen");
     EXPECT_TRUE(MEROSystemdIsolateToDefaultTarget() && MEROCSystemdIsolateToDefaultTarget() == 1);
-    const std::string state = "\ntarget=default.target\npid=" + std::to_string(getpid()) + "\n", file = "isolate-state\n";
+    const std::string state = "\ntarget=default.target\npid=" + std::to_string(getpid()) + "\n",
+                      file = "isolate-state\n";
     const std::string others = "locks/system-operation.lock\nstatus_monitor.exit.lock\n";
     const std::string first = state + "isolate-not-finish-flag\n" + file + kLock.substr(kRun.size()) + "\n" + others;
     const std::string once = "list-jobs" + first + "isolate" + first + "list-jobs" + state + file + others;
@@ -71,12 +72,18 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
     const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
     const Case cases[] = {
         {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, "a.target", " with option [--no-block]"},
-        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }", "", false, kUntouched,
-         {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"}, {kList, "isolate a.target"}},
+        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }",
+         "",
+         false,
+         kUntouched,
+         {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"},
+         {kList, "isolate a.target"}},
         {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
         {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
-        {"", "", false, kUntouched, {"!strTarget.empty()"}, {}, ""}, {"", kFlag, false, kUntouched, {badFlag}, {}},
-        {busy, "", true, 0, {noFlag, noFlag}}, {busy + freed, "", true, 0, {noFlag}},
+        {"", "", false, kUntouched, {"!strTarget.empty()"}, {}, ""},
+        {"", kFlag, false, kUntouched, {badFlag}, {}},
+        {busy, "", true, 0, {noFlag, noFlag}},
+        {busy + freed, "", true, 0, {noFlag}},
         {"", kState + ".tmp/d", true, 0, {noState, noUpdate}},
         {"", kState + "/d", true, 0, {"ERR Failed to rename isolate state file: Is a directory", noUpdate, noState}},
         {"", kMonitorLock, true, 0, {"ERR Failed to monitor systemd status in isolation"}},
@@ -187,8 +194,15 @@ TEST_F(Isolation, TheStateIsTold)
 {
     const std::string pid = "\npid=" + std::to_string(getpid()), name(63, 'a'), no = "no", a = "target=a\npid=";
     const std::pair<std::string, std::string> cases[] = {
-        {"target=a.target" + pid, "a.target"}, {"target=" + name + "b" + pid, name}, {"target=" + pid, ""}, {pid, no},
-        {"target=a", no}, {a + "x", no}, {a + "99999999999999999999", no}, {a + "2147483647", no}, {a + "-1", no},
+        {"target=a.target" + pid, "a.target"},
+        {"target=" + name + "b" + pid, name},
+        {"target=" + pid, ""},
+        {pid, no},
+        {"target=a", no},
+        {a + "x", no},
+        {a + "99999999999999999999", no},
+        {a + "2147483647", no},
+        {a + "-1", no},
         {a + std::to_string(getpid() + (1L << 32)), no},
     };
     IsolateState state{.isolating = true, .target = "before"};
@@ -213,7 +227,10 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
         bool done;
         Texts calls{"isolate a.target", "action", "isolate default.target"};
     };
-    const Case cases[] = {{"", 1, true}, {"", 0, false}, {"default.target", 1, false}, {"", 2, false},
+    const Case cases[] = {{"", 1, true},
+                          {"", 0, false},
+                          {"default.target", 1, false},
+                          {"", 2, false},
                           {"a.target", 1, false, {"isolate a.target", "isolate default.target"}}};
     for (const Case& c : cases) {
         SystemctlScript("flock -n " + kSystemLock + " true && > /run/free; [ \"$2\" != '" + c.failing + "' ]");
@@ -230,7 +247,8 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
     }
     EXPECT_THROW(_MEROSystemdIsolateTargetAction("b", nullptr), std::bad_function_call);
     EXPECT_THAT(Calls(), ElementsAre(kList, "isolate b", kList, kList, "isolate default.target", kList));
-    EXPECT_FALSE(_MEROSystemdIsolateTargetAction("", nullptr) || MEROCSystemdIsolateTargetAction("a", nullptr, nullptr) ||
+    EXPECT_FALSE(_MEROSystemdIsolateTargetAction("", nullptr) ||
+                 MEROCSystemdIsolateTargetAction("a", nullptr, nullptr) ||
                  MEROCSystemdIsolateTargetAction(nullptr, nullptr, nullptr) || !Calls().empty());
     EXPECT_THAT(Said("systemd_isolate_target_action"),
                 ElementsAre("!strTarget.empty()", "nullptr != action", "nullptr != szTarget"));

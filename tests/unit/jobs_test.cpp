@@ -103,7 +103,7 @@ TEST_F(Jobs, EachDialectHasItsExitCodeAndItsColumns)
         std::size_t jobs;
     };
     const Case cases[] = {
-        {"dialect=classic\n", 1, kSingle, true, 2},  {"dialect=classic\n", 0, kSingle, false, 0},
+        {"dialect=classic\n", 1, kSingle, true, 2}, {"dialect=classic\n", 0, kSingle, false, 0},
         {"dialect=classic\n", 1, kPadded, true, 0}, {"dialect=current\n", 0, kPadded, true, 2},
         {"dialect=current\n", 0, kSingle, true, 2}, {"dialect=current\n", 1, kPadded, false, 0},
         {"other=current\n", 1, kSingle, true, 2},   {"dialect=klingon\n", 1, kSingle, true, 2},
@@ -155,14 +155,15 @@ TEST_F(Jobs, FailuresAreToldAndNothingIsThrown)
     EXPECT_FALSE(MEROSystemdIntJobGet("a", info));
     EXPECT_THAT(List(), IsEmpty());
     EXPECT_FALSE(listed_);
-    EXPECT_THAT(Log(),
-                ElementsAre(::testing::MatchesRegex(
-                                "ERR systemd_internal_lib:[0-9]+ Invaild Argument \\(\\(!strUnit.empty\\(\\)\\)\\)=\\[0\\]\n"),
-                            "ERR systemd_internal_lib: Failed to list-jobs, ret=[0], reason=[7 a.service start running\n]",
-                            "ERR systemd_systemctl: fail to execute [/usr/bin/systemctl list-jobs --no-legend a.service].",
-                            "ERR systemd_internal_lib: list-jobs failed.",
-                            "ERR systemd_systemctl: fail to execute [/usr/bin/systemctl list-jobs --no-legend].",
-                            "ERR systemd_internal_lib: list-jobs failed."));
+    EXPECT_THAT(
+        Log(),
+        ElementsAre(::testing::MatchesRegex(
+                        "ERR systemd_internal_lib:[0-9]+ Invaild Argument \\(\\(!strUnit.empty\\(\\)\\)\\)=\\[0\\]\n"),
+                    "ERR systemd_internal_lib: Failed to list-jobs, ret=[0], reason=[7 a.service start running\n]",
+                    "ERR systemd_systemctl: fail to execute [/usr/bin/systemctl list-jobs --no-legend a.service].",
+                    "ERR systemd_internal_lib: list-jobs failed.",
+                    "ERR systemd_systemctl: fail to execute [/usr/bin/systemctl list-jobs --no-legend].",
+                    "ERR systemd_internal_lib: list-jobs failed."));
 }
 
 } // namespace

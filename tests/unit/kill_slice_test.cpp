@@ -74,8 +74,8 @@ TEST_F(KillSlice, StopsTerminatesWaitsAndKills)
         const auto progress = [&](KillPhase phase) { phases += std::to_string(static_cast<int>(phase)); };
         EXPECT_EQ(MEROSystemdKillSlice("a-b.slice", progress), c.killed);
         EXPECT_TRUE(sleeps.seconds == c.seconds && phases == c.phases) << sleeps.seconds << phases;
-        Texts calls = InOrder(Calls()), said{"INFO [a-b.slice] killing...",
-                                             "INFO The following units will be stopped: [x.service, z.scope]"};
+        Texts calls = InOrder(Calls()),
+              said{"INFO [a-b.slice] killing...", "INFO The following units will be stopped: [x.service, z.scope]"};
         std::erase(calls, "list-jobs --no-legend");
         said.insert(said.end(), c.said.begin(), c.said.end());
         EXPECT_EQ(calls, c.calls);

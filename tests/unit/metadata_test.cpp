@@ -126,8 +126,8 @@ TEST_F(Metadata, ANameMustSayWhat)
 
 TEST_F(Metadata, ATranslatedNameHoldsOneOrTwoColons)
 {
-    const std::pair<std::string, bool> cases[] = {{"a:b", true}, {"a:b:c", true}, {"a", false}, {"a:b:c:d", false},
-                                                  {"", false},   {":", true}};
+    const std::pair<std::string, bool> cases[] = {{"a:b", true},      {"a:b:c", true}, {"a", false},
+                                                  {"a:b:c:d", false}, {"", false},     {":", true}};
     for (const auto& [value, valid] : cases) {
         SetKeys("NameI18n=" + value + "\n");
         std::string stored = "before";
@@ -139,9 +139,11 @@ TEST_F(Metadata, ATranslatedNameHoldsOneOrTwoColons)
 TEST_F(Metadata, SupportIsThePlatformsWord)
 {
     Write("/usr/mero/etc/support.conf", "zfs=yes\nraid=no\n");
-    const std::pair<std::string, bool> cases[] = {
-        {"", true}, {"SupportKey=\n", true}, {"SupportKey=zfs\n", true}, {"SupportKey=raid\n", false},
-        {"SupportKey=unheard\n", false}};
+    const std::pair<std::string, bool> cases[] = {{"", true},
+                                                  {"SupportKey=\n", true},
+                                                  {"SupportKey=zfs\n", true},
+                                                  {"SupportKey=raid\n", false},
+                                                  {"SupportKey=unheard\n", false}};
     for (const auto& [keys, supported] : cases) {
         SetKeys(keys);
         bool support = !supported;

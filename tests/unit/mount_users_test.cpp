@@ -22,11 +22,30 @@ TEST_F(MountUsers, APathIsBelowByWhatItLeadsTo)
     fs::create_symlink(b, "/run/link"), fs::create_symlink(kVolume + "/d", "/run/into");
     fs::create_symlink("/etc", kVolume + "/out"), fs::create_symlink("/etc/passwd", kVolume + "/away");
     const std::pair<std::string, std::string> cases[] = {
-        {kVolume, kVolume}, {a, a}, {b, b}, {kVolume + "0", ""}, {kVolume + "0/c", ""}, {"/run", ""}, {"/", ""},
-        {"/run/link", b}, {"/run/into", kVolume + "/d"}, {"/run/into/b", b}, {"/run/into/../a", a}, {a + "/", ""},
-        {kVolume + "/out", ""}, {kVolume + "/out/passwd", ""}, {kVolume + "/away", ""}, {kVolume + "/none/a", ""},
-        {kVolume + "/none", ""}, {a + "/x", ""}, {kVolume + "/", kVolume}, {kVolume + "/d/..", kVolume},
-        {a + " (deleted)", ""}, {a.substr(1), ""}, {"", ""}, {"pipe:[1]", ""},
+        {kVolume, kVolume},
+        {a, a},
+        {b, b},
+        {kVolume + "0", ""},
+        {kVolume + "0/c", ""},
+        {"/run", ""},
+        {"/", ""},
+        {"/run/link", b},
+        {"/run/into", kVolume + "/d"},
+        {"/run/into/b", b},
+        {"/run/into/../a", a},
+        {a + "/", ""},
+        {kVolume + "/out", ""},
+        {kVolume + "/out/passwd", ""},
+        {kVolume + "/away", ""},
+        {kVolume + "/none/a", ""},
+        {kVolume + "/none", ""},
+        {a + "/x", ""},
+        {kVolume + "/", kVolume},
+        {kVolume + "/d/..", kVolume},
+        {a + " (deleted)", ""},
+        {a.substr(1), ""},
+        {"", ""},
+        {"pipe:[1]", ""},
     };
     MountPath known(kVolume), trailing(kVolume + "/"), root("/");
     for (const auto& [path, resolved] : cases) {
@@ -39,15 +58,19 @@ TEST_F(MountUsers, APathIsBelowByWhatItLeadsTo)
     ASSERT_TRUE(stat(kVolume.c_str(), &status) == 0 && mknod("/run/node", S_IFBLK | 0600, status.st_dev) == 0);
     MountPath device("/run/node");
     EXPECT_TRUE(device.Match(a) == a && device.Match("/run/into/b") == b && device.Match("/run/node") == "/run/node");
-    EXPECT_TRUE(device.Match("/etc/passwd").empty() && device.Match("/usr/mero").empty() && device.Match("/run/none").empty());
+    EXPECT_TRUE(device.Match("/etc/passwd").empty() && device.Match("/usr/mero").empty() &&
+                device.Match("/run/none").empty());
 }
 
 TEST_F(MountUsers, CannotBeToldWithoutProc)
 {
-    EXPECT_EQ(RunAs(0, [] {
-        Texts services{"before"};
-        return chroot("/run") == 0 && !MEROSystemdServiceListByMntPath("/", services) && MLIBCErrGet() == 0x0900 && services.size() == 1;
-    }), 1);
+    EXPECT_EQ(RunAs(0,
+                    [] {
+                        Texts services{"before"};
+                        return chroot("/run") == 0 && !MEROSystemdServiceListByMntPath("/", services) &&
+                               MLIBCErrGet() == 0x0900 && services.size() == 1;
+                    }),
+              1);
     MLIBCSzList* none = nullptr;
     bool skip = true;
     EXPECT_FALSE(MEROSystemdServiceSkipListByMntPath("none", skip) || MLIBCErrGet() != 0x0700 || !skip ||

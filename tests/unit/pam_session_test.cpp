@@ -31,10 +31,10 @@ protected:
     static bool SetsVariable(uid_t uid, const char* name, const std::string& value)
     {
         return RunAs(uid, [&] {
-            MEROSystemdPutEnvByPAMSystemd();
-            const char* found = std::getenv(name);
-            return found != nullptr && found == value ? 0 : 1;
-        }) == 0;
+                   MEROSystemdPutEnvByPAMSystemd();
+                   const char* found = std::getenv(name);
+                   return found != nullptr && found == value ? 0 : 1;
+               }) == 0;
     }
 };
 

@@ -179,7 +179,7 @@ TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
     const std::string text = " a = 1\r\n\n[S]\nb=2";
     Write(kFile, text);
     const std::pair<std::string, std::string> cases[] = {
-        {"", "1"},   {"a=b", "1"}, {"a\nb", "1"}, {"#a", "1"}, {";a", "1"},   {"[a", "1"},
+        {"", "1"},   {"a=b", "1"}, {"a\nb", "1"}, {"#a", "1"}, {";a", "1"},  {"[a", "1"},
         {" a", "1"}, {"a\r", "1"}, {"a", "1\n"},  {"a", " 1"}, {"a", "1\r"},
     };
     for (const auto& [key, value] : cases) {

@@ -94,7 +94,7 @@ class Interruptions {
 public:
     Interruptions()
     {
-        struct sigaction action{}; // without SA_RESTART
+        struct sigaction action {}; // without SA_RESTART
         action.sa_handler = [](int) {};
         sigaction(SIGALRM, &action, nullptr);
         Every(3'000);

@@ -58,16 +58,22 @@ TEST_F(Snapshots, AreReadFromTheirFiles)
         std::string file, text, numbers;
     };
     const Case cases[] = {
-        {"stat", "1 (2) S 4 -5 6 7 8 9 10 11 12 13 14 15 16\n", "14 15"}, {"stat", "", kNone},
-        {"stat", "1 (2 b) S 4 5 6 7 8 9 10 11 12 13 14 15 16\n", "13 14"}, {"stat", "1 (2) S 4 5 6 7\n8 9 10", kNone},
+        {"stat", "1 (2) S 4 -5 6 7 8 9 10 11 12 13 14 15 16\n", "14 15"},
+        {"stat", "", kNone},
+        {"stat", "1 (2 b) S 4 5 6 7 8 9 10 11 12 13 14 15 16\n", "13 14"},
+        {"stat", "1 (2) S 4 5 6 7\n8 9 10", kNone},
         {"stat", "1 (2  b c) S 4 5 6 7 8 9 10 11 12 13 14 15", "12 13"},
-        {"stat", "1 2 3 4 5 6 7 8 9 10 11 12 13 14", kNone}, {"stat", "1 2 3 4 5 6 7 8 9 10 11 12 13 14 -", kNone},
+        {"stat", "1 2 3 4 5 6 7 8 9 10 11 12 13 14", kNone},
+        {"stat", "1 2 3 4 5 6 7 8 9 10 11 12 13 14 -", kNone},
         {"smaps", "1-2 r /Pss: 9\nPss:   7 kB\nPss_Dirty: 9 kB\nSwapPss: 9 kB\n3-4 r\nPss: 5000000 kB\n", "5000007 0"},
-        {"smaps", "1-2 r 0\nPss:\nPss: x\nPss: 3", "3 0"}, {"smaps", "", "0 0"},
+        {"smaps", "1-2 r 0\nPss:\nPss: x\nPss: 3", "3 0"},
+        {"smaps", "", "0 0"},
         {"io", "rchar: 1\nread_bytes: 5\nwrite_bytes: 6\ncancelled_write_bytes: 7\n", "5 6"},
         {"io", "cancelled_write_bytes: 7\nwrite_bytes: 5000000000\nread_bytes: 0", "0 5000000000"},
-        {"io", "read_bytes: 5\ncancelled_write_bytes: 7\n", kNone}, {"io", "write_bytes: 6\nrchar: 5\n", kNone},
-        {"io", "read_bytes: x\nwrite_bytes: 6\n", kNone}, {"io", "", kNone},
+        {"io", "read_bytes: 5\ncancelled_write_bytes: 7\n", kNone},
+        {"io", "write_bytes: 6\nrchar: 5\n", kNone},
+        {"io", "read_bytes: x\nwrite_bytes: 6\n", kNone},
+        {"io", "", kNone},
     };
     Waiting process;
     for (const Case& c : cases) {
@@ -95,9 +101,12 @@ TEST_F(Snapshots, AreReadFromTheirFiles)
 TEST_F(Snapshots, AreNamedAfterTheirProgramsAndScripts)
 {
     const std::vector<Texts> cases = {
-        {"/run/a b", "/x/c", "a b"},          {"/run/meroscgi", "/x/report.cgi", "report.cgi"},
-        {"/run/meroscgi", "x/b c", "b c"},    {"/run/meroscgi", "a\nb", "a"},
-        {"/run/meroscgi", "/x/y/", "y"},      {"/run/meroscgi2", "/x/c", "meroscgi2"},
+        {"/run/a b", "/x/c", "a b"},
+        {"/run/meroscgi", "/x/report.cgi", "report.cgi"},
+        {"/run/meroscgi", "x/b c", "b c"},
+        {"/run/meroscgi", "a\nb", "a"},
+        {"/run/meroscgi", "/x/y/", "y"},
+        {"/run/meroscgi2", "/x/c", "meroscgi2"},
         {"/run/to/meroscgi", "meroscgi", "meroscgi"},
     };
     for (const Texts& c : cases) {
@@ -118,7 +127,10 @@ TEST_F(Snapshots, TellWhatTheyUsedSinceTheSnapshot)
         std::string said;
     };
     const std::string unexpected = "ERR Unexpected delta value, totalTick = ";
-    const Case cases[] = {{80, 1200, 0.05, ""}, {1000, 1200, 1.0, ""}, {59, 1200, 0.0, ""}, {90, 1199, 0.0, "7"},
+    const Case cases[] = {{80, 1200, 0.05, ""},
+                          {1000, 1200, 1.0, ""},
+                          {59, 1200, 0.0, ""},
+                          {90, 1199, 0.0, "7"},
                           {90, 800, 0.0, unexpected + "800, _totalTick =  800"},
                           {90, 799, 0.0, unexpected + "799, _totalTick =  800"}};
     const auto counters = [](int total) { return "cpu  100 100 100 100 100 100 100 " + std::to_string(total - 700); };

@@ -61,8 +61,10 @@ TEST_F(Processes, AnExecutorTellsHowAProgramEnded)
     EXPECT_EQ(run({"/bin/sh", "-c", "echo a; kill -9 $$"}), "00a\n");
     EXPECT_EQ(run({"/nowhere", "a", "b c"}), "00a\n");
     EXPECT_EQ(run({"", "d"}), "00a\n");
-    EXPECT_THAT(Said("executor"), ElementsAre("ERR Execution is not completed, status: [9], command: [/bin/sh -c echo a; kill "
-                                              "-9 $$]", "ERR Fail to execute [/nowhere a b c]", "ERR Bad executable path"));
+    EXPECT_THAT(Said("executor"),
+                ElementsAre("ERR Execution is not completed, status: [9], command: [/bin/sh -c echo a; kill "
+                            "-9 $$]",
+                            "ERR Fail to execute [/nowhere a b c]", "ERR Bad executable path"));
 }
 
 TEST_F(Processes, AForkedChildEndsWithZeroWhateverItDoes)
@@ -98,14 +100,17 @@ TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
     const std::string rest = "1:/dev/null 2:/dev/null ", none = "0:/dev/null " + rest;
     for (const auto& [kept, expected] : {std::pair(-1, none), {0, "0:/run " + rest}, {3, none + "3:/run "}}) {
         for (const int closed : {2, 7}) { // which the host may have closed
-            EXPECT_TRUE(ForkAndRun([kept = kept, closed] {
-                for (const int fd : {3, 4, 7, kept}) {
-                    dup2(open("/run", O_RDONLY), fd);
-                }
-                close(closed);
-                KeepDescriptor(kept);
-                Write("/run/seen", Descriptors());
-            }, 0) && Ended() == 0);
+            EXPECT_TRUE(ForkAndRun(
+                            [kept = kept, closed] {
+                                for (const int fd : {3, 4, 7, kept}) {
+                                    dup2(open("/run", O_RDONLY), fd);
+                                }
+                                close(closed);
+                                KeepDescriptor(kept);
+                                Write("/run/seen", Descriptors());
+                            },
+                            0) &&
+                        Ended() == 0);
             EXPECT_EQ(Read("/run/seen"), expected) << closed << " had been closed";
         }
     }
@@ -118,7 +123,8 @@ TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
     EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire());
     const std::string descriptors = Descriptors();
     EXPECT_TRUE(lock.Acquire() && Descriptors() == descriptors && !IsFree(path));
-    EXPECT_THAT(Said("lock"), ElementsAre(MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
+    EXPECT_THAT(Said("lock"),
+                ElementsAre(MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     EXPECT_TRUE(ForkAndRun([&] { close(ends[1]), (void)!read(ends[0], &ends[1], 1), lock.Release(); }, 0));

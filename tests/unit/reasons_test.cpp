@@ -23,11 +23,17 @@ struct Operation {
 #define FORMS(Name, Group) MEROSystemd##Name, MEROSystemd##Name, MEROCSystemd##Name, MEROCSystemd##Group
 
 const Operation kOperations[] = {
-    {"systemd_service_stop_by_reason", "stopping by", {"stop nfs"},
+    {"systemd_service_stop_by_reason",
+     "stopping by",
+     {"stop nfs"},
      FORMS(ServiceStopByReason, ServiceStopGroupByReason)},
-    {"systemd_service_start_by_reason", "starting by", {"reset-failed nfs", "start nfs"},
+    {"systemd_service_start_by_reason",
+     "starting by",
+     {"reset-failed nfs", "start nfs"},
      FORMS(ServiceStartByReason, ServiceStartGroupByReason)},
-    {"systemd_service_reason_remove", "clear", {"reset-failed nfs"},
+    {"systemd_service_reason_remove",
+     "clear",
+     {"reset-failed nfs"},
      FORMS(ServiceReasonRemove, ServiceReasonRemoveGroup)},
 };
 const Operation &kStop = kOperations[0], &kStart = kOperations[1], &kRemove = kOperations[2];
@@ -45,14 +51,22 @@ TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLas
         bool done = true;
     };
     const Case cases[] = {
-        {kStop, {}, {"r"}, true}, {kStop, {"r"}, {"r"}, false}, {kStop, {"other"}, {"other", "r"}, false},
-        {kStop, {".hidden"}, {".hidden", "r"}, true}, {kStop, {}, {"r"}, true, "stop", false},
+        {kStop, {}, {"r"}, true},
+        {kStop, {"r"}, {"r"}, false},
+        {kStop, {"other"}, {"other", "r"}, false},
+        {kStop, {".hidden"}, {".hidden", "r"}, true},
+        {kStop, {}, {"r"}, true, "stop", false},
         {kStop, {}, {"r"}, true, "daemon-reload", false},
-        {kStart, {"r"}, {}, true}, {kStart, {"r", ".hidden"}, {".hidden"}, true},
-        {kStart, {"r", "other"}, {"other"}, false}, {kStart, {"other"}, {"other"}, false, "reset-failed"},
-        {kStart, {"r"}, {}, true, "start", false}, {kStart, {"r"}, {}, true, "daemon-reload"},
-        {kRemove, {"r"}, {}, true}, {kRemove, {"r", "other"}, {"other"}, false},
-        {kRemove, {}, {}, false, "reset-failed"}, {kRemove, {"r"}, {}, true, "daemon-reload"},
+        {kStart, {"r"}, {}, true},
+        {kStart, {"r", ".hidden"}, {".hidden"}, true},
+        {kStart, {"r", "other"}, {"other"}, false},
+        {kStart, {"other"}, {"other"}, false, "reset-failed"},
+        {kStart, {"r"}, {}, true, "start", false},
+        {kStart, {"r"}, {}, true, "daemon-reload"},
+        {kRemove, {"r"}, {}, true},
+        {kRemove, {"r", "other"}, {"other"}, false},
+        {kRemove, {}, {}, false, "reset-failed"},
+        {kRemove, {"r"}, {}, true, "daemon-reload"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.operation.file + " " + PrintToString(c.before) + " " + c.failing);
@@ -151,7 +165,8 @@ TEST_F(Reasons, TheDropInIsLinkedHard)
     EXPECT_FALSE(LinkMeroReason("/run/a.d/", "/run/source") || LinkMeroReason("/run/source/", "/run/source"));
     EXPECT_THAT(Said("systemd_internal_lib"),
                 ElementsAre("ERR Fail to create link from [/run/a.d/mero-reason.conf] to [/run/source] "
-                            "(File exists).", StartsWith("ERR Fail to mkdir [/run/source/] [0x0")));
+                            "(File exists).",
+                            StartsWith("ERR Fail to mkdir [/run/source/] [0x0")));
 }
 
 TEST_F(Reasons, RefusedArgumentsTouchNothing)
@@ -163,10 +178,9 @@ TEST_F(Reasons, RefusedArgumentsTouchNothing)
         MLIBCErrSetEx(0, "", 0);
         EXPECT_FALSE(operation.list("", {}, failed) || operation.list("a/b", {}, failed) ||
                      operation.list("..", {}, failed) || operation.list(".", {"a"}, failed) ||
-                     operation.list("r", {}, failed) || operation.single("", "") ||
-                     operation.fromC(nullptr, nullptr) || operation.fromC("r", nullptr) ||
-                     operation.group("r", nullptr, nullptr) || MLIBCErrGet() != 0x0D00 ||
-                     operation.group("r", ListWithNull().get(), nullptr));
+                     operation.list("r", {}, failed) || operation.single("", "") || operation.fromC(nullptr, nullptr) ||
+                     operation.fromC("r", nullptr) || operation.group("r", nullptr, nullptr) ||
+                     MLIBCErrGet() != 0x0D00 || operation.group("r", ListWithNull().get(), nullptr));
         EXPECT_THAT(Said(operation.file),
                     ElementsAre("!strReason.empty()", noSlash, noDots, noDots, "!vecServices.empty()",
                                 "!strService.empty()", "nullptr != szReason", "nullptr != szService",

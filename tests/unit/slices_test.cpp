@@ -77,8 +77,11 @@ TEST_F(Slices, AreDescribedByTheirUnitFiles)
     };
     const Case cases[] = {
         {"Name=A b\nNameI18n=app:x:y\nIconName=i\nIconPath=/i.png\n", "A b", "app:x:y", "i /i.png"},
-        {"Name=A\nIconPath=/i.png\n", "A", "", " /i.png"}, {"NameI18n=x:y\n", "", "x:y", " "},
-        {"IconName=i\n", kNone, "", "i "}, {"NameI18n=x\n", kNone, "", " "}, {"", kNone, "", " "},
+        {"Name=A\nIconPath=/i.png\n", "A", "", " /i.png"},
+        {"NameI18n=x:y\n", "", "x:y", " "},
+        {"IconName=i\n", kNone, "", "i "},
+        {"NameI18n=x\n", kNone, "", " "},
+        {"", kNone, "", " "},
     };
     Write(kMonitor + "a.slice/tasks", std::to_string(process.pid));
     for (const Case& c : cases) {

@@ -38,8 +38,8 @@ const Question kQuestions[] = {
 TEST_F(Status, ShowGivesTheValueOfTheFirstLine)
 {
     const std::pair<std::string, std::string> cases[] = {
-        {"Main=0\n", "0"}, {"A=b=c\n", "b=c"}, {"A= \ttwo words \n", "two words"}, {"A=1\nA=2\n", "1"},
-        {"A=\n", ""},      {" sign\n", "sign"}, {"", "before"}};
+        {"Main=0\n", "0"},   {"A=b=c\n", "b=c"}, {"A= \ttwo words \n", "two words"}, {"A=1\nA=2\n", "1"}, {"A=\n", ""},
+        {" sign\n", "sign"}, {"", "before"}};
     for (const auto& [output, expected] : cases) {
         Systemctl({{"show --property A u", output}});
         std::string value = "before";
@@ -81,12 +81,14 @@ TEST_F(Status, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
     Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
     Write("/run/systemctl.calls", "");
     std::filesystem::permissions("/run/systemctl.calls", std::filesystem::perms(0666));
-    EXPECT_EQ(RunAs(65534, [] {
-                  for (const Question& question : kQuestions) {
-                      question.get("u");
-                  }
-                  return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;
-              }), 0);
+    EXPECT_EQ(RunAs(65534,
+                    [] {
+                        for (const Question& question : kQuestions) {
+                            question.get("u");
+                        }
+                        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;
+                    }),
+              0);
     EXPECT_THAT(Calls(), ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
                                      "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
                                      "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u"));
@@ -96,9 +98,10 @@ TEST_F(Status, UnitFilesAreListedInBothDialects)
 {
     const std::string two = "a.service enabled\nb.mount static\n";
     const std::string three = "a.service  enabled  disabled\nb.mount    static   -       \n";
-    const std::tuple<std::string, std::string, Texts> cases[] = {
-        {"classic", two, {"a.service", "b.mount"}}, {"classic", three + "\nc.mount static", {"c.mount"}},
-        {"current", three, {"a.service", "b.mount"}}, {"current", two, {}}};
+    const std::tuple<std::string, std::string, Texts> cases[] = {{"classic", two, {"a.service", "b.mount"}},
+                                                                 {"classic", three + "\nc.mount static", {"c.mount"}},
+                                                                 {"current", three, {"a.service", "b.mount"}},
+                                                                 {"current", two, {}}};
     for (const auto& [dialect, output, expected] : cases) {
         Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=" + dialect + "\n");
         Systemctl({{"list-unit-files *", output}});
@@ -114,8 +117,8 @@ TEST_F(Status, UnitFilesAreListedInBothDialects)
     EXPECT_TRUE(MEROSystemdServiceList(units) && MEROCSystemdServiceList(&list) == 1);
     EXPECT_EQ(Calls().front(), "list-unit-files --no-legend --root=/.");
     RemoveSystemctl();
-    EXPECT_FALSE(MEROSystemdServiceList(units) || MEROCSystemdServiceList(&list) ||
-                 MEROCSystemdServiceList(nullptr) || MEROSystemdListUnits(units, "Service"));
+    EXPECT_FALSE(MEROSystemdServiceList(units) || MEROCSystemdServiceList(&list) || MEROCSystemdServiceList(nullptr) ||
+                 MEROSystemdListUnits(units, "Service"));
     EXPECT_THAT(Said("systemd_internal_lib"),
                 ElementsAre("ERR list-unit-files failed.", "ERR list-unit-files failed.",
                             "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))"));
@@ -159,9 +162,8 @@ TEST_F(Status, TheDefaultTargetIsSet)
     EXPECT_FALSE(MEROSystemdDefaultTargetSet("bad") || MEROSystemdDefaultTargetSet("") ||
                  MEROCSystemdDefaultTargetSet(nullptr) || MEROCSystemdDefaultTargetSetInGenerator(nullptr));
     EXPECT_THAT(Said("systemd_default_target_set"),
-                ElementsAre("INFO successfully set default target to [x].",
-                            failed + ": ret=[1], reason=[one\n, two\n]", failed + ".",
-                            "!strDefaultTarget.empty()", "nullptr != szDefaultTarget"));
+                ElementsAre("INFO successfully set default target to [x].", failed + ": ret=[1], reason=[one\n, two\n]",
+                            failed + ".", "!strDefaultTarget.empty()", "nullptr != szDefaultTarget"));
 }
 
 TEST_F(Status, AJobIsEnqueuedWhenThePropertyHasAValue)

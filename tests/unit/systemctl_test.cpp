@@ -93,7 +93,11 @@ TEST_F(SystemctlRuns, ALostWaitStatusCountsAsFailure)
 TEST_F(SystemctlRuns, AMissingProgramThrowsAndTheCallbackIsNotCalled)
 {
     RemoveSystemctl();
-    EXPECT_THROW(MEROSystemdSystemctl("start", {"a", "b"}, [](int, const Texts&) -> bool { ADD_FAILURE(); return true; }),
+    EXPECT_THROW(MEROSystemdSystemctl("start", {"a", "b"},
+                                      [](int, const Texts&) -> bool {
+                                          ADD_FAILURE();
+                                          return true;
+                                      }),
                  std::exception);
     EXPECT_THAT(Log(), ElementsAre("ERR systemd_systemctl: fail to execute [/usr/bin/systemctl start a b]."));
 }

@@ -19,8 +19,15 @@ TEST(TextReader, HandsOutWholeLinesOfAnyFile)
     for (int i = 0; i < 50'000; ++i) {
         many += "line " + std::to_string(i) + "\n";
     }
-    const std::string texts[] = {"", "\n", "end", "a\nb\n", "a\nend", many, many + "end", // longer than the buffer
-                                 std::string(300'000, 'x'), "a\n" + std::string(200'000, 'x') + "\nend"};
+    const std::string texts[] = {"",
+                                 "\n",
+                                 "end",
+                                 "a\nb\n",
+                                 "a\nend",
+                                 many,
+                                 many + "end", // longer than the buffer
+                                 std::string(300'000, 'x'),
+                                 "a\n" + std::string(200'000, 'x') + "\nend"};
     TextReader reader;
     for (const std::string& text : texts) {
         std::ofstream(path, std::ios::trunc) << text;
@@ -33,7 +40,8 @@ TEST(TextReader, HandsOutWholeLinesOfAnyFile)
         EXPECT_TRUE(seen == text && reader.Read(AT_FDCWD, path.c_str()) == text) << text.substr(0, 20);
     }
     int pieces = 0;
-    EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), [&](std::string_view) { return ++pieces < 1; }) && pieces == 1);
+    EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), [&](std::string_view) { return ++pieces < 1; }) &&
+                pieces == 1);
     std::filesystem::remove(path);
     EXPECT_FALSE(reader.ReadLines(AT_FDCWD, path.c_str(), [](std::string_view) { return true; }) || errno != ENOENT);
     EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/", [](std::string_view) { return true; }) || errno != EISDIR);

@@ -33,11 +33,14 @@ TEST_F(Commands, AreSoughtWhereTheyWouldBeStarted)
         {"", "there", true},
     };
     for (const auto& [path, program, isFound] : cases) {
-        EXPECT_EQ(RunAs(0, [path = path, program = program] {
-            std::filesystem::current_path("/run/here");
-            setenv("PATH", path, 1);
-            return (IsRunnable({program}) ? 1 : 0) + (RunCommand({program}) == 0 ? 1 : 0);
-        }), isFound ? 2 : 0) << "'" << program << "' in '" << path << "'";
+        EXPECT_EQ(RunAs(0,
+                        [path = path, program = program] {
+                            std::filesystem::current_path("/run/here");
+                            setenv("PATH", path, 1);
+                            return (IsRunnable({program}) ? 1 : 0) + (RunCommand({program}) == 0 ? 1 : 0);
+                        }),
+                  isFound ? 2 : 0)
+            << "'" << program << "' in '" << path << "'";
     }
 }
 

@@ -12,7 +12,8 @@ namespace {
 
 TEST(TextWidth, CountsColumnsNotBytes)
 {
-    const std::tuple<std::string, std::size_t, const char*> cases[] = { // the last in four columns
+    const std::tuple<std::string, std::size_t, const char*> cases[] = {
+        // the last in four columns
         {"", 0, "    "},
         {"grüßen", 6, "grüß"},
         {"a日本", 5, "a日 "}, // half a character is none
@@ -34,8 +35,8 @@ TEST(TextWidth, CountsColumnsNotBytes)
 TEST(Amounts, GoOverToTheNextUnitBeforeTheyGetTooLong)
 {
     const std::pair<unsigned long, const char*> memories[] = {
-        {0, "0 B"}, {1, "1.0 KiB"}, {999, "999.0 KiB"}, {1000, "1.0 MiB"}, {1536, "1.5 MiB"},
-        {1023948, "999.9 MiB"}, {1023949, "1.0 GiB"}, {3UL << 40, "3.0 PiB"},
+        {0, "0 B"},        {1, "1.0 KiB"},         {999, "999.0 KiB"},   {1000, "1.0 MiB"},
+        {1536, "1.5 MiB"}, {1023948, "999.9 MiB"}, {1023949, "1.0 GiB"}, {3UL << 40, "3.0 PiB"},
     };
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;

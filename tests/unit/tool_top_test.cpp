@@ -45,23 +45,21 @@ TEST_F(TopPage, ShowsSlicesAndTheProcessesOfTheChosenOne)
     for (const Line& line : ComposePage(slices, {.unit = "gone.slice"}, {80, 10}, kAsciiGlyphs)) {
         page.push_back(Text(line));
     }
-    EXPECT_THAT(page, ElementsAre(
-        "  SLICE      CPU                               MEMORY",
-        "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
-        "  web.slice  ............      -               #####.....       0 B          =#",
-        "",
-        "Processes of db.slice: 2, by CPU",
-        "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
-        " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
-        "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s",
-        "",
-        "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
+    EXPECT_THAT(page, ElementsAre("  SLICE      CPU                               MEMORY",
+                                  "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
+                                  "  web.slice  ............      -               #####.....       0 B          =#", "",
+                                  "Processes of db.slice: 2, by CPU",
+                                  "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
+                                  " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
+                                  "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s",
+                                  "", "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
 }
 
 TEST_F(TopPage, SortsTheProcesses)
 {
-    const std::vector<SliceUsage> slices = {Slice("a.slice", {Process(3, "b", 0.1, 50), Process(1, "c", 0.2, 10),
-                                                             Process(4, "a", 0.2, 50), Process(2, "b", 0.1, 50)}, {})};
+    const std::vector<SliceUsage> slices = {Slice(
+        "a.slice",
+        {Process(3, "b", 0.1, 50), Process(1, "c", 0.2, 10), Process(4, "a", 0.2, 50), Process(2, "b", 0.1, 50)}, {})};
     const std::pair<Order, const char*> orders[] = {
         {Order::Cpu, "4123"}, {Order::Memory, "4231"}, {Order::Pid, "1234"}, {Order::Name, "4231"}};
     for (const auto& [order, expected] : orders) {

@@ -40,7 +40,8 @@ TEST(Usage, IsWhatWasAddedInTheTimeBetween)
         const auto usages = UsageBetween({"", kBegin, {c.before}}, {"", kBegin + c.between, {c.after}}, 4);
         ASSERT_EQ(usages.size(), 1U) << c.what;
         EXPECT_THAT((std::array{usages[0].cpuSeconds, usages[0].cpuShare, usages[0].readRate, usages[0].writeRate}),
-                    ElementsAre(c.after.cpuSeconds, c.cpuShare, c.readRate, c.writeRate)) << c.what;
+                    ElementsAre(c.after.cpuSeconds, c.cpuShare, c.readRate, c.writeRate))
+            << c.what;
     }
 }
 

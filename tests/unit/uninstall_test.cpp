@@ -38,14 +38,21 @@ TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
     EXPECT_EQ(log, (Texts{doing, "INFO" + units + "reset-failed done.", start,
                           "INFO" + reload + "daemon reload success!", doing, unable + "two\n", start,
                           "ERR" + reload + "daemon reload failed: ret=[1], reason=[" + output + ", two\n]", doing,
-                          "ERR" + units + "failed to reset-failed.", start,
-                          "ERR" + reload + "daemon-reload failed."}));
+                          "ERR" + units + "failed to reset-failed.", start, "ERR" + reload + "daemon-reload failed."}));
 }
 
 TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
 {
-    const Texts plain{"stop a b", "disable --root=/. a b", "disable --root=/. --runtime a b", "is-enabled a",
-                      "is-enabled b", "daemon-reload", kShow + "a", kShow + "b", "daemon-reload", "reset-failed a b"};
+    const Texts plain{"stop a b",
+                      "disable --root=/. a b",
+                      "disable --root=/. --runtime a b",
+                      "is-enabled a",
+                      "is-enabled b",
+                      "daemon-reload",
+                      kShow + "a",
+                      kShow + "b",
+                      "daemon-reload",
+                      "reset-failed a b"};
     Texts masked = plain;
     masked.insert(masked.begin() + 5, {"unmask --root=/. a b", "unmask --root=/. --runtime a b"});
     const auto cutAfter = [&](int steps) {
@@ -94,8 +101,8 @@ TEST_F(Uninstall, AStopThatThePolicySkipsIsAnException)
     Systemctl({{"list-jobs * a.service", "3 a.service stop waiting\n", 1}});
     EXPECT_EQ(MEROCSystemdUninstall("a") + MEROCSystemdUninstallGroup(MakeList({"b", "a"}).get()), 0);
     EXPECT_THAT(Calls(), UnorderedElementsAre("list-jobs --no-legend a.service", "reset-failed a",
-                                              "list-jobs --no-legend b.service",
-                                              "list-jobs --no-legend a.service", "reset-failed b a"));
+                                              "list-jobs --no-legend b.service", "list-jobs --no-legend a.service",
+                                              "reset-failed b a"));
     EXPECT_THAT(Said("systemd_uninstall"), ::testing::Contains("ERR [a] uninstalled failed on exception."));
 }
 

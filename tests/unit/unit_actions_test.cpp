@@ -24,9 +24,9 @@ struct Member {
 #define MEMBER(verb, file, doing, done, failed, Name)                                                                  \
     Member                                                                                                             \
     {                                                                                                                  \
-        verb, file, doing, done, failed, MEROSystemd##Name##WithOptions, MEROSystemd##Name, MEROSystemd##Name##NoBlock, \
-            MEROSystemd##Name, MEROSystemd##Name##NoBlock, MEROCSystemd##Name, MEROCSystemd##Name##NoBlock,            \
-            MEROCSystemd##Name##Group, MEROCSystemd##Name##GroupNoBlock                                                \
+        verb, file, doing, done, failed, MEROSystemd##Name##WithOptions, MEROSystemd##Name,                            \
+            MEROSystemd##Name##NoBlock, MEROSystemd##Name, MEROSystemd##Name##NoBlock, MEROCSystemd##Name,             \
+            MEROCSystemd##Name##NoBlock, MEROCSystemd##Name##Group, MEROCSystemd##Name##GroupNoBlock                   \
     }
 
 const Member kMembers[] = {
@@ -82,9 +82,9 @@ TEST_F(UnitActions, EveryFormRunsItsCommandOnce)
         EXPECT_EQ(member.groupNoBlock(both.get(), nullptr), 1);
         EXPECT_THAT(failed, IsEmpty());
         const std::string quiet = member.verb == "reload" ? "reload --quiet --no-block" : member.verb + " --quiet";
-        EXPECT_THAT(Actions(), ElementsAre(quiet + " a b", noBlock + " a", plain + " a b", noBlock + " a b", plain + " a",
-                                           noBlock + " a", plain + " a", noBlock + " a", plain + " a b",
-                                           noBlock + " a b"));
+        EXPECT_THAT(Actions(),
+                    ElementsAre(quiet + " a b", noBlock + " a", plain + " a b", noBlock + " a b", plain + " a",
+                                noBlock + " a", plain + " a", noBlock + " a", plain + " a b", noBlock + " a b"));
     }
 }
 
@@ -96,7 +96,8 @@ TEST_F(UnitActions, EveryActionSaysWhatItDoes)
         Texts failed;
         Systemctl({});
         EXPECT_TRUE(member.list({"a", "b"}, failed));
-        EXPECT_THAT(Log(), ElementsAre("INFO " + place + "[a, b] " + member.doing, "INFO " + place + "[a, b] " + member.done));
+        EXPECT_THAT(Log(),
+                    ElementsAre("INFO " + place + "[a, b] " + member.doing, "INFO " + place + "[a, b] " + member.done));
 
         Systemctl({{"list-jobs *", "", 1}, {"*", "Job for b.service failed.\nmore\n", 5}});
         EXPECT_FALSE(member.list({"a", "b"}, failed));
@@ -193,7 +194,8 @@ TEST_F(UnitActions, StartIrreversibly)
     EXPECT_EQ(MEROCSystemdStartIrreversibly("b"), 1);
     EXPECT_FALSE(MEROSystemdStartIrreversibly(""));
     EXPECT_EQ(MEROCSystemdStartIrreversibly(nullptr), 0);
-    EXPECT_THAT(Calls(), ElementsAre("start --job-mode=replace-irreversibly a", "start --job-mode=replace-irreversibly b"));
+    EXPECT_THAT(Calls(),
+                ElementsAre("start --job-mode=replace-irreversibly a", "start --job-mode=replace-irreversibly b"));
     EXPECT_EQ(Read("/run/events"), "0001 a\n0001 b\n");
 }
 

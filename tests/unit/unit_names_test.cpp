@@ -127,9 +127,11 @@ TEST_F(UnitFiles, AddUnitSectionSaysWhatFailed)
     EXPECT_FALSE(AddUnitSection("/run/file/x", "a.conf", "Unit", {}));
     std::filesystem::create_directories("/run/d/a.conf");
     EXPECT_FALSE(AddUnitSection("/run/d", "a.conf", "Unit", {}));
-    EXPECT_THAT(Log(), ElementsAre(
-        ::testing::MatchesRegex("ERR systemd_internal_lib: Fail to mkdir \\[/run/file/x\\] \\[0x0F00 exec:[0-9]+\\]"),
-        ::testing::MatchesRegex("ERR systemd_internal_lib: Fail to MLIBCFileSetSection to \\[/run/d/a.conf\\] "
+    EXPECT_THAT(Log(),
+                ElementsAre(::testing::MatchesRegex(
+                                "ERR systemd_internal_lib: Fail to mkdir \\[/run/file/x\\] \\[0x0F00 exec:[0-9]+\\]"),
+                            ::testing::MatchesRegex(
+                                "ERR systemd_internal_lib: Fail to MLIBCFileSetSection to \\[/run/d/a.conf\\] "
                                 "\\[0x0B00 whole_file:[0-9]+\\]")));
 }
 

@@ -39,45 +39,66 @@ TEST_F(VolumeRegister, KeepsWhatElseTheFileHolds)
         bool adds;
         std::string before, after; ///< blanks before show whether the file was written; nothing after: it is left alone
     };
-    const std::string odd = R"(5,{"a":[1.5,{}]},"ü",18446744073709551615,-9223372036854775808,null,"\u0000\"\\😀\n",["/v"])";
+    const std::string odd =
+        R"(5,{"a":[1.5,{}]},"ü",18446744073709551615,-9223372036854775808,null,"\u0000\"\\😀\n",["/v"])";
     const Case cases[] = {
-        {true, kNoFile, R"(["/v"])"}, {true, R"( ["/v0","/V"])", R"(["/v0","/V","/v"])"}, {false, kNoFile, "[]"},
-        {true, " [" + odd + "]", "[" + odd + R"(,"/v"])"}, {true, R"([  5, "\u002fv", "/v"])", R"([  5, "\u002fv", "/v"])"},
-        {false, R"(["/v",)" + odd + R"(, "/v","\/v"])", "[" + odd + "]"}, {false, R"( [ "/v0" ] )", R"(["/v0"])"},
-        {true, "", ""}, {false, "[] x", ""}, {true, std::string(100'000, '['), ""}, {true, "{\"/v\":1}", ""}, {false, "{}", ""},
+        {true, kNoFile, R"(["/v"])"},
+        {true, R"( ["/v0","/V"])", R"(["/v0","/V","/v"])"},
+        {false, kNoFile, "[]"},
+        {true, " [" + odd + "]", "[" + odd + R"(,"/v"])"},
+        {true, R"([  5, "\u002fv", "/v"])", R"([  5, "\u002fv", "/v"])"},
+        {false, R"(["/v",)" + odd + R"(, "/v","\/v"])", "[" + odd + "]"},
+        {false, R"( [ "/v0" ] )", R"(["/v0"])"},
+        {true, "", ""},
+        {false, "[] x", ""},
+        {true, std::string(100'000, '['), ""},
+        {true, "{\"/v\":1}", ""},
+        {false, "{}", ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.before.substr(0, 99));
         const bool done = !c.after.empty();
-        struct stat status{};
+        struct stat status {};
         (void)Log(), fs::remove_all(kUnits), fs::create_directories(kUnits);
         c.before == kNoFile ? void() : Write(kNfs, c.before);
         EXPECT_EQ(chmod(kNfs.c_str(), 0640) + chown(kNfs.c_str(), 1000, 100), c.before == kNoFile ? -2 : 0);
-        EXPECT_TRUE((c.adds ? MEROCSystemdVolumeRegister : MEROCSystemdVolumeUnregister)("nfs", "/v") == done && Files() == 1);
+        EXPECT_TRUE((c.adds ? MEROCSystemdVolumeRegister : MEROCSystemdVolumeUnregister)("nfs", "/v") == done &&
+                    Files() == 1);
         const std::string compact = std::regex_replace(Read(kNfs), std::regex("\n *| (?=:)|(:) "), "$1");
         EXPECT_EQ(done ? compact : Read(kNfs), done ? c.after : c.before);
-        EXPECT_TRUE(stat(kNfs.c_str(), &status) == 0 && (c.before == kNoFile || status.st_mode + status.st_uid == 0100640 + 1000));
+        EXPECT_TRUE(stat(kNfs.c_str(), &status) == 0 &&
+                    (c.before == kNoFile || status.st_mode + status.st_uid == 0100640 + 1000));
         EXPECT_EQ(Said("systemd_volume_register"),
-                  Texts(done ? 0 : 1, c.before[0] == '{' ? "ERR Volume register file [" + kNfs + "] is not an json array"
-                                                         : "ERR Fail to read volume register file [" + kNfs + "]"));
+                  Texts(done ? 0 : 1, c.before[0] == '{'
+                                          ? "ERR Volume register file [" + kNfs + "] is not an json array"
+                                          : "ERR Fail to read volume register file [" + kNfs + "]"));
         EXPECT_EQ(MEROSystemdVolumeIsRegisteredByUnit("nfs", {"/x", "/v"}), done && c.adds);
         EXPECT_FALSE(MEROSystemdVolumeIsRegisteredByUnit("nfs", {"/x", "5"}) || Listed()[3] != (done ? '+' : '-'));
     }
-    EXPECT_TRUE(fs::remove(kNfs) && mkfifo(kNfs.c_str(), 0600) == 0 && !MEROSystemdVolumeRegister("nfs", "/v")) << "and does not wait";
+    EXPECT_TRUE(fs::remove(kNfs) && mkfifo(kNfs.c_str(), 0600) == 0 && !MEROSystemdVolumeRegister("nfs", "/v"))
+        << "and does not wait";
 }
 
 TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
 {
     Write("/usr/mero/etc/merosystemd/x.service", "[\"/v\"]");
     EXPECT_FALSE(MEROSystemdVolumeRegister(std::string("a.service\0b", 11), "/v")) << "a file's name ends at the NUL";
-    for (const auto& [name, volume] : {std::pair("", "/v"), {"a", ""}, {"a", "v"}, {"a", "/v/"}, {"a", "/"}, {"../x", "/v"},
-                                       {"a/b", "/v"}, {"..", "/v"}}) {
+    for (const auto& [name, volume] : {std::pair("", "/v"),
+                                       {"a", ""},
+                                       {"a", "v"},
+                                       {"a", "/v/"},
+                                       {"a", "/"},
+                                       {"../x", "/v"},
+                                       {"a/b", "/v"},
+                                       {"..", "/v"}}) {
         EXPECT_FALSE(MEROSystemdVolumeRegister(name, volume) || MEROSystemdVolumeUnregister(name, volume) ||
-                     MEROSystemdPackageVolumeRegister(name, volume) || MEROSystemdPackageVolumeUnregister(name, volume));
+                     MEROSystemdPackageVolumeRegister(name, volume) ||
+                     MEROSystemdPackageVolumeUnregister(name, volume));
         EXPECT_EQ(MLIBCErrGet(), 0x0D00) << name << volume;
     }
     EXPECT_FALSE(MEROCSystemdVolumeRegister(nullptr, "/v") || MEROCSystemdPackageVolumeUnregister("a", nullptr) ||
-                 MEROSystemdVolumeIsRegisteredByUnit("../x", {"/v"}) || fs::exists("/run/merosystemd") || Log().size() != 35);
+                 MEROSystemdVolumeIsRegisteredByUnit("../x", {"/v"}) || fs::exists("/run/merosystemd") ||
+                 Log().size() != 35);
 
     const std::string temporary = kNfs + ".tmp." + std::to_string(getpid()), noDump = "ERR Fail to dump json file to [";
     EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Bar", "/v") || MEROSystemdVolumeUnregister("nfs", "/v") ||
@@ -89,8 +110,10 @@ TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
     EXPECT_FALSE(MEROSystemdVolumeRegister("nfs", "/v")) << "the disk is full";
     EXPECT_TRUE(Read(kNfs) == "[\"/w\"]" && Files() == 1 && umount(kUnits.c_str()) == 0);
     EXPECT_THAT(Said("systemd_volume_register"),
-                ElementsAre(StartsWith("ERR Fail to MLIBCFileCheckDir on [/var/packages/Bar] [0x0900 "), noDump + temporary + "]",
-                            StartsWith("ERR Fail to mkdir [/var/packages/Foo/etc/meropkg_conf/] [0x0F00 "), noDump + temporary + "]"));
+                ElementsAre(StartsWith("ERR Fail to MLIBCFileCheckDir on [/var/packages/Bar] [0x0900 "),
+                            noDump + temporary + "]",
+                            StartsWith("ERR Fail to mkdir [/var/packages/Foo/etc/meropkg_conf/] [0x0F00 "),
+                            noDump + temporary + "]"));
     Write("/run/other", ""), fs::create_symlink("/run/other", temporary);
     EXPECT_TRUE(MEROSystemdVolumeRegister("nfs", "/v") && Files() == 1 && Read("/run/other").empty());
 }
@@ -99,7 +122,8 @@ TEST_F(VolumeRegister, FollowsNoLinkThatAPackagePlanted)
 {
     Write("/run/secret", "[\"/secret\"]"), fs::create_directories("/var/packages/Foo/etc/meropkg_conf");
     fs::create_symlink("/run/secret", kFoo);
-    EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Foo", "/v") || MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}));
+    EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Foo", "/v") ||
+                 MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}));
     EXPECT_TRUE(Listed() == R"({ "-" })" && fs::is_symlink(kFoo) && Read("/run/secret") == "[\"/secret\"]");
     fs::remove("/run/secret");
     EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && !fs::is_symlink(kFoo) && !fs::exists("/run/secret"));
@@ -113,7 +137,8 @@ TEST_F(VolumeRegister, IsListed)
     Write(kFoo, R"(["/w",5])"), Write("/var/packages/Bar" + kEnd, R"(["/v0",["/v"]])"), Write("/var/packages/file", "");
     Write(kUnits + "b.service", "[]"), Write(kNfs + ".tmp.7", "["), Write(kNfs, R"(["/v"])");
     EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && MEROCSystemdPackageVolumeRegister("Baz", "/v") &&
-                MEROCSystemdPackageVolumeUnregister("Foo", "/w") && MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/v"}));
+                MEROCSystemdPackageVolumeUnregister("Foo", "/w") &&
+                MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/v"}));
     const std::string all = R"("P Bar{ \"/v0\" }", "P Baz{ \"/v\" }", "P Foo{ \"/v\" }", "U nfs.service{ \"/v\" }" })";
     EXPECT_TRUE(list() && Listed() == "{ \"+\", " + all && Log().empty()) << Listed();
     EXPECT_THAT(packages, UnorderedElementsAre("before", "Foo", "Baz"));

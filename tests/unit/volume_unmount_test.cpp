@@ -18,10 +18,14 @@ namespace {
 
 // Other runs of these tests share the machine's processes, but not this path.
 const std::string kVolume = "/run/pool-" + std::to_string(getpid()), kTargets = "/run/systemd/system/unmount-volume-";
-const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmount-action.lock", kAll = "VolumeDependency=all";
+const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmount-action.lock",
+                  kAll = "VolumeDependency=all";
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock = kIsolateAndVolumeUnmountLock;
 
-bool IsFree(auto& lock, bool exclusive = true, int seconds = 0) { return FileLock(lock, exclusive, seconds).Acquire(); }
+bool IsFree(auto& lock, bool exclusive = true, int seconds = 0)
+{
+    return FileLock(lock, exclusive, seconds).Acquire();
+}
 
 /// A process with a cgroup that uses files until it goes.
 struct Holder {
@@ -47,40 +51,57 @@ struct VolumeUnmount : Machine {
         for (const auto& [unit, keys] : units) {
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys + "\n"), script += unit + " enabled\n";
         }
-        SystemctlScript(script + "';; show*ing.service) echo ActiveState=${4%.service};; show*) echo ActiveState=active;; "
-                                 "daemon-reload) cat " + kTargets + "* | sort > /run/seen;; esac");
+        SystemctlScript(script +
+                        "';; show*ing.service) echo ActiveState=${4%.service};; show*) echo ActiveState=active;; "
+                        "daemon-reload) cat " +
+                        kTargets + "* | sort > /run/seen;; esac");
     }
 };
 
 TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 {
     const std::string some = "VolumeDependency=partial", program = kVolume + "/sleeps-very-long", d = kVolume + "/d/e";
-    SetUnits({{"all.service", kAll}, {"activating.service", kAll}, {"reloading.service", kAll}, {"none.service", ""},
-              {"deactivating.service", kAll}, {"slave.service", kAll + "\nMaster=all.service"}, {"b.mount", some},
-              {"other.service", some}, {"pkgctl-Foo.service", some}, {"pkgctl-Bar.service", some},
-              {"pkgctl-Baz.socket", some}, {"deaf.service", "SkipListByMntPath=yes"}, {"keen.service", "SkipListByMntPath=Yes"}});
+    SetUnits({{"all.service", kAll},
+              {"activating.service", kAll},
+              {"reloading.service", kAll},
+              {"none.service", ""},
+              {"deactivating.service", kAll},
+              {"slave.service", kAll + "\nMaster=all.service"},
+              {"b.mount", some},
+              {"other.service", some},
+              {"pkgctl-Foo.service", some},
+              {"pkgctl-Bar.service", some},
+              {"pkgctl-Baz.socket", some},
+              {"deaf.service", "SkipListByMntPath=yes"},
+              {"keen.service", "SkipListByMntPath=Yes"}});
     for (const char* unit : {"b.mount", "pkgctl-Bar.service", "pkgctl-Baz.socket", "none.service"}) {
         EXPECT_TRUE(MEROSystemdVolumeRegister(unit, kVolume) && MEROSystemdVolumeRegister("other", kVolume + "0"));
     }
     EXPECT_TRUE(fs::create_directories("/var/packages/Foo") && MEROSystemdPackageVolumeRegister("Foo", kVolume));
-    Write(kVolume + "/a b", "text"), Write(kVolume + "/d/f", "text"), Write(kVolume + "0/c", ""), Write(kVolume + "/c", ""), Write(kVolume + "/x", ""), Write(d, ""), fs::copy("/bin/sleep", program);
+    Write(kVolume + "/a b", "text"), Write(kVolume + "/d/f", "text"), Write(kVolume + "0/c", ""),
+        Write(kVolume + "/c", ""), Write(kVolume + "/x", ""), Write(d, ""), fs::copy("/bin/sleep", program);
     const auto reads = [](const std::string& file) { return [=] { open((kVolume + file).c_str(), O_RDONLY); }; };
     const Holder sleeper("user.service", [&] { execl(program.c_str(), "s", "1000", nullptr); });
-    const Holder user("user.service", reads("/c")), worker("all.service/sub", reads("/c")), slave("slave.service", reads("/x"));
+    const Holder user("user.service", reads("/c")), worker("all.service/sub", reads("/c")),
+        slave("slave.service", reads("/x"));
     const Holder session("a.slice/1.scope", [] { fs::current_path(kVolume); }), deaf("deaf.service", reads("/d/e"));
     const Holder gone("b.service", reads("/x")), jailed("", [] { (void)!chroot((kVolume + "/d").c_str()); });
     const auto maps = [](const std::string& file) {
-        return [=] { mmap(nullptr, 4, PROT_READ, MAP_SHARED, open((kVolume + file).c_str(), O_RDONLY), 0), closefrom(3); };
+        return
+            [=] { mmap(nullptr, 4, PROT_READ, MAP_SHARED, open((kVolume + file).c_str(), O_RDONLY), 0), closefrom(3); };
     };
-    const Holder blank("b.service", maps("/a b")), mapper("map.service", maps("/d/f")), keen("keen.service", reads("/c"));
+    const Holder blank("b.service", maps("/a b")), mapper("map.service", maps("/d/f")),
+        keen("keen.service", reads("/c"));
     const Holder next("next.service", [] { fs::current_path(kVolume + "0"); });
-    fs::remove(kVolume + "/x"), Write("/run/swaps", "Filename Type\n/dev/sda2 partition\n" + kVolume + "/s\\040w file 1 0\n");
+    fs::remove(kVolume + "/x"),
+        Write("/run/swaps", "Filename Type\n/dev/sda2 partition\n" + kVolume + "/s\\040w file 1 0\n");
     const Texts points{kVolume + "/m", kVolume + "0/m", "/proc/fs", "/proc/swaps"};
     for (const std::string& point : points) {
         point.ends_with("/m") ? fs::create_directories(point) : false;
         EXPECT_EQ(mount("/run/swaps", point.c_str(), "tmpfs", point == points[3] ? MS_BIND : 0, ""), 0);
     }
-    Write("/proc/fs/nfs/exports", "# Version 1.1\n" + kVolume + "\t*(ro)\n"), Write("/sys/block/loop7/loop/backing_file", d + "\n");
+    Write("/proc/fs/nfs/exports", "# Version 1.1\n" + kVolume + "\t*(ro)\n"),
+        Write("/sys/block/loop7/loop/backing_file", d + "\n");
     VolumeUnmountPlan plan;
     Texts listed{"before"};
     EXPECT_TRUE(MEROSystemdServiceListByMntPath(kVolume, listed));
@@ -91,27 +112,35 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     Texts stops, blockers;
     const auto text = [](auto kind, const std::string& unit, const VolumeUser& user) {
         const std::string file = user.file.starts_with(kVolume) ? user.file.substr(kVolume.size()) : "elsewhere";
-        return std::to_string(static_cast<int>(kind)) + unit + " " + std::to_string(user.pid) + " " + user.command + " " +
-               std::to_string(static_cast<int>(user.use)) + file;
+        return std::to_string(static_cast<int>(kind)) + unit + " " + std::to_string(user.pid) + " " + user.command +
+               " " + std::to_string(static_cast<int>(user.use)) + file;
     };
     for (const auto& [unit, causes] : plan.stops) {
         stops.push_back(unit);
         for (const StopCause& cause : causes) {
             stops.back() += " " + std::to_string(static_cast<int>(cause.kind)) + cause.unit + cause.package;
-            std::for_each(cause.users.begin(), cause.users.end(), [&](auto& user) { stops.back() += text(3, "", user); });
+            std::for_each(cause.users.begin(), cause.users.end(),
+                          [&](auto& user) { stops.back() += text(3, "", user); });
         }
     }
-    std::for_each(plan.blockers.begin(), plan.blockers.end(), [&](auto& b) { blockers.push_back(text(b.kind, b.unit, b.user)); });
-    const auto by = [](const Holder& holder, const std::string& rest) { return " " + holder.pid + " library_test " + rest; };
-    EXPECT_THAT(stops, ElementsAre("activating.service 0activating.service", "all.service 0all.service 0slave.service",
-                                   "b.mount 1b.mount", "keen.service 3keen.service3" + by(keen, "2/c"),
-                                   "map.service 3map.service3" + by(mapper, "3/d/f"), "pkgctl-Baz.socket 1pkgctl-Baz.socket",
-                                   "pkgctl-Foo.service 2pkgctl-Foo.serviceFoo", "reloading.service 0reloading.service",
-                                   "user.service 3user.service3 " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long3" + by(user, "2/c")));
+    std::for_each(plan.blockers.begin(), plan.blockers.end(),
+                  [&](auto& b) { blockers.push_back(text(b.kind, b.unit, b.user)); });
+    const auto by = [](const Holder& holder, const std::string& rest) {
+        return " " + holder.pid + " library_test " + rest;
+    };
+    EXPECT_THAT(stops,
+                ElementsAre("activating.service 0activating.service", "all.service 0all.service 0slave.service",
+                            "b.mount 1b.mount", "keen.service 3keen.service3" + by(keen, "2/c"),
+                            "map.service 3map.service3" + by(mapper, "3/d/f"), "pkgctl-Baz.socket 1pkgctl-Baz.socket",
+                            "pkgctl-Foo.service 2pkgctl-Foo.serviceFoo", "reloading.service 0reloading.service",
+                            "user.service 3user.service3 " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long3" +
+                                by(user, "2/c")));
     EXPECT_THAT(blockers, UnorderedElementsAre("01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
                                                "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"),
-                                               "0b.service" + by(blank, "3/a b"), "1 0  2/m", "2 0  2/d/e", "3 0  2/s w", "4 0  2"));
-    EXPECT_FALSE(Said("systemd_volume_unmount_action").size() != 2 || fs::exists(kTargets + "end.target") || fs::exists(kLock));
+                                               "0b.service" + by(blank, "3/a b"), "1 0  2/m", "2 0  2/d/e",
+                                               "3 0  2/s w", "4 0  2"));
+    EXPECT_FALSE(Said("systemd_volume_unmount_action").size() != 2 || fs::exists(kTargets + "end.target") ||
+                 fs::exists(kLock));
 }
 
 TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
@@ -120,26 +149,39 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         std::string failing, folder; ///< a command of systemctl's; a folder in the way
         int acts;                    ///< the action's result; 2: it throws
         Texts calls;                 ///< behind the questions
-        std::string said = "INFO the following service will temporarily stop for volume unmounting: [/v, /w][b.mount, m.service]";
+        std::string said =
+            "INFO the following service will temporarily stop for volume unmounting: [/v, /w][b.mount, m.service]";
     };
-    const std::string stop = "start --job-mode=replace-irreversibly unmount-volume-begin.target", start = "start unmount-volume-end.target";
+    const std::string stop = "start --job-mode=replace-irreversibly unmount-volume-begin.target",
+                      start = "start unmount-volume-end.target";
     const std::string list = "list-unit-files --no-legend --root=/.", remove = "ERR Fail to remove [" + kTargets;
     const std::string noLock = "ERR Failed to get lock [" + kLock + "]";
     const Texts full{"daemon-reload", stop, "action", start};
     const Case cases[] = {
-        {"", "", 1, full}, {"", "", 0, full}, {"", "", 2, full}, {start, "", 1, full}, {"", kMonitorLock, 1, full},
-        {stop, "", 1, {"daemon-reload", stop, start}}, {"daemon-reload", "", 1, {"daemon-reload"}, ""},
-        {"", kTargets + "begin.target", 1, {}, remove + "begin.target]."}, {"", kLock, 1, {}, noLock},
-        {"", kTargets + "end.target", 1, {}, remove + "end.target]."}, {"", kIsolateLock, 1, {}, noLock},
+        {"", "", 1, full},
+        {"", "", 0, full},
+        {"", "", 2, full},
+        {start, "", 1, full},
+        {"", kMonitorLock, 1, full},
+        {stop, "", 1, {"daemon-reload", stop, start}},
+        {"daemon-reload", "", 1, {"daemon-reload"}, ""},
+        {"", kTargets + "begin.target", 1, {}, remove + "begin.target]."},
+        {"", kLock, 1, {}, noLock},
+        {"", kTargets + "end.target", 1, {}, remove + "end.target]."},
+        {"", kIsolateLock, 1, {}, noLock},
         {list, "", 1, {}, "ERR Fail to list volume dependency units."},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.failing + c.folder + std::to_string(c.acts));
-        fs::remove_all(kRun), fs::remove_all("/run/systemd"), fs::create_directories(c.folder.empty() ? kRun : c.folder);
+        fs::remove_all(kRun), fs::remove_all("/run/systemd"),
+            fs::create_directories(c.folder.empty() ? kRun : c.folder);
         c.folder.empty() ? Write(kTargets + "begin.target", "[Old]\nold=1\n") : void();
-        SetUnits({{"a.service", kAll + "\nMaster=m.service"}, {"b.mount", kAll}, {"c.service", kAll + "\nMaster=m.service"}}, c.failing);
+        SetUnits(
+            {{"a.service", kAll + "\nMaster=m.service"}, {"b.mount", kAll}, {"c.service", kAll + "\nMaster=m.service"}},
+            c.failing);
         const auto action = [](void* acts) {
-            const bool held = !IsFree(kLock, false) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, false) && !IsFree(kMonitorLock);
+            const bool held =
+                !IsFree(kLock, false) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, false) && !IsFree(kMonitorLock);
             std::ofstream("/run/systemctl.calls", std::ios::app) << (held ? "action\n" : "free\n");
             return *static_cast<const int*>(acts) == 2 ? throw 7 : *static_cast<const int*>(acts) == 1;
         };
@@ -147,13 +189,15 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         EXPECT_EQ(MEROCSystemdVolumeGroupUnmountAction(MakeList({"/v", "/w"}).get(), action, &acts),
                   c.calls == full && acts == 1 && c.failing != start);
         Texts calls = Calls();
-        std::erase_if(calls, [](const std::string& call) { return call.starts_with("show") || call.starts_with("list"); });
+        std::erase_if(calls,
+                      [](const std::string& call) { return call.starts_with("show") || call.starts_with("list"); });
         EXPECT_EQ(calls, c.calls);
         const Texts said = Said("systemd_volume_unmount_action");
         EXPECT_EQ(said.empty() ? "" : said.back(), c.said);
         EXPECT_EQ(said.size() > 1, c.failing == list || c.folder == kMonitorLock);
         const std::string units = "=b.mount m.service\n", no = "DefaultDependencies=no\n", after = "After" + units;
-        const std::string targets = after + after + "Conflicts" + units + no + no + "Wants" + units + "[Unit]\n[Unit]\n";
+        const std::string targets =
+            after + after + "Conflicts" + units + no + no + "Wants" + units + "[Unit]\n[Unit]\n";
         EXPECT_EQ(calls.empty() ? targets : Read("/run/seen"), targets) << "their lines sorted";
         EXPECT_TRUE(!c.folder.empty() || (IsFree(kLock, true, 60) && IsFree(kIsolateLock, true, 60)));
     }
@@ -168,10 +212,12 @@ TEST_F(VolumeUnmount, WithoutServicesOnlyTheActionRuns)
         EXPECT_FALSE(_MEROSystemdVolumeUnmountAction(volumes, nullptr) || MEROSystemdVolumeUnmountPlan(volumes, plan));
         EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Said("systemd_volume_unmount_action").size() == volumes.empty());
     }
-    EXPECT_FALSE(MEROCSystemdVolumeUnmountAction(nullptr, isNull, nullptr) || MEROCSystemdVolumeUnmountAction("/v", nullptr, nullptr) ||
+    EXPECT_FALSE(MEROCSystemdVolumeUnmountAction(nullptr, isNull, nullptr) ||
+                 MEROCSystemdVolumeUnmountAction("/v", nullptr, nullptr) ||
                  MEROCSystemdVolumeGroupUnmountAction(ListWithNull().get(), isNull, nullptr) || fs::exists(kRun));
     Write(kTargets + "begin.target", "old");
-    EXPECT_TRUE(MEROCSystemdVolumeUnmountAction("/v", isNull, nullptr) && !MEROCSystemdVolumeUnmountAction("/v", isNull, this));
+    EXPECT_TRUE(MEROCSystemdVolumeUnmountAction("/v", isNull, nullptr) &&
+                !MEROCSystemdVolumeUnmountAction("/v", isNull, this));
     EXPECT_EQ(Said("systemd_volume_unmount_action").back(), "INFO we will not stop any service for umounting: [/v]");
     EXPECT_TRUE(Calls().size() == 2 && Read(kTargets + "begin.target") == "old");
 }

@@ -82,11 +82,12 @@ void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
 
     CLI::App* move = cgroup->add_subcommand("move", "Run a command in a slice");
     move->add_option("SLICE", arguments->move.slice, "A slice of systemd's hierarchy and of the monitor's");
-    CLI::Option* only = move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
-    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy, instead of a slice")->excludes(only);
+    CLI::Option* only =
+        move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
+    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy, instead of a slice")
+        ->excludes(only);
     move->footer("-- COMMAND...  The command that runs there");
-    move->callback(
-        [arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });
+    move->callback([arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });
 }
 
 } // namespace MERO::Tool

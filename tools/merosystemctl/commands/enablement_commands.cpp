@@ -25,7 +25,8 @@ bool RunOne(const std::string& verb, const Texts& options, const std::string& un
     try {
         return MEROSystemdSystemctl(verb, options, {unit}, [](int exitCode, const Texts& lines) {
             if (exitCode != 0) {
-                PrintError(lines.empty() ? "systemctl said nothing" : lines.front().substr(0, lines.front().find('\n')));
+                PrintError(lines.empty() ? "systemctl said nothing"
+                                         : lines.front().substr(0, lines.front().find('\n')));
             }
             return exitCode == 0;
         });

@@ -24,8 +24,8 @@ int Isolate(const std::string& target, bool noBlock)
     }
     switch (result) {
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING:
-        std::cout << "isolated to " << target << "; after five minutes still stopping: "
-                  << ToCell(isolated.stillStopping) << '\n';
+        std::cout << "isolated to " << target
+                  << "; after five minutes still stopping: " << ToCell(isolated.stillStopping) << '\n';
         return kTimedOut;
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED:
         std::cout << "isolated to " << target << "; systemd's jobs cannot be listed: units may still be stopping\n";

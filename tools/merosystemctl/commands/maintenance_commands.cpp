@@ -41,7 +41,8 @@ void AddMaintenanceCommands(CLI::App& program, int& exitCode)
     });
 
     CLI::App* daemonReload = program.add_subcommand("daemon-reload", "Have systemd read its unit files again");
-    daemonReload->callback([&exitCode] { exitCode = MEROSystemdDaemonReload() ? kDone : ReportFailure("daemon-reload"); });
+    daemonReload->callback(
+        [&exitCode] { exitCode = MEROSystemdDaemonReload() ? kDone : ReportFailure("daemon-reload"); });
 
     CLI::App* uninstall = program.add_subcommand("uninstall", "Stop units and remove all that belongs to them");
     uninstall->add_flag("-y,--yes", arguments->yes, "Do not ask first on a terminal");

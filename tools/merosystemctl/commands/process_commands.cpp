@@ -47,9 +47,8 @@ void AddProcessCommands(CLI::App& program, int& exitCode)
     show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::PositiveNumber);
     AddIntervalOption(*show, arguments->interval, "Measure for so long (1)");
     show->add_flag("--json", arguments->json, "As a JSON object");
-    show->callback([arguments, &exitCode] {
-        exitCode = Show(arguments->pid, Seconds(arguments->interval), arguments->json);
-    });
+    show->callback(
+        [arguments, &exitCode] { exitCode = Show(arguments->pid, Seconds(arguments->interval), arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -147,9 +147,8 @@ void AddSliceCommands(CLI::App& program, int& exitCode)
     show->add_option("SLICE", arguments->slice, "A slice that is tracked")->required();
     AddIntervalOption(*show, arguments->interval, "Measure for so long (1)");
     show->add_flag("--json", arguments->json, "As a JSON object");
-    show->callback([arguments, &exitCode] {
-        exitCode = Show(arguments->slice, Seconds(arguments->interval), arguments->json);
-    });
+    show->callback(
+        [arguments, &exitCode] { exitCode = Show(arguments->slice, Seconds(arguments->interval), arguments->json); });
 
     CLI::App* kill = slice->add_subcommand("kill", "Stop a slice's units, and end what is left");
     kill->add_option("SLICE", arguments->slice, "A slice of systemd's")->required();

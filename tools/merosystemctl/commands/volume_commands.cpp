@@ -13,8 +13,9 @@
 namespace MERO::Tool {
 namespace {
 
-const CLI::Validator kIsNotEmpty(
-    [](std::string& text) { return text.empty() ? std::string("a name is missing") : std::string(); }, "", "name");
+const CLI::Validator
+    kIsNotEmpty([](std::string& text) { return text.empty() ? std::string("a name is missing") : std::string(); }, "",
+                "name");
 
 struct Change {
     const char* verb;

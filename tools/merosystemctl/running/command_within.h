@@ -10,11 +10,11 @@ namespace MERO::Tool {
 struct CommandWithin {
     /// Hands its callback to the library. The callback is true when the command succeeded.
     std::function<bool(std::function<bool()>)> action;
-    std::function<int()> run;    ///< the command: its exit code
+    std::function<int()> run;     ///< the command: its exit code
     std::function<bool()> report; ///< says behind the action whether all is as before
-    std::string name;   ///< of the command
-    std::string before; ///< what failed when the command was not reached
-    std::string after;  ///< what failed behind it
+    std::string name;             ///< of the command
+    std::string before;           ///< what failed when the command was not reached
+    std::string after;            ///< what failed behind it
 };
 
 /// Runs the command with the progress of what stops around it, and says what failed. The program's exit code.

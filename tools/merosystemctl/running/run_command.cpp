@@ -86,7 +86,7 @@ int Spawn(const Texts& command, pid_t& pid)
 
 SignalsToCommand::SignalsToCommand()
 {
-    struct sigaction action{};
+    struct sigaction action {};
     action.sa_sigaction = PassOn;
     action.sa_flags = SA_SIGINFO | SA_RESTART;
     HandleSignals(action);
@@ -94,7 +94,7 @@ SignalsToCommand::SignalsToCommand()
 
 SignalsToCommand::~SignalsToCommand()
 {
-    struct sigaction action{};
+    struct sigaction action {};
     action.sa_handler = SIG_DFL;
     HandleSignals(action);
 }

@@ -18,9 +18,8 @@ public:
         const std::time_t now = std::time(nullptr);
         for (const SliceUsage& slice : slices) {
             if (!slice.cpuHistory.empty()) {
-                std::cout << std::put_time(std::localtime(&now), "%T") << "  " << slice.unit
-                          << "  CPU " << PercentText(slice.total.cpuShare)
-                          << "  memory " << MemoryText(slice.total.memory)
+                std::cout << std::put_time(std::localtime(&now), "%T") << "  " << slice.unit << "  CPU "
+                          << PercentText(slice.total.cpuShare) << "  memory " << MemoryText(slice.total.memory)
                           << "  processes " << slice.processes.size() << '\n';
             }
         }

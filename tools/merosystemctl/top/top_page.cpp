@@ -118,8 +118,8 @@ const char* OrderWord(Order order)
 
 void AddProcesses(std::vector<Line>& page, const SliceUsage& slice, Order order, PageSize size)
 {
-    page.push_back({{"Processes of " + slice.unit + ": " + std::to_string(slice.processes.size()) + ", by " +
-                     OrderWord(order)}});
+    page.push_back(
+        {{"Processes of " + slice.unit + ": " + std::to_string(slice.processes.size()) + ", by " + OrderWord(order)}});
     page.push_back({{ProcessRow("PID", "NAME", size.width, [](const ProcessColumn& column) { return column.heading; }),
                      Style::Strong}});
     std::vector<ProcessUsage> processes = slice.processes;

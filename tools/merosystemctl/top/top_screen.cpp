@@ -95,8 +95,7 @@ private:
 class TopScreen : public TopDisplay {
 public:
     explicit TopScreen(const EndSignals& signals)
-        : signals_(signals),
-          glyphs_(std::string_view(nl_langinfo(CODESET)) == "UTF-8" ? kBlockGlyphs : kAsciiGlyphs)
+        : signals_(signals), glyphs_(std::string_view(nl_langinfo(CODESET)) == "UTF-8" ? kBlockGlyphs : kAsciiGlyphs)
     {
     }
 

@@ -8,9 +8,9 @@
 
    The writers replace the file whole (temporary file, fsync, rename), so that a reader sees the old or the new
    text and nothing else. Owner, group and mode stay; a file that is made anew has mode 0644 less the umask. A symbolic
-   link is replaced by a file. A failure leaves the old text, unless only the folder could not be synced. Two writers of one file at once
-   must be kept apart by a lock of the callers. They refuse what would not be read back as it was written (an
-   empty key, a "=" in a key, a newline, blanks at either end) before anything is changed. */
+   link is replaced by a file. A failure leaves the old text, unless only the folder could not be synced. Two writers of
+   one file at once must be kept apart by a lock of the callers. They refuse what would not be read back as it was
+   written (an empty key, a "=" in a key, a newline, blanks at either end) before anything is changed. */
 #pragma once
 
 #include <merocore/hash.h>

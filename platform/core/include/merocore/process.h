@@ -31,7 +31,7 @@ int MLIBCPclose(FILE* stream);
 
 enum {
     MLIBC_FORK_NEW_SESSION = 0x04, /* the child leads a session of its own (setsid) */
-    MLIBC_FORK_DETACHED = 0x40     /* the child belongs to init or the nearest subreaper: it leaves no zombie behind and needs no wait */
+    MLIBC_FORK_DETACHED = 0x40     /* the child belongs to init or a subreaper: it leaves no zombie and needs no wait */
 };
 
 /* Forks. Returns 0 in the child, the child's process ID in the parent, a negative value when it failed.
