@@ -104,10 +104,10 @@ int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBC
 /** @defgroup enablement Enablement
 
    Whether units start at boot. Enable, disable and reenable leave a flag for each unit once systemctl has run, whatever
-   it said; when it could not be run, they leave none. The InGenerator forms work on the unit files alone, for the time
-   before a manager runs. Enable, disable, reenable and uninstall refuse names that hold "/", and "." and "..": they
-   become names of files (0x0D00). The group forms run one systemctl for all units, but mask and unmask one for each.
-   They return 0 for a null item.
+   it said; when it could not be run, they leave none. The InGenerator forms work on the unit files alone (as
+   systemctl's `--root` does), for the time before a manager runs. Enable, disable, reenable and uninstall refuse names
+   that hold "/", and "." and "..": they become names of files (0x0D00). The group forms run one systemctl for all
+   units, but mask and unmask one for each. They return 0 for a null item.
    @{ */
 
 /**
@@ -193,9 +193,9 @@ int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListRea
 /** @defgroup questions Questions
 
    The names ending in System ask the system's manager although the caller is an ordinary user; those ending in
-   InGenerator look at the unit files alone, for the time before a manager runs. States are answered by their numbers
-   in merosystemd/status.h; -1 means that the unit could not be asked, that its state has no number (0x8000), or that
-   the argument is invalid.
+   InGenerator look at the unit files alone (as systemctl's `--root` does), for the time before a manager runs. States
+   are answered by their numbers in merosystemd/status.h; -1 means that the unit could not be asked, that its state has
+   no number (0x8000), or that the argument is invalid.
    @{ */
 
 /** A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1. */
@@ -353,8 +353,8 @@ int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 /** Pushes the slices that the resource monitor tracks onto the list, which must exist. 0 when there are none. */
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
-/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it, unless
-   it has other threads by then: they stay in the unit, and the process may be ended with it. */
+/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
+   unit still ends its main process, and one that has other threads by then, since these stay in the unit. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

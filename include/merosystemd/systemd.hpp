@@ -1,10 +1,10 @@
 /// @file
 /// The string-object interface.
 ///
-/// merosystemd/systemd.h tells what the operations have in common: which manager they talk to, how failures are
-/// told, and what threads may do. Here operations return true when they succeeded. No exceptions leave them but those
-/// that are named below, and std::bad_alloc where memory is out, which many answer with false instead; locks,
-/// descriptors and children do not stay behind.
+/// merosystemd/systemd.h tells what the operations have in common, in sections of the same names: which manager they
+/// talk to, how failures are told, and what threads may do. Here operations return true when they succeeded. No
+/// exceptions leave them but those that are named below, and std::bad_alloc where memory is out, which many answer with
+/// false instead; locks, descriptors and children do not stay behind.
 #pragma once
 
 #include <merosystemd/job.hpp>
@@ -469,8 +469,8 @@ bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it, unless
-/// it has other threads by then: they stay in the unit, and the process may be ended with it.
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
+/// unit still ends its main process, and one that has other threads by then, since these stay in the unit.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}
