@@ -1,3 +1,4 @@
+/// @file
 /// Jobs of systemd's queue.
 #pragma once
 
@@ -11,14 +12,15 @@ namespace MERO::Systemd {
 /// What a job does. Other types of systemd's (restart, reload, verify-active …) are Unknown.
 enum class JobType { Unknown = 0, Start = 1, Stop = 2 };
 
+/// Whether systemd works on a job. Other states of systemd's are Unknown.
 enum class JobState { Unknown = 0, Running = 1, Waiting = 2 };
 
 /// One queued job.
 struct JobInfo {
-    std::uint32_t id = 0;
-    std::string unit;
-    JobType type = JobType::Unknown;
-    JobState state = JobState::Unknown;
+    std::uint32_t id = 0;               ///< systemd's number of it
+    std::string unit;                   ///< the unit's full name
+    JobType type = JobType::Unknown;    ///< what it does
+    JobState state = JobState::Unknown; ///< how far it is
 
     /// Number, unit, type and state with one blank between: `42 nfs.service start waiting`.
     std::string ToString() const;

@@ -1,3 +1,4 @@
+/// @file
 /// Options of the operations, and the state of an isolation.
 #pragma once
 
@@ -19,12 +20,14 @@ struct SystemctlOpts {
 /// Builds SystemctlOpts: `SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build()`.
 class SystemctlOptsBuilder {
 public:
-    /// `options` must live until the run is over.
+    /** @{ */
+    /// Set one option each. What `options` points to must live until the run is over.
     SystemctlOptsBuilder& SetCmdOpts(const std::vector<std::string>* options);
     SystemctlOptsBuilder& SetCalRunTime(bool calRunTime);
     SystemctlOptsBuilder& SetForceSystem(bool forceSystem);
+    /** @} */
 
-    SystemctlOpts Build() const;
+    SystemctlOpts Build() const; ///< a copy of what was set
 
 private:
     SystemctlOpts opts_;
@@ -35,15 +38,15 @@ class CommandOptionsImp;
 /// Options of the enablement family. Movable; a moved-from object ignores its setters.
 class CommandOptions {
 public:
-    CommandOptions();
-    CommandOptions(CommandOptions&&) noexcept;
-    CommandOptions& operator=(CommandOptions&&) noexcept;
+    CommandOptions();                                     ///< no options
+    CommandOptions(CommandOptions&&) noexcept;            ///< takes the options along
+    CommandOptions& operator=(CommandOptions&&) noexcept; ///< takes the options along
     ~CommandOptions();
 
-    CommandOptions& SetRunTime();  ///< --runtime: the change lasts until the next boot
-    CommandOptions& SetNoReload(); ///< --no-reload: the manager does not read its unit files again
+    CommandOptions& SetRunTime();  ///< `--runtime`: the change lasts until the next boot
+    CommandOptions& SetNoReload(); ///< `--no-reload`: the manager does not read its unit files again
 
-    const CommandOptionsImp* GetImp() const;
+    const CommandOptionsImp* GetImp() const; ///< for the library itself; null when moved from
 
 private:
     std::unique_ptr<CommandOptionsImp> imp_;
@@ -51,13 +54,13 @@ private:
 
 /// Options of an isolation.
 struct IsolateOptions {
-    bool noBlock = false; ///< --no-block: systemctl queues the jobs and does not wait for the target to be reached
+    bool noBlock = false; ///< `--no-block`: systemctl queues the jobs and does not wait for the target
 };
 
 /// Whether an isolation is going on.
 struct IsolateState {
-    bool isolating = false;
-    std::string target; ///< the one it goes to, at most 63 bytes of its name; empty when there is none
+    bool isolating = false; ///< one is going on
+    std::string target;     ///< the one it goes to, at most 63 bytes of its name; empty when there is none
 };
 
 } // namespace MERO::Systemd

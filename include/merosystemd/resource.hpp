@@ -1,3 +1,4 @@
+/// @file
 /// Processes and slices, and what they use of the machine.
 #pragma once
 
@@ -17,21 +18,24 @@ class TextReader;
 
 /// What a running process had used when the object was made, read from /proc; see proc(5) for the files.
 ///
-/// Reading the memory sums up /proc/<pid>/smaps, during which the kernel locks the process' memory map: the process
+/// Reading the memory sums up /proc/PID/smaps, during which the kernel locks the process' memory map: the process
 /// waits when it maps or unmaps memory meanwhile. Different objects may be used by threads at once.
 class Process {
 public:
     /// Takes the snapshot. Throws std::exception when a file cannot be read: the process has ended, is the kernel's
     /// own, or its executable has been deleted.
     explicit Process(int pid);
+    /** @{ */
+    /// The same snapshot once more.
     Process(const Process&) = default;
     Process(const Process&& other) : Process(other) {}
     Process& operator=(const Process&) = default;
+    /** @} */
 
     /// By process ID: two snapshots of one process are equal.
     bool operator<(const Process& other) const { return pid_ < other.pid_; }
 
-    int PidGet() const { return pid_; }
+    int PidGet() const { return pid_; } ///< the process ID
 
     /// The name of the executable's file; of the interpreter "meroscgi", that of the script it runs.
     std::string NameGet() const { return name_; }
@@ -50,12 +54,15 @@ public:
     /// ended.
     std::pair<double, double> IOUtilizationGet() const;
 
-    // What the snapshot reads, one by one. False when it cannot be read.
+    /** @{ */
+    /// What the snapshot reads, one by one: ticks of sysconf(_SC_CLK_TCK), those of all processors with the idle ones
+    /// included; kB; and bytes. False when it cannot be read.
     static bool NameGet(int pid, std::string& name);
-    static bool CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks); ///< of sysconf(_SC_CLK_TCK)
-    static bool PssGet(int pid, unsigned long& pss);                                       ///< kB
+    static bool CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks);
+    static bool PssGet(int pid, unsigned long& pss);
     static bool IOGet(int pid, unsigned long& readBytes, unsigned long& writeBytes);
-    static bool TotalTickGet(unsigned long& totalTicks); ///< of all processors, idle ones included
+    static bool TotalTickGet(unsigned long& totalTicks);
+    /** @} */
 
 private:
     friend class Slice;
@@ -79,21 +86,24 @@ struct Icon {
     std::string path; ///< of an image file; empty without the key
 };
 
-/// A slice that the resource monitor tracks, with its processes at the time when the object was made.
+/// A slice with its processes at the time when the object was made: those that the resource monitor tracks.
 class Slice {
 public:
-    /// Throws std::exception when the unit has neither a name nor a translated name. A unit without an icon's keys has
-    /// an empty icon.
+    /// Takes any unit that has a name or a translated name, and throws std::exception for one that has neither. A unit
+    /// that is no slice, or is not tracked, has no processes; one without an icon's keys has an empty icon.
     explicit Slice(const std::string& unitName);
+    /** @{ */
+    /// The same once more.
     Slice(const Slice&) = default;
     Slice(const Slice&& other) : Slice(other) {}
     Slice& operator=(const Slice&) = default;
+    /** @} */
 
-    std::string UnitNameGet() const { return unitName_; }
-    std::string NameGet() const { return name_; }         ///< key "Name"; empty without it
-    std::string NameI18nGet() const { return nameI18n_; } ///< key "NameI18n"; empty without it
-    Icon IconGet() const { return icon_; }
-    std::set<Process> ProcessesGet() const { return processes_; }
+    std::string UnitNameGet() const { return unitName_; }         ///< as it was given
+    std::string NameGet() const { return name_; }                 ///< key "Name"; empty without it
+    std::string NameI18nGet() const { return nameI18n_; }         ///< key "NameI18n"; empty without it
+    Icon IconGet() const { return icon_; }                        ///< of the unit
+    std::set<Process> ProcessesGet() const { return processes_; } ///< ordered by process ID
 
     /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it. Those that end
     /// meanwhile are left out. False when there is no such slice.
@@ -121,18 +131,22 @@ enum class KillPhase {
 
 } // namespace MERO::Systemd
 
+/// @ingroup metadata
 /// The icon of a unit. False (0x0700) when it has no file, and for an empty name (0x0D00).
 bool MEROSystemdIconGet(std::string strUnit, MERO::Systemd::Icon& icon);
 
+/// @ingroup cgroups
 /// Appends the slices that the resource monitor tracks. False when there are none.
 bool MEROSystemdSliceList(std::vector<std::string>& slices);
 
+/// @ingroup cgroups
 /// Ends all that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as many
 /// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
 /// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
 /// waited for. A name that is no slice's is an invalid argument (0x0D00).
 bool MEROSystemdKillSlice(const std::string& strSlice);
 
+/// @ingroup cgroups
 /// The same; tells `progress`, in this thread, of each phase as it begins.
 bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(MERO::Systemd::KillPhase)>& progress);
 

@@ -1,7 +1,8 @@
-/* States of units, as systemctl words them, of isolations, and of units' need for volumes. */
+/** @file
+   States of units, as systemctl words them, of isolations, and of units' need for volumes. */
 #pragma once
 
-/* The property LoadState. */
+/** The property LoadState. */
 typedef enum {
     MERO_SYSTEMD_LOAD_STATUS_STUB = 0,
     MERO_SYSTEMD_LOAD_STATUS_LOADED = 1,
@@ -11,7 +12,7 @@ typedef enum {
     MERO_SYSTEMD_LOAD_STATUS_MASKED = 5
 } MERO_SYSTEMD_LOAD_STATUS;
 
-/* The property ActiveState. */
+/** The property ActiveState. */
 typedef enum {
     MERO_SYSTEMD_ACTIVE_STATUS_INACTIVE = 0,
     MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE = 1,
@@ -21,7 +22,7 @@ typedef enum {
     MERO_SYSTEMD_ACTIVE_STATUS_FAILED = 5
 } MERO_SYSTEMD_ACTIVE_STATUS;
 
-/* What is-enabled prints. Enabled, masked and linked hold until the next boot (-runtime) or for good. */
+/** What is-enabled prints. Enabled, masked and linked hold until the next boot (-runtime) or for good. */
 typedef enum {
     MERO_SYSTEMD_ENABLE_STATUS_DISABLED = 0,
     MERO_SYSTEMD_ENABLE_STATUS_ENABLED = 1,
@@ -30,22 +31,22 @@ typedef enum {
     MERO_SYSTEMD_ENABLE_STATUS_LINKED = 4
 } MERO_SYSTEMD_ENABLE_STATUS;
 
-/* How the wait for the services that an isolation stops has ended. */
+/** How the wait for the services that an isolation stops has ended. */
 typedef enum {
-    MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE = 0,           /* all of them have stopped */
-    MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING = 1,        /* some were still stopping when the wait was given up */
-    MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED = 2 /* unknown: systemd's jobs could not be listed */
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE = 0,           /**< all of them have stopped */
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING = 1,        /**< some were still stopping when the wait was given up */
+    MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED = 2 /**< unknown: systemd's jobs could not be listed */
 } MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
 
-/* Whether an isolation is going on. */
+/** Whether an isolation is going on. */
 typedef struct {
-    unsigned char isolating; /* 1 or 0 */
-    char target[4096];       /* the target it goes to, with its NUL; empty when there is none */
+    unsigned char isolating; /**< 1 or 0 */
+    char target[4096];       /**< the target it goes to, with its NUL; empty when there is none */
 } MERO_SYSTEMD_ISOLATE_STATE;
 
-/* Which volumes a unit needs: key "VolumeDependency" of the section [X-Tarvix]. */
+/** Which volumes a unit needs: key "VolumeDependency" of the section [X-Tarvix]. */
 typedef enum {
     MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE = 0,
     MERO_SYSTEMD_VOLUME_DEPENDENCY_ALL = 1,
-    MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL = 2 /* those that it, or its package, has registered */
+    MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL = 2 /**< those that it, or its package, has registered */
 } MERO_SYSTEMD_VOLUME_DEPENDENCY;

@@ -1,8 +1,10 @@
-/// libmerosystemd: managing systemd's units from the programs of this operating system. The string-object interface.
+/// @file
+/// The string-object interface.
 ///
-/// <merosystemd/systemd.h> tells what the operations have in common: which manager they talk to, how failures are
-/// told, and what threads may do. Here operations return true when they succeeded. No exceptions leave them but those
-/// that are named below, and std::bad_alloc where memory is out; locks, descriptors and children do not stay behind.
+/// merosystemd/systemd.h tells what the operations have in common, in sections of the same names: which manager they
+/// talk to, how failures are told, and what threads may do. Here operations return true when they succeeded. No
+/// exceptions leave them but those that are named below, and std::bad_alloc where memory is out, which many answer with
+/// false instead; locks, descriptors and children do not stay behind.
 #pragma once
 
 #include <merosystemd/job.hpp>
@@ -20,6 +22,8 @@
 #pragma GCC visibility push(default)
 
 // ---- Running systemctl ---------------------------------------------------------------------------------------------
+/// @defgroup systemctl Running systemctl
+/// @{
 
 /// Judges a run of systemctl: its exit code (0 to 255; 0 too when a signal ended it, 255 when its wait status was
 /// lost), and every line that it printed on either output in the order of arrival, with its newline.
@@ -29,7 +33,7 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 ///
 /// `--` stands before the units when one of them begins with "-", unless `opts.cmdOpts` is null: without options
 /// apart, these may stand among the units.
-/// --user is there when the caller is not root and `opts.forceSystem` is false; --no-block when the service control
+/// `--user` is there when the caller is not root and `opts.forceSystem` is false; `--no-block` when the service control
 /// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
 /// run and `callback` gets (0, no lines).
 /// Throws std::exception when the policy skips the command, or systemctl cannot be started or its output not be read
@@ -38,10 +42,12 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 bool MEROSystemdSystemctlUltron(const std::string& verb, const MERO::Systemd::SystemctlOpts& opts,
                                 const std::vector<std::string>& units, SystemctlCallback&& callback);
 
-/// MEROSystemdSystemctlUltron with nothing but options, or with none.
+/** @{ */
+/// MEROSystemdSystemctlUltron() with nothing but options, or with none.
 bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& options,
                           const std::vector<std::string>& units, SystemctlCallback&& callback);
 bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& units, SystemctlCallback&& callback);
+/** @} */
 
 /// Opens a PAM session of the service "systemd-user" for the calling user and puts its variables into the process
 /// environment, so that `systemctl --user` finds the user's manager. Nothing happens for root. Failures are logged.
@@ -49,36 +55,51 @@ bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string
 /// meanwhile.
 void MEROSystemdPutEnvByPAMSystemd();
 
-// ---- Unit actions --------------------------------------------------------------------------------------------------
-//
-// The list forms run one systemctl for all units. They append the units that failed to `failed`, as the caller spelt
-// them: those that systemctl named, or all when it could not be run or the policy skipped the command. `failed` is
-// never cleared. An empty list is an invalid argument (0x0D00). `options` are systemctl's, placed after the verb.
+/// @}
 
+// ---- Unit actions --------------------------------------------------------------------------------------------------
+/// @addtogroup actions
+///
+/// The list forms are those that C calls group forms, with `failed` in the place of `*ppListFailed`: it is appended to,
+/// never cleared, and may stay as it was when the operation failed. An empty list is an invalid argument (0x0D00).
+/// `options` are systemctl's, placed after the verb.
+/// @{
+
+/**
+   @{ */
+/// Starts units.
 bool MEROSystemdStart(const std::string& strUnit);
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed);
 bool MEROSystemdStartNoBlock(const std::string& strUnit);
 bool MEROSystemdStartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
 /// Starts with a job that no later job can replace.
 bool MEROSystemdStartIrreversibly(const std::string& strUnit);
 
+/** @{ */
+/// Stops units.
 bool MEROSystemdStop(const std::string& strUnit);
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed);
 bool MEROSystemdStopNoBlock(const std::string& strUnit);
 bool MEROSystemdStopNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
+/// Stops and starts units; starts those that do not run.
 bool MEROSystemdRestart(const std::string& strUnit);
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                    std::vector<std::string>& failed);
 bool MEROSystemdRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
 /// Restarts the units that run, those that are about to stop left out.
 bool MEROSystemdTryRestart(const std::string& strUnit);
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
@@ -86,7 +107,9 @@ bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, c
                                       std::vector<std::string>& failed);
 bool MEROSystemdTryRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
 /// Reloads, those units left out that are about to stop. No form waits for the reload to end.
 bool MEROSystemdReload(const std::string& strUnit);
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
@@ -94,7 +117,9 @@ bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const
                                   std::vector<std::string>& failed);
 bool MEROSystemdReloadNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
 /// Reloads the units that can be reloaded, and restarts or starts the others.
 bool MEROSystemdReloadOrRestart(const std::string& strUnit);
 bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
@@ -102,15 +127,21 @@ bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& optio
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadOrRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
+
+/// @}
 
 // ---- Enablement ----------------------------------------------------------------------------------------------------
-//
-// Whether units start at boot. Enable, disable and reenable run one systemctl for all units; when it fails, all of
-// them are appended to `failed`. They leave a flag for each unit, whatever comes of it. Mask and unmask run one
-// systemctl per unit, and append those that failed. The InGenerator forms work on the unit files alone (--root=/.).
-// A unit's name becomes a file's name here: enable, disable, reenable and uninstall refuse a list in which one holds
-// "/", or is "." or ".." (0x0D00); all of its units are failed then, and nothing has been touched.
+/// @addtogroup enablement
+///
+/// When enable, disable and reenable fail, all units are appended to `failed`; mask and unmask append those that
+/// failed. An empty list is an invalid argument (0x0D00). A list in which a name is refused (0x0D00) fails with all of
+/// its units, and nothing has been touched.
+/// @{
 
+/**
+   @{ */
+/// Has units start at boot. The Internal form takes options of systemctl.
 bool MEROSystemdEnable(const std::string& strUnit);
 bool MEROSystemdEnable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
@@ -119,7 +150,10 @@ bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& option
                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdEnableInGenerator(const std::string& strUnit);
 bool MEROSystemdEnableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
+/// Has units not start at boot. The Internal form takes options of systemctl.
 bool MEROSystemdDisable(const std::string& strUnit);
 bool MEROSystemdDisable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
@@ -128,17 +162,23 @@ bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& optio
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdDisableInGenerator(const std::string& strUnit);
 bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
+/** @{ */
+/// Disables units and enables them anew, as their files say now.
 bool MEROSystemdReenable(const std::string& strUnit);
 bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
 
-/// The RunTime forms last until the next boot.
+/** @{ */
+/// Keeps units from being started at all; takes that back. The RunTime forms last until the next boot.
 bool MEROSystemdMask(const std::string& strUnit);
 bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdMaskRunTime(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
+/** @} */
 
 /// Clears the failed state. Appends the units that systemctl named as failing: those that are not loaded, say.
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
@@ -146,36 +186,49 @@ bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vecto
 /// Has the manager read all unit files again.
 bool MEROSystemdDaemonReload();
 
+/** @{ */
 /// Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
 /// clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed and all of them are
 /// failed; a file that cannot be removed, or that is a folder, fails its unit alone.
 bool MEROSystemdUninstall(const std::string& strUnit);
 bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+/** @} */
+
+/// @}
 
 // ---- Reasons -------------------------------------------------------------------------------------------------------
-//
-// A service is held while it has a reason: the name of a cause, chosen by the caller. A reason is an empty file,
-// /run/merosystemd/reasons/<service>/<reason>, and is gone after a boot. An empty reason, one with "/", "." and ".."
-// are invalid arguments (0x0D00); so are an empty list and an empty service. A unit that is no service, or whose name
-// holds "/", is failed (0x0D00), and the others go on. Whether a held service can be started by others is for a
-// drop-in of its unit to say: see LinkMeroReason. The manager reads its unit files again when one of the services got
-// its first reason or lost its last.
+/// @addtogroup reasons
+///
+/// A reason is an empty file, `/run/merosystemd/reasons/<service>/<reason>`. An empty list is an invalid argument
+/// (0x0D00). A unit that is no service, or whose name holds "/", is failed (0x0D00), and the others go on; `vecFailed`
+/// may stay as it was when the operation failed, and get a service twice. Whether a held service can be started by
+/// others is for a drop-in of its unit to say: see MERO::Systemd::LinkMeroReason(). The manager reads its unit files
+/// again when one of the services got its first reason or lost its last.
+/// @{
 
-/// Gives the services the reason, then stops them. The reason stays when the stop fails.
+/**
+   @{ */
+/// Gives the services the reason, then stops them. The reason stays when the stop fails. False, too, with no service
+/// failed, when the manager did not read its unit files again.
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
+/** @} */
 
+/** @{ */
 /// Takes the reason from the services (one that does not have it is fine), clears their failed state and starts them,
 /// whatever other reasons they have.
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                      std::vector<std::string>& vecFailed);
+/** @} */
 
+/** @{ */
 /// Takes the reason from the services and clears their failed state, and does not start them.
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
+/** @} */
 
 /// Appends the service's reasons. False (0x0900) when they cannot be read.
 bool MEROSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons);
@@ -199,7 +252,11 @@ bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
 
 } // namespace MERO::Systemd
 
+/// @}
+
 // ---- Jobs ----------------------------------------------------------------------------------------------------------
+/// @defgroup jobs Jobs
+/// @{
 
 /// Adds systemd's queued jobs to `jobs`, by their numbers. A line of systemctl's that cannot be read is logged and
 /// left out. False when systemctl could not be run or failed.
@@ -208,30 +265,37 @@ bool MEROSystemdIntJobList(std::map<std::uint32_t, MERO::Systemd::JobInfo>& jobs
 /// The queued job of a unit. False when it has none, and when it could not be asked, which is logged.
 bool MEROSystemdIntJobGet(const std::string& strUnit, MERO::Systemd::JobInfo& info);
 
-// ---- Questions -----------------------------------------------------------------------------------------------------
-//
-// The names ending in System ask the system's manager although the caller is an ordinary user; those ending in
-// InGenerator look at the unit files alone (--root=/.), for the time before a manager runs. States are answered by
-// their numbers in <merosystemd/status.h>, or -1: the unit could not be asked, or its state has no number (0x8000).
+/// @}
 
+// ---- Questions -----------------------------------------------------------------------------------------------------
+/// @addtogroup questions
+/// @{
+
+/**
+   @{ */
 /// The value of a unit's property, trimmed. Of several lines only the first counts. False, with `value` untouched,
 /// when it cannot be asked; a property that systemd does not know prints no line, and is such a one.
 bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty, std::string& value);
 bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value);
+/** @} */
 
 /// A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
 int MEROSystemdLoadStatusGet(const std::string& strUnit);
 
+/** @{ */
 /// A MERO_SYSTEMD_ACTIVE_STATUS or -1.
 int MEROSystemdActiveStatusGet(const std::string& strUnit);
 int MEROSystemdActiveStatusGetSystem(const std::string& strUnit);
+/** @} */
 
+/** @{ */
 /// A MERO_SYSTEMD_ENABLE_STATUS or -1, which indirect, generated, transient and alias units have too. `options` are
 /// systemctl's.
 int MEROSystemdEnableStatusGet(const std::string& strUnit);
 int MEROSystemdEnableStatusGetWithOptions(const std::vector<std::string>& options, const std::string& strUnit);
 int MEROSystemdEnableStatusGetSystem(const std::string& strUnit);
 int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit);
+/** @} */
 
 /// Appends the names of all installed unit files, or of those of one type ("service", "mount" ...; another word is an
 /// invalid argument). The unit files are read without the manager.
@@ -240,19 +304,24 @@ bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& st
 /// Appends the names of all installed services, without ".service".
 bool MEROSystemdServiceList(std::vector<std::string>& services);
 
-/// The target that the machine boots into.
+/** @{ */
+/// The target that the machine boots into; has it boot into another one. `options` are systemctl's.
 bool MEROSystemdDefaultTargetGet(std::string& defaultTarget);
 bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget);
 bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget);
 bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget);
+/** @} */
 
 /// Whether systemd has a job for the unit. False with 0x8100, too, when it cannot be asked.
 bool MEROSystemdIsJobEnqueued(const std::string& strUnit);
 
+/// @}
+
 // ---- Unit metadata -------------------------------------------------------------------------------------------------
-//
-// One key of the section [X-Tarvix] each, as <merosystemd/systemd.h> tells. True when the unit has a file; otherwise
-// false (0x0700), and the output stays as it was.
+/// @addtogroup metadata
+///
+/// Here they return true when the unit has a file; otherwise false (0x0700), and the output stays as it was.
+/// @{
 
 /// Key "Name". False, too, when it is missing or empty; `name` is empty then.
 bool MEROSystemdNameGet(const std::string& strUnit, std::string& name);
@@ -263,38 +332,45 @@ bool MEROSystemdNameI18nGet(const std::string& strUnit, std::string& nameI18n);
 /// Whether the platform has the capability that "SupportKey" names; true without that key.
 bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support);
 
+/** @{ */
 /// Whether the key is exactly "yes".
 bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneClickEnable);
 bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnable);
 bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display);
 bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display);
+/** @} */
 
 /// Key "FirewallSections", split at blanks. `sections` is replaced, and left as it was by an empty value.
 bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& sections);
 
+/** @{ */
 /// Keys "BelongsTo" and "PackedIn": the targets among their units are appended to `targets`.
 bool MEROSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& targets);
 bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& targets);
+/** @} */
+
+/// @}
 
 // ---- Isolation -----------------------------------------------------------------------------------------------------
-//
-// Isolating switches the machine to a target: systemd stops whatever the target does not want. One isolation goes on
-// at a time, on the whole machine, and none while a volume is being unmounted. These block their caller for the whole
-// isolation and then until the services that it stops have stopped, five minutes at most.
+/// @addtogroup isolation
+/// @{
 
+/**
+   @{ */
 /// Isolates to a target: true when systemctl did. `result`, unless it is null, tells how the wait for the stops ended:
 /// it is written after an isolation that succeeded, and when the jobs could not be listed before it; otherwise it stays
-/// as it was. Waits up to two minutes for another operation on the whole machine (another isolation, a target action)
-/// and up to ten for volume unmounts; false then, and nothing has happened. An empty target is an invalid argument
-/// (0x0D00).
+/// as it was. An empty target is an invalid argument (0x0D00), which is seen when the waiting is over.
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                               MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+/** @} */
 
+/** @{ */
 /// The same for a caller that holds the lock of operations on the whole machine already.
 bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                                  MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+/** @} */
 
 /// Isolates to "default.target".
 bool MEROSystemdIsolateToDefaultTarget();
@@ -308,26 +384,29 @@ bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
 /// after the way back. It must start no other operation on the whole machine.
 bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
 
-// ---- Volumes -------------------------------------------------------------------------------------------------------
-//
-// A volume is named by its mount path, which begins with "/" and does not end with it. Units and packages register the
-// volumes that they use, in a file each that survives boots; a file is replaced whole, and is on the disk when the call
-// returns true. One process writes at a time, and none waits for another: false then, at once, and MLIBC_ERR_LOCK_BUSY.
-// An empty name, one that holds "/", and what is no volume are invalid arguments (0x0D00).
+/// @}
 
-/// A volume that is registered already is fine.
+// ---- Volumes -------------------------------------------------------------------------------------------------------
+/// @addtogroup volumes
+/// @{
+
+/// Registers a volume. One that is registered already is fine.
 bool MEROSystemdVolumeRegister(const std::string& strUnit, const std::string& strVolume);
 
-/// False, too, when nothing was ever registered by a unit on this machine, or by this package.
+/** @{ */
+/// Takes a volume away. False, too, when nothing was ever registered by a unit on this machine, or by this package.
 bool MEROSystemdVolumeUnregister(const std::string& strUnit, const std::string& strVolume);
-
-/// The package must be installed: /var/packages/<package>.
-bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 bool MEROSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
+/** @} */
 
+/// Registers a volume of a package, which must be installed: `/var/packages/<package>`.
+bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
+
+/** @{ */
 /// Whether one of the volumes is registered. False, too, when that cannot be read.
 bool MEROSystemdVolumeIsRegisteredByUnit(const std::string& unit, const std::vector<std::string>& volumes);
 bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const std::vector<std::string>& volumes);
+/** @} */
 
 /// Appends the packages that have registered the volume, in no order. False at the first one whose register cannot be
 /// read. Throws std::filesystem::filesystem_error when there is no /var/packages.
@@ -343,8 +422,9 @@ bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOL
 
 /// Replaces `vecServices` by the services whose processes use files at or below the mount path: as working directory
 /// or executable, open, or mapped into memory. Services that opt out are left out. The path is compared as it stands
-/// with the files' resolved paths; that of a device's node means all files on the device. False (0x0900) when /proc
-/// cannot be opened. Every process of the machine is looked at; a process that ends meanwhile is passed over.
+/// with the files' resolved paths; that of a device's node means all files on the device. An empty one is not refused:
+/// every service that has a file open is below it. False (0x0900) when /proc cannot be opened. Every process of the
+/// machine is looked at; a process that ends meanwhile is passed over.
 bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<std::string>& vecServices);
 
 /// Whether the service is never listed for its files: key "SkipListByMntPath" is "yes". False (0x0700), with `skip`
@@ -353,21 +433,23 @@ bool MEROSystemdServiceSkipListByMntPath(const std::string& strService, bool& sk
 
 /// Stops the services that use the volumes, runs `action`, which unmounts them, and starts the services again, whatever
 /// came of it: true when all of that succeeded. The services are those that run and depend on the volumes by their key
-/// "VolumeDependency", and those whose processes use files there; a service whose key "Master" names another unit is
-/// replaced by that one. systemd orders the stops and the starts. `action` is not called when the services cannot be
-/// found or stopped; what it throws is passed on after the start. Waits up to an hour each for other unmount actions
-/// and for an isolation, and must not be called, nor may an isolation be, from `action`. An empty list and paths that
-/// are no volumes are invalid arguments (0x0D00).
+/// "VolumeDependency", and those whose processes use files there. A service that depends on some volumes stops when one
+/// of these is registered: in its package's register when it is called pkgctl-PACKAGE.service, otherwise in its own. A
+/// service whose key "Master" names another unit is replaced by that one. systemd orders the stops and the starts.
+/// `action` is not called when the services cannot be found or stopped; what it throws is passed on after the start.
+/// Waits up to an hour each for other unmount actions and for an isolation, and must not be called, nor may an
+/// isolation be, from `action`. An empty list and paths that are no volumes are invalid arguments (0x0D00).
 bool _MEROSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes, std::function<bool()>&& action);
 
 /// What that action would stop now, and why; besides, what would still keep the volumes busy. Nothing is changed, and
 /// no lock is taken. False as the action is when it cannot find the services; `plan` is untouched then.
 bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, MERO::Systemd::VolumeUnmountPlan& plan);
 
+/// @}
+
 // ---- Cgroups -------------------------------------------------------------------------------------------------------
-//
-// Two hierarchies matter: systemd's (name=systemd, at /sys/fs/cgroup/systemd) and that of the resource monitor
-// (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends with ".slice" and holds no "/" (0x0D00).
+/// @addtogroup cgroups
+/// @{
 
 /// The path of a process' cgroup in the hierarchy with these controllers, "name=systemd" say. False when there is no
 /// such process or hierarchy, and for a path that holds ":".
@@ -380,12 +462,17 @@ bool MEROSystemdGetByPid(int pid, std::string& unit);
 /// The slice that the calling process is accounted to.
 bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
 
-/// Moves the calling process, other threads than its first excepted, into a slice of the monitor's hierarchy; of
-/// systemd's hierarchy, and then of the monitor's.
+/** @{ */
+/// Moves the calling process into a slice of the monitor's hierarchy; of systemd's hierarchy, and then of the
+/// monitor's.
 bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
+/** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it.
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
+/// unit still ends its main process, and one that has other threads by then, since these stay in the unit.
 bool MEROSystemdRunAsSystemProcess();
+
+/// @}
 
 #pragma GCC visibility pop

@@ -1,3 +1,4 @@
+/// @file
 /// Who uses volumes, and what unmounting them takes.
 #pragma once
 
@@ -10,8 +11,8 @@ namespace MERO::Systemd {
 
 /// The volumes that a unit or a package has registered.
 struct VolumeRegistration {
-    bool isPackage = false;
-    std::string owner;
+    bool isPackage = false;           ///< the owner is a package, and otherwise a unit
+    std::string owner;                ///< its name
     std::vector<std::string> volumes; ///< in the order of their registration
 };
 
@@ -20,45 +21,49 @@ enum class FileUse { WorkingDirectory, Executable, Descriptor, Map, Root };
 
 /// A process that uses a file on a volume.
 struct VolumeUser {
-    int pid = 0;
-    std::string command; ///< the kernel's name of the process (/proc/<pid>/comm): at most 15 bytes
-    FileUse use = FileUse::Descriptor;
-    std::string file;
+    int pid = 0;                       ///< its process ID
+    std::string command;               ///< the kernel's name of the process (/proc/PID/comm): at most 15 bytes
+    FileUse use = FileUse::Descriptor; ///< how it uses the file
+    std::string file;                  ///< the file's resolved path
 };
 
 /// One cause for which a service stops while volumes are unmounted.
 struct StopCause {
+    /// What the cause lies in.
     enum class Kind {
         DependsOnAll,        ///< `unit` declares that it depends on all volumes
         RegisteredByUnit,    ///< it depends on some volumes, and has registered one of these
-        RegisteredByPackage, ///< it depends on some volumes, and its package, `package`, has registered one of these
+        RegisteredByPackage, ///< it depends on some volumes, is called pkgctl-PACKAGE.service, and that package has
+                             ///< registered one of these
         UsesFiles            ///< `users`, its processes, use files
     };
 
-    Kind kind = Kind::UsesFiles;
+    Kind kind = Kind::UsesFiles;   ///< which one it is
     std::string unit;              ///< another one than the service that stops when that one is its master
     std::string package;           ///< RegisteredByPackage only
     std::vector<VolumeUser> users; ///< UsesFiles only: each process with the first of its files that was found
 };
 
+/// A unit that stops while volumes are unmounted.
 struct PlannedStop {
-    std::string unit;
+    std::string unit;              ///< the unit's full name
     std::vector<StopCause> causes; ///< one at least
 };
 
 /// What keeps volumes busy although the services of a plan stop.
 struct VolumeBlocker {
+    /// What is in the way: a process of no service that stops, or a use by the kernel.
     enum class Kind { Process, Mount, LoopDevice, SwapFile, KernelExport };
 
-    Kind kind = Kind::Process;
-    std::string unit; ///< Process: the unit that the process belongs to; empty when that cannot be told
-    VolumeUser user;  ///< Process: who. The others: only `user.file`, a file or folder on the volume
+    Kind kind = Kind::Process; ///< which one it is
+    std::string unit;          ///< Process: the unit that the process belongs to; empty when that cannot be told
+    VolumeUser user;           ///< Process: who. The others: only `user.file`, a file or folder on the volume
 };
 
 /// What unmounting volumes would stop, and what would still be in the way. Units are in the order of their names.
 struct VolumeUnmountPlan {
-    std::vector<PlannedStop> stops;
-    std::vector<VolumeBlocker> blockers;
+    std::vector<PlannedStop> stops;      ///< what would stop
+    std::vector<VolumeBlocker> blockers; ///< what would still be in the way
 };
 
 } // namespace MERO::Systemd

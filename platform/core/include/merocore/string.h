@@ -1,4 +1,5 @@
-/* Bounded formatting. */
+/** @file
+   Bounded formatting. */
 #pragma once
 
 #include <stddef.h>
@@ -7,7 +8,7 @@
 extern "C" {
 #endif
 
-/* snprintf for callers that must not go on with a cut text. Returns 0 when the whole text and its NUL fit into
+/** snprintf for callers that must not go on with a cut text. Returns 0 when the whole text and its NUL fit into
    `cb` bytes; negative otherwise, with as much of it as fits in `buffer`.
    Errors: MLIBC_ERR_BUFFER_TOO_SMALL, MLIBC_ERR_INVALID_ARGUMENT. */
 int MLIBCStrSnprintf(char* buffer, size_t cb, const char* format, ...) __attribute__((format(printf, 3, 4)));
