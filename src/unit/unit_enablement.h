@@ -4,7 +4,7 @@
 
 namespace MERO::Systemd {
 
-/// Runs enable, disable or reenable once for all of `vecUnits`, and sets the flag of each, whatever comes of it. When
+/// Runs enable, disable or reenable once for all of `vecUnits`, and sets the flag of each, whatever that said. When
 /// the run fails, all of them are appended to `failed`: systemctl does not tell which one did.
 bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
                    const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);

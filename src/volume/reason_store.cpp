@@ -40,7 +40,7 @@ std::string ReasonDirectory(const std::string& service)
 bool CanHaveReasons(const std::string& service)
 {
     const std::string name = NormalizedUnitNameGet(service);
-    return Allow(IsFileName(name) && UnitTypeGet(name) == "service");
+    return Allow(!service.empty() && IsFileName(name) && UnitTypeGet(name) == "service");
 }
 
 bool CheckServiceHasReason(const std::string& service)

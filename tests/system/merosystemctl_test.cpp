@@ -47,19 +47,20 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
     Expect({
         {"start web", 0, ""},
         {"reload web", 0, ""},
-        {"reload --no-block web", 0, ""},
+        {"reload --no-block web", 2, ".*"},
         {"restart web", 0, ""},
         {"try-restart web", 0, ""},
         {"reload-or-restart web", 0, ""},
         {"stop web", 0, ""},
-        {"start web unknown other.socket", 1,
-         "merosystemctl: other.socket: start failed\nmerosystemctl: unknown: start failed\n" + kSeeLog},
+        {"start web unknown other.socket", 4,
+         "merosystemctl: other.socket: start failed: there is no such unit\n"
+         "merosystemctl: unknown: start failed: there is no such unit\n"},
         {"start --no-block slow", 0, ""},
         {"jobs", 0, "JOB +UNIT +TYPE +STATE\n[0-9]+ +slow.service  start  running\n"},
         {"stop slow", 0, ""},
         {"start --irreversibly --no-block slow", 0, ""},
         {"stop slow", 1, "merosystemctl: (slow: stop failed|stop failed, and systemctl named no unit)\n" + kSeeLog},
-        {"reset-failed unknown", 1, "merosystemctl: unknown: reset-failed failed\n" + kSeeLog},
+        {"reset-failed unknown", 4, "merosystemctl: unknown: reset-failed failed: there is no such unit\n"},
         {"daemon-reload", 0, ""},
         {"show web FragmentPath", 0, "/run/systemd/system/web.service\n"},
         {"show web NoSuchProperty", 1, ".*NoSuchProperty failed\n" + kSeeLog},
@@ -71,14 +72,14 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"default-target --offline multi-user.target", 0, ""},
         {"default-target --offline", 2, ".*\n"},
         {"reason add ../up web", 1, ".*reason add failed\n" + kSeeLog},
-        {"reason add up web other.mount", 1, "merosystemctl: other.mount: reason add failed\n" + kSeeLog},
+        {"reason add up web slow.socket", 4, "merosystemctl: slow.socket: reason add failed: there is no such unit\n"},
         {"reason add check web", 0, ""},
         {"reason list", 0, "SERVICE +REASONS\nweb.service  check up\n"},
         {"reason list web slow --json", 0, ".*\"slow\".*\\[\\].*\"web\".*\"check\",.*\"up\".*"},
         {"reason remove check web", 0, ""},
         {"reason release up web", 0, ""},
         {"reason", 2, ".*\n"},
-        {"info unknown", 1, "merosystemctl: unknown: no unit file .*\n"},
+        {"info unknown", 4, "merosystemctl: unknown: no unit file .*\n"},
         {"", 2, "A subcommand is required\n.*"},
         {"start", 2, "UNIT is required\n.*"},
         {"dance web", 2, ".*\n"},
@@ -89,10 +90,11 @@ TEST_F(Merosystemctl, ExitCodesAndMessages)
         {"start --help", 0, ".*--no-block .*--irreversibly .*"},
     });
     EXPECT_EQ(
-        Shell("for c in '' start status info jobs show list-units default-target enable mask uninstall 'reason add' "
-              "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' "
-              "slice 'slice list' 'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
-              " $c --help | grep -E '.{81}'; done")
+        Shell(
+            "for c in '' start status why info jobs show list-units default-target enable mask uninstall 'reason add' "
+            "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' "
+            "slice 'slice list' 'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
+            " $c --help | grep -E '.{81}'; done")
             .output,
         "")
         << "80 columns are enough";
@@ -168,7 +170,7 @@ TEST_F(Merosystemctl, EnablementInAllItsForms)
         EXPECT_EQ(Shell("systemctl daemon-reload; systemctl show --value -p LoadState boot.path").output, "not-found\n")
             << options;
     }
-    EXPECT_EQ(Tool("enable nowhere boot").exitCode, 1);
+    EXPECT_EQ(Tool("enable nowhere boot").exitCode, 4);
     EXPECT_EQ(Tool("disable boot").exitCode, 0);
 }
 
@@ -190,19 +192,21 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
     Unit("small.target", "[Unit]\nAllowIsolate=yes\nRequires=sysinit.target dbus.socket\n");
     Unit("lingers.service", "[Service]\nExecStart=/bin/sleep infinity\nExecStop=/bin/sleep 3\n");
     Load();
+    const std::string kIsolating = "(isolating to [^\n]*\n)*";
     const Case cases[] = {
         {"isolate-state", 3, "no isolation is going on\n"},
         {"isolate-state --json", 3, "\\{\n  \"isolating\" : false,\n  \"target\" : \"\"\n\\}\n"},
         {"start lingers", 0, ""},
         {"isolate small.target", 0,
-         "(stopping: [^\n]*\n)*stopping: [^\n]*lingers.service \\([0-2] s\\)[^\n]*\n(stopping: [^\n]*\n)*"
-         "isolated to small.target; what it stops has stopped\n"},
-        {"isolate default.target --no-block", 0, "(stopping: [^\n]*\n)*isolated to default.target; .*\n"},
+         kIsolating + "isolating to small.target \\([1-3] s\\): [^\n]*lingers.service stop \\([0-2] s\\).*\n"
+                      "isolated to small.target; what it stops has stopped\n"},
+        {"isolate default.target --no-block", 0, kIsolating + "isolated to default.target; .*\n"},
         {"isolate web", 1, "merosystemctl: isolating to web failed\n.*\n"},
         {"isolate", 2, ".*"},
-        {"run-in small.target -- systemctl is-active small.target", 0, "active\n"},
-        {"run-in small.target -- sh -c 'exit 7'", 7, "merosystemctl: sh: exit code 7\n"},
-        {"run-in small.target -- sh -c 'kill -TERM $PPID; sleep 20'", 143, "merosystemctl: sh: exit code 143\n"},
+        {"run-in small.target -- systemctl is-active small.target", 0, kIsolating + "active\n"},
+        {"run-in small.target -- sh -c 'exit 7'", 7, kIsolating + "merosystemctl: sh: exit code 7\n"},
+        {"run-in small.target -- sh -c 'kill -TERM $PPID; sleep 20'", 143,
+         kIsolating + "merosystemctl: sh: exit code 143\n"},
         {"run-in small.target -- no-such-program", 2, "merosystemctl: no-such-program: there is no such program\n"},
         {"run-in web -- true", 1, "merosystemctl: isolating to web failed\n.*\n"},
     };
@@ -232,7 +236,7 @@ TEST_F(Merosystemctl, VolumesAndCgroups)
           "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null "
           "2>&1 &");
     EXPECT_TRUE(Comes([] { return Tool("volume plan /vol1").output.find("holder.scope") != std::string::npos; }));
-    const std::string kStopping = "stopping: user.service\n(stopping: user.service \\([0-9]+ s\\)\n)*";
+    const std::string kStopping = "stopping: user.service\n(stopping what uses /vol1 [^\n]*\n)*";
     const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
     const std::string kAgain = "running again: user.service\n";
     const std::string kInSlice = " -- grep -c ':name=.*:/bulk.slice$' /proc/self/cgroup";
@@ -283,6 +287,129 @@ TEST_F(Merosystemctl, DataAsJson)
               "\"infoCenter\":false,\"name\":\"Web \\\"server\\\"\",\"nameI18n\":\"web:title\",\"nanoUpdate\":false,"
               "\"oneClickEnable\":false,\"packedIn\":[],\"supported\":true,\"unit\":\"web\"}\n");
     EXPECT_THAT(Tool("info web").output, HasSubstr("Firewall sections      http https\n"));
+}
+
+TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
+{
+    Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/sh -c 'echo no disk; exit 3'\n");
+    Unit("needy.service",
+         "[Unit]\nRequires=broken.service\nAfter=broken.service\n[Service]\nExecStart=/bin/sleep 99\n");
+    Unit("picky.service", "[Unit]\nConditionPathExists=/nowhere\n[Service]\nType=oneshot\nExecStart=/bin/true\n");
+    Unit("dies.service", "[Service]\nExecStart=/bin/false\n");
+    Unit("reborn.service", "[Service]\nExecStart=/bin/sleep 0.2\nRestart=always\nRestartSec=0\n");
+    Unit("quick.service", "[Service]\nType=oneshot\nExecStart=/bin/true\n");
+    Unit("off.service", "[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
+    Unit("rival.service", "[Unit]\nConflicts=off.service\n[Service]\nExecStart=/bin/sleep infinity\n");
+    Unit("unmount-volume-begin.target", "[Unit]\nConflicts=quick.service\nDefaultDependencies=no\n");
+    Load();
+    const std::string kExit3 = "result exit-code: its main process ended[ \n]+with exit code 3\n.*";
+    const std::string kLog = ".*no disk\n.*";
+    Expect({
+        {"why web", 3, "web.service does not run: inactive \\(dead\\)\n.*"},
+        {"start --verify web", 0, ""},
+        {"why web", 0, "web.service runs: active \\(running\\) since [^\n]*\n"},
+        {"why nowhere", 4, "merosystemctl: nowhere: there is no such unit\n"},
+        {"start broken", 1, "merosystemctl: broken: start failed\n +failed +" + kExit3 + kLog},
+        {"why broken", 1, "broken.service does not run: failed .*\nfailed +" + kExit3 + kLog},
+        {"start needy", 1,
+         ".* dependency +broken.service failed, " + kExit3 + "-> merosystemctl why broken.service\n.*"},
+        {"start picky", 0, ""},
+        {"why picky", 3, ".*\ncondition +.*ConditionPathExists=/nowhere.*"},
+        {"start --verify picky", 1, "merosystemctl: picky: start was done, but .* inactive .*condition .*"},
+        {"start --verify quick", 0, ""},
+        {"start dies", 0, ""},
+        {"start --verify dies", 1, ".*a second later the unit is failed \\(failed\\)\n  failed .*exit code 1\n.*"},
+        {"start --verify reborn", 1, "merosystemctl: reborn: start was done, but .*"},
+        {"stop --verify reborn web", 0, ""},
+        {"start rival", 0, ""},
+        {"why off", 3, ".*\nconflict +rival.service runs\n +-> merosystemctl stop rival.service\ndisabled .*"},
+        {"start unmount-volume-begin.target", 0, ""},
+        {"why quick", 3, ".*\nvolume +it stopped for a volume [^\n]*\n.*"},
+        {"stop unmount-volume-begin.target rival", 0, ""},
+        {"reason add check off", 0, ""},
+        {"mask dies", 0, ""},
+        {"why off", 3,
+         ".*\nheld +by the reason check since .* \\([0-9]+ s\\)\n +-> merosystemctl reason release check off.*"},
+        {"why dies", 1, ".*masked +it cannot be started\n +-> merosystemctl unmask dies.service\n.*"},
+        {"start --no-block slow", 0, ""},
+        {"why slow", 3, ".*\njob +start running, number [0-9]+\n.*"},
+        {"why --json slow | jq -r '.active, .causes[0].kind'", 0, "activating\njob\n"},
+        {"stop slow", 0, ""},
+    });
+    EXPECT_THAT(Shell("script -qec '" MEROSYSTEMCTL " why broken' /dev/null").output, HasSubstr("\x1b[31mfailed"));
+    EXPECT_THAT(Shell("NO_COLOR=1 script -qec '" MEROSYSTEMCTL " why broken' /dev/null").output,
+                ::testing::Not(HasSubstr("\x1b[3")));
+    Shell("systemctl unmask dies; rm -r /run/merosystemd/reasons; chmod a-x /usr/bin/systemctl");
+    Expect({{"start web", 6, "merosystemctl: start failed: /usr/bin/systemctl cannot be run\n"}, {"why web", 6, ".*"}});
+    Shell("chmod a+x /usr/bin/systemctl");
+}
+
+TEST_F(Merosystemctl, CompletesCommandLines)
+{
+    Shell(MEROSYSTEMCTL " reason add a-reason web; " MEROSYSTEMCTL " volume register /vol9 --unit web");
+    Expect({
+        {"complete -- star", 0, "start\n"},
+        {"complete -- volume un", 0, "unmount\nunregister\n"},
+        {"complete -- start --no-block we", 0, "web.service\n"},
+        {"complete -- stop web slo", 0, "slow.service\n"},
+        {"complete -- start --v", 0, "--verify\n"},
+        {"complete -- reason release ''", 0, "a-reason\n"},
+        {"complete -- reason list w", 0, "web.service\n"},
+        {"complete -- volume plan /vol", 0, "/vol9\n"},
+        {"complete -- list-units --type ti", 0, "timer\n"},
+        {"complete -- show web ''", 0, ""},
+        {"complete -- nonsense ''", 0, ""},
+        {"complete --", 0, "(.*\n)?why\n"},
+        {"--help | grep -c complete", 1, "0\n"},
+    });
+    const std::string complete =
+        "PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
+        "; COMP_WORDS=(merosystemctl start slow); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'";
+    EXPECT_EQ(Shell(complete).output, "slow.service\n");
+    Shell("rm -r /run/merosystemd/reasons /usr/mero/etc/merosystemd/volume-register");
+}
+
+TEST_F(Merosystemctl, JsonIsAsItsSchemaSays)
+{
+    Unit("user.service", "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n"
+                         "[X-Tarvix]\nName=User\nVolumeDependency=partial\n");
+    Unit("bulk.slice", "[X-Tarvix]\nName=Bulk\n");
+    Load();
+    Shell("mkdir -p /vol1 /sys/fs/cgroup/meromonitor/bulk.slice; mount -t tmpfs tmpfs /vol1; systemctl start user; "
+          "echo $(systemctl show --value -p MainPID user) > /sys/fs/cgroup/meromonitor/bulk.slice/cgroup.procs; "
+          "sleep infinity < /vol1 > /dev/null 2>&1 & " MEROSYSTEMCTL " start --no-block slow; " MEROSYSTEMCTL
+          " reason add check web; " MEROSYSTEMCTL " volume register /vol1 --unit web");
+    const std::pair<std::string, std::string> commands[] = {
+        {"status", "user slow nowhere"},
+        {"why", "web"},
+        {"jobs", ""},
+        {"info", "user"},
+        {"show", "web Id"},
+        {"list-units", ""},
+        {"list-services", ""},
+        {"default-target", ""},
+        {"reason list", ""},
+        {"isolate-state", ""},
+        {"volume list", ""},
+        {"volume users", "/vol1"},
+        {"volume dependency", "user"},
+        {"volume plan", "/vol1"},
+        {"cgroup show", "1"},
+        {"process show", "--interval 0.1 1"},
+        {"slice list", ""},
+        {"slice show", "--interval 0.1 bulk.slice"},
+        {"slice top", "--interval 0.1 --count 1"},
+    };
+    for (const auto& [command, arguments] : commands) {
+        Tool(command + " " + arguments + " --json > /run/out.json");
+        EXPECT_GT(std::stoi(Shell("wc -c < /run/out.json").output), 2) << command;
+        const ShellResult result = Shell("jq '. + {\"$ref\": \"#/definitions/" + command +
+                                         "\"}' " SCHEMA " | sed 's/\\(\\$ref.*\\) /\\1%20/' "
+                                         "> /run/schema.json; jsonschema -i /run/out.json /run/schema.json");
+        EXPECT_EQ(result.exitCode, 0) << command << ": " << result.output;
+    }
+    Shell("systemctl stop slow user; pkill -f 'sleep infinity'; umount -l /vol1; "
+          "rm -r /run/merosystemd/reasons /usr/mero/etc/merosystemd/volume-register");
 }
 
 TEST_F(Merosystemctl, TheExamplesRun)

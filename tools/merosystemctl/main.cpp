@@ -13,7 +13,8 @@ bool RunsCommand(const Words& words)
 {
     const std::string first = words.empty() ? "" : words[0];
     const std::string second = words.size() < 2 ? "" : words[1];
-    return first == "run-in" || (first == "volume" && second == "unmount") || (first == "cgroup" && second == "move");
+    return first == "run-in" || first == "complete" || (first == "volume" && second == "unmount") ||
+           (first == "cgroup" && second == "move");
 }
 
 /// Takes the words behind "--" from such a command line. Elsewhere "--" only ends the options.
@@ -29,33 +30,23 @@ Words TakeBehindDashes(Words& words)
 }
 
 constexpr const char* kFooter = R"(Exit status:
-  0  done; of several units, all of them. status: they are active
-  1  failed; the units that failed are named on standard error.
-     status: a unit is in the failed state
-     isolate-state: an isolation was killed, or its state cannot be read
-     volume unmount: a service does not run again
-  2  wrong usage
-  3  status: a unit is not active (stopped, masked ...)
-     isolate-state: no isolation is going on
-     slice list, slice top: no slice is tracked
-  4  status, volume dependency: there is no such unit
-     slice show: there is no such slice, or it has no name
-  5  isolate: done, but units were still stopping after five minutes
-     volume register, unregister: another process is writing; try again
-  6  isolate: done, but systemd's jobs could not be listed
+  0  done; of several units, all of them
+  1  failed; standard error names what, and says what to do
+  2  wrong usage: nothing was done
+  3  not active, or another "no" to what was asked
+  4  there is no such unit
+  5  a lock is held, or what was waited for took too long; try again
+  6  /usr/bin/systemctl cannot be run
 run-in, volume unmount and cgroup move end with their command's exit code when
 the command fails.
 
 Examples:
-  merosystemctl start nfs.service smb
-  merosystemctl stop --no-block nfs
+  merosystemctl start --verify nfs.service smb
+  merosystemctl why nfs
   merosystemctl status nfs smb --json
   merosystemctl reason add volume1-check nfs
-  merosystemctl jobs --json
   merosystemctl run-in rescue.target -- fsck -y /dev/sdb1
-  merosystemctl volume plan /volume1
   merosystemctl volume unmount /volume1 -- umount -l /volume1
-  merosystemctl info nfs
   merosystemctl slice top
 
 'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary
@@ -71,7 +62,6 @@ int main(int argc, char* argv[])
     program.set_help_flag("-h,--help", "Print this help and exit");
     program.require_subcommand(1);
     program.get_formatter()->column_width(28);
-    program.footer(kFooter);
 
     Words words(argv + std::min(argc, 1), argv + argc);
     const Words behindDashes = TakeBehindDashes(words);
@@ -89,6 +79,9 @@ int main(int argc, char* argv[])
     MERO::Tool::AddSliceCommands(program, exitCode);
     MERO::Tool::AddProcessCommands(program, exitCode);
     MERO::Tool::AddMaintenanceCommands(program, exitCode);
+    MERO::Tool::AddWhyCommand(program, exitCode);
+    MERO::Tool::AddCompleteCommand(program, behindDashes, exitCode);
+    program.footer(kFooter); // last: a command would inherit it
     try {
         std::reverse(words.begin(), words.end()); // as the parser wants them
         program.parse(words);

@@ -1,5 +1,8 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
+#include "diagnosis/verification.h"
 #include "output/output.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -12,53 +15,67 @@ struct Action {
     const char* verb;
     const char* help;
     bool (*run)(const Texts& options, const Texts& units, Texts& failed);
+    Wanted wanted;     ///< of the units, behind it
+    bool takesNoBlock; ///< reload never waits
+    bool takesJobMode;
 };
 
-constexpr Action kStart{"start", "Start units", MEROSystemdStartWithOptions};
-
-constexpr Action kOtherActions[] = {
-    {"stop", "Stop units", MEROSystemdStopWithOptions},
-    {"restart", "Stop and start units; start those that do not run", MEROSystemdRestartWithOptions},
-    {"try-restart", "Restart the units that run", MEROSystemdTryRestartWithOptions},
-    {"reload", "Have units read their configuration; never waits", MEROSystemdReloadWithOptions},
-    {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartWithOptions},
+constexpr Action kActions[] = {
+    {"start", "Start units", MEROSystemdStartWithOptions, Wanted::Running, true, true},
+    {"stop", "Stop units", MEROSystemdStopWithOptions, Wanted::Stopped, true, false},
+    {"restart", "Stop and start units; start those that do not run", MEROSystemdRestartWithOptions, Wanted::Running,
+     true, false},
+    {"try-restart", "Restart the units that run", MEROSystemdTryRestartWithOptions, Wanted::NotFailed, true, false},
+    {"reload", "Have units read their configuration; never waits", MEROSystemdReloadWithOptions, Wanted::Running, false,
+     false},
+    {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartWithOptions,
+     Wanted::Running, true, false},
 };
 
 struct Arguments {
     Texts units;
     bool noBlock = false;
     bool irreversibly = false;
+    bool verify = false;
 };
 
-CLI::App* AddAction(CLI::App& program, const Action& action, const std::shared_ptr<Arguments>& arguments, int& exitCode)
+int Run(const Action& action, const Arguments& arguments)
 {
-    CLI::App* command = program.add_subcommand(action.verb, action.help);
-    command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
-    command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
-    command->callback([&action, arguments, &exitCode] {
-        Texts options;
-        if (arguments->irreversibly) {
-            options.emplace_back("--job-mode=replace-irreversibly");
-        }
-        if (arguments->noBlock) {
-            options.emplace_back("--no-block");
-        }
-        Texts failed;
-        const bool done = action.run(options, arguments->units, failed);
-        exitCode = ReportUnits(done, action.verb, failed);
-    });
-    return command;
+    Texts options;
+    if (arguments.irreversibly) {
+        options.emplace_back("--job-mode=replace-irreversibly");
+    }
+    if (arguments.noBlock) {
+        options.emplace_back("--no-block");
+    }
+    const std::string verb = action.verb;
+    Texts failed;
+    const WatchedWork work =
+        Watch(verb + " " + ToCell(arguments.units), [&] { return action.run(options, arguments.units, failed); });
+    if (!work.done) {
+        const auto report = action.wanted == Wanted::Stopped ? ReportUnits : ReportStart;
+        return report(false, verb, failed, work.error);
+    }
+    return arguments.verify ? Verify(arguments.units, verb, action.wanted) : kDone;
 }
 
 } // namespace
 
 void AddActionCommands(CLI::App& program, int& exitCode)
 {
-    const auto arguments = std::make_shared<Arguments>();
-    AddAction(program, kStart, arguments, exitCode)
-        ->add_flag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");
-    for (const Action& action : kOtherActions) {
-        AddAction(program, action, std::make_shared<Arguments>(), exitCode);
+    for (const Action& action : kActions) {
+        const auto arguments = std::make_shared<Arguments>();
+        CLI::App* command = program.add_subcommand(action.verb, action.help);
+        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
+        CLI::Option* verify = command->add_flag("--verify", arguments->verify, "Look a second later how they are");
+        if (action.takesNoBlock) {
+            command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them")
+                ->excludes(verify);
+        }
+        if (action.takesJobMode) {
+            command->add_flag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");
+        }
+        command->callback([&action, arguments, &exitCode] { exitCode = Run(action, *arguments); });
     }
 }
 

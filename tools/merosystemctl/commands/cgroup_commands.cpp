@@ -1,4 +1,6 @@
 #include "commands/commands.h"
+#include "commands/usage_tail.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/run_command.h"
 
@@ -81,12 +83,12 @@ void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
     show->callback([arguments, &exitCode] { exitCode = Show(arguments->pid, arguments->json); });
 
     CLI::App* move = cgroup->add_subcommand("move", "Run a command in a slice");
-    move->add_option("SLICE", arguments->move.slice, "A slice of systemd's hierarchy and of the monitor's");
+    move->add_option("SLICE", arguments->move.slice, "A slice of systemd's and the monitor's hierarchy");
     CLI::Option* only =
         move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
-    move->add_flag("--root", arguments->move.toRoot, "The root of systemd's hierarchy, instead of a slice")
+    move->add_flag("--root", arguments->move.toRoot, "In place of SLICE: the root of systemd's hierarchy")
         ->excludes(only);
-    move->footer("-- COMMAND...  The command that runs there");
+    SetUsageTail(*move, "-- COMMAND...");
     move->callback([arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });
 }
 

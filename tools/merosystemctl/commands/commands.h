@@ -10,6 +10,7 @@ namespace MERO::Tool {
 // are the words of a command that the program is to run.
 void AddActionCommands(CLI::App& program, int& exitCode);
 void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
+void AddCompleteCommand(CLI::App& program, const Texts& behindDashes, int& exitCode);
 void AddEnablementCommands(CLI::App& program, int& exitCode);
 void AddInfoCommand(CLI::App& program, int& exitCode);
 void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
@@ -22,5 +23,6 @@ void AddSliceCommands(CLI::App& program, int& exitCode);
 void AddStatusCommand(CLI::App& program, int& exitCode);
 void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
 void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& exitCode);
+void AddWhyCommand(CLI::App& program, int& exitCode);
 
 } // namespace MERO::Tool

@@ -91,7 +91,7 @@ void AddInfoCommand(CLI::App& program, int& exitCode)
         data.unit = arguments->unit;
         if (!Read(data)) {
             PrintError(data.unit + ": no unit file of this name in the system's unit directories");
-            exitCode = kFailed;
+            exitCode = kNoSuchUnit;
             return;
         }
         arguments->json ? PrintAsJson(data) : Print(data);

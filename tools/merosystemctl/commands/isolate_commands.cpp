@@ -1,8 +1,10 @@
 #include "commands/commands.h"
+#include "commands/usage_tail.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/command_within.h"
 #include "running/run_command.h"
-#include "running/stop_progress.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -17,19 +19,19 @@ int Isolate(const std::string& target, bool noBlock)
 {
     const MERO::Systemd::IsolateOptions options{.noBlock = noBlock};
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
-    const WatchedWork isolated =
-        WithStopProgress(false, [&] { return MEROSystemdIsolateTarget(target, options, &result); });
+    const std::string what = "isolating to " + target;
+    const WatchedWork isolated = Watch(what, [&] { return MEROSystemdIsolateTarget(target, options, &result); });
     if (!isolated.done) {
-        return ReportFailure("isolating to " + target);
+        return ReportFailure(what, isolated.error);
     }
     switch (result) {
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING:
-        std::cout << "isolated to " << target
-                  << "; after five minutes still stopping: " << ToCell(isolated.stillStopping) << '\n';
+        std::cout << "isolated to " << target << "; after five minutes still stopping: " << ToCell(isolated.stopping)
+                  << '\n';
         return kTimedOut;
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED:
         std::cout << "isolated to " << target << "; systemd's jobs cannot be listed: units may still be stopping\n";
-        return kCannotRun;
+        return kFailed;
     default:
         std::cout << "isolated to " << target << "; what it stops has stopped\n";
         return kDone;
@@ -95,7 +97,7 @@ void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitC
 
     CLI::App* runIn = program.add_subcommand("run-in", "Run a command in a target, and return to the default");
     runIn->add_option("TARGET", arguments->target, "A target that allows to be isolated")->required();
-    runIn->footer("-- COMMAND...  The command that runs there");
+    SetUsageTail(*runIn, "-- COMMAND...");
     runIn->callback([arguments, &behindDashes, &exitCode] { exitCode = RunIn(arguments->target, behindDashes); });
 }
 

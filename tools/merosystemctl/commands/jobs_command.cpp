@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
 

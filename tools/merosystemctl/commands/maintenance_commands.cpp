@@ -1,5 +1,7 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -53,8 +55,9 @@ void AddMaintenanceCommands(CLI::App& program, int& exitCode)
             return;
         }
         Texts failed;
-        const bool done = MEROSystemdUninstall(arguments->units, failed);
-        exitCode = ReportUnits(done, "uninstall", failed);
+        const WatchedWork work = Watch("uninstall " + ToCell(arguments->units),
+                                       [&] { return MEROSystemdUninstall(arguments->units, failed); });
+        exitCode = ReportUnits(work.done, "uninstall", failed, work.error);
     });
 
     for (CLI::App* command : {resetFailed, uninstall}) {

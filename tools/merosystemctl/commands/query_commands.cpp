@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 
 #include <merosystemd/systemd.hpp>
@@ -28,18 +29,20 @@ void AddShow(CLI::App& program, int& exitCode)
 {
     struct Arguments {
         std::string unit, property;
+        bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command = program.add_subcommand("show", "Print one of the properties of a unit");
     command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
     command->add_option("PROPERTY", arguments->property, "Such as MainPID or FragmentPath")->required();
+    command->add_flag("--json", arguments->json, "As a JSON string");
     command->callback([arguments, &exitCode] {
         std::string value;
         if (!MEROSystemdShow(arguments->unit, arguments->property, value)) {
             exitCode = ReportFailure(arguments->unit + ": reading the property " + arguments->property);
             return;
         }
-        std::cout << value << '\n';
+        PrintText(value, arguments->json);
     });
 }
 
@@ -71,11 +74,13 @@ void AddDefaultTarget(CLI::App& program, int& exitCode)
     struct Arguments {
         std::string target;
         bool offline = false;
+        bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command = program.add_subcommand("default-target", "Print or set the target that the machine boots into");
     CLI::Option* target = command->add_option("TARGET", arguments->target, "Set this target");
     command->add_flag("--offline", arguments->offline, "Change the files, without the manager")->needs(target);
+    command->add_flag("--json", arguments->json, "As a JSON string")->excludes(target);
     command->callback([arguments, &exitCode] {
         if (!arguments->target.empty()) {
             const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
@@ -88,7 +93,7 @@ void AddDefaultTarget(CLI::App& program, int& exitCode)
             exitCode = ReportFailure("reading the default target");
             return;
         }
-        std::cout << target << '\n';
+        PrintText(target, arguments->json);
     });
 }
 

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -59,8 +61,10 @@ void AddReasonCommands(CLI::App& program, int& exitCode)
         command->add_option("SERVICE", arguments->services, "Services")->required();
         command->callback([&change, arguments, &exitCode] {
             Texts failed;
-            const bool done = change.run(arguments->reason, arguments->services, failed);
-            exitCode = ReportUnits(done, std::string("reason ") + change.verb, failed);
+            const std::string verb = std::string("reason ") + change.verb;
+            const WatchedWork work = Watch(verb + " " + arguments->reason + " " + ToCell(arguments->services),
+                                           [&] { return change.run(arguments->reason, arguments->services, failed); });
+            exitCode = ReportUnits(work.done, verb, failed, work.error);
         });
     }
 

@@ -159,8 +159,11 @@ void AddSliceCommands(CLI::App& program, int& exitCode)
     top->add_option("--count", arguments->count, "End after so many times")
         ->option_text("N")
         ->check(CLI::Range(1U, std::numeric_limits<unsigned>::max()));
+    top->add_flag("--json", arguments->json, "As a JSON array on a line, each time");
     top->footer("A screen with keys on a terminal; elsewhere a line for each slice.");
-    top->callback([arguments, &exitCode] { exitCode = ShowTop(Seconds(arguments->interval), arguments->count); });
+    top->callback([arguments, &exitCode] {
+        exitCode = ShowTop(Seconds(arguments->interval), arguments->count, arguments->json);
+    });
 }
 
 } // namespace MERO::Tool

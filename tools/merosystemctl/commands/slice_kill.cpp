@@ -1,5 +1,6 @@
 #include "commands/slice_kill.h"
 
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/progress_line.h"
 

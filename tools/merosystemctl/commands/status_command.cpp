@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
 
@@ -40,22 +41,6 @@ std::optional<Status> Ask(const std::string& unit)
     return status;
 }
 
-int ExitCodeOf(const Status& status)
-{
-    if (status.load == MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND) {
-        return kNoSuchUnit;
-    }
-    switch (status.active) {
-    case MERO_SYSTEMD_ACTIVE_STATUS_FAILED:
-        return kFailed;
-    case MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE:
-    case MERO_SYSTEMD_ACTIVE_STATUS_RELOADING:
-        return kDone;
-    default:
-        return kNotActive;
-    }
-}
-
 void Print(const std::vector<Status>& all)
 {
     std::vector<Texts> rows{{"UNIT", "LOAD", "ACTIVE", "ENABLED", "JOB", "REASONS", "DESCRIPTION"}};
@@ -65,7 +50,7 @@ void Print(const std::vector<Status>& all)
                         status.job ? TypeWord(status.job->type) + std::string(" ") + StateWord(status.job->state) : "-",
                         ToCell(status.reasons), status.description});
     }
-    PrintTable(rows);
+    PrintTable(rows, {{1, ColourOfState}, {2, ColourOfState}});
 }
 
 void PrintAsJson(const std::vector<Status>& all)
@@ -100,7 +85,8 @@ int Run(const Texts& units, bool json)
         if (!status) {
             return ReportFailure(unit + ": asking for the status");
         }
-        worst = std::min(worst, std::find(std::begin(kWorstFirst), std::end(kWorstFirst), ExitCodeOf(*status)));
+        worst = std::min(worst, std::find(std::begin(kWorstFirst), std::end(kWorstFirst),
+                                          StateExitCode(LoadWord(status->load), ActiveWord(status->active))));
         all.push_back(*status);
     }
     json ? PrintAsJson(all) : Print(all);

@@ -1,9 +1,9 @@
 #include "commands/commands.h"
 #include "commands/volume_report.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
 
-#include <merocore/error.h>
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
@@ -30,16 +30,6 @@ constexpr Change kChanges[] = {
      MEROSystemdPackageVolumeUnregister},
 };
 
-/// One process writes at a time, and the others do not wait.
-int ReportChangeFailure(const std::string& what)
-{
-    if (MLIBCErrGet() != MLIBC_ERR_LOCK_BUSY) {
-        return ReportFailure(what);
-    }
-    PrintError(what + " failed: another process is writing registers; try again");
-    return kTimedOut;
-}
-
 void AddChange(CLI::App& volumeCommand, const Change& change, int& exitCode)
 {
     struct Arguments {
@@ -48,15 +38,18 @@ void AddChange(CLI::App& volumeCommand, const Change& change, int& exitCode)
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command = volumeCommand.add_subcommand(change.verb, change.help);
     command->add_option("VOLUME", arguments->volume, "A mount path")->required()->check(kIsVolume);
-    CLI::Option_group* owner = command->add_option_group("Owner");
-    owner->add_option("--unit", arguments->unit, "The unit that uses it")->check(kIsNotEmpty);
-    owner->add_option("--package", arguments->package, "The package whose services use it")->check(kIsNotEmpty);
-    owner->require_option(1);
+    CLI::Option* unit = command->add_option("--unit", arguments->unit, "The unit that uses it")->check(kIsNotEmpty);
+    command->add_option("--package", arguments->package, "The package whose services use it")
+        ->check(kIsNotEmpty)
+        ->excludes(unit);
     command->callback([&change, arguments, &exitCode] {
         const bool forUnit = !arguments->unit.empty();
+        if (!forUnit && arguments->package.empty()) {
+            throw CLI::RequiredError("--unit or --package");
+        }
         const std::string& name = forUnit ? arguments->unit : arguments->package;
         const bool done = (forUnit ? change.forUnit : change.forPackage)(name, arguments->volume);
-        exitCode = done ? kDone : ReportChangeFailure(name + ": volume " + change.verb);
+        exitCode = done ? kDone : ReportFailure(name + ": volume " + change.verb);
     });
 }
 
@@ -107,14 +100,14 @@ int Users(const std::string& mount, bool json)
     return kDone;
 }
 
-int Dependency(const std::string& unit)
+int Dependency(const std::string& unit, bool json)
 {
     MERO_SYSTEMD_VOLUME_DEPENDENCY dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE;
     if (!MEROSystemdVolumeDependencyGet(unit, dependency)) {
         PrintError(unit + ": there is no such unit file");
         return kNoSuchUnit;
     }
-    std::cout << DependencyWord(dependency) << '\n';
+    PrintText(DependencyWord(dependency), json);
     return kDone;
 }
 
@@ -147,7 +140,8 @@ void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
 
     CLI::App* dependency = volume->add_subcommand("dependency", "Print which volumes a unit needs");
     dependency->add_option("UNIT", arguments->name, "A unit; a name without a type means a service")->required();
-    dependency->callback([arguments, &exitCode] { exitCode = Dependency(arguments->name); });
+    dependency->add_flag("--json", arguments->json, "As a JSON string");
+    dependency->callback([arguments, &exitCode] { exitCode = Dependency(arguments->name, arguments->json); });
 
     CLI::App* plan = volume->add_subcommand("plan", "Show what unmounting stops, and why; change nothing");
     plan->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);

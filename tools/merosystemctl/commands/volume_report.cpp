@@ -1,4 +1,5 @@
 #include "commands/volume_report.h"
+#include "diagnosis/report.h"
 
 #include <merosystemd/systemd.hpp>
 

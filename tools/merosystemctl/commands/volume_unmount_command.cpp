@@ -1,5 +1,7 @@
 #include "commands/commands.h"
+#include "commands/usage_tail.h"
 #include "commands/volume_report.h"
+#include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/command_within.h"
 #include "running/run_command.h"
@@ -115,7 +117,8 @@ void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& e
     command->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);
     CLI::Option* dryRun = command->add_flag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
     command->add_flag("--json", arguments->json, "With --dry-run: as a JSON object")->needs(dryRun);
-    command->footer("-- COMMAND...  The command that unmounts; umount VOLUME... without one");
+    SetUsageTail(*command, "[-- COMMAND...]");
+    command->footer("COMMAND unmounts; without one: umount VOLUME...");
     command->callback([arguments, &behindDashes, &exitCode] {
         if (arguments->dryRun) {
             exitCode = ShowVolumePlan(arguments->volumes, arguments->json);

@@ -2,7 +2,15 @@
 
 namespace MERO::Tool {
 
-/// Exit codes, as --help lists them.
-enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kNotActive = 3, kNoSuchUnit = 4, kTimedOut = 5, kCannotRun = 6 };
+/// The exit codes of every command, as --help lists them.
+enum ExitCode {
+    kDone = 0,
+    kFailed = 1,
+    kUsage = 2,
+    kNotActive = 3, ///< or another "no" to a question
+    kNoSuchUnit = 4,
+    kTimedOut = 5, ///< or a lock is held
+    kCannotRun = 6 ///< systemctl
+};
 
 } // namespace MERO::Tool

@@ -7,7 +7,7 @@
 
 namespace MERO::Tool {
 
-void PrintTable(const std::vector<Texts>& rows)
+void PrintTable(const std::vector<Texts>& rows, const std::map<std::size_t, Paint>& paints)
 {
     std::vector<std::size_t> widths;
     for (const Texts& row : rows) {
@@ -17,10 +17,11 @@ void PrintTable(const std::vector<Texts>& rows)
         }
     }
     for (const Texts& row : rows) {
-        for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-            std::cout << row[i] << std::string(widths[i] + 2 - WidthOf(row[i]), ' ');
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const auto paint = paints.find(i);
+            std::cout << (paint != paints.end() ? Coloured(row[i], paint->second(row[i])) : row[i]);
+            std::cout << (i + 1 < row.size() ? std::string(widths[i] + 2 - WidthOf(row[i]), ' ') : "\n");
         }
-        std::cout << (row.empty() ? "" : row.back()) << '\n';
     }
 }
 
@@ -37,10 +38,10 @@ void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t l
     }
 }
 
-void PrintJson(const Json::Value& value)
+void PrintJson(const Json::Value& value, Spread spread)
 {
     Json::StreamWriterBuilder builder;
-    builder["indentation"] = "  ";
+    builder["indentation"] = spread == Spread::OneLine ? "" : "  ";
     builder["emitUTF8"] = true;
     builder["precisionType"] = "decimal";
     builder["precision"] = 3;
@@ -56,6 +57,15 @@ Json::Value ToJson(const Texts& texts)
     return list;
 }
 
+void PrintText(const std::string& text, bool json)
+{
+    if (json) {
+        PrintJson(text);
+    } else {
+        std::cout << text << '\n';
+    }
+}
+
 std::string ToCell(const Texts& texts)
 {
     std::string cell;
@@ -68,29 +78,6 @@ std::string ToCell(const Texts& texts)
 void PrintError(const std::string& message)
 {
     std::cerr << "merosystemctl: " << message << '\n';
-}
-
-int ReportFailure(const std::string& what)
-{
-    PrintError(what + " failed");
-    PrintError("the reason is in the log: journalctl -t merosystemctl");
-    return kFailed;
-}
-
-int ReportUnits(bool done, const std::string& verb, Texts failed)
-{
-    if (done) {
-        return kDone;
-    }
-    std::sort(failed.begin(), failed.end());
-    failed.erase(std::unique(failed.begin(), failed.end()), failed.end());
-    if (failed.empty()) {
-        return ReportFailure(verb);
-    }
-    for (auto unit = failed.begin(); unit + 1 != failed.end(); ++unit) {
-        PrintError(*unit + ": " + verb + " failed");
-    }
-    return ReportFailure(failed.back() + ": " + verb);
 }
 
 } // namespace MERO::Tool

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "output/colour.h"
 #include "output/exit_code.h"
 
 #include <json/json.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,25 +13,26 @@ namespace MERO::Tool {
 
 using Texts = std::vector<std::string>;
 
-/// Prints columns as wide as their widest cell, with two blanks between.
-void PrintTable(const std::vector<Texts>& rows);
+using Paint = Colour (*)(const std::string& cell);
+
+/// Prints columns as wide as their widest cell, with two blanks between, those of some columns in colours.
+void PrintTable(const std::vector<Texts>& rows, const std::map<std::size_t, Paint>& paints = {});
 
 /// Fills the cells of these columns up on the left, so that their numbers stand below each other.
 void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t lastColumn);
 
-void PrintJson(const Json::Value& value);
+enum class Spread { Indented, OneLine };
+
+void PrintJson(const Json::Value& value, Spread spread = Spread::Indented);
 Json::Value ToJson(const Texts& texts);
+
+/// One text that was asked for: a line, or a JSON string.
+void PrintText(const std::string& text, bool json);
 
 /// The texts with one blank between; "-" for none.
 std::string ToCell(const Texts& texts);
 
 /// "merosystemctl: <message>" on standard error.
 void PrintError(const std::string& message);
-
-/// Says that `what` failed and where the reason stands, and returns kFailed.
-int ReportFailure(const std::string& what);
-
-/// The exit code of an operation on units: when it failed, names the units that did on standard error.
-int ReportUnits(bool done, const std::string& verb, Texts failed);
 
 } // namespace MERO::Tool

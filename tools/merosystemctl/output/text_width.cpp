@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <sstream>
 #include <string_view>
 
 namespace MERO::Tool {
@@ -55,6 +56,21 @@ std::size_t WidthOf(const std::string& text)
         rest.remove_prefix(character.bytes);
     }
     return width;
+}
+
+std::vector<std::string> WrapWords(const std::string& text, std::size_t width)
+{
+    std::vector<std::string> lines{""};
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        std::string& line = lines.back();
+        if (!line.empty() && WidthOf(line) + 1 + WidthOf(word) > width) {
+            lines.push_back(word);
+        } else {
+            line += (line.empty() ? "" : " ") + word;
+        }
+    }
+    return lines;
 }
 
 std::string FitLeft(const std::string& text, std::size_t width)

@@ -45,4 +45,18 @@ const char* DependencyWord(int dependency)
     return Word(std::array{"none", "all", "partial"}, dependency);
 }
 
+ExitCode StateExitCode(const std::string& load, const std::string& active)
+{
+    if (load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
+        return kNoSuchUnit;
+    }
+    if (active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_FAILED)) {
+        return kFailed;
+    }
+    return active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE) ||
+                   active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_RELOADING)
+               ? kDone
+               : kNotActive;
+}
+
 } // namespace MERO::Tool

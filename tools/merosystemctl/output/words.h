@@ -1,7 +1,11 @@
 #pragma once
 
+#include "output/exit_code.h"
+
 #include <merosystemd/job.hpp>
 #include <merosystemd/status.h>
+
+#include <string>
 
 namespace MERO::Tool {
 
@@ -12,5 +16,8 @@ const char* LoadWord(int loadStatus);
 const char* ActiveWord(int activeStatus);
 const char* EnableWord(int enableStatus);
 const char* DependencyWord(int dependency);
+
+/// What a unit's state, in these words, is as an exit code: kDone when it runs.
+ExitCode StateExitCode(const std::string& load, const std::string& active);
 
 } // namespace MERO::Tool

@@ -1,7 +1,8 @@
 #include "running/command_within.h"
 
+#include "diagnosis/report.h"
 #include "running/run_command.h"
-#include "running/stop_progress.h"
+#include "running/watched_work.h"
 
 #include <atomic>
 
@@ -13,7 +14,7 @@ int RunWithin(const CommandWithin& command)
     std::atomic<bool> isRunning = false;
     bool wasReached = false;
     int code = kDone;
-    const WatchedWork work = WithStopProgress(isRunning, [&] {
+    const WatchedWork work = Watch(command.before, isRunning, [&] {
         return command.action([&] {
             wasReached = true;
             isRunning = true;
@@ -24,13 +25,13 @@ int RunWithin(const CommandWithin& command)
     });
     const bool isAsBefore = command.report();
     if (!wasReached) {
-        return ReportFailure(command.before);
+        return ReportFailure(command.before, work.error);
     }
     if (code != kDone) {
         PrintError(command.name + ": exit code " + std::to_string(code));
         return code;
     }
-    return work.done && isAsBefore ? kDone : ReportFailure(command.after);
+    return work.done && isAsBefore ? kDone : ReportFailure(command.after, work.error);
 }
 
 } // namespace MERO::Tool

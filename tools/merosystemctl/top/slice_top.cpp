@@ -8,11 +8,11 @@
 namespace MERO::Tool {
 namespace {
 
-void Run(const EndSignals& signals, SliceMonitor& monitor, Clock::duration interval, unsigned count)
+void Run(const EndSignals& signals, SliceMonitor& monitor, Clock::duration interval, unsigned count, bool json)
 {
-    std::unique_ptr<TopDisplay> display = MakeTopScreen(signals);
+    std::unique_ptr<TopDisplay> display = json ? nullptr : MakeTopScreen(signals);
     if (!display) {
-        display = MakeTopLines(signals);
+        display = MakeTopLines(signals, json);
     }
     display->Show(monitor.Slices());
     for (unsigned updates = 0; count == 0 || updates < count; ++updates) {
@@ -26,7 +26,7 @@ void Run(const EndSignals& signals, SliceMonitor& monitor, Clock::duration inter
 
 } // namespace
 
-int ShowTop(std::chrono::duration<double> interval, unsigned count)
+int ShowTop(std::chrono::duration<double> interval, unsigned count, bool json)
 {
     SliceMonitor monitor(ThisMachine());
     monitor.Update(ReadTrackedSlices());
@@ -36,7 +36,7 @@ int ShowTop(std::chrono::duration<double> interval, unsigned count)
     }
     try {
         const EndSignals signals;
-        Run(signals, monitor, std::chrono::duration_cast<Clock::duration>(interval), count);
+        Run(signals, monitor, std::chrono::duration_cast<Clock::duration>(interval), count, json);
     } catch (const std::exception& exception) { // caught, lest the terminal is not restored
         PrintError(exception.what());
         return kFailed;

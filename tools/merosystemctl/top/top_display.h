@@ -20,7 +20,7 @@ public:
 /// A screen that answers keys. Null when standard output is no terminal that can have one.
 std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals);
 
-/// A plain line for each slice.
-std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals);
+/// A plain line for each slice; or, as JSON, an array of them on one line each time.
+std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals, bool json);
 
 } // namespace MERO::Tool

@@ -1,6 +1,7 @@
 #include "top/top_display.h"
 
 #include "output/amounts.h"
+#include "output/output.h"
 
 #include <ctime>
 #include <iomanip>
@@ -11,17 +12,31 @@ namespace {
 
 class TopLines : public TopDisplay {
 public:
-    explicit TopLines(const EndSignals& signals) : signals_(signals) {}
+    TopLines(const EndSignals& signals, bool json) : signals_(signals), json_(json) {}
 
     void Show(const std::vector<SliceUsage>& slices) override
     {
         const std::time_t now = std::time(nullptr);
+        Json::Value list(Json::arrayValue);
         for (const SliceUsage& slice : slices) {
-            if (!slice.cpuHistory.empty()) {
+            if (slice.cpuHistory.empty()) {
+                continue; // measured once: nothing can be told yet
+            }
+            if (json_) {
+                Json::Value& entry = list.append(Json::objectValue);
+                entry["time"] = Json::Int64(now);
+                entry["slice"] = slice.unit;
+                entry["cpuPercent"] = slice.total.cpuShare * 100;
+                entry["memoryKB"] = Json::UInt64(slice.total.memory);
+                entry["processes"] = Json::UInt64(slice.processes.size());
+            } else {
                 std::cout << std::put_time(std::localtime(&now), "%T") << "  " << slice.unit << "  CPU "
                           << PercentText(slice.total.cpuShare) << "  memory " << MemoryText(slice.total.memory)
                           << "  processes " << slice.processes.size() << '\n';
             }
+        }
+        if (!list.empty()) {
+            PrintJson(list, Spread::OneLine);
         }
         std::cout << std::flush;
     }
@@ -33,13 +48,14 @@ public:
 
 private:
     const EndSignals& signals_;
+    const bool json_;
 };
 
 } // namespace
 
-std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals)
+std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals, bool json)
 {
-    return std::make_unique<TopLines>(signals);
+    return std::make_unique<TopLines>(signals, json);
 }
 
 } // namespace MERO::Tool

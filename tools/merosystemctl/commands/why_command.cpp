@@ -1,0 +1,71 @@
+#include "commands/commands.h"
+#include "diagnosis/diagnosis.h"
+#include "diagnosis/report.h"
+#include "output/colour.h"
+#include "output/words.h"
+
+#include <iostream>
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+void Print(const Diagnosis& diagnosis)
+{
+    std::cout << diagnosis.unit
+              << (StateExitCode(diagnosis.load, diagnosis.active) == kDone ? " runs: " : " does not run: ")
+              << Coloured(diagnosis.active, ColourOfState(diagnosis.active)) << " (" << diagnosis.sub << ")"
+              << (diagnosis.since.empty() ? "" : " since " + diagnosis.since) << '\n';
+    PrintCauses(std::cout, diagnosis, "");
+}
+
+void PrintAsJson(const Diagnosis& diagnosis)
+{
+    Json::Value object(Json::objectValue);
+    object["unit"] = diagnosis.unit;
+    object["load"] = diagnosis.load;
+    object["active"] = diagnosis.active;
+    object["sub"] = diagnosis.sub;
+    object["since"] = diagnosis.since;
+    object["causes"] = Json::Value(Json::arrayValue);
+    for (const Cause& cause : diagnosis.causes) {
+        Json::Value& entry = object["causes"].append(Json::objectValue);
+        entry["kind"] = cause.kind;
+        entry["text"] = cause.text;
+        entry["remedy"] = cause.remedy;
+    }
+    object["log"] = ToJson(diagnosis.log);
+    PrintJson(object);
+}
+
+int Run(const std::string& unit, bool json)
+{
+    const std::optional<Diagnosis> diagnosis = Diagnose(unit);
+    if (!diagnosis) {
+        return ReportFailure(unit + ": asking why");
+    }
+    const ExitCode code = StateExitCode(diagnosis->load, diagnosis->active);
+    if (code == kNoSuchUnit) {
+        PrintError(unit + ": there is no such unit");
+    } else {
+        json ? PrintAsJson(*diagnosis) : Print(*diagnosis);
+    }
+    return code;
+}
+
+} // namespace
+
+void AddWhyCommand(CLI::App& program, int& exitCode)
+{
+    struct Arguments {
+        std::string unit;
+        bool json = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = program.add_subcommand("why", "Tell why a unit does not run");
+    command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
+    command->add_flag("--json", arguments->json, "As a JSON object");
+    command->callback([arguments, &exitCode] { exitCode = Run(arguments->unit, arguments->json); });
+}
+
+} // namespace MERO::Tool

@@ -1,0 +1,16 @@
+# bash completion for merosystemctl: the program itself knows what may follow.
+_merosystemctl()
+{
+    local i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        if [[ ${COMP_WORDS[i]} == -- ]]; then # another command follows
+            declare -F _command_offset > /dev/null && _command_offset $((i + 1))
+            return
+        fi
+    done
+    mapfile -t COMPREPLY < <(merosystemctl complete -- "${COMP_WORDS[@]:1:COMP_CWORD}" 2> /dev/null)
+    for i in "${!COMPREPLY[@]}"; do
+        printf -v "COMPREPLY[i]" %q "${COMPREPLY[i]}"
+    done
+}
+complete -F _merosystemctl merosystemctl

@@ -1,0 +1,77 @@
+#include "diagnosis/journal.h"
+
+#include "output/times.h"
+
+#include <merocore/process.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <string_view>
+
+namespace MERO::Tool {
+namespace {
+
+// From systemd's sd-messages.h.
+constexpr std::string_view kEvents[] = {
+    "39f53479d3a045ac8e11786248231fbf", // SD_MESSAGE_UNIT_STARTED: also of a unit that was skipped
+    "be02cf6855d2428ba40df7e9d022f03d", // SD_MESSAGE_UNIT_FAILED: a job did
+    "9d1aaa27d60140bd96365438aad20286", // SD_MESSAGE_UNIT_STOPPED
+    "7ad2d189f7e94e70a38c781354912448", // SD_MESSAGE_UNIT_SUCCESS
+    "d9b373ed55a64feb8242e02dbe79a49c", // SD_MESSAGE_UNIT_FAILURE_RESULT
+};
+
+Texts Journal(const std::string& unit, const Texts& options)
+{
+    Texts words{"/usr/bin/journalctl", "--no-pager", "--quiet", "--boot"};
+    words.push_back((getuid() == 0 ? "--unit=" : "--user-unit=") + unit);
+    words.insert(words.end(), options.begin(), options.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(MLIBCPopenvc(argv[0], "r", argv.data()), MLIBCPclose);
+    Texts lines;
+    char* line = nullptr;
+    std::size_t size = 0;
+    for (ssize_t length = 0; output != nullptr && (length = getline(&line, &size, output.get())) > 0;) {
+        lines.emplace_back(line, static_cast<std::size_t>(length - (line[length - 1] == '\n' ? 1 : 0)));
+    }
+    std::free(line);
+    return lines;
+}
+
+} // namespace
+
+std::optional<UnitEvent> LastEvent(const std::string& unit)
+{
+    Texts options{"--lines=1", "--output=json"};
+    for (std::string_view event : kEvents) {
+        options.push_back("MESSAGE_ID=" + std::string(event));
+    }
+    const Texts lines = Journal(unit, options);
+    std::istringstream line(lines.empty() ? "" : lines.front());
+    Json::Value entry;
+    if (!Json::parseFromStream(Json::CharReaderBuilder(), line, &entry, nullptr) || !entry.isObject() ||
+        !entry["MESSAGE"].isString() || !entry["__REALTIME_TIMESTAMP"].isString()) {
+        return std::nullopt;
+    }
+    const long long microseconds = std::atoll(entry["__REALTIME_TIMESTAMP"].asCString());
+    const std::string message = entry["MESSAGE"].asString();
+    const bool isSkipped = message.find(" was skipped because ") != message.npos || entry["JOB_RESULT"] == "assert";
+    return UnitEvent{.time = TimeText(static_cast<std::time_t>(microseconds / 1'000'000)),
+                     .message = message,
+                     .isSkipped = isSkipped,
+                     .isDependency = entry["JOB_RESULT"] == "dependency"};
+}
+
+Texts LastLines(const std::string& unit, int count)
+{
+    return Journal(unit, {"--lines=" + std::to_string(count), "--output=short", "--no-hostname"});
+}
+
+} // namespace MERO::Tool
