@@ -20,6 +20,9 @@ check() {
     fi
 }
 
+installed() {
+    find "$packages" -name '*.deb' ! -name '*-dbgsym_*' -print0 | xargs -0 dpkg -i
+}
 version() {
     packaged=$(dpkg-query -W -f '${Version}' merosystemctl)
     merosystemctl --version | grep -Fx "merosystemctl $packaged"
@@ -67,7 +70,7 @@ echo dialect=current > /usr/mero/etc/merosystemd/systemctl.conf
 printf '[Service]\nExecStart=/bin/sleep infinity\n' > /run/systemd/system/packaged.service
 systemctl daemon-reload
 
-check "the packages can be installed" find "$packages" -name '*.deb' ! -name '*-dbgsym_*' -exec dpkg -i '{}' +
+check "the packages can be installed" installed
 check "the program runs, and is of the package's version" version
 check "the program manages a service" runs start restart
 if command -v man > /dev/null; then
