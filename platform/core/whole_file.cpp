@@ -25,7 +25,8 @@ public:
     {
         for (int attempt = 0; attempt < 100 && !file_; ++attempt) {
             std::uint64_t number = 0;
-            (void)getrandom(&number, sizeof number, GRND_NONBLOCK); // O_EXCL settles what chance does not
+            // O_EXCL settles what chance does not.
+            [[maybe_unused]] const ssize_t count = getrandom(&number, sizeof number, GRND_NONBLOCK);
             char suffix[24];
             std::snprintf(suffix, sizeof suffix, ".%016llx", static_cast<unsigned long long>(number + attempt));
             path_ = target + suffix;

@@ -1,0 +1,87 @@
+#!/bin/sh
+# Installs the packages of a directory, inside the sandbox, and uses them as somebody does who has nothing else:
+# package_test.sh DIRECTORY. Prints a line for each thing that it tried.
+set -eu
+packages=$1
+cd "$(dirname "$0")/../examples"
+work=$(mktemp -d)
+failed=0
+
+# check WHAT COMMAND...: succeeds when the command does
+check() {
+    what=$1
+    shift
+    if "$@" > "$work/log" 2>&1; then
+        echo "ok   $what"
+    else
+        echo "FAIL $what"
+        sed 's/^/     /' "$work/log"
+        failed=1
+    fi
+}
+
+installed() {
+    find "$packages" -name '*.deb' ! -name '*-dbgsym_*' -print0 | xargs -0 dpkg -i
+}
+version() {
+    packaged=$(dpkg-query -W -f '${Version}' merosystemctl)
+    merosystemctl --version | grep -Fx "merosystemctl $packaged"
+}
+
+# Every program and library that the packages brought.
+binaries() {
+    dpkg -L merosystemctl libmerosystemd7 libmerocore7 libmerobootseq7 | grep -E '/s?bin/.|\.so\.'
+}
+no_search_path() {
+    binaries | xargs readelf --dynamic --wide > "$work/dynamic" && grep -q 'NEEDED.*libmerosystemd' "$work/dynamic" &&
+        ! grep -E 'RPATH|RUNPATH' "$work/dynamic"
+}
+hardened() {
+    for file in $(binaries); do
+        echo "$file"
+        readelf --dynamic --file-header --wide "$file" > "$work/header" && grep 'Type: *DYN' "$work/header" &&
+            grep BIND_NOW "$work/header" || return
+    done
+    nm -D /usr/bin/merosystemctl | grep __stack_chk_fail && nm -D /usr/lib/*/libmerosystemd.so.7 | grep '_chk@'
+}
+
+by_pkg_config() {
+    # shellcheck disable=SC2046 # a list of words
+    cc -std=c11 -Werror start_unit.c $(pkg-config --cflags --libs merosystemd) -o "$work/start_unit" &&
+        c++ -std=c++20 -Werror restart_units.cpp $(pkg-config --cflags --libs merosystemd) -o "$work/restart_units"
+}
+by_cmake() {
+    cmake -S . -B "$work/cmake" && cmake --build "$work/cmake"
+}
+
+# runs START RESTART: the examples manage a service of the real systemd.
+runs() {
+    systemctl stop packaged
+    "$1" packaged && systemctl is-active packaged || return
+    first=$(systemctl show --value -p MainPID packaged)
+    "$2" packaged && systemctl is-active packaged && [ "$(systemctl show --value -p MainPID packaged)" != "$first" ]
+}
+
+start() { merosystemctl start "$1"; }
+restart() { merosystemctl restart "$1"; }
+
+mkdir -p /usr/mero/etc/merosystemd
+echo dialect=current > /usr/mero/etc/merosystemd/systemctl.conf
+printf '[Service]\nExecStart=/bin/sleep infinity\n' > /run/systemd/system/packaged.service
+systemctl daemon-reload
+
+check "the packages can be installed" installed
+check "the program runs, and is of the package's version" version
+check "the program manages a service" runs start restart
+if command -v man > /dev/null; then
+    for page in merosystemctl merosystemd-files libmerosystemd merosystemd-units; do
+        check "there is a manual page $page" man -w "$page"
+    done
+fi
+check "nothing has a search path for libraries" no_search_path
+check "all is hardened" hardened
+check "examples are built with pkg-config" by_pkg_config
+check "what pkg-config built manages a service" runs "$work/start_unit" "$work/restart_units"
+check "examples are built with CMake's find_package" by_cmake
+check "what CMake built manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
+[ "$failed" = 0 ]
