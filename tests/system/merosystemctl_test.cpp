@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+
 using namespace MERO::Test;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
@@ -403,9 +405,10 @@ TEST_F(Merosystemctl, JsonIsAsItsSchemaSays)
     for (const auto& [command, arguments] : commands) {
         Tool(command + " " + arguments + " --json > /run/out.json");
         EXPECT_GT(std::stoi(Shell("wc -c < /run/out.json").output), 2) << command;
-        const ShellResult result = Shell("jq '. + {\"$ref\": \"#/definitions/" + command +
-                                         "\"}' " SCHEMA " | sed 's/\\(\\$ref.*\\) /\\1%20/' "
-                                         "> /run/schema.json; jsonschema -i /run/out.json /run/schema.json");
+        const std::string name = std::regex_replace(command, std::regex(" "), "%20");
+        const ShellResult result =
+            Shell("jq '. + {\"$ref\": \"#/definitions/" + name +
+                  "\"}' " SCHEMA " > /run/schema.json; /usr/bin/jsonschema -i /run/out.json /run/schema.json");
         EXPECT_EQ(result.exitCode, 0) << command << ": " << result.output;
     }
     Shell("systemctl stop slow user; pkill -f 'sleep infinity'; umount -l /vol1; "

@@ -14,28 +14,32 @@ WatchedWork Watch(const std::string& what, const std::atomic<bool>& isQuiet, con
 {
     using std::chrono::seconds;
     const auto began = std::chrono::steady_clock::now();
-    WatchedWork watched{false, 0, {}};
-    std::future<void> end = std::async(std::launch::async, [&] {
-        MLIBCErrSetEx(0, "", 0);
-        watched.done = work();
-        watched.error = MLIBCErrGet(); // of this thread
-    });
     JobWatch jobs;
-    ProgressLine line;
-    while (end.wait_for(seconds(1)) != std::future_status::ready) {
+    const auto show = [&](ProgressLine& line) {
         jobs.Update();
         if (isQuiet) {
             line.Clear();
-            continue;
+            return;
         }
         const auto passed = std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now() - began).count();
         const std::string details = jobs.Details();
         line.Show(what + " " + ToCell(jobs.Units()),
                   what + " (" + std::to_string(passed) + " s)" + (details.empty() ? "" : ": " + details));
-    }
-    end.get();
-    watched.stopping = jobs.Stopping();
-    return watched;
+    };
+    std::future<void> watcher;
+    std::promise<void> end; // behind the watcher, which ends when this goes
+    watcher = std::async(std::launch::async, [&show, ended = end.get_future()] {
+        ProgressLine line;
+        while (ended.wait_for(seconds(1)) != std::future_status::ready) {
+            show(line);
+        }
+    });
+    MLIBCErrSetEx(0, "", 0);
+    const bool done = work();
+    const int error = MLIBCErrGet();
+    end.set_value();
+    watcher.get();
+    return {done, error, jobs.Stopping()};
 }
 
 WatchedWork Watch(const std::string& what, const std::function<bool()>& work)
