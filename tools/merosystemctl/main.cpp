@@ -52,6 +52,15 @@ Examples:
 'merosystemctl COMMAND --help' tells a command's options. Called by an ordinary
 user, the user's own service manager is meant.)";
 
+/// What is wrong with a command line.
+std::string UsageMessage(const CLI::App* program, const CLI::Error& error)
+{
+    const Words unknown = program->remaining(true);
+    const bool isCommandMissing = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !unknown.empty();
+    return "merosystemctl: " + (isCommandMissing ? "there is no command " + unknown.front() : error.what()) +
+           "\nmerosystemctl: --help, also behind a command, tells what there is\n";
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -61,6 +70,7 @@ int main(int argc, char* argv[])
     program.set_version_flag("--version", "merosystemctl " MERO_VERSION);
     program.set_help_flag("-h,--help", "Print this help and exit");
     program.require_subcommand(1);
+    program.failure_message(UsageMessage);
     program.get_formatter()->column_width(28);
 
     Words words(argv + std::min(argc, 1), argv + argc);
@@ -68,6 +78,7 @@ int main(int argc, char* argv[])
     int exitCode = MERO::Tool::kDone;
     MERO::Tool::AddActionCommands(program, exitCode);
     MERO::Tool::AddStatusCommand(program, exitCode);
+    MERO::Tool::AddWhyCommand(program, exitCode);
     MERO::Tool::AddJobsCommand(program, exitCode);
     MERO::Tool::AddInfoCommand(program, exitCode);
     MERO::Tool::AddQueryCommands(program, exitCode);
@@ -79,7 +90,6 @@ int main(int argc, char* argv[])
     MERO::Tool::AddSliceCommands(program, exitCode);
     MERO::Tool::AddProcessCommands(program, exitCode);
     MERO::Tool::AddMaintenanceCommands(program, exitCode);
-    MERO::Tool::AddWhyCommand(program, exitCode);
     MERO::Tool::AddCompleteCommand(program, behindDashes, exitCode);
     program.footer(kFooter); // last: a command would inherit it
     try {

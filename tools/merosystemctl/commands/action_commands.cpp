@@ -41,6 +41,9 @@ struct Arguments {
 
 int Run(const Action& action, const Arguments& arguments)
 {
+    if (arguments.verify && arguments.noBlock) {
+        throw CLI::ExcludesError("--verify", "--no-block"); // the help shows no line for it
+    }
     Texts options;
     if (arguments.irreversibly) {
         options.emplace_back("--job-mode=replace-irreversibly");
@@ -50,8 +53,8 @@ int Run(const Action& action, const Arguments& arguments)
     }
     const std::string verb = action.verb;
     Texts failed;
-    const WatchedWork work =
-        Watch(verb + " " + ToCell(arguments.units), [&] { return action.run(options, arguments.units, failed); });
+    const WatchedWork work = Watch(verb + " " + ToCell(arguments.units),
+                                   [&](Progress&) { return action.run(options, arguments.units, failed); });
     if (!work.done) {
         const auto report = action.wanted == Wanted::Stopped ? ReportUnits : ReportStart;
         return report(false, verb, failed, work.error);
@@ -67,10 +70,9 @@ void AddActionCommands(CLI::App& program, int& exitCode)
         const auto arguments = std::make_shared<Arguments>();
         CLI::App* command = program.add_subcommand(action.verb, action.help);
         command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
-        CLI::Option* verify = command->add_flag("--verify", arguments->verify, "Look a second later how they are");
+        command->add_flag("--verify", arguments->verify, "Look a second later how they are");
         if (action.takesNoBlock) {
-            command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them")
-                ->excludes(verify);
+            command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
         }
         if (action.takesJobMode) {
             command->add_flag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");

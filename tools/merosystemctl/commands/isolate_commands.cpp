@@ -20,7 +20,8 @@ int Isolate(const std::string& target, bool noBlock)
     const MERO::Systemd::IsolateOptions options{.noBlock = noBlock};
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
     const std::string what = "isolating to " + target;
-    const WatchedWork isolated = Watch(what, [&] { return MEROSystemdIsolateTarget(target, options, &result); });
+    const WatchedWork isolated =
+        Watch(what, [&](Progress&) { return MEROSystemdIsolateTarget(target, options, &result); });
     if (!isolated.done) {
         return ReportFailure(what, isolated.error);
     }

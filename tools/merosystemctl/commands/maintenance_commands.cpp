@@ -56,7 +56,7 @@ void AddMaintenanceCommands(CLI::App& program, int& exitCode)
         }
         Texts failed;
         const WatchedWork work = Watch("uninstall " + ToCell(arguments->units),
-                                       [&] { return MEROSystemdUninstall(arguments->units, failed); });
+                                       [&](Progress&) { return MEROSystemdUninstall(arguments->units, failed); });
         exitCode = ReportUnits(work.done, "uninstall", failed, work.error);
     });
 

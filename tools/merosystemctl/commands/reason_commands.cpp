@@ -62,8 +62,9 @@ void AddReasonCommands(CLI::App& program, int& exitCode)
         command->callback([&change, arguments, &exitCode] {
             Texts failed;
             const std::string verb = std::string("reason ") + change.verb;
-            const WatchedWork work = Watch(verb + " " + arguments->reason + " " + ToCell(arguments->services),
-                                           [&] { return change.run(arguments->reason, arguments->services, failed); });
+            const WatchedWork work =
+                Watch(verb + " " + arguments->reason + " " + ToCell(arguments->services),
+                      [&](Progress&) { return change.run(arguments->reason, arguments->services, failed); });
             exitCode = ReportUnits(work.done, verb, failed, work.error);
         });
     }

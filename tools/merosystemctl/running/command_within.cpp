@@ -4,22 +4,19 @@
 #include "running/run_command.h"
 #include "running/watched_work.h"
 
-#include <atomic>
-
 namespace MERO::Tool {
 
 int RunWithin(const CommandWithin& command)
 {
     const SignalsToCommand signals;
-    std::atomic<bool> isRunning = false;
     bool wasReached = false;
     int code = kDone;
-    const WatchedWork work = Watch(command.before, isRunning, [&] {
+    const WatchedWork work = Watch(command.before, [&](Progress& progress) {
         return command.action([&] {
             wasReached = true;
-            isRunning = true;
+            progress.Pause();
             code = command.run();
-            isRunning = false;
+            progress.Resume();
             return code == kDone;
         });
     });

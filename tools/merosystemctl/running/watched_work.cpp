@@ -1,6 +1,5 @@
 #include "running/watched_work.h"
 
-#include "output/progress_line.h"
 #include "running/job_watch.h"
 
 #include <merocore/error.h>
@@ -10,41 +9,53 @@
 
 namespace MERO::Tool {
 
-WatchedWork Watch(const std::string& what, const std::atomic<bool>& isQuiet, const std::function<bool()>& work)
+void Progress::Show(const std::string& matter, const std::string& details)
+{
+    const std::lock_guard lock(mutex_);
+    if (!isPaused_) {
+        line_.Show(matter, details);
+    }
+}
+
+void Progress::Pause()
+{
+    const std::lock_guard lock(mutex_);
+    isPaused_ = true;
+    line_.Clear();
+}
+
+void Progress::Resume()
+{
+    const std::lock_guard lock(mutex_);
+    isPaused_ = false;
+}
+
+WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>& work)
 {
     using std::chrono::seconds;
     const auto began = std::chrono::steady_clock::now();
     JobWatch jobs;
-    const auto show = [&](ProgressLine& line) {
+    Progress progress;
+    const auto show = [&] {
         jobs.Update();
-        if (isQuiet) {
-            line.Clear();
-            return;
-        }
         const auto passed = std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now() - began).count();
         const std::string details = jobs.Details();
-        line.Show(what + " " + ToCell(jobs.Units()),
-                  what + " (" + std::to_string(passed) + " s)" + (details.empty() ? "" : ": " + details));
+        progress.Show(what + " " + ToCell(jobs.Units()),
+                      what + " (" + std::to_string(passed) + " s)" + (details.empty() ? "" : ": " + details));
     };
     std::future<void> watcher;
     std::promise<void> end; // behind the watcher, which ends when this goes
     watcher = std::async(std::launch::async, [&show, ended = end.get_future()] {
-        ProgressLine line;
         while (ended.wait_for(seconds(1)) != std::future_status::ready) {
-            show(line);
+            show();
         }
     });
     MLIBCErrSetEx(0, "", 0);
-    const bool done = work();
+    const bool done = work(progress);
     const int error = MLIBCErrGet();
     end.set_value();
     watcher.get();
     return {done, error, jobs.Stopping()};
-}
-
-WatchedWork Watch(const std::string& what, const std::function<bool()>& work)
-{
-    return Watch(what, false, work);
 }
 
 } // namespace MERO::Tool

@@ -1,11 +1,27 @@
 #pragma once
 
 #include "output/output.h"
+#include "output/progress_line.h"
 
-#include <atomic>
 #include <functional>
+#include <mutex>
 
 namespace MERO::Tool {
+
+/// What is shown while something takes long. For two threads: the one that works, and the one that shows.
+class Progress {
+public:
+    void Show(const std::string& matter, const std::string& details);
+
+    /// Takes the line off the terminal, and shows nothing until Resume(): somebody else prints there.
+    void Pause();
+    void Resume();
+
+private:
+    std::mutex mutex_;
+    ProgressLine line_;
+    bool isPaused_ = false;
+};
 
 struct WatchedWork {
     bool done;      ///< what the work returned
@@ -14,8 +30,7 @@ struct WatchedWork {
 };
 
 /// Runs `work`. From its second second on a line says what is done, for how long, and which jobs systemd is busy with
-/// meanwhile, unless `isQuiet`. It is the work that stays in this thread: sessions of PAM are for the first one only.
-WatchedWork Watch(const std::string& what, const std::atomic<bool>& isQuiet, const std::function<bool()>& work);
-WatchedWork Watch(const std::string& what, const std::function<bool()>& work);
+/// meanwhile. It is the work that stays in this thread: sessions of PAM are for the first one only.
+WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>& work);
 
 } // namespace MERO::Tool
