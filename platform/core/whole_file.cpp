@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
+#include <cinttypes>
 #include <cstdio>
 
 namespace MERO::Core {
@@ -28,7 +28,7 @@ public:
             // O_EXCL settles what chance does not.
             [[maybe_unused]] const ssize_t count = getrandom(&number, sizeof number, GRND_NONBLOCK);
             char suffix[24];
-            std::snprintf(suffix, sizeof suffix, ".%016llx", static_cast<unsigned long long>(number + attempt));
+            std::snprintf(suffix, sizeof suffix, ".%016" PRIx64, number + attempt);
             path_ = target + suffix;
             file_ = Descriptor(open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
             if (!file_ && errno != EEXIST) {

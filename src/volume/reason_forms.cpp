@@ -13,6 +13,7 @@ bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std:
                         const std::vector<std::string>& vecServices, std::vector<std::string>& vecFailed)
 {
     using std::string; // the conditions' texts are logged as they stand
+    // NOLINTNEXTLINE(performance-faster-string-find)
     if (!MERO_VALID_AT(where, !strReason.empty()) || !MERO_VALID_AT(where, string::npos == strReason.find("/")) ||
         !MERO_VALID_AT(where, "." != strReason && ".." != strReason) || // it becomes a file's name
         !MERO_VALID_AT(where, !vecServices.empty())) {
