@@ -52,7 +52,8 @@ bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string
 /// Opens a PAM session of the service "systemd-user" for the calling user and puts its variables into the process
 /// environment, so that `systemctl --user` finds the user's manager. Nothing happens for root. Failures are logged.
 /// The session is never closed, and the variables' texts are never freed. Other threads must not use the environment
-/// meanwhile.
+/// meanwhile. Where PAM's configuration has pam_loginuid, as Debian's does, only the process' first thread can open the
+/// session: an ordinary user's program calls it, or the first operation, there.
 void MEROSystemdPutEnvByPAMSystemd();
 
 /// @}
