@@ -24,7 +24,7 @@ Words TakeBehindDashes(Words& words)
     if (!RunsCommand(words) || dashes == words.end()) {
         return {};
     }
-    const Words behind(dashes + 1, words.end());
+    Words behind(dashes + 1, words.end());
     words.erase(dashes, words.end());
     return behind;
 }
