@@ -21,7 +21,8 @@ exec 9<&-
 box=/tmp/mero-sandbox
 work=/dev/shm/sandbox-test.$$
 mkdir "$work"
-trap 'rm -rf "$work"' EXIT
+# A job that is interrupted at its very beginning still has this trap.
+trap '[ "$BASHPID" != $$ ] || rm -rf "$work"' EXIT
 # Jobs get process groups of their own, and SIGINT is not ignored in them.
 set -m
 

@@ -1,6 +1,7 @@
 #include "commands/commands.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -100,8 +101,10 @@ void AddEnablementCommands(CLI::App& program, int& exitCode)
                 options.push_back(kRuntime);
             }
             Texts failed;
-            const bool done = change.run(options, arguments->units, failed);
-            exitCode = ReportUnits(done, change.verb, failed);
+            const std::string verb = change.verb;
+            const WatchedWork work = Watch(verb + " " + ToCell(arguments->units),
+                                           [&](Progress&) { return change.run(options, arguments->units, failed); });
+            exitCode = ReportUnits(work.done, verb, failed, work.error);
         });
     }
 }

@@ -38,13 +38,16 @@ void AddMaintenanceCommands(CLI::App& program, int& exitCode)
     CLI::App* resetFailed = program.add_subcommand("reset-failed", "Clear the failed state of units");
     resetFailed->callback([arguments, &exitCode] {
         Texts failed;
-        const bool done = MEROSystemdResetFailed(arguments->units, failed);
-        exitCode = ReportUnits(done, "reset-failed", failed);
+        const WatchedWork work = Watch("reset-failed " + ToCell(arguments->units),
+                                       [&](Progress&) { return MEROSystemdResetFailed(arguments->units, failed); });
+        exitCode = ReportUnits(work.done, "reset-failed", failed, work.error);
     });
 
     CLI::App* daemonReload = program.add_subcommand("daemon-reload", "Have systemd read its unit files again");
-    daemonReload->callback(
-        [&exitCode] { exitCode = MEROSystemdDaemonReload() ? kDone : ReportFailure("daemon-reload"); });
+    daemonReload->callback([&exitCode] {
+        const WatchedWork work = Watch("daemon-reload", [](Progress&) { return MEROSystemdDaemonReload(); });
+        exitCode = work.done ? kDone : ReportFailure("daemon-reload", work.error);
+    });
 
     CLI::App* uninstall = program.add_subcommand("uninstall", "Stop units and remove all that belongs to them");
     uninstall->add_flag("-y,--yes", arguments->yes, "Do not ask first on a terminal");

@@ -3,6 +3,7 @@
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -86,8 +87,10 @@ int List(const Texts& volumes, bool json)
 int Users(const std::string& mount, bool json)
 {
     Texts services;
-    if (!MEROSystemdServiceListByMntPath(mount, services)) {
-        return ReportFailure("looking for the users of " + mount);
+    const std::string what = "looking for the users of " + mount;
+    const WatchedWork work = Watch(what, [&](Progress&) { return MEROSystemdServiceListByMntPath(mount, services); });
+    if (!work.done) {
+        return ReportFailure(what, work.error);
     }
     std::sort(services.begin(), services.end());
     if (json) {

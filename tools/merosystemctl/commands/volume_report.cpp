@@ -1,5 +1,6 @@
 #include "commands/volume_report.h"
 #include "diagnosis/report.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -200,8 +201,10 @@ const CLI::Validator kIsVolume(
 int ShowVolumePlan(const Texts& volumes, bool json)
 {
     VolumeUnmountPlan plan;
-    if (!MEROSystemdVolumeUnmountPlan(volumes, plan)) {
-        return ReportFailure("planning to unmount " + ToCell(volumes));
+    const std::string what = "planning to unmount " + ToCell(volumes);
+    const WatchedWork work = Watch(what, [&](Progress&) { return MEROSystemdVolumeUnmountPlan(volumes, plan); });
+    if (!work.done) {
+        return ReportFailure(what, work.error);
     }
     json ? PrintPlanAsJson(plan) : PrintPlan(plan);
     return kDone;
