@@ -119,7 +119,7 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
     if (!text.empty() && text.size() < sizeof first) {
         return 0;
     }
-    // Only of a text that is empty or goes on can a pipe or a device be the source: the others need no fstat.
+    // A pipe that nobody writes to is empty, and a device mostly endless: other texts need no fstat.
     struct stat status;
     if (fstat(file.Get(), &status) != 0) {
         return MERO_FAIL(MLIBC_ERR_READ_FILE);

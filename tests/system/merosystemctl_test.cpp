@@ -299,6 +299,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
     Unit("picky.service", "[Unit]\nConditionPathExists=/nowhere\n[Service]\nType=oneshot\nExecStart=/bin/true\n");
     Unit("dies.service", "[Service]\nExecStart=/bin/false\n");
     Unit("reborn.service", "[Service]\nExecStart=/bin/sleep 0.2\nRestart=always\nRestartSec=0\n");
+    Unit("phoenix.service", "[Service]\nExecStart=/bin/sleep infinity\nRestart=always\nRestartSec=0\n");
     Unit("quick.service", "[Service]\nType=oneshot\nExecStart=/bin/true\n");
     Unit("off.service", "[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
     Unit("rival.service", "[Unit]\nConflicts=off.service\n[Service]\nExecStart=/bin/sleep infinity\n");
@@ -322,7 +323,10 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
         {"start dies", 0, ""},
         {"start --verify dies", 1, ".*a second later the unit is failed \\(failed\\)\n  failed .*exit code 1\n.*"},
         {"start --verify reborn", 1, "merosystemctl: reborn: start was done, but .*"},
-        {"stop --verify reborn web", 0, ""},
+        {"start phoenix; systemctl kill -s KILL phoenix; sleep 0.5", 0, ""},
+        {"show phoenix NRestarts", 0, "1\n"},
+        {"start --verify phoenix", 0, ""}, // what was before does not count
+        {"stop --verify reborn web phoenix", 0, ""},
         {"start rival", 0, ""},
         {"why off", 3, ".*\nconflict +rival.service runs\n +-> merosystemctl stop rival.service\ndisabled .*"},
         {"start unmount-volume-begin.target", 0, ""},

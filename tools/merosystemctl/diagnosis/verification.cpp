@@ -14,16 +14,11 @@ namespace {
 
 constexpr auto kTimeToDie = std::chrono::seconds(1);
 
-/// A service that ended and was started again by systemd has died too: systemd counts from the last start that was
-/// asked for.
-bool HasDied(const UnitProperties& unit)
+bool IsAs(Wanted wanted, const UnitProperties& before, const UnitProperties& unit)
 {
-    return unit["ActiveState"] == "failed" || unit["SubState"] == "auto-restart" ||
-           (!unit["NRestarts"].empty() && unit["NRestarts"] != "0");
-}
-
-bool IsAs(Wanted wanted, const UnitProperties& unit)
-{
+    // One that systemd started again meanwhile has died too; restarts of former days do not count.
+    const bool hasDied = unit["ActiveState"] == "failed" || unit["SubState"] == "auto-restart" ||
+                         unit["NRestarts"] != before["NRestarts"];
     const std::string& active = unit["ActiveState"];
     const bool isRunning = active == "active" || active == "reloading";
     const auto hasEndedWell = [&] {
@@ -33,9 +28,9 @@ bool IsAs(Wanted wanted, const UnitProperties& unit)
     };
     switch (wanted) {
     case Wanted::Running:
-        return !HasDied(unit) && (isRunning || hasEndedWell());
+        return !hasDied && (isRunning || hasEndedWell());
     case Wanted::NotFailed:
-        return !HasDied(unit);
+        return !hasDied;
     default:
         return active == "inactive" || active == "failed";
     }
@@ -45,14 +40,15 @@ bool IsAs(Wanted wanted, const UnitProperties& unit)
 
 int Verify(const Texts& units, const std::string& verb, Wanted wanted)
 {
+    const std::vector<UnitProperties> before = AskProperties(units, "NRestarts");
     std::this_thread::sleep_for(kTimeToDie);
     const std::vector<UnitProperties> states = AskProperties(units, "Id,ActiveState,SubState,Type,Result,NRestarts");
-    if (states.empty()) {
+    if (before.empty() || states.empty()) {
         return ReportFailure("verifying the " + verb);
     }
     int code = kDone;
     for (std::size_t i = 0; i < units.size(); ++i) {
-        if (IsAs(wanted, states[i])) {
+        if (IsAs(wanted, before[i], states[i])) {
             continue;
         }
         code = kFailed;
