@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "diagnosis/verification.h"
 #include "output/output.h"
@@ -42,7 +43,7 @@ struct Arguments {
 int Run(const Action& action, const Arguments& arguments)
 {
     if (arguments.verify && arguments.noBlock) {
-        throw CLI::ExcludesError("--verify", "--no-block"); // the help shows no line for it
+        throw UsageError("--verify excludes --no-block"); // the help shows no line for it
     }
     Texts options;
     if (arguments.irreversibly) {
@@ -64,20 +65,20 @@ int Run(const Action& action, const Arguments& arguments)
 
 } // namespace
 
-void AddActionCommands(CLI::App& program, int& exitCode)
+void AddActionCommands(const Command& program)
 {
     for (const Action& action : kActions) {
         const auto arguments = std::make_shared<Arguments>();
-        CLI::App* command = program.add_subcommand(action.verb, action.help);
-        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
-        command->add_flag("--verify", arguments->verify, "Look a second later how they are");
+        const Command command = program.AddCommand(action.verb, action.help);
+        AddUnits(command, arguments->units);
+        command.AddFlag("--verify", arguments->verify, "Look a second later how they are");
         if (action.takesNoBlock) {
-            command->add_flag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
+            command.AddFlag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
         }
         if (action.takesJobMode) {
-            command->add_flag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");
+            command.AddFlag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");
         }
-        command->callback([&action, arguments, &exitCode] { exitCode = Run(action, *arguments); });
+        command.OnCall([&action, arguments] { return Run(action, *arguments); });
     }
 }
 

@@ -1,5 +1,4 @@
 #include "commands/commands.h"
-#include "commands/usage_tail.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/run_command.h"
@@ -43,10 +42,12 @@ struct Move {
     std::string slice;
     bool monitorOnly = false;
     bool toRoot = false;
+    Texts command;
 };
 
-int MoveAndRun(const Move& move, const Texts& command)
+int MoveAndRun(const Move& move)
 {
+    const Texts& command = move.command;
     if (command.empty() || move.slice.empty() != move.toRoot) {
         PrintError("cgroup move takes a slice or --root, and a command behind --");
         return kUsage;
@@ -66,10 +67,9 @@ int MoveAndRun(const Move& move, const Texts& command)
 
 } // namespace
 
-void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCode)
+void AddCgroupCommands(const Command& program)
 {
-    CLI::App* cgroup = program.add_subcommand("cgroup", "Tell and change the cgroup of processes");
-    cgroup->require_subcommand(1);
+    const Command cgroup = program.AddGroup("cgroup", "Tell and change the cgroup of processes");
 
     struct Arguments {
         int pid = 0;
@@ -77,19 +77,18 @@ void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
         Move move;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* show = cgroup->add_subcommand("show", "Tell the unit and the cgroups of a process");
-    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::Range(1, kMaxPid));
-    show->add_flag("--json", arguments->json, "As a JSON object");
-    show->callback([arguments, &exitCode] { exitCode = Show(arguments->pid, arguments->json); });
+    const Command show = cgroup.AddCommand("show", "Tell the unit and the cgroups of a process");
+    show.AddOperand("PID", arguments->pid, "A process ID").MustLie(1, kMaxPid);
+    show.AddFlag("--json", arguments->json, "As a JSON object");
+    show.OnCall([arguments] { return Show(arguments->pid, arguments->json); });
 
-    CLI::App* move = cgroup->add_subcommand("move", "Run a command in a slice");
-    move->add_option("SLICE", arguments->move.slice, "A slice of systemd's and the monitor's hierarchy");
-    CLI::Option* only =
-        move->add_flag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
-    move->add_flag("--root", arguments->move.toRoot, "In place of SLICE: the root of systemd's hierarchy")
-        ->excludes(only);
-    SetUsageTail(*move, "-- COMMAND...");
-    move->callback([arguments, &behindDashes, &exitCode] { exitCode = MoveAndRun(arguments->move, behindDashes); });
+    const Command move = cgroup.AddCommand("move", "Run a command in a slice");
+    move.AddOptionalOperand("SLICE", arguments->move.slice, "A slice of systemd's and the monitor's hierarchy");
+    const Argument only =
+        move.AddFlag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
+    move.AddFlag("--root", arguments->move.toRoot, "In place of SLICE: the root of systemd's hierarchy").Excludes(only);
+    move.TakeBehindDashes(arguments->move.command, "-- COMMAND...");
+    move.OnCall([arguments] { return MoveAndRun(arguments->move); });
 }
 
 } // namespace MERO::Tool

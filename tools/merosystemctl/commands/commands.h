@@ -1,28 +1,25 @@
 #pragma once
 
-#include "output/output.h"
-
-#include <CLI/CLI.hpp>
+#include "command_line/command_line.h"
 
 namespace MERO::Tool {
 
-// Each adds its commands to the program. A command that was called leaves its exit code in `exitCode`. `behindDashes`
-// are the words of a command that the program is to run.
-void AddActionCommands(CLI::App& program, int& exitCode);
-void AddCgroupCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
-void AddCompleteCommand(CLI::App& program, const Texts& behindDashes, int& exitCode);
-void AddEnablementCommands(CLI::App& program, int& exitCode);
-void AddInfoCommand(CLI::App& program, int& exitCode);
-void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
-void AddJobsCommand(CLI::App& program, int& exitCode);
-void AddMaintenanceCommands(CLI::App& program, int& exitCode);
-void AddProcessCommands(CLI::App& program, int& exitCode);
-void AddQueryCommands(CLI::App& program, int& exitCode);
-void AddReasonCommands(CLI::App& program, int& exitCode);
-void AddSliceCommands(CLI::App& program, int& exitCode);
-void AddStatusCommand(CLI::App& program, int& exitCode);
-void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCode);
-void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& exitCode);
-void AddWhyCommand(CLI::App& program, int& exitCode);
+// Each adds its commands to the program, or to a group of it.
+void AddActionCommands(const Command& program);
+void AddCgroupCommands(const Command& program);
+void AddCompleteCommand(CommandLine& commandLine);
+void AddEnablementCommands(const Command& program);
+void AddInfoCommand(const Command& program);
+void AddIsolateCommands(const Command& program);
+void AddJobsCommand(const Command& program);
+void AddMaintenanceCommands(const Command& program);
+void AddProcessCommands(const Command& program);
+void AddQueryCommands(const Command& program);
+void AddReasonCommands(const Command& program);
+void AddSliceCommands(const Command& program);
+void AddStatusCommand(const Command& program);
+void AddVolumeCommands(const Command& program);
+void AddVolumeUnmountCommand(const Command& volume);
+void AddWhyCommand(const Command& program);
 
 } // namespace MERO::Tool

@@ -2,18 +2,21 @@
 #include "completion/candidates.h"
 
 #include <iostream>
+#include <memory>
 
 namespace MERO::Tool {
 
-void AddCompleteCommand(CLI::App& program, const Texts& behindDashes, int& exitCode)
+void AddCompleteCommand(CommandLine& commandLine)
 {
-    CLI::App* command = program.add_subcommand("complete", "Print what may stand at the end of a command line");
-    command->group(""); // for the shells: the help leaves it out
-    command->callback([&program, &behindDashes, &exitCode] {
-        for (const std::string& candidate : Candidates(program, behindDashes)) {
+    const auto words = std::make_shared<Texts>();
+    const Command command =
+        commandLine.Program().AddCommand("complete", "Print what may stand at the end of a command line");
+    command.Hide().TakeBehindDashes(*words, "-- [WORD...]"); // it is for the shells
+    command.OnCall([&commandLine, words] {
+        for (const std::string& candidate : Candidates(commandLine, *words)) {
             std::cout << candidate << '\n';
         }
-        exitCode = kDone;
+        return kDone;
     });
 }
 

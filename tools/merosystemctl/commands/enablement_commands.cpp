@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/watched_work.h"
@@ -84,15 +85,15 @@ struct Arguments {
 
 } // namespace
 
-void AddEnablementCommands(CLI::App& program, int& exitCode)
+void AddEnablementCommands(const Command& program)
 {
     for (const Change& change : kChanges) {
         const auto arguments = std::make_shared<Arguments>();
-        CLI::App* command = program.add_subcommand(change.verb, change.help);
-        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
-        command->add_flag("--runtime", arguments->runtime, "Until the next boot only");
-        command->add_flag("--offline", arguments->offline, "Change the files, without the manager");
-        command->callback([&change, arguments, &exitCode] {
+        const Command command = program.AddCommand(change.verb, change.help);
+        AddUnits(command, arguments->units);
+        command.AddFlag("--runtime", arguments->runtime, "Until the next boot only");
+        command.AddFlag("--offline", arguments->offline, "Change the files, without the manager");
+        command.OnCall([&change, arguments] {
             Texts options;
             if (arguments->offline) {
                 options.push_back(kOffline);
@@ -104,7 +105,7 @@ void AddEnablementCommands(CLI::App& program, int& exitCode)
             const std::string verb = change.verb;
             const WatchedWork work = Watch(verb + " " + ToCell(arguments->units),
                                            [&](Progress&) { return change.run(options, arguments->units, failed); });
-            exitCode = ReportUnits(work.done, verb, failed, work.error);
+            return ReportUnits(work.done, verb, failed, work.error);
         });
     }
 }

@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "output/output.h"
 
 #include <merosystemd/systemd.hpp>
@@ -76,25 +77,25 @@ void PrintAsJson(const Metadata& data)
 
 } // namespace
 
-void AddInfoCommand(CLI::App& program, int& exitCode)
+void AddInfoCommand(const Command& program)
 {
     struct Arguments {
         std::string unit;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = program.add_subcommand("info", "Show a unit's metadata, from its unit file");
-    command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
-    command->add_flag("--json", arguments->json, "As a JSON object");
-    command->callback([arguments, &exitCode] {
+    const Command command = program.AddCommand("info", "Show a unit's metadata, from its unit file");
+    AddUnit(command, arguments->unit);
+    command.AddFlag("--json", arguments->json, "As a JSON object");
+    command.OnCall([arguments] {
         Metadata data;
         data.unit = arguments->unit;
         if (!Read(data)) {
             PrintError(data.unit + ": no unit file of this name in the system's unit directories");
-            exitCode = kNoSuchUnit;
-            return;
+            return kNoSuchUnit;
         }
         arguments->json ? PrintAsJson(data) : Print(data);
+        return kDone;
     });
 }
 

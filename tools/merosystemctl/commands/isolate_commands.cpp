@@ -1,5 +1,4 @@
 #include "commands/commands.h"
-#include "commands/usage_tail.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/command_within.h"
@@ -78,28 +77,29 @@ int RunIn(const std::string& target, const Texts& command)
 
 } // namespace
 
-void AddIsolateCommands(CLI::App& program, const Texts& behindDashes, int& exitCode)
+void AddIsolateCommands(const Command& program)
 {
     struct Arguments {
         std::string target;
+        Texts command;
         bool noBlock = false;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
 
-    CLI::App* isolate = program.add_subcommand("isolate", "Switch the machine to a target");
-    isolate->add_option("TARGET", arguments->target, "A target that allows it")->required();
-    isolate->add_flag("--no-block", arguments->noBlock, "Do not wait for the target, only for the stops");
-    isolate->callback([arguments, &exitCode] { exitCode = Isolate(arguments->target, arguments->noBlock); });
+    const Command isolate = program.AddCommand("isolate", "Switch the machine to a target");
+    isolate.AddOperand("TARGET", arguments->target, "A target that allows it");
+    isolate.AddFlag("--no-block", arguments->noBlock, "Do not wait for the target, only for the stops");
+    isolate.OnCall([arguments] { return Isolate(arguments->target, arguments->noBlock); });
 
-    CLI::App* state = program.add_subcommand("isolate-state", "Tell whether an isolation is going on");
-    state->add_flag("--json", arguments->json, "As a JSON object");
-    state->callback([arguments, &exitCode] { exitCode = PrintState(arguments->json); });
+    const Command state = program.AddCommand("isolate-state", "Tell whether an isolation is going on");
+    state.AddFlag("--json", arguments->json, "As a JSON object");
+    state.OnCall([arguments] { return PrintState(arguments->json); });
 
-    CLI::App* runIn = program.add_subcommand("run-in", "Run a command in a target, and return to the default");
-    runIn->add_option("TARGET", arguments->target, "A target that allows to be isolated")->required();
-    SetUsageTail(*runIn, "-- COMMAND...");
-    runIn->callback([arguments, &behindDashes, &exitCode] { exitCode = RunIn(arguments->target, behindDashes); });
+    const Command runIn = program.AddCommand("run-in", "Run a command in a target, and return to the default");
+    runIn.AddOperand("TARGET", arguments->target, "A target that allows to be isolated");
+    runIn.TakeBehindDashes(arguments->command, "-- COMMAND...");
+    runIn.OnCall([arguments] { return RunIn(arguments->target, arguments->command); });
 }
 
 } // namespace MERO::Tool

@@ -36,18 +36,18 @@ void PrintJobsAsJson(const Jobs& jobs)
 
 } // namespace
 
-void AddJobsCommand(CLI::App& program, int& exitCode)
+void AddJobsCommand(const Command& program)
 {
     const auto json = std::make_shared<bool>(false);
-    CLI::App* command = program.add_subcommand("jobs", "List systemd's queued jobs");
-    command->add_flag("--json", *json, "As a JSON array");
-    command->callback([json, &exitCode] {
+    const Command command = program.AddCommand("jobs", "List systemd's queued jobs");
+    command.AddFlag("--json", *json, "As a JSON array");
+    command.OnCall([json]() -> int {
         Jobs jobs;
         if (!MEROSystemdIntJobList(jobs)) {
-            exitCode = ReportFailure("listing the jobs");
-            return;
+            return ReportFailure("listing the jobs");
         }
         *json ? PrintJobsAsJson(jobs) : PrintJobs(jobs);
+        return kDone;
     });
 }
 

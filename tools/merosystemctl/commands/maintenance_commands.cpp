@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/watched_work.h"
@@ -27,7 +28,7 @@ bool IsWanted(const Texts& units)
 
 } // namespace
 
-void AddMaintenanceCommands(CLI::App& program, int& exitCode)
+void AddMaintenanceCommands(const Command& program)
 {
     struct Arguments {
         Texts units;
@@ -35,36 +36,35 @@ void AddMaintenanceCommands(CLI::App& program, int& exitCode)
     };
     const auto arguments = std::make_shared<Arguments>();
 
-    CLI::App* resetFailed = program.add_subcommand("reset-failed", "Clear the failed state of units");
-    resetFailed->callback([arguments, &exitCode] {
+    const Command resetFailed = program.AddCommand("reset-failed", "Clear the failed state of units");
+    resetFailed.OnCall([arguments] {
         Texts failed;
         const WatchedWork work = Watch("reset-failed " + ToCell(arguments->units),
                                        [&](Progress&) { return MEROSystemdResetFailed(arguments->units, failed); });
-        exitCode = ReportUnits(work.done, "reset-failed", failed, work.error);
+        return ReportUnits(work.done, "reset-failed", failed, work.error);
     });
 
-    CLI::App* daemonReload = program.add_subcommand("daemon-reload", "Have systemd read its unit files again");
-    daemonReload->callback([&exitCode] {
+    const Command daemonReload = program.AddCommand("daemon-reload", "Have systemd read its unit files again");
+    daemonReload.OnCall([] {
         const WatchedWork work = Watch("daemon-reload", [](Progress&) { return MEROSystemdDaemonReload(); });
-        exitCode = work.done ? kDone : ReportFailure("daemon-reload", work.error);
+        return work.done ? kDone : ReportFailure("daemon-reload", work.error);
     });
 
-    CLI::App* uninstall = program.add_subcommand("uninstall", "Stop units and remove all that belongs to them");
-    uninstall->add_flag("-y,--yes", arguments->yes, "Do not ask first on a terminal");
-    uninstall->callback([arguments, &exitCode] {
+    const Command uninstall = program.AddCommand("uninstall", "Stop units and remove all that belongs to them");
+    uninstall.AddFlag("-y,--yes", arguments->yes, "Do not ask first on a terminal");
+    uninstall.OnCall([arguments]() -> int {
         if (!arguments->yes && !IsWanted(arguments->units)) {
             PrintError("nothing was done");
-            exitCode = kFailed;
-            return;
+            return kFailed;
         }
         Texts failed;
         const WatchedWork work = Watch("uninstall " + ToCell(arguments->units),
                                        [&](Progress&) { return MEROSystemdUninstall(arguments->units, failed); });
-        exitCode = ReportUnits(work.done, "uninstall", failed, work.error);
+        return ReportUnits(work.done, "uninstall", failed, work.error);
     });
 
-    for (CLI::App* command : {resetFailed, uninstall}) {
-        command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
+    for (const Command& command : {resetFailed, uninstall}) {
+        AddUnits(command, arguments->units);
     }
 }
 

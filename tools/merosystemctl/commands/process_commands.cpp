@@ -1,7 +1,8 @@
 #include "commands/commands.h"
-#include "commands/interval_option.h"
+#include "commands/usual_arguments.h"
 #include "usage/usage_report.h"
 
+#include <limits>
 #include <memory>
 #include <thread>
 
@@ -32,10 +33,9 @@ int Show(int pid, Seconds interval, bool json)
 
 } // namespace
 
-void AddProcessCommands(CLI::App& program, int& exitCode)
+void AddProcessCommands(const Command& program)
 {
-    CLI::App* process = program.add_subcommand("process", "Show what a process uses of the machine");
-    process->require_subcommand(1);
+    const Command process = program.AddGroup("process", "Show what a process uses of the machine");
 
     struct Arguments {
         int pid = 0;
@@ -43,12 +43,11 @@ void AddProcessCommands(CLI::App& program, int& exitCode)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* show = process->add_subcommand("show", "Show a process' CPU time, memory, reads and writes");
-    show->add_option("PID", arguments->pid, "A process ID")->required()->check(CLI::PositiveNumber);
-    AddIntervalOption(*show, arguments->interval, "Measure for so long (1)");
-    show->add_flag("--json", arguments->json, "As a JSON object");
-    show->callback(
-        [arguments, &exitCode] { exitCode = Show(arguments->pid, Seconds(arguments->interval), arguments->json); });
+    const Command show = process.AddCommand("show", "Show a process' CPU time, memory, reads and writes");
+    show.AddOperand("PID", arguments->pid, "A process ID").MustLie(1, std::numeric_limits<int>::max());
+    AddInterval(show, arguments->interval, "Measure for so long (1)");
+    show.AddFlag("--json", arguments->json, "As a JSON object");
+    show.OnCall([arguments] { return Show(arguments->pid, Seconds(arguments->interval), arguments->json); });
 }
 
 } // namespace MERO::Tool

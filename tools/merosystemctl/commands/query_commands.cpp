@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 
@@ -25,51 +26,51 @@ int PrintNames(bool listed, const Texts& names, bool json)
     return kDone;
 }
 
-void AddShow(CLI::App& program, int& exitCode)
+void AddShow(const Command& program)
 {
     struct Arguments {
         std::string unit, property;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = program.add_subcommand("show", "Print one of the properties of a unit");
-    command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
-    command->add_option("PROPERTY", arguments->property, "Such as MainPID or FragmentPath")->required();
-    command->add_flag("--json", arguments->json, "As a JSON string");
-    command->callback([arguments, &exitCode] {
+    const Command command = program.AddCommand("show", "Print one of the properties of a unit");
+    AddUnit(command, arguments->unit);
+    command.AddOperand("PROPERTY", arguments->property, "Such as MainPID or FragmentPath");
+    command.AddFlag("--json", arguments->json, "As a JSON string");
+    command.OnCall([arguments]() -> int {
         std::string value;
         if (!MEROSystemdShow(arguments->unit, arguments->property, value)) {
-            exitCode = ReportFailure(arguments->unit + ": reading the property " + arguments->property);
-            return;
+            return ReportFailure(arguments->unit + ": reading the property " + arguments->property);
         }
         PrintText(value, arguments->json);
+        return kDone;
     });
 }
 
-void AddLists(CLI::App& program, int& exitCode)
+void AddLists(const Command& program)
 {
     struct Arguments {
         std::string type;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* units = program.add_subcommand("list-units", "List the installed unit files");
-    units->add_option("--type", arguments->type, "Only units of this type, such as service or mount");
-    CLI::App* services = program.add_subcommand("list-services", "List the installed services");
-    for (CLI::App* command : {units, services}) {
-        command->add_flag("--json", arguments->json, "As a JSON array");
+    const Command units = program.AddCommand("list-units", "List the installed unit files");
+    units.AddOption("--type", "TYPE", arguments->type, "Only units of this type, such as service or mount");
+    const Command services = program.AddCommand("list-services", "List the installed services");
+    for (const Command& command : {units, services}) {
+        command.AddFlag("--json", arguments->json, "As a JSON array");
     }
-    units->callback([arguments, &exitCode] {
+    units.OnCall([arguments] {
         Texts names;
-        exitCode = PrintNames(MEROSystemdListUnits(names, arguments->type), names, arguments->json);
+        return PrintNames(MEROSystemdListUnits(names, arguments->type), names, arguments->json);
     });
-    services->callback([arguments, &exitCode] {
+    services.OnCall([arguments] {
         Texts names;
-        exitCode = PrintNames(MEROSystemdServiceList(names), names, arguments->json);
+        return PrintNames(MEROSystemdServiceList(names), names, arguments->json);
     });
 }
 
-void AddDefaultTarget(CLI::App& program, int& exitCode)
+void AddDefaultTarget(const Command& program)
 {
     struct Arguments {
         std::string target;
@@ -77,33 +78,32 @@ void AddDefaultTarget(CLI::App& program, int& exitCode)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = program.add_subcommand("default-target", "Print or set the target that the machine boots into");
-    CLI::Option* target = command->add_option("TARGET", arguments->target, "Set this target");
-    command->add_flag("--offline", arguments->offline, "Change the files, without the manager")->needs(target);
-    command->add_flag("--json", arguments->json, "As a JSON string")->excludes(target);
-    command->callback([arguments, &exitCode] {
+    const Command command = program.AddCommand("default-target", "Print or set the target that the machine boots into");
+    const Argument target = command.AddOptionalOperand("TARGET", arguments->target, "Set this target");
+    command.AddFlag("--offline", arguments->offline, "Change the files, without the manager").Needs(target);
+    command.AddFlag("--json", arguments->json, "As a JSON string").Excludes(target);
+    command.OnCall([arguments]() -> int {
         if (!arguments->target.empty()) {
             const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
                                                  : MEROSystemdDefaultTargetSet(arguments->target);
-            exitCode = done ? kDone : ReportFailure("setting the default target");
-            return;
+            return done ? kDone : ReportFailure("setting the default target");
         }
         std::string target;
         if (!MEROSystemdDefaultTargetGet(target)) {
-            exitCode = ReportFailure("reading the default target");
-            return;
+            return ReportFailure("reading the default target");
         }
         PrintText(target, arguments->json);
+        return kDone;
     });
 }
 
 } // namespace
 
-void AddQueryCommands(CLI::App& program, int& exitCode)
+void AddQueryCommands(const Command& program)
 {
-    AddShow(program, exitCode);
-    AddLists(program, exitCode);
-    AddDefaultTarget(program, exitCode);
+    AddShow(program);
+    AddLists(program);
+    AddDefaultTarget(program);
 }
 
 } // namespace MERO::Tool

@@ -46,26 +46,25 @@ int List(Texts services, bool json)
 
 } // namespace
 
-void AddReasonCommands(CLI::App& program, int& exitCode)
+void AddReasonCommands(const Command& program)
 {
-    CLI::App* reason = program.add_subcommand("reason", "Hold services stopped for reasons");
-    reason->require_subcommand(1);
+    const Command reason = program.AddGroup("reason", "Hold services stopped for reasons");
     for (const Change& change : kChanges) {
         struct Arguments {
             std::string reason;
             Texts services;
         };
         const auto arguments = std::make_shared<Arguments>();
-        CLI::App* command = reason->add_subcommand(change.verb, change.help);
-        command->add_option("REASON", arguments->reason, "A name for the cause, without \"/\"")->required();
-        command->add_option("SERVICE", arguments->services, "Services")->required();
-        command->callback([&change, arguments, &exitCode] {
+        const Command command = reason.AddCommand(change.verb, change.help);
+        command.AddOperand("REASON", arguments->reason, "A name for the cause, without \"/\"");
+        command.AddOperand("SERVICE", arguments->services, "Services");
+        command.OnCall([&change, arguments] {
             Texts failed;
             const std::string verb = std::string("reason ") + change.verb;
             const WatchedWork work =
                 Watch(verb + " " + arguments->reason + " " + ToCell(arguments->services),
                       [&](Progress&) { return change.run(arguments->reason, arguments->services, failed); });
-            exitCode = ReportUnits(work.done, verb, failed, work.error);
+            return ReportUnits(work.done, verb, failed, work.error);
         });
     }
 
@@ -74,10 +73,10 @@ void AddReasonCommands(CLI::App& program, int& exitCode)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* list = reason->add_subcommand("list", "List the reasons of services");
-    list->add_option("SERVICE", arguments->services, "Services; without any, all that are held");
-    list->add_flag("--json", arguments->json, "As a JSON object");
-    list->callback([arguments, &exitCode] { exitCode = List(arguments->services, arguments->json); });
+    const Command list = reason.AddCommand("list", "List the reasons of services");
+    list.AddOptionalOperand("SERVICE", arguments->services, "Services; without any, all that are held");
+    list.AddFlag("--json", arguments->json, "As a JSON object");
+    list.OnCall([arguments] { return List(arguments->services, arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -1,6 +1,6 @@
 #include "commands/commands.h"
-#include "commands/interval_option.h"
 #include "commands/slice_kill.h"
+#include "commands/usual_arguments.h"
 #include "output/amounts.h"
 #include "top/slice_top.h"
 #include "usage/slice_monitor.h"
@@ -126,10 +126,9 @@ int Show(const std::string& slice, Seconds interval, bool json)
 
 } // namespace
 
-void AddSliceCommands(CLI::App& program, int& exitCode)
+void AddSliceCommands(const Command& program)
 {
-    CLI::App* slice = program.add_subcommand("slice", "Show what slices use of the machine, and kill them");
-    slice->require_subcommand(1);
+    const Command slice = program.AddGroup("slice", "Show what slices use of the machine, and kill them");
 
     struct Arguments {
         std::string slice;
@@ -139,31 +138,27 @@ void AddSliceCommands(CLI::App& program, int& exitCode)
     };
     const auto arguments = std::make_shared<Arguments>();
 
-    CLI::App* list = slice->add_subcommand("list", "List the slices that are tracked");
-    list->add_flag("--json", arguments->json, "As a JSON array");
-    list->callback([arguments, &exitCode] { exitCode = List(arguments->json); });
+    const Command list = slice.AddCommand("list", "List the slices that are tracked");
+    list.AddFlag("--json", arguments->json, "As a JSON array");
+    list.OnCall([arguments] { return List(arguments->json); });
 
-    CLI::App* show = slice->add_subcommand("show", "Show what the processes of a slice use");
-    show->add_option("SLICE", arguments->slice, "A slice that is tracked")->required();
-    AddIntervalOption(*show, arguments->interval, "Measure for so long (1)");
-    show->add_flag("--json", arguments->json, "As a JSON object");
-    show->callback(
-        [arguments, &exitCode] { exitCode = Show(arguments->slice, Seconds(arguments->interval), arguments->json); });
+    const Command show = slice.AddCommand("show", "Show what the processes of a slice use");
+    show.AddOperand("SLICE", arguments->slice, "A slice that is tracked");
+    AddInterval(show, arguments->interval, "Measure for so long (1)");
+    show.AddFlag("--json", arguments->json, "As a JSON object");
+    show.OnCall([arguments] { return Show(arguments->slice, Seconds(arguments->interval), arguments->json); });
 
-    CLI::App* kill = slice->add_subcommand("kill", "Stop a slice's units, and end what is left");
-    kill->add_option("SLICE", arguments->slice, "A slice of systemd's")->required();
-    kill->callback([arguments, &exitCode] { exitCode = KillSlice(arguments->slice); });
+    const Command kill = slice.AddCommand("kill", "Stop a slice's units, and end what is left");
+    kill.AddOperand("SLICE", arguments->slice, "A slice of systemd's");
+    kill.OnCall([arguments] { return KillSlice(arguments->slice); });
 
-    CLI::App* top = slice->add_subcommand("top", "Watch what the tracked slices use");
-    AddIntervalOption(*top, arguments->interval, "Measure so often (1)");
-    top->add_option("--count", arguments->count, "End after so many times")
-        ->option_text("N")
-        ->check(CLI::Range(1U, std::numeric_limits<unsigned>::max()));
-    top->add_flag("--json", arguments->json, "As a JSON array on a line, each time");
-    top->footer("A screen with keys on a terminal; elsewhere a line for each slice.");
-    top->callback([arguments, &exitCode] {
-        exitCode = ShowTop(Seconds(arguments->interval), arguments->count, arguments->json);
-    });
+    const Command top = slice.AddCommand("top", "Watch what the tracked slices use");
+    AddInterval(top, arguments->interval, "Measure so often (1)");
+    top.AddOption("--count", "N", arguments->count, "End after so many times")
+        .MustLie(1, std::numeric_limits<unsigned>::max());
+    top.AddFlag("--json", arguments->json, "As a JSON array on a line, each time");
+    top.SetNote("A screen with keys on a terminal; elsewhere a line for each slice.");
+    top.OnCall([arguments] { return ShowTop(Seconds(arguments->interval), arguments->count, arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
@@ -95,17 +96,17 @@ int Run(const Texts& units, bool json)
 
 } // namespace
 
-void AddStatusCommand(CLI::App& program, int& exitCode)
+void AddStatusCommand(const Command& program)
 {
     struct Arguments {
         Texts units;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = program.add_subcommand("status", "Show what state units are in");
-    command->add_option("UNIT", arguments->units, "Units; a name without a type means a service")->required();
-    command->add_flag("--json", arguments->json, "As a JSON array");
-    command->callback([arguments, &exitCode] { exitCode = Run(arguments->units, arguments->json); });
+    const Command command = program.AddCommand("status", "Show what state units are in");
+    AddUnits(command, arguments->units);
+    command.AddFlag("--json", arguments->json, "As a JSON array");
+    command.OnCall([arguments] { return Run(arguments->units, arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "commands/volume_report.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
@@ -14,9 +15,10 @@
 namespace MERO::Tool {
 namespace {
 
-const CLI::Validator
-    kIsNotEmpty([](std::string& text) { return text.empty() ? std::string("a name is missing") : std::string(); }, "",
-                "name");
+std::string NameFault(const std::string& name)
+{
+    return name.empty() ? "a name is missing" : "";
+}
 
 struct Change {
     const char* verb;
@@ -31,26 +33,27 @@ constexpr Change kChanges[] = {
      MEROSystemdPackageVolumeUnregister},
 };
 
-void AddChange(CLI::App& volumeCommand, const Change& change, int& exitCode)
+void AddChange(const Command& volumeCommand, const Change& change)
 {
     struct Arguments {
         std::string volume, unit, package;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = volumeCommand.add_subcommand(change.verb, change.help);
-    command->add_option("VOLUME", arguments->volume, "A mount path")->required()->check(kIsVolume);
-    CLI::Option* unit = command->add_option("--unit", arguments->unit, "The unit that uses it")->check(kIsNotEmpty);
-    command->add_option("--package", arguments->package, "The package whose services use it")
-        ->check(kIsNotEmpty)
-        ->excludes(unit);
-    command->callback([&change, arguments, &exitCode] {
+    const Command command = volumeCommand.AddCommand(change.verb, change.help);
+    command.AddOperand("VOLUME", arguments->volume, "A mount path").MustPass(VolumeFault);
+    const Argument unit = command.AddOption("--unit", "UNIT", arguments->unit, "The unit that uses it");
+    unit.MustPass(NameFault);
+    command.AddOption("--package", "NAME", arguments->package, "The package whose services use it")
+        .MustPass(NameFault)
+        .Excludes(unit);
+    command.OnCall([&change, arguments] {
         const bool forUnit = !arguments->unit.empty();
         if (!forUnit && arguments->package.empty()) {
-            throw CLI::RequiredError("--unit or --package");
+            throw UsageError("--unit or --package is required");
         }
         const std::string& name = forUnit ? arguments->unit : arguments->package;
         const bool done = (forUnit ? change.forUnit : change.forPackage)(name, arguments->volume);
-        exitCode = done ? kDone : ReportFailure(name + ": volume " + change.verb);
+        return done ? kDone : ReportFailure(name + ": volume " + change.verb);
     });
 }
 
@@ -116,12 +119,11 @@ int Dependency(const std::string& unit, bool json)
 
 } // namespace
 
-void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCode)
+void AddVolumeCommands(const Command& program)
 {
-    CLI::App* volume = program.add_subcommand("volume", "Know who uses volumes, and unmount them");
-    volume->require_subcommand(1);
+    const Command volume = program.AddGroup("volume", "Know who uses volumes, and unmount them");
     for (const Change& change : kChanges) {
-        AddChange(*volume, change, exitCode);
+        AddChange(volume, change);
     }
 
     struct Arguments {
@@ -131,27 +133,27 @@ void AddVolumeCommands(CLI::App& program, const Texts& behindDashes, int& exitCo
     };
     const auto arguments = std::make_shared<Arguments>();
 
-    CLI::App* list = volume->add_subcommand("list", "List who has registered volumes");
-    list->add_option("VOLUME", arguments->volumes, "Only these volumes")->check(kIsVolume);
-    list->add_flag("--json", arguments->json, "As a JSON array");
-    list->callback([arguments, &exitCode] { exitCode = List(arguments->volumes, arguments->json); });
+    const Command list = volume.AddCommand("list", "List who has registered volumes");
+    list.AddOptionalOperand("VOLUME", arguments->volumes, "Only these volumes").MustPass(VolumeFault);
+    list.AddFlag("--json", arguments->json, "As a JSON array");
+    list.OnCall([arguments] { return List(arguments->volumes, arguments->json); });
 
-    CLI::App* users = volume->add_subcommand("users", "List the services that use files on a volume");
-    users->add_option("MOUNT", arguments->name, "A mount path, or a device")->required()->check(kIsVolume);
-    users->add_flag("--json", arguments->json, "As a JSON array");
-    users->callback([arguments, &exitCode] { exitCode = Users(arguments->name, arguments->json); });
+    const Command users = volume.AddCommand("users", "List the services that use files on a volume");
+    users.AddOperand("MOUNT", arguments->name, "A mount path, or a device").MustPass(VolumeFault);
+    users.AddFlag("--json", arguments->json, "As a JSON array");
+    users.OnCall([arguments] { return Users(arguments->name, arguments->json); });
 
-    CLI::App* dependency = volume->add_subcommand("dependency", "Print which volumes a unit needs");
-    dependency->add_option("UNIT", arguments->name, "A unit; a name without a type means a service")->required();
-    dependency->add_flag("--json", arguments->json, "As a JSON string");
-    dependency->callback([arguments, &exitCode] { exitCode = Dependency(arguments->name, arguments->json); });
+    const Command dependency = volume.AddCommand("dependency", "Print which volumes a unit needs");
+    AddUnit(dependency, arguments->name);
+    dependency.AddFlag("--json", arguments->json, "As a JSON string");
+    dependency.OnCall([arguments] { return Dependency(arguments->name, arguments->json); });
 
-    CLI::App* plan = volume->add_subcommand("plan", "Show what unmounting stops, and why; change nothing");
-    plan->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);
-    plan->add_flag("--json", arguments->json, "As a JSON object");
-    plan->callback([arguments, &exitCode] { exitCode = ShowVolumePlan(arguments->volumes, arguments->json); });
+    const Command plan = volume.AddCommand("plan", "Show what unmounting stops, and why; change nothing");
+    plan.AddOperand("VOLUME", arguments->volumes, "Mount paths").MustPass(VolumeFault);
+    plan.AddFlag("--json", arguments->json, "As a JSON object");
+    plan.OnCall([arguments] { return ShowVolumePlan(arguments->volumes, arguments->json); });
 
-    AddVolumeUnmountCommand(*volume, behindDashes, exitCode);
+    AddVolumeUnmountCommand(volume);
 }
 
 } // namespace MERO::Tool

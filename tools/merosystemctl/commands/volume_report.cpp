@@ -191,13 +191,6 @@ void PrintPlanAsJson(const VolumeUnmountPlan& plan)
 
 } // namespace
 
-const CLI::Validator kIsVolume(
-    [](std::string& text) {
-        const bool isVolume = text.size() > 1 && text.front() == '/' && text.back() != '/';
-        return isVolume ? std::string() : text + ": a mount path begins with \"/\" and does not end with it";
-    },
-    "", "mount path");
-
 int ShowVolumePlan(const Texts& volumes, bool json)
 {
     VolumeUnmountPlan plan;

@@ -4,12 +4,7 @@
 
 #include <merosystemd/volume.hpp>
 
-#include <CLI/CLI.hpp>
-
 namespace MERO::Tool {
-
-/// Refuses what is no mount path: it begins with "/" and does not end with it.
-extern const CLI::Validator kIsVolume;
 
 /// Plans to unmount volumes, and prints what stops and why, and what keeps the volumes busy all the same. An exit code.
 int ShowVolumePlan(const Texts& volumes, bool json);

@@ -1,5 +1,5 @@
 #include "commands/commands.h"
-#include "commands/usage_tail.h"
+#include "commands/usual_arguments.h"
 #include "commands/volume_report.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
@@ -105,35 +105,34 @@ int Unmount(const Texts& volumes, const Texts& command)
 
 } // namespace
 
-void AddVolumeUnmountCommand(CLI::App& volume, const Texts& behindDashes, int& exitCode)
+void AddVolumeUnmountCommand(const Command& volume)
 {
     struct Arguments {
         Texts volumes;
+        Texts command;
         bool dryRun = false;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = volume.add_subcommand("unmount", "Stop what uses volumes, unmount, and start it again");
-    command->add_option("VOLUME", arguments->volumes, "Mount paths")->required()->check(kIsVolume);
-    CLI::Option* dryRun = command->add_flag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
-    command->add_flag("--json", arguments->json, "With --dry-run: as a JSON object")->needs(dryRun);
-    SetUsageTail(*command, "[-- COMMAND...]");
-    command->footer("COMMAND unmounts; without one: umount VOLUME...");
-    command->callback([arguments, &behindDashes, &exitCode] {
+    const Command command = volume.AddCommand("unmount", "Stop what uses volumes, unmount, and start it again");
+    command.AddOperand("VOLUME", arguments->volumes, "Mount paths").MustPass(VolumeFault);
+    const Argument dryRun = command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
+    command.AddFlag("--json", arguments->json, "With --dry-run: as a JSON object").Needs(dryRun);
+    command.TakeBehindDashes(arguments->command, "[-- COMMAND...]");
+    command.SetNote("COMMAND unmounts; without one: umount VOLUME...");
+    command.OnCall([arguments]() -> int {
         if (arguments->dryRun) {
-            exitCode = ShowVolumePlan(arguments->volumes, arguments->json);
-            return;
+            return ShowVolumePlan(arguments->volumes, arguments->json);
         }
-        Texts words = behindDashes;
+        Texts words = arguments->command;
         if (words.empty()) {
             if (!AreMounted(arguments->volumes)) {
-                exitCode = kFailed;
-                return;
+                return kFailed;
             }
             words.emplace_back("umount");
             words.insert(words.end(), arguments->volumes.begin(), arguments->volumes.end());
         }
-        exitCode = Unmount(arguments->volumes, words);
+        return Unmount(arguments->volumes, words);
     });
 }
 

@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/report.h"
 #include "output/colour.h"
@@ -55,17 +56,17 @@ int Run(const std::string& unit, bool json)
 
 } // namespace
 
-void AddWhyCommand(CLI::App& program, int& exitCode)
+void AddWhyCommand(const Command& program)
 {
     struct Arguments {
         std::string unit;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = program.add_subcommand("why", "Tell why a unit does not run");
-    command->add_option("UNIT", arguments->unit, "A unit; a name without a type means a service")->required();
-    command->add_flag("--json", arguments->json, "As a JSON object");
-    command->callback([arguments, &exitCode] { exitCode = Run(arguments->unit, arguments->json); });
+    const Command command = program.AddCommand("why", "Tell why a unit does not run");
+    AddUnit(command, arguments->unit);
+    command.AddFlag("--json", arguments->json, "As a JSON object");
+    command.OnCall([arguments] { return Run(arguments->unit, arguments->json); });
 }
 
 } // namespace MERO::Tool

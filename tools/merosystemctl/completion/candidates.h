@@ -1,13 +1,11 @@
 #pragma once
 
-#include "output/output.h"
-
-#include <CLI/CLI.hpp>
+#include "command_line/command_line.h"
 
 namespace MERO::Tool {
 
 /// What can stand in the place of the last of `words`, which are a command line without the program's name: commands,
 /// options, or the names that the machine has for what is wanted there. Those that begin as the word does.
-Texts Candidates(const CLI::App& program, const Texts& words);
+Texts Candidates(const CommandLine& commandLine, const Texts& words);
 
 } // namespace MERO::Tool

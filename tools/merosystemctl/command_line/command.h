@@ -1,0 +1,80 @@
+#pragma once
+
+#include "output/output.h"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
+
+namespace MERO::Tool {
+
+struct Calls;
+
+/// Thrown by a command that was called: what it was given does not go together. Nothing was done.
+class UsageError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Says what is wrong with a value, and nothing when nothing is.
+using Check = std::string (*)(const std::string& value);
+
+/// An option or an operand of a command.
+class Argument {
+public:
+    explicit Argument(CLI::Option* option) : option_(option) {}
+
+    const Argument& MustPass(Check check) const;
+    const Argument& MustLie(long least, long most) const;
+    const Argument& Needs(const Argument& other) const;
+    const Argument& Excludes(const Argument& other) const;
+
+private:
+    CLI::Option* option_;
+};
+
+/// A command of the program, such as "start" or "volume plan": what it takes, and what it does. Copies mean the same
+/// command. Values are left alone until the command is called.
+class Command {
+public:
+    Command(CLI::App* app, Calls* calls) : app_(app), calls_(calls) {}
+
+    Command AddCommand(const std::string& name, const std::string& help) const;
+    /// A command that only holds others, one of which has to follow it.
+    Command AddGroup(const std::string& name, const std::string& help) const;
+
+    /// Operands stand in the order in which they are added. Of a list there is at least one.
+    Argument AddOperand(const std::string& name, std::string& value, const std::string& help) const;
+    Argument AddOperand(const std::string& name, Texts& values, const std::string& help) const;
+    Argument AddOperand(const std::string& name, int& value, const std::string& help) const;
+    Argument AddOptionalOperand(const std::string& name, std::string& value, const std::string& help) const;
+    Argument AddOptionalOperand(const std::string& name, Texts& values, const std::string& help) const;
+
+    /// Options are named "--name" or "-n,--name"; what stands for their value in the help is `meaning`.
+    Argument AddFlag(const std::string& name, bool& value, const std::string& help) const;
+    Argument AddOption(const std::string& name, const std::string& meaning, std::string& value,
+                       const std::string& help) const;
+    Argument AddOption(const std::string& name, const std::string& meaning, double& value,
+                       const std::string& help) const;
+    Argument AddOption(const std::string& name, const std::string& meaning, unsigned& value,
+                       const std::string& help) const;
+
+    /// The words behind "--", options of theirs included, are no operands: `usage` tells of them in the usage line.
+    const Command& TakeBehindDashes(Texts& words, const std::string& usage) const;
+    /// A text below the help.
+    const Command& SetNote(const std::string& note) const;
+    /// The help leaves it out.
+    const Command& Hide() const;
+    /// What it does. The exit code.
+    void OnCall(std::function<int()> run) const;
+
+private:
+    CLI::App* app_;
+    Calls* calls_;
+};
+
+} // namespace MERO::Tool

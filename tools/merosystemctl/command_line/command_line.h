@@ -1,0 +1,45 @@
+#pragma once
+
+#include "command_line/command.h"
+
+#include <memory>
+#include <string>
+
+namespace MERO::Tool {
+
+/// What a command line can go on with.
+struct Expected {
+    Texts commands;
+    Texts options;        ///< with their dashes
+    std::string argument; ///< the name of the operand, or of the option whose value is wanted
+};
+
+/// The program's command line: its commands, and the reading of what was typed.
+class CommandLine {
+public:
+    struct Description {
+        std::string program;
+        std::string help;
+        std::string version;
+        std::string note; ///< below the help
+    };
+
+    explicit CommandLine(const Description& description);
+    ~CommandLine();
+
+    /// The program as a command, which the others are added to.
+    Command Program();
+
+    /// Does what the words ask for; they are without the program's name. Says on standard error what is wrong with
+    /// them. The exit code.
+    int Run(Texts words);
+
+    Expected ExpectedBehind(const Texts& words) const;
+
+private:
+    std::unique_ptr<CLI::App> app_;
+    std::unique_ptr<Calls> calls_;
+    std::string note_;
+};
+
+} // namespace MERO::Tool

@@ -1,0 +1,42 @@
+#include "commands/usual_arguments.h"
+
+#include <charconv>
+
+namespace MERO::Tool {
+namespace {
+
+constexpr double kLongest = 24 * 60 * 60;
+
+std::string IntervalFault(const std::string& text)
+{
+    double seconds = 0;
+    const char* end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(text.data(), end, seconds);
+    const bool isNumber = error == std::errc() && parsed == end;
+    return isNumber && seconds > 0 && seconds <= kLongest ? "" : "must be a positive number of seconds, a day at most";
+}
+
+} // namespace
+
+void AddUnit(const Command& command, std::string& unit)
+{
+    command.AddOperand("UNIT", unit, "A unit; a name without a type means a service");
+}
+
+void AddUnits(const Command& command, Texts& units)
+{
+    command.AddOperand("UNIT", units, "Units; a name without a type means a service");
+}
+
+std::string VolumeFault(const std::string& volume)
+{
+    const bool isVolume = volume.size() > 1 && volume.front() == '/' && volume.back() != '/';
+    return isVolume ? "" : volume + ": a mount path begins with \"/\" and does not end with it";
+}
+
+void AddInterval(const Command& command, double& seconds, const std::string& help)
+{
+    command.AddOption("--interval", "SECONDS", seconds, help).MustPass(IntervalFault);
+}
+
+} // namespace MERO::Tool
