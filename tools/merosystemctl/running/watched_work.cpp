@@ -4,6 +4,8 @@
 
 #include <merocore/error.h>
 
+#include <unistd.h>
+
 #include <chrono>
 #include <future>
 
@@ -37,7 +39,9 @@ WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>&
     JobWatch jobs;
     Progress progress;
     const auto show = [&] {
-        jobs.Update();
+        if (getuid() == 0) { // an ordinary user's session can be opened in the first thread only, which is at work
+            jobs.Update();
+        }
         const auto passed = std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now() - began).count();
         const std::string details = jobs.Details();
         progress.Show(what + " " + ToCell(jobs.Units()),
