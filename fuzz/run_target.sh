@@ -35,7 +35,7 @@ run() {
 }
 
 found=0
-{ run 1024 $((amount - amount / 10)) && run 65536 $(((amount + 9) / 10)); } || found=1
+{ run 256 $((amount - amount / 10)) && run 65536 $(((amount + 9) / 10)); } || found=1
 printf '%-18s %9s runs %5s s  %s findings\n' "$target" "$(executed)" $(($(date +%s) - began)) "$found"
 if [ "$found" != 0 ]; then
     tail -n 40 "$messages" >&2
