@@ -1,7 +1,6 @@
 #include "volume/kernel_table.h"
 
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
+#include <algorithm>
 
 namespace MERO::Systemd {
 namespace {
@@ -26,19 +25,29 @@ std::string Unescape(std::string_view text)
     return plain;
 }
 
+/// What stands in a column of a line, whose columns any number of blanks part; empty where there is none.
+std::string_view Field(std::string_view line, std::size_t column)
+{
+    constexpr const char* kBlanks = " \t";
+    for (; column > 0; --column) {
+        const std::size_t blank = std::min(line.find_first_of(kBlanks), line.size());
+        line.remove_prefix(std::min(line.find_first_not_of(kBlanks, blank), line.size()));
+    }
+    return line.substr(0, line.find_first_of(kBlanks));
+}
+
 } // namespace
 
 std::vector<std::string> PathsInColumn(std::string_view table, std::size_t column)
 {
-    std::vector<std::string_view> lines;
-    boost::algorithm::split(lines, table, boost::algorithm::is_any_of("\n"));
     std::vector<std::string> paths;
-    for (const std::string_view line : lines) {
-        std::vector<std::string> fields;
-        boost::algorithm::split(fields, line, boost::algorithm::is_any_of(" \t"), boost::algorithm::token_compress_on);
-        if (fields.size() > column && fields[column].starts_with('/')) {
-            paths.push_back(Unescape(fields[column]));
+    while (!table.empty()) {
+        const std::size_t end = std::min(table.find('\n'), table.size());
+        const std::string_view field = Field(table.substr(0, end), column);
+        if (field.starts_with('/')) {
+            paths.push_back(Unescape(field));
         }
+        table.remove_prefix(std::min(end + 1, table.size()));
     }
     return paths;
 }
