@@ -16,7 +16,7 @@ int RunWithin(const CommandWithin& command)
             wasReached = true;
             progress.Pause();
             code = command.run();
-            progress.Resume();
+            progress.Resume(command.after);
             return code == kDone;
         });
     });

@@ -13,8 +13,8 @@ struct CommandWithin {
     std::function<int()> run;     ///< the command: its exit code
     std::function<bool()> report; ///< says behind the action whether all is as before
     std::string name;             ///< of the command
-    std::string before;           ///< what failed when the command was not reached
-    std::string after;            ///< what failed behind it
+    std::string before;           ///< what is done before the command
+    std::string after;            ///< and behind it
 };
 
 /// Runs the command with the progress of what stops around it, and says what failed. The program's exit code.

@@ -11,11 +11,13 @@
 
 namespace MERO::Tool {
 
-void Progress::Show(const std::string& matter, const std::string& details)
+void Progress::Show(const std::string& units, const std::string& jobs)
 {
     const std::lock_guard lock(mutex_);
-    if (!isPaused_) {
-        line_.Show(matter, details);
+    const auto passed = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - since_).count();
+    if (!isPaused_ && passed > 0) {
+        line_.Show(what_ + " " + units,
+                   what_ + " (" + std::to_string(passed) + " s)" + (jobs.empty() ? "" : ": " + jobs));
     }
 }
 
@@ -26,26 +28,24 @@ void Progress::Pause()
     line_.Clear();
 }
 
-void Progress::Resume()
+void Progress::Resume(const std::string& what)
 {
     const std::lock_guard lock(mutex_);
+    what_ = what;
+    since_ = Clock::now();
     isPaused_ = false;
 }
 
 WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>& work)
 {
     using std::chrono::seconds;
-    const auto began = std::chrono::steady_clock::now();
     JobWatch jobs;
-    Progress progress;
+    Progress progress(what);
     const auto show = [&] {
         if (getuid() == 0) { // an ordinary user's session can be opened in the first thread only, which is at work
             jobs.Update();
         }
-        const auto passed = std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now() - began).count();
-        const std::string details = jobs.Details();
-        progress.Show(what + " " + ToCell(jobs.Units()),
-                      what + " (" + std::to_string(passed) + " s)" + (details.empty() ? "" : ": " + details));
+        progress.Show(ToCell(jobs.Units()), jobs.Details());
     };
     std::future<void> watcher;
     std::promise<void> end; // behind the watcher, which ends when this goes

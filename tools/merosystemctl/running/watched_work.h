@@ -3,23 +3,32 @@
 #include "output/output.h"
 #include "output/progress_line.h"
 
+#include <chrono>
 #include <functional>
 #include <mutex>
+#include <string>
 
 namespace MERO::Tool {
 
 /// What is shown while something takes long. For two threads: the one that works, and the one that shows.
 class Progress {
 public:
-    void Show(const std::string& matter, const std::string& details);
+    explicit Progress(const std::string& what) : what_(what) {}
+
+    /// `units` are those of the jobs that `jobs` tells.
+    void Show(const std::string& units, const std::string& jobs);
 
     /// Takes the line off the terminal, and shows nothing until Resume(): somebody else prints there.
     void Pause();
-    void Resume();
+    void Resume(const std::string& what);
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     std::mutex mutex_;
     ProgressLine line_;
+    std::string what_;
+    Clock::time_point since_ = Clock::now();
     bool isPaused_ = false;
 };
 
