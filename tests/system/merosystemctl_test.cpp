@@ -388,7 +388,7 @@ TEST_F(Merosystemctl, CompletesCommandLines)
     Shell("rm -r /run/merosystemd/reasons /usr/mero/etc/merosystemd/volume-register");
 }
 
-TEST_F(Merosystemctl, JsonIsAsItsSchemaSays)
+TEST_F(Merosystemctl, WhatIsPrintedIsTextOrJsonOfItsSchema)
 {
     Unit("user.service", "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n"
                          "[X-Tarvix]\nName=User\nVolumeDependency=partial\n");
@@ -420,7 +420,9 @@ TEST_F(Merosystemctl, JsonIsAsItsSchemaSays)
         {"slice top", "--interval 0.1 --count 1"},
     };
     for (const auto& [command, arguments] : commands) {
-        Tool(command + " " + arguments + " --json > /run/out.json");
+        const ShellResult text = Tool(command + " " + arguments);
+        EXPECT_NE(text.output, "") << command;
+        EXPECT_EQ(Tool(command + " " + arguments + " --json > /run/out.json").exitCode, text.exitCode) << command;
         EXPECT_GT(std::stoi(Shell("wc -c < /run/out.json").output), 2) << command;
         const std::string name = std::regex_replace(command, std::regex(" "), "%20");
         const ShellResult result =
@@ -428,6 +430,13 @@ TEST_F(Merosystemctl, JsonIsAsItsSchemaSays)
                   "\"}' " SCHEMA " > /run/schema.json; /usr/bin/jsonschema -i /run/out.json /run/schema.json");
         EXPECT_EQ(result.exitCode, 0) << command << ": " << result.output;
     }
+    // The screen of a terminal ends with a key.
+    EXPECT_THAT(Shell("(sleep 2; echo q) | TERM=xterm script -qec '" MEROSYSTEMCTL " slice top' /dev/null").output,
+                AllOf(HasSubstr("bulk.slice"), HasSubstr("MEMORY")));
+    EXPECT_EQ(Shell("systemd-run --quiet --slice=bulk.slice sleep infinity").exitCode, 0);
+    Expect({{"slice kill bulk.slice", 0, "stopping its units\n.*bulk.slice: killed\n"},
+            {"slice kill bulk.slice", 0, "bulk.slice: nothing runs there in systemd's hierarchy\n"},
+            {"slice kill bulk", 1, ".*killing bulk failed\n.*"}});
     Shell("systemctl stop slow user; pkill -f 'sleep infinity'; umount -l /vol1; "
           "rm -r /run/merosystemd/reasons /usr/mero/etc/merosystemd/volume-register");
 }

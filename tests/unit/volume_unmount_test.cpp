@@ -107,6 +107,13 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     EXPECT_TRUE(MEROSystemdServiceListByMntPath(kVolume, listed));
     EXPECT_THAT(listed, UnorderedElementsAre("keen.service", "map.service", "user.service"));
     EXPECT_THAT(Said("systemd_service_list_by_mount_path"), Contains("INFO file used: [" + kVolume + "/c]").Times(2));
+    MLIBCSzList* fromC = MLIBCSzListAlloc();
+    EXPECT_EQ(MEROCSystemdServiceListByMntPath(kVolume.c_str(), &fromC), 1);
+    EXPECT_THAT(Items(List(fromC).get()), UnorderedElementsAreArray(listed));
+    MERO_SYSTEMD_VOLUME_DEPENDENCY dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE;
+    EXPECT_EQ(MEROCSystemdVolumeDependencyGet("other", &dependency), 1);
+    EXPECT_EQ(dependency, MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL);
+    EXPECT_EQ(MEROCSystemdVolumeDependencyGet("other", nullptr), 0);
     EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/none", kVolume}, plan) && fs::remove_all("/sys/block") > 0);
     std::for_each(points.begin(), points.end(), [](const std::string& point) { umount(point.c_str()); });
     Texts stops, blockers;
