@@ -86,5 +86,9 @@ int MLIBCProcAlive(int pid)
         return !isNone && (kill(pid, 0) == 0 || errno == EPERM) ? 1 : 0; // no descriptor left, or a kernel before 5.3
     }
     pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};
-    return poll(&ended, 1, 0) == 0 ? 1 : 0;
+    int count;
+    do {
+        count = poll(&ended, 1, 0);
+    } while (count < 0 && errno == EINTR); // even without a wait, a signal that comes just then breaks it off
+    return count > 0 ? 0 : 1;
 }

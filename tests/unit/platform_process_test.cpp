@@ -295,6 +295,12 @@ TEST_F(Forks, AliveIsWhatRunsAndIsNoZombie)
     for (const int pid : {child, 0, -1, INT_MAX}) {
         EXPECT_EQ(MLIBCProcAlive(pid), 0) << pid;
     }
+    const Interruptions interruptions;
+    int alive = 0;
+    for (int i = 0; i < 200'000; ++i) {
+        alive += MLIBCProcAlive(getpid());
+    }
+    EXPECT_EQ(alive, 200'000) << "a signal came";
 }
 
 constexpr const char* kLockFile = "/run/test.lock";
