@@ -1,6 +1,7 @@
 #include "support/child.h"
 #include "support/operations.h"
 #include "volume/mount_path.h"
+#include "volume/text_table.h"
 
 #include <sys/stat.h>
 
@@ -60,6 +61,19 @@ TEST_F(MountUsers, APathIsBelowByWhatItLeadsTo)
     EXPECT_TRUE(device.Match(a) == a && device.Match("/run/into/b") == b && device.Match("/run/node") == "/run/node");
     EXPECT_TRUE(device.Match("/etc/passwd").empty() && device.Match("/usr/mero").empty() &&
                 device.Match("/run/none").empty());
+}
+
+TEST(TextTable, KeepsItsTextsWhileItGrows)
+{
+    TextTable table;
+    for (const char* round : {"new", "known"}) {
+        for (int i = 0; i < 5000; ++i) {
+            const std::string number = std::to_string(i);
+            TextTable::Entry& entry = table["text " + number];
+            EXPECT_EQ(entry.value, round == std::string("new") ? "" : "value " + number);
+            entry.value = table.Keep({"value ", number});
+        }
+    }
 }
 
 TEST_F(MountUsers, CannotBeToldWithoutProc)
