@@ -11,11 +11,11 @@ MERO_FUZZ_TARGET(json_file)
     static FolderFile written;
     file.Put(input);
     Json::Value value;
-    if (!ReadJsonFile(file.Path(), value)) {
+    if (!ReadJsonFile({}, file.Path(), value)) {
         return;
     }
     written.Remove();
-    MERO_REQUIRE(WriteJsonFile(written.Path(), file.Path(), value));
+    MERO_REQUIRE(WriteJsonFile({}, written.Path(), file.Path(), value));
     Json::Value again;
-    MERO_REQUIRE(ReadJsonFile(written.Path(), again) && again == value);
+    MERO_REQUIRE(ReadJsonFile({}, written.Path(), again) && again == value);
 }

@@ -17,7 +17,7 @@ MERO_FUZZ_TARGET(volume_register)
     const bool isRead = ReadVolumes(file.Path(), volumes);
 
     Json::Value value;
-    MERO_REQUIRE(isRead == (ReadJsonFile(file.Path(), value) && value.isArray()));
+    MERO_REQUIRE(isRead == (ReadJsonFile({}, file.Path(), value) && value.isArray()));
     MERO_REQUIRE(isRead || volumes.empty());
     const bool isHeld = std::find(volumes.begin(), volumes.end(), volume) != volumes.end();
     MERO_REQUIRE(IsAnyVolumeRegistered(file.Path(), {volume}) == isHeld);

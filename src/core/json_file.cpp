@@ -1,6 +1,5 @@
 #include "core/json_file.h"
 
-#include "core/descriptor.h"
 #include "core/text_reader.h"
 
 #include <json/reader.h>
@@ -33,19 +32,20 @@ bool WriteAll(int fd, std::string_view text)
 
 /// A link gives nothing: whoever made it need not own what it leads to. The owner comes first: changing it takes
 /// set-user-ID bits away.
-bool MakeLike(int fd, const std::string& like)
+bool MakeLike(int fd, const Descriptor& folder, const std::string& like)
 {
     struct stat old;
-    return lstat(like.c_str(), &old) != 0 || !S_ISREG(old.st_mode) ||
+    return fstatat(folder.Get(), like.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(old.st_mode) ||
            (fchown(fd, old.st_uid, old.st_gid) == 0 && fchmod(fd, old.st_mode & 07777) == 0);
 }
 
 } // namespace
 
-bool ReadJsonFile(const std::string& path, Json::Value& value)
+bool ReadJsonFile(const Descriptor& folder, const std::string& name, Json::Value& value)
 {
     // A link may be a package's, and lead to what the package may not read; a FIFO must not hold the caller up.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK));
+    const Descriptor file(
+        openat(folder.Get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK));
     struct stat status;
     if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
         return false;
@@ -66,20 +66,22 @@ bool ReadJsonFile(const std::string& path, Json::Value& value)
     }
 }
 
-bool WriteJsonFile(const std::string& path, const std::string& like, const Json::Value& value)
+bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std::string& like, const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     builder["emitUTF8"] = true; // texts stay the bytes that they are
     std::ostringstream stream;
-    stream.exceptions(std::ios::badbit | std::ios::failbit); // without them, a text ends where memory is out
+    stream.exceptions(std::ios::badbit |
+                      std::ios::failbit); // without them, a text ends where there is no memory for more
     const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
     writer->write(value, &stream);
     stream << "\n";
     const std::string text = std::move(stream).str();
 
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
-    return file && MakeLike(file.Get(), like) && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
+    const Descriptor file(
+        openat(folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
+    return file && MakeLike(file.Get(), folder, like) && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
 }
 
 } // namespace MERO::Systemd

@@ -1,16 +1,21 @@
 #pragma once
 
+#include "core/descriptor.h"
+
 #include <json/value.h>
 
 #include <string>
 
 namespace MERO::Systemd {
 
+// Names are relative to an open folder.
+
 /// Parses a file that holds one JSON document, at most 16 MiB long. A symbolic link is no such file.
-bool ReadJsonFile(const std::string& path, Json::Value& value);
+bool ReadJsonFile(const Descriptor& folder, const std::string& name, Json::Value& value);
 
 /// Makes the file anew with one JSON document, which is on the disk when this returns true. The file must not exist;
-/// its owner and mode are those of the file `like`, if there is one. Throws std::exception where memory is out.
-bool WriteJsonFile(const std::string& path, const std::string& like, const Json::Value& value);
+/// its owner and mode are those of the file `like`, if there is one. Throws std::exception when out of memory.
+bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std::string& like,
+                   const Json::Value& value);
 
 } // namespace MERO::Systemd

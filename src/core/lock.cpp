@@ -61,7 +61,7 @@ bool FileLock::Acquire()
         MERO_LOG(LOG_ERR, "Failed to get dirname: [%s]", path_.c_str());
         return false;
     }
-    if (MakeDirectory(directory) < 0) {
+    if (!MakeDirectory(directory)) {
         MERO_LOG(LOG_ERR, "failed to mkdir [%s]", directory.c_str());
         return false;
     }

@@ -24,7 +24,7 @@ std::string FlagPath(const std::string& unit)
 
 void SetEnableStatusChanged(const std::string& unit)
 {
-    if (MakeDirectory(kFlags) < 0) {
+    if (!MakeDirectory(kFlags)) {
         MERO_LOG(LOG_ERR, "Failed to mkdir -p [%s] " MERO_CORE_ERROR_FORMAT, kFlags, MERO_CORE_ERROR_VALUES);
         return;
     }

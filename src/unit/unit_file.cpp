@@ -10,9 +10,12 @@
 
 #include <merocore/file.h>
 
+#include <boost/algorithm/string/trim.hpp>
+
 #include <unistd.h>
 
 #include <cerrno>
+#include <locale>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -51,6 +54,16 @@ std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
 bool IsThere(const std::string& path)
 {
     return access(path.c_str(), F_OK) == 0;
+}
+
+/// Whether the line key=value is read back as it was written. The writer refuses all pairs for one that is not.
+bool CanBeSet(const std::string& key, const std::string& value)
+{
+    const auto isTrimmed = [](const std::string& text) {
+        return text == boost::algorithm::trim_copy(text, std::locale::classic());
+    };
+    return !key.empty() && key.find_first_of("=\n") == key.npos && key.find_first_of("#;[") != 0 && isTrimmed(key) &&
+           value.find('\n') == value.npos && isTrimmed(value);
 }
 
 struct FreeHash {
@@ -120,13 +133,18 @@ bool AddUnitSection(const std::string& directory, const std::string& fileName, c
         MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashAlloc " MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
         return false;
     }
-    if (MakeDirectory(directory) < 0) {
+    if (!MakeDirectory(directory)) {
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }
     const std::string path = directory + "/" + fileName;
     for (const auto& [key, value] : values) {
-        if (MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
+        const SourceLine here = MERO_HERE;
+        const bool canBeSet = CanBeSet(key, value);
+        if (!canBeSet) {
+            MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+        }
+        if (!canBeSet || MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
             MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashSetValue to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
                      MERO_CORE_ERROR_VALUES); // and what can be set is written, deliberately
         }

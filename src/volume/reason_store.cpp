@@ -3,6 +3,7 @@
 
 #include "core/core_error.h"
 #include "core/directory_entries.h"
+#include "core/directory_walk.h"
 #include "core/file_name.h"
 #include "core/log.h"
 #include "core/make_directory.h"
@@ -10,6 +11,7 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -91,12 +93,14 @@ bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& se
 
 bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
 {
-    if (MakeDirectory(dropInDir) < 0) {
+    if (!MakeDirectory(dropInDir)) {
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, dropInDir.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }
     const std::string linkName = dropInDir + "mero-reason.conf"; // the caller's folder ends with "/"
-    if (link(sourceFile.c_str(), linkName.c_str()) != 0) {
+    const std::size_t name = linkName.rfind('/') + 1;
+    const DirectoryWalk folder = WalkToDirectory(linkName.substr(0, name), IfMissing::Fail);
+    if (linkat(AT_FDCWD, sourceFile.c_str(), folder.directory.Get(), linkName.c_str() + name, 0) != 0) {
         MERO_LOG(LOG_ERR, "Fail to create link from [%s] to [%s] (%m).", linkName.c_str(), sourceFile.c_str());
         return false;
     }

@@ -20,7 +20,7 @@ bool AddReason(const std::string& reason, const std::string& service)
         return false;
     }
     const std::string directory = ReasonDirectory(service);
-    if (MakeDirectory(directory) < 0) {
+    if (!MakeDirectory(directory)) {
         MERO_LOG(LOG_ERR, "failed to mkdir reason directory [%s]", directory.c_str());
         return false;
     }

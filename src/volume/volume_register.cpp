@@ -2,14 +2,13 @@
 #include "volume/volume_register.h"
 
 #include "core/core_error.h"
-#include "core/descriptor.h"
+#include "core/directory_walk.h"
 #include "core/json_file.h"
 #include "core/lock.h"
 #include "core/log.h"
 #include "core/make_directory.h"
 #include "core/no_exceptions.h"
-
-#include <merocore/file.h>
+#include "core/passing_failure.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -31,54 +30,78 @@ bool Acquire(FileLock& lock)
     return acquired;
 }
 
-bool ReadRegister(const std::string& path, Json::Value& array)
-{
-    array = Json::Value(Json::arrayValue);
-    if (access(path.c_str(), F_OK) != 0) {
+/// A register's file. Everything is done relative to its open folder: nobody who can rename folders on the way can lead
+/// a writer elsewhere.
+class RegisterFile {
+public:
+    RegisterFile(DirectoryWalk walk, const std::string& path)
+        : folder_(std::move(walk.directory)), isUnknown_(walk.isRefused || IsPassingFailure(walk.error)),
+          path_(path), name_(path.substr(path.rfind('/') + 1))
+    {
+    }
+
+    bool Read(Json::Value& array) const
+    {
+        array = Json::Value(Json::arrayValue);
+        if (!isUnknown_ && (!folder_ || faccessat(folder_.Get(), name_.c_str(), F_OK, 0) != 0)) {
+            return true;
+        }
+        if (isUnknown_ || !ReadJsonFile(folder_, name_, array)) {
+            MERO_LOG(LOG_ERR, "Fail to read volume register file [%s]", path_.c_str());
+            return false;
+        }
+        if (!array.isArray()) {
+            MERO_LOG(LOG_ERR, "Volume register file [%s] is not an json array", path_.c_str());
+            return false;
+        }
         return true;
     }
-    if (!ReadJsonFile(path, array)) {
-        MERO_LOG(LOG_ERR, "Fail to read volume register file [%s]", path.c_str());
-        return false;
-    }
-    if (!array.isArray()) {
-        MERO_LOG(LOG_ERR, "Volume register file [%s] is not an json array", path.c_str());
-        return false;
-    }
-    return true;
-}
 
-/// Removes a file when it goes. One that is not there is fine.
-struct TemporaryName {
-    ~TemporaryName() { unlink(path.c_str()); }
+    bool Write(const Json::Value& array) const
+    {
+        const std::string suffix = kTemporaryInfix + std::to_string(getpid());
+        const TemporaryName temporary{folder_, name_ + suffix};
+        temporary.Remove(); // of a killed writer that had this process' ID
+        if (!WriteJsonFile(folder_, temporary.name, name_, array)) {
+            MERO_LOG(LOG_ERR, "Fail to dump json file to [%s]", (path_ + suffix).c_str());
+            return false;
+        }
+        if (renameat(folder_.Get(), temporary.name.c_str(), folder_.Get(), name_.c_str()) != 0) {
+            MERO_LOG(LOG_ERR, "Fail to rename [%s] to [%s] (%m)", (path_ + suffix).c_str(), path_.c_str());
+            return false;
+        }
+        Sync();
+        return true;
+    }
 
-    std::string path;
+private:
+    /// Removes a file when it goes. One that is not there is fine.
+    struct TemporaryName {
+        ~TemporaryName() { Remove(); }
+        void Remove() const { unlinkat(folder.Get(), name.c_str(), 0); }
+
+        const Descriptor& folder;
+        std::string name;
+    };
+
+    /// The register is replaced by now: a failure is only logged.
+    void Sync() const
+    {
+        const Descriptor folder(openat(folder_.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!folder || fsync(folder.Get()) != 0) {
+            MERO_LOG(LOG_ERR, "Fail to sync [%s] (%m)", path_.substr(0, path_.size() - name_.size()).c_str());
+        }
+    }
+
+    Descriptor folder_;
+    bool isUnknown_; ///< whether there is a register cannot be seen
+    std::string path_;
+    std::string name_;
 };
 
-bool SyncDirectory(const std::string& directory)
+RegisterFile OpenRegister(const std::string& path)
 {
-    const Descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const bool synced = opened && fsync(opened.Get()) == 0;
-    if (!synced) {
-        MERO_LOG(LOG_ERR, "Fail to sync [%s] (%m)", directory.c_str());
-    }
-    return synced;
-}
-
-bool WriteRegister(const std::string& directory, const std::string& fileName, const Json::Value& array)
-{
-    const std::string path = directory + fileName;
-    const TemporaryName temporary{path + kTemporaryInfix + std::to_string(getpid())};
-    unlink(temporary.path.c_str()); // of a killed writer that had this process' ID
-    if (!WriteJsonFile(temporary.path, path, array)) {
-        MERO_LOG(LOG_ERR, "Fail to dump json file to [%s]", temporary.path.c_str());
-        return false;
-    }
-    if (std::rename(temporary.path.c_str(), path.c_str()) != 0) {
-        MERO_LOG(LOG_ERR, "Fail to rename [%s] to [%s] (%m)", temporary.path.c_str(), path.c_str());
-        return false;
-    }
-    return SyncDirectory(directory);
+    return RegisterFile(WalkToDirectory(path.substr(0, path.rfind('/')), IfMissing::Fail), path);
 }
 
 } // namespace
@@ -90,12 +113,14 @@ bool AddVolume(const std::string& directory, const std::string& fileName, const 
         if (!Acquire(lock)) {
             return false;
         }
-        if (MakeDirectory(directory) < 0) {
+        Descriptor folder = MakeDirectory(directory);
+        if (!folder) {
             MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, directory.c_str(), MERO_CORE_ERROR_VALUES);
             return false;
         }
+        const RegisterFile file({.directory = std::move(folder)}, directory + fileName);
         Json::Value array;
-        if (!ReadRegister(directory + fileName, array)) {
+        if (!file.Read(array)) {
             return false;
         }
         const Json::Value element(volume);
@@ -103,7 +128,7 @@ bool AddVolume(const std::string& directory, const std::string& fileName, const 
             return true;
         }
         array.append(element);
-        return WriteRegister(directory, fileName, array);
+        return file.Write(array);
     });
 }
 
@@ -111,8 +136,12 @@ bool RemoveVolume(const std::string& directory, const std::string& fileName, con
 {
     return WithoutExceptions(MERO_HERE, [&] {
         FileLock lock(kLock, true, 0);
+        if (!Acquire(lock)) {
+            return false;
+        }
+        const RegisterFile file = OpenRegister(directory + fileName);
         Json::Value array;
-        if (!Acquire(lock) || !ReadRegister(directory + fileName, array)) {
+        if (!file.Read(array)) {
             return false;
         }
         const Json::Value element(volume);
@@ -122,7 +151,7 @@ bool RemoveVolume(const std::string& directory, const std::string& fileName, con
                 kept.append(other);
             }
         }
-        return WriteRegister(directory, fileName, kept);
+        return file.Write(kept);
     });
 }
 
@@ -130,7 +159,7 @@ bool ReadVolumes(const std::string& path, std::vector<std::string>& volumes)
 {
     return WithoutExceptions(MERO_HERE, [&] {
         Json::Value array;
-        if (!ReadRegister(path, array)) {
+        if (!OpenRegister(path).Read(array)) {
             return false;
         }
         for (const Json::Value& element : array) {

@@ -1,3 +1,4 @@
+#include "core/lock.h"
 #include "support/machine.h"
 
 #include <merosystemd/systemd.hpp>
@@ -37,6 +38,16 @@ std::ostream& operator<<(std::ostream& out, const Footprint& footprint)
 }
 
 class Host : public Machine {};
+
+TEST_F(Host, MayIgnoreItsChildren)
+{
+    MERO::Systemd::FileLock lock("/run/merosystemd/locks/a.lock", true, 0), other("/run/file/b.lock", true, 0);
+    Write("/run/file", "");
+    signal(SIGCHLD, SIG_IGN); // how mkdir ended is lost
+    EXPECT_TRUE(lock.Acquire());
+    EXPECT_FALSE(other.Acquire()) << "there is no folder";
+    signal(SIGCHLD, SIG_DFL);
+}
 
 TEST_F(Host, TenThousandCallsLeaveNothingBehind)
 {

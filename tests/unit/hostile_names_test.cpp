@@ -111,9 +111,11 @@ TEST_F(HostileNames, APatternIsNoOtherServicesReason)
     EXPECT_THAT(Calls(), Contains("start n?s"));
 }
 
-TEST_F(HostileNames, FoldersAreNobodyElsesWhateverTheUmask)
+TEST_F(HostileNames, FoldersKeepTheUmaskAndAreNobodyElses)
 {
-    for (const mode_t mask : {0, 0777}) {
+    fs::rename("/bin/mkdir", "/bin/mkdir.real");
+    WriteProgram("/bin/mkdir", "echo $(umask) $* >> /run/masks; exec /bin/mkdir.real \"$@\"");
+    for (const mode_t mask : {0, 0750, 0777}) {
         const mode_t before = umask(mask);
         EXPECT_TRUE(MEROSystemdServiceStopByReason("check", std::string("nfs")));
         EXPECT_TRUE(MEROSystemdVolumeRegister("nfs", "/volume1"));
@@ -123,11 +125,15 @@ TEST_F(HostileNames, FoldersAreNobodyElsesWhateverTheUmask)
                 struct stat status;
                 ASSERT_EQ(lstat(entry.path().c_str(), &status), 0);
                 EXPECT_EQ(status.st_mode & 022, 0U) << entry.path();
-                EXPECT_TRUE(!S_ISDIR(status.st_mode) || (status.st_mode & 0777) == 0755) << entry.path();
+                EXPECT_TRUE(!S_ISDIR(status.st_mode) || (status.st_mode & 0777) == (0755 & ~mask)) << entry.path();
             }
         }
         fs::remove_all("/run/merosystemd"), fs::remove_all("/usr/mero/etc");
+        const std::string runs = Read("/run/masks"), first = mask == 0 ? "0022" : mask == 0750 ? "0772" : "0777";
+        EXPECT_TRUE(runs.starts_with(first + " -p /run/merosystemd/reasons/nfs.service\n")) << runs;
+        fs::remove("/run/masks");
     }
+    fs::rename("/bin/mkdir.real", "/bin/mkdir");
 }
 
 } // namespace

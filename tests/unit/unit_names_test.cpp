@@ -123,6 +123,15 @@ TEST_F(UnitFiles, AddUnitSectionMakesTheFolderAndReplacesItsSection)
 
 TEST_F(UnitFiles, AddUnitSectionSaysWhatFailed)
 {
+    const std::map<std::string, std::string> values{
+        {"A", "1"}, {"B", " 2"}, {"C", "3\n[Service]"}, {"", "x"}, {"D=", "x"}};
+    EXPECT_TRUE(AddUnitSection("/run/v", "a.conf", "Unit", values)) << "what can be set is written";
+    EXPECT_EQ(Read("/run/v/a.conf"), "[Unit]\nA=1\n");
+    EXPECT_THAT(Log(),
+                ::testing::AllOf(
+                    ::testing::SizeIs(4),
+                    ::testing::Each(::testing::MatchesRegex(
+                        "ERR systemd_internal_lib: Fail to MLIBCSzHashSetValue to \\[/run/v/a.conf\\] \\[0x0D00 .*"))));
     Write("/run/file", "");
     EXPECT_FALSE(AddUnitSection("/run/file/x", "a.conf", "Unit", {}));
     std::filesystem::create_directories("/run/d/a.conf");

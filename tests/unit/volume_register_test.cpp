@@ -129,6 +129,42 @@ TEST_F(VolumeRegister, FollowsNoLinkThatAPackagePlanted)
     EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && !fs::is_symlink(kFoo) && !fs::exists("/run/secret"));
 }
 
+TEST_F(VolumeRegister, GoesThroughLinksOfRootsOwnFoldersOnly)
+{
+    struct Case {
+        std::string link, target; ///< what is planted
+        uid_t owner;              ///< of the package's folder
+        mode_t mode;
+        bool isFollowed;
+    };
+    const std::string etc = "/var/packages/Foo/etc", conf = etc + "/meropkg_conf", other = "/run/other";
+    for (const Case& c : {Case{"", "", 1000, 0755, true},
+                          {etc, other, 0, 0755, true},
+                          {etc, "../../../run/other", 0, 0755, true},
+                          {conf, other, 0, 0755, true},
+                          {conf, other, 1000, 0755, false},
+                          {conf, other, 0, 0775, false},
+                          {conf, other, 0, 01777, false},
+                          {etc, other, 1000, 0755, false}}) {
+        SCOPED_TRACE(c.link + " " + std::to_string(c.owner) + " " + std::to_string(c.mode));
+        fs::remove_all("/var/packages/Foo"), fs::remove_all(other), (void)Log();
+        fs::create_directories(c.link == conf ? etc : "/var/packages/Foo"), fs::create_directory(other);
+        c.link.empty() ? void() : fs::create_symlink(c.target, c.link);
+        for (const char* folder : {"/var/packages/Foo", etc.c_str()}) {
+            (void)(c.link == etc && folder == etc ? 0 : chown(folder, c.owner, 0) + chmod(folder, c.mode));
+        }
+        for (auto* operation :
+             {MEROSystemdPackageVolumeRegister, MEROSystemdPackageVolumeRegister, MEROSystemdPackageVolumeUnregister}) {
+            EXPECT_EQ(operation("Foo", "/v"), c.isFollowed);
+            EXPECT_EQ(MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/v"}),
+                      c.isFollowed && operation == MEROSystemdPackageVolumeRegister);
+        }
+        EXPECT_EQ(c.isFollowed, !c.link.empty() ? !fs::is_empty(other) : fs::exists(kFoo));
+        EXPECT_TRUE(c.isFollowed || MLIBCErrGet() == 0x0D00);
+        EXPECT_EQ(c.isFollowed, Log().empty());
+    }
+}
+
 TEST_F(VolumeRegister, IsListed)
 {
     Texts packages{"before"};
