@@ -1,0 +1,94 @@
+// A user who owns what packages own swaps it for links, while root writes there: nothing outside changes.
+#include "support/machine.h"
+#include "torture/torture.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <csignal>
+
+namespace MERO::Torture {
+
+const char* const kName = "planted_links";
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t kUser = 1000;
+const std::string kEtc = "/var/packages/Foo/etc/", kFolder = kEtc + "meropkg_conf", kOutside = "/run/outside/";
+
+/// Mode, owner and text of everything that the user must not reach.
+std::string Outside()
+{
+    std::string text;
+    for (const auto& entry : fs::recursive_directory_iterator(kOutside)) {
+        struct stat status {};
+        lstat(entry.path().c_str(), &status);
+        text += entry.path().string() + " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_uid) +
+                " " + (entry.is_regular_file() ? Test::Machine::Read(entry.path()) : "") + "\n";
+    }
+    return text;
+}
+
+/// Swaps the register's folder, and the register in it, for links; makes them anew when they are gone.
+[[noreturn]] void Attack()
+{
+    const std::string planted = kEtc + "planted", inside = kFolder + "/reg_volume", spare = kEtc + "spare";
+    for (unsigned turn = 0;; ++turn) {
+        const std::string target = kOutside + (turn % 3 == 0 ? "secret" : turn % 3 == 1 ? "folder" : "missing");
+        unlink(planted.c_str());
+        (void)symlink(target.c_str(), planted.c_str());
+        for (int swap = 0; swap < 50; ++swap) {
+            renameat2(AT_FDCWD, planted.c_str(), AT_FDCWD, kFolder.c_str(), RENAME_EXCHANGE);
+        }
+        if (turn % 5 == 0) { // the folder itself goes, and comes back as the user's
+            rename(kFolder.c_str(), (spare + std::to_string(turn)).c_str());
+            mkdir(kFolder.c_str(), 0755);
+            (void)symlink(target.c_str(), inside.c_str());
+        }
+    }
+}
+
+} // namespace
+
+void Run(Report& report, double scale)
+{
+    fs::create_directories(kEtc), fs::create_directories(kOutside + "folder");
+    Test::Machine::Write(kOutside + "secret", "[\"/secret\"]"), Test::Machine::Write(kOutside + "source", "");
+    for (const auto& [path, mode] : {std::pair(kOutside + "secret", 0600), {kOutside + "folder", 0700}}) {
+        chmod(path.c_str(), static_cast<mode_t>(mode));
+    }
+    (void)chown(kEtc.c_str(), kUser, kUser);
+    const std::string before = Outside();
+    const pid_t user = fork();
+    if (user == 0) {
+        setresgid(kUser, kUser, kUser) == 0 && setresuid(kUser, kUser, kUser) == 0 ? Attack() : _exit(1);
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(30 * scale);
+    umask(0);
+    while (std::chrono::steady_clock::now() < end) {
+        std::vector<std::string> texts;
+        std::vector<MERO::Systemd::VolumeRegistration> registers;
+        (void)MEROSystemdPackageVolumeRegister("Foo", "/v"), (void)MEROSystemdPackageVolumeUnregister("Foo", "/v");
+        (void)MEROSystemdVolumeRegister("nfs", "/v"), (void)MEROSystemdVolumeUnregister("nfs", "/v");
+        (void)MERO::Systemd::LinkMeroReason(kFolder + "/", kOutside + "source");
+        (void)MEROSystemdServiceStopByReason("check", std::string("nfs"));
+        (void)MEROSystemdServiceReasonRemove("check", std::string("nfs")), (void)MEROSystemdEnable("nfs");
+        if (MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"})) {
+            report.Fault("a register was read through a link");
+        }
+        (void)MEROSystemdVolumeRegisterList(registers);
+        report.Done(10);
+    }
+    kill(user, SIGKILL);
+    const std::string after = Outside();
+    if (after != before) {
+        report.Fault(Difference(before, after));
+    }
+}
+
+} // namespace MERO::Torture
