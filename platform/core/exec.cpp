@@ -3,6 +3,8 @@
 
 #include <merocore/process.h>
 
+#include <unistd.h>
+
 using namespace MERO::Core;
 
 int MLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, const char* a4)
@@ -13,7 +15,7 @@ int MLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, 
     // exec takes the texts as mutable for historical reasons and changes none.
     char* const argv[] = {const_cast<char*>(path), const_cast<char*>(a1), const_cast<char*>(a2),
                           const_cast<char*>(a3),   const_cast<char*>(a4), nullptr};
-    const pid_t pid = Spawn(path, argv, {.standardOutput = kDevNull, .standardError = kDevNull});
+    const pid_t pid = Spawn(path, argv, environ, {.standardOutput = kDevNull, .standardError = kDevNull});
     if (pid < 0) {
         return MERO_FAIL(MLIBC_ERR_START_PROGRAM);
     }

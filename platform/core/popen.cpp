@@ -43,6 +43,11 @@ int CloseChild(void* cookie)
 
 FILE* MLIBCPopenvc(const char* path, const char* mode, char* const argv[])
 {
+    return MLIBCPopenvce(path, mode, argv, environ);
+}
+
+FILE* MLIBCPopenvce(const char* path, const char* mode, char* const argv[], char* const envp[])
+{
     const bool withErrors = mode != nullptr && std::strcmp(mode, "rB") == 0;
     if (path == nullptr || argv == nullptr || mode == nullptr || (!withErrors && std::strcmp(mode, "r") != 0)) {
         MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
@@ -65,8 +70,8 @@ FILE* MLIBCPopenvc(const char* path, const char* mode, char* const argv[])
         return nullptr;
     }
     Child& started = *child.release();
-    started.pid =
-        Spawn(path, argv, {.standardOutput = writeEnd.Get(), .standardError = withErrors ? writeEnd.Get() : kInherit});
+    started.pid = Spawn(path, argv, envp,
+                        {.standardOutput = writeEnd.Get(), .standardError = withErrors ? writeEnd.Get() : kInherit});
     if (started.pid < 0) {
         const int reason = errno;
         std::fclose(stream);

@@ -55,7 +55,7 @@ posix_spawnattr_t CleanSignals()
 
 } // namespace
 
-pid_t Spawn(const char* path, char* const argv[], SpawnOutput output)
+pid_t Spawn(const char* path, char* const argv[], char* const envp[], SpawnOutput output)
 {
     const posix_spawnattr_t attributes = CleanSignals();
 
@@ -68,7 +68,7 @@ pid_t Spawn(const char* path, char* const argv[], SpawnOutput output)
     pid_t pid = -1;
     int error = actions.Error();
     if (error == 0) {
-        error = posix_spawn(&pid, path, actions.Get(), &attributes, argv, environ);
+        error = posix_spawn(&pid, path, actions.Get(), &attributes, argv, envp);
     }
     if (error != 0) {
         errno = error;

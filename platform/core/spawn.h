@@ -16,7 +16,7 @@ struct SpawnOutput {
 /// Starts `path` with default signal dispositions, an empty signal mask, /dev/null as standard input and no
 /// descriptor above 2. Returns the child's process ID; negative with errno set when it could not be started,
 /// in which case there is no child.
-pid_t Spawn(const char* path, char* const argv[], SpawnOutput output);
+pid_t Spawn(const char* path, char* const argv[], char* const envp[], SpawnOutput output);
 
 /// Waits for `pid`; the wait status, or -1 when it is lost to somebody else's wait.
 int WaitStatus(pid_t pid);

@@ -1,10 +1,16 @@
 #include "core/program_stream.h"
 
+#include "core/program_environment.h"
 #include "core/text_reader.h"
 
 #include <algorithm>
 
 namespace MERO::Systemd {
+
+ProgramStream::ProgramStream(const char* path, const char* mode, char* const argv[])
+    : stream_(MLIBCPopenvce(path, mode, argv, ProgramEnvironment().data()))
+{
+}
 
 bool ProgramStream::ReadLines(std::vector<std::string>& lines)
 {

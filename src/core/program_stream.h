@@ -11,8 +11,8 @@ namespace MERO::Systemd {
 /// A running program whose output is read: closed and reaped on every way out.
 class ProgramStream {
 public:
-    /// Modes as MLIBCPopenvc. Tells a program that could not be started by being false.
-    ProgramStream(const char* path, const char* mode, char* const argv[]) : stream_(MLIBCPopenvc(path, mode, argv)) {}
+    /// Modes as MLIBCPopenvc. The program has ProgramEnvironment(). False when it could not be started.
+    ProgramStream(const char* path, const char* mode, char* const argv[]);
     ProgramStream(const ProgramStream&) = delete;
     ProgramStream& operator=(const ProgramStream&) = delete;
     ~ProgramStream()

@@ -21,7 +21,33 @@ constexpr SystemctlDialect kClassic{.listJobsExitCode = 1, .padsColumns = false,
 // systemd 246 and newer.
 constexpr SystemctlDialect kCurrent{.listJobsExitCode = 0, .padsColumns = true, .unitFileColumns = 3};
 
+std::string_view Trimmed(std::string_view line)
+{
+    constexpr std::string_view kBlanks = " \n";
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    return line.substr(0, line.find_last_not_of(kBlanks) + 1);
+}
+
+bool IsPadded(const std::string& line)
+{
+    return Trimmed(line).find("  ") != std::string_view::npos; // the classic dialect has one blank between columns
+}
+
 } // namespace
+
+void SystemctlDialect::CheckColumns(const std::vector<std::string>& lines, std::size_t columns) const
+{
+    const auto fits = [&](const std::string& line) {
+        const std::string row = Row(line);
+        const std::string_view text = Trimmed(row);
+        return static_cast<std::size_t>(std::count(text.begin(), text.end(), ' ')) + 1 == columns;
+    };
+    const auto padded = std::find_if(lines.begin(), lines.end(), IsPadded);
+    if (lines.size() >= 2 && padded != lines.end() && std::none_of(lines.begin(), lines.end(), fits)) {
+        MERO_LOG(LOG_WARNING, "systemctl does not seem to speak the dialect that [%s] sets: [%s]", kConfiguration,
+                 std::string(Trimmed(*padded)).c_str());
+    }
+}
 
 std::string SystemctlDialect::Row(const std::string& line) const
 {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace MERO::Systemd {
 
@@ -13,6 +14,10 @@ struct SystemctlDialect {
 
     /// A table line with one blank between its columns.
     std::string Row(const std::string& line) const;
+
+    /// Logs a warning when a table of `columns` columns seems to be in the other dialect: two lines or more, none with
+    /// so many columns, and one that is padded. Read as it is, it would seem empty.
+    void CheckColumns(const std::vector<std::string>& lines, std::size_t columns) const;
 };
 
 /// The dialect that /usr/mero/etc/merosystemd/systemctl.conf names with dialect=classic or dialect=current.

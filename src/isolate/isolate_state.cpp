@@ -8,6 +8,7 @@
 #include <merocore/file.h>
 #include <merocore/process.h>
 
+#include <cerrno>
 #include <string>
 #include <utility>
 
@@ -21,6 +22,9 @@ bool Read(const char* path, const char* key, const char* what, std::string& valu
 {
     char buffer[kValueSize];
     if (MLIBCFileGetKeyValue(path, key, buffer, sizeof buffer, 0) < 0) {
+        if (MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && errno == ENOENT) {
+            return false; // the isolation has just ended
+        }
         MERO_LOG(LOG_ERR, "Failed to get %s from isolate state file" MERO_CORE_ERROR_FORMAT, what,
                  MERO_CORE_ERROR_VALUES);
         return false;

@@ -14,10 +14,9 @@ bool MEROSystemdIsolateStateGet(IsolateState& state)
 {
     state = IsolateState();
     const IsolateStateLock neverAcquired;
-    if (MLIBCFileExist(kIsolateStateFile) == 0) {
-        return true;
-    }
-    return ReadIsolateState(kIsolateStateFile, state);
+    // The file goes away when the isolation ends, which may be while it is read.
+    return MLIBCFileExist(kIsolateStateFile) == 0 || ReadIsolateState(kIsolateStateFile, state) ||
+           MLIBCFileExist(kIsolateStateFile) == 0;
 }
 
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState)

@@ -2,6 +2,7 @@
 #include "resource/slice_cgroup.h"
 
 #include "core/directory_entries.h"
+#include "core/directory_names.h"
 #include "core/log.h"
 #include "core/passing_failure.h"
 #include "core/text_reader.h"
@@ -21,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kHierarchy = "/sys/fs/cgroup/systemd/";
+constexpr const char* kRootSlice = "-.slice"; // of which every process is a part
 
 /// The name that a unit's folder has in `parent`.
 std::string FolderOfUnit(const std::string& parent, const std::string& unit)
@@ -76,12 +78,27 @@ bool HasProcess(const fs::path& folder, TextReader& reader)
     return false;
 }
 
+/// Whether a path that is the last thing in its line, or the whole text, leads through the slice.
+bool LeadsThrough(std::string_view paths, const std::string& slice)
+{
+    const auto holds = [&](const std::string& folder) {
+        for (std::size_t at = 0; (at = paths.find(folder, at)) != paths.npos; at += folder.size()) {
+            const char next = at + folder.size() < paths.size() ? paths[at + folder.size()] : '\n';
+            if (next == '/' || next == '\n') {
+                return true;
+            }
+        }
+        return false;
+    };
+    return slice == kRootSlice || holds("/" + slice) || holds("/_" + slice);
+}
+
 } // namespace
 
 std::string SliceCgroup(const std::string& slice)
 {
     std::string path = kHierarchy;
-    if (slice == "-.slice") {
+    if (slice == kRootSlice) {
         return path;
     }
     const std::string name = UnitNameWithoutFileExtensionGet(slice);
@@ -113,6 +130,37 @@ bool HasLiveProcess(const std::string& slice)
         MERO_LOG(LOG_ERR, "Failed to check cgruop procs");
     }
     return true; // unknown: what may be alive is not called killed
+}
+
+bool HasSystemdHierarchy()
+{
+    return MLIBCFileExist(kHierarchy) == 1;
+}
+
+bool MayHaveProcess(const std::string& slice)
+{
+    const Descriptor proc(open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    TextReader reader;
+    bool isFound = false;
+    bool isReadable = false;
+    DirectoryNames().ForEach(proc.Get(), [&](std::string_view name) {
+        if (name.front() < '0' || name.front() > '9') {
+            return true;
+        }
+        const auto lines = reader.Read(proc.Get(), (std::string(name) + "/cgroup").c_str());
+        isReadable = isReadable || lines; // a process sees itself at least
+        isFound = lines ? LeadsThrough(*lines, slice) : errno != ENOENT && errno != ESRCH;
+        return !isFound;
+    });
+    return isFound || !isReadable;
+}
+
+bool RunsInSlice(const std::string& slice)
+{
+    TextReader reader;
+    std::string path;
+    const auto lines = reader.Read(AT_FDCWD, "/proc/self/cgroup");
+    return slice == kRootSlice || (lines && SystemdCgroupPath(*lines, path) && LeadsThrough(path, slice));
 }
 
 } // namespace MERO::Systemd

@@ -16,4 +16,14 @@ std::vector<std::string> UnitsOfSlice(const std::string& slice);
 /// Whether a process runs in the slice, or in whatever cgroup below it.
 bool HasLiveProcess(const std::string& slice);
 
+/// Whether systemd's hierarchy is there, whose folders the functions above read.
+bool HasSystemdHierarchy();
+
+/// Whether /proc shows a process in the slice. True, too, when /proc cannot be read: what may be alive is not called
+/// gone.
+bool MayHaveProcess(const std::string& slice);
+
+/// Whether the calling process runs in the slice.
+bool RunsInSlice(const std::string& slice);
+
 } // namespace MERO::Systemd

@@ -8,6 +8,10 @@
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
+#include <boost/algorithm/string/trim.hpp>
+
+#include <stdexcept>
+
 using namespace MERO::Systemd;
 
 namespace {
@@ -42,6 +46,9 @@ unsigned long KillTimeout(const std::string& slice)
 {
     try {
         const std::string value = XTarvixKeyGet(slice, "SliceKillTimeoutSec");
+        if (boost::algorithm::trim_left_copy(value).starts_with('-')) { // stoul would wait practically for ever
+            throw std::invalid_argument("stoul");
+        }
         return value.empty() ? kDefaultTimeout : std::stoul(value);
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to get SliceKillTimeoutSec: [%s]", exception.what());
@@ -76,9 +83,16 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
         return false;
     }
     const char* slice = strSlice.c_str();
+    if (!HasSystemdHierarchy() && MayHaveProcess(strSlice)) {
+        MERO_LOG(LOG_ERR, "[%s] is not killed: without systemd's cgroup hierarchy its processes are not known.", slice);
+        return false;
+    }
     if (!HasLiveProcess(strSlice)) {
         MERO_LOG(LOG_INFO, "There is no alive process in [%s], skip kill slice", slice);
         return true;
+    }
+    if (RunsInSlice(strSlice)) {
+        MERO_LOG(LOG_WARNING, "[%s] holds the process that kills it.", slice);
     }
     MERO_LOG(LOG_INFO, "[%s] killing...", slice);
     progress(KillPhase::StoppingUnits);

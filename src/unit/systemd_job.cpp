@@ -14,6 +14,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 const std::vector<std::string> kNoLegend{"--no-legend"};
+constexpr std::size_t kColumns = 4;
 
 bool ParseRow(const SystemctlDialect& dialect, const std::string& line, JobInfo& info)
 {
@@ -31,6 +32,7 @@ bool MEROSystemdIntJobList(std::map<std::uint32_t, JobInfo>& jobs)
     try {
         const SystemctlDialect dialect = ConfiguredSystemctlDialect();
         return MEROSystemdSystemctl("list-jobs", kNoLegend, {}, [&](int exitCode, const Lines& lines) {
+            dialect.CheckColumns(lines, kColumns);
             if (exitCode != dialect.listJobsExitCode) {
                 MERO_LOG(LOG_ERR, "Failed to list-jobs, ret=[%d], reason=[%s]", exitCode, Concatenate(lines).c_str());
                 return false;
@@ -61,6 +63,7 @@ bool MEROSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
             if (lines.empty()) {
                 return false; // no job
             }
+            dialect.CheckColumns(lines, kColumns);
             if (exitCode != dialect.listJobsExitCode) {
                 MERO_LOG(LOG_ERR, "Failed to list-jobs [%s], ret=[%d], reason=[%s]", strUnit.c_str(), exitCode,
                          Concatenate(lines).c_str());

@@ -26,6 +26,7 @@ bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& st
             if (exitCode != 0) {
                 return false;
             }
+            dialect.CheckColumns(lines, dialect.unitFileColumns);
             for (const std::string& line : lines) {
                 std::vector<std::string> fields;
                 if (!Split(dialect.Row(line), fields, " ")) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <sstream>
 
 using namespace MERO::Test;
 using ::testing::Contains;
@@ -150,6 +151,43 @@ TEST_F(RealEnablement, Questions)
     EXPECT_TRUE(MEROSystemdDefaultTargetGet(value));
     EXPECT_EQ(value, "multi-user.target");
     EXPECT_FALSE(MEROSystemdDefaultTargetSet("life.service"));
+}
+
+TEST_F(RealEnablement, TheHostsEnvironmentChangesNoAnswer)
+{
+    Unit("long.service", "[Service]\nType=oneshot\nExecStart=/bin/sleep infinity\n");
+    Load();
+    ASSERT_TRUE(MEROSystemdStartNoBlock("long"));
+    const auto answers = [](bool withUnits) {
+        Texts texts;
+        std::string value;
+        std::map<std::uint32_t, MERO::Systemd::JobInfo> jobs;
+        EXPECT_TRUE(!withUnits || MEROSystemdListUnits(texts, "")); // takes longest
+        EXPECT_TRUE(MEROSystemdShow("life", "LoadState", value) && MEROSystemdIntJobList(jobs));
+        for (const auto& [id, job] : jobs) {
+            texts.push_back(job.ToString());
+        }
+        texts.push_back(value + std::to_string(MEROSystemdEnableStatusGet("life")));
+        return texts;
+    };
+    std::istringstream variables("SYSTEMD_LOG_TARGET=console SYSTEMD_COLORS=1 SYSTEMD_URLIFY=1 SYSTEMD_EMOJI=1 "
+                                 "SYSTEMD_UTF8=1 SYSTEMD_TINT_BACKGROUND=1 SYSTEMD_ADJUST_TERMINAL_TITLE=1 "
+                                 "SYSTEMD_LOG_LEVEL=debug SYSTEMD_LOG_COLOR=1 SYSTEMD_LOG_TIME=1 "
+                                 "SYSTEMD_LOG_LOCATION=1 SYSTEMD_LOG_TID=1 SYSTEMD_PAGER=false "
+                                 "SYSTEMD_PAGERSECURE=1 SYSTEMD_LESS=x PAGER=false LESS=x COLUMNS=20 LINES=2 "
+                                 "DEBUG_INVOCATION=1");
+    const Texts expected = answers(false);
+    const Texts expectedUnits = answers(true);
+    Texts set; // one more each time
+    for (std::string variable; variables >> variable;) {
+        const std::size_t equals = variable.find('=');
+        setenv(set.emplace_back(variable.substr(0, equals)).c_str(), variable.c_str() + equals + 1, 1);
+        EXPECT_EQ(answers(false), expected) << variable;
+    }
+    EXPECT_EQ(answers(true), expectedUnits);
+    for (const std::string& name : set) {
+        unsetenv(name.c_str());
+    }
 }
 
 TEST_F(RealEnablement, OfflineFormsNeedNoManager)

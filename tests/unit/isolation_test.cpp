@@ -219,6 +219,24 @@ TEST_F(Isolation, TheStateIsTold)
     EXPECT_TRUE(fs::remove(kState) && MEROCSystemdIsolateStateGet(nullptr) == 0);
 }
 
+TEST_F(Isolation, IsNoneWhenItEndsWhileItIsLookedAt)
+{
+    Write("/run/state", "target=a.target\npid=" + std::to_string(getpid()) + "\n");
+    fs::create_directories(kRun);
+    const pid_t isolations = fork();
+    while (isolations == 0) {
+        (void)link("/run/state", kState.c_str()), (void)unlink(kState.c_str());
+    }
+    int failures = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        IsolateState state;
+        failures += MEROSystemdIsolateStateGet(state) ? 0 : 1;
+    }
+    kill(isolations, SIGKILL), waitpid(isolations, nullptr, 0), fs::remove(kState);
+    EXPECT_LE(failures, 20) << "it may end and begin again in one look";
+    EXPECT_TRUE(Log().empty());
+}
+
 TEST_F(Isolation, AnActionRunsBetweenTwo)
 {
     struct Case {

@@ -75,6 +75,7 @@ protected:
         return texts;
     }
     bool listed_ = false;
+    std::vector<std::string> log_;
 };
 
 TEST_F(Jobs, TheListLosesOnlyTheLinesThatCannotBeRead)
@@ -114,9 +115,12 @@ TEST_F(Jobs, EachDialectHasItsExitCodeAndItsColumns)
         Systemctl({{"list-jobs *", c.output, c.exitCode}});
         EXPECT_EQ(List().size(), c.jobs);
         EXPECT_EQ(listed_, c.listed);
+        const bool warns = c.output == kPadded && c.configuration != "dialect=current\n";
+        log_ = Log();
+        EXPECT_EQ(warns, !log_.empty() && log_[0].starts_with("WARNING systemctl_dialect: systemctl does not seem"));
     }
-    EXPECT_THAT(Log(), ::testing::Contains("WARNING systemctl_dialect: Unknown dialect [klingon] in "
-                                           "[/usr/mero/etc/merosystemd/systemctl.conf], using classic."));
+    EXPECT_THAT(log_, ::testing::Contains("WARNING systemctl_dialect: Unknown dialect [klingon] in "
+                                          "[/usr/mero/etc/merosystemd/systemctl.conf], using classic."));
 }
 
 TEST_F(Jobs, TheJobOfOneUnit)

@@ -1,7 +1,11 @@
+#include "support/child.h"
 #include "support/operations.h"
 #include "support/sleeps.h"
 
 #include <merosystemd/resource.hpp>
+
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <regex>
 
@@ -47,7 +51,8 @@ TEST_F(KillSlice, StopsTerminatesWaitsAndKills)
     const Case cases[] = {
         {"", "", true, 10, 99, both, {sentTerm, sentKill, done}},
         {"", key + "0", true, 0, 99, both, {sentTerm, sentKill, done}},
-        {"", key + "2", true, 2, 99, both, {sentTerm, sentKill, done}},
+        {"", key + "+2", true, 2, 99, both, {sentTerm, sentKill, done}},
+        {"", key + "-1", true, 10, 99, both, {sentTerm, bad + "stoul]", sentKill, done}},
         {"", key + "x", true, 10, 99, both, {sentTerm, bad + "stoul]", sentKill, done}},
         {"", kNone, true, 10, 99, both, {sentTerm, bad + "Unit is not found [a-b.slice]]", sentKill, done}},
         {"[ $1 != kill ] || > $procs", key + "1", true, 0, 99, one, {sentTerm, done}, "012"},
@@ -101,6 +106,30 @@ TEST_F(KillSlice, LeavesOutWhatThereIsNothingFor)
         EXPECT_TRUE(!MEROSystemdKillSlice(name) && MLIBCErrGet() == 0x0D00) << name;
         EXPECT_EQ(Said("systemd_kill_slice"), Texts{"!strSlice.empty() && IsSliceName(strSlice)"}) << name;
     }
+}
+
+TEST_F(KillSlice, KillsNothingThatItCannotSee)
+{
+    const auto withoutHierarchy = [] {
+        const auto kills = [] { return MEROSystemdKillSlice("mero.slice") ? "1" : "0"; };
+        const std::string shown = "/proc/" + std::to_string(getpid()) + "/cgroup";
+        unshare(CLONE_NEWNS), mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+        std::string killed = kills();
+        Write("/run/cgroup", "0::/mero.slice/x.service\n"),
+            mount("/run/cgroup", shown.c_str(), nullptr, MS_BIND, nullptr);
+        killed += kills(), mount("tmpfs", "/proc", "tmpfs", 0, nullptr);
+        return killed + kills() == "100" ? 0 : 1;
+    };
+    EXPECT_EQ(RunAs(0, withoutHierarchy), 0);
+    const std::string unknown =
+        "ERR [mero.slice] is not killed: without systemd's cgroup hierarchy its processes are not known.";
+    EXPECT_EQ(Said("systemd_kill_slice"),
+              (Texts{"INFO There is no alive process in [mero.slice], skip kill slice", unknown, unknown}));
+    EXPECT_TRUE(Calls().empty());
+    Write(kSystemd + "cgroup.procs", "1\n");
+    Write("/usr/lib/systemd/system/-.slice", "[X-Tarvix]\nSliceKillTimeoutSec=0\n");
+    EXPECT_TRUE(MEROSystemdKillSlice("-.slice")) << "as the caller says";
+    EXPECT_THAT(Said("systemd_kill_slice"), Contains("WARNING [-.slice] holds the process that kills it."));
 }
 
 TEST_F(KillSlice, FindsNamesThatMeanSomethingToTheKernel)

@@ -15,7 +15,7 @@ extern "C" {
 /** Runs the program `path` (argv[0] is `path`) with up to four arguments and waits for it; the arguments end at
    the first NULL. What it prints is thrown away.
    Returns 0 when it ran and exited with 0, a negative value otherwise. Errors: MLIBC_ERR_START_PROGRAM,
-   MLIBC_ERR_PROGRAM_FAILED (another exit code, a signal, or a lost wait status). */
+   MLIBC_ERR_PROGRAM_FAILED (another exit code, a signal, or a wait status that is lost: then errno is ECHILD). */
 int MLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, const char* a4);
 
 /** Starts the program `path` with the vector `argv` (argv[0] first, NULL last) and returns a stream of what it
@@ -25,6 +25,10 @@ int MLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, 
    Returns NULL when the program cannot be started: there is no child then. Errors: MLIBC_ERR_START_PROGRAM
    (errno holds the reason), MLIBC_ERR_INVALID_ARGUMENT. */
 FILE* MLIBCPopenvc(const char* path, const char* mode, char* const argv[]);
+
+/** MLIBCPopenvc for a program that has the environment `envp` (NULL last; NULL alone: none) instead of
+   the caller's. */
+FILE* MLIBCPopenvce(const char* path, const char* mode, char* const argv[], char* const envp[]);
 
 /** Closes the stream, waits for the program and returns its wait status as waitpid gives it; -1 when the status
    is lost because somebody else reaped the child (a process that ignores SIGCHLD, or waits for any child). */
