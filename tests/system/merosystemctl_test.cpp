@@ -447,7 +447,10 @@ TEST_F(Merosystemctl, WhatIsPrintedIsTextOrJsonOfItsSchema)
     EXPECT_EQ(Shell("systemd-run --quiet --slice=bulk.slice sleep infinity").exitCode, 0);
     Expect({{"slice kill bulk.slice", 0, "stopping its units\n.*bulk.slice: killed\n"},
             {"slice kill bulk.slice", 0, "bulk.slice: nothing runs there in systemd's hierarchy\n"},
-            {"slice kill bulk", 1, ".*killing bulk failed\n.*"}});
+            {"slice kill bulk", 1, ".*killing bulk failed\n.*"},
+            {"slice kill -- -.slice", 1, "merosystemctl: -.slice is not killed: .*--force.*\n"}});
+    EXPECT_THAT(Shell("systemd-run --quiet --pipe --slice=bulk.slice " MEROSYSTEMCTL " slice kill bulk.slice").output,
+                HasSubstr("bulk.slice is not killed: this process runs in it"));
     Shell("systemctl stop slow user; pkill -f 'sleep infinity'; umount -l /vol1; "
           "rm -r /run/merosystemd/reasons /usr/mero/etc/merosystemd/volume-register");
 }

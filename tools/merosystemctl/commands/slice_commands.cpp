@@ -135,6 +135,7 @@ void AddSliceCommands(const Command& program)
         double interval = 1;
         unsigned count = 0;
         bool json = false;
+        bool force = false;
     };
     const auto arguments = std::make_shared<Arguments>();
 
@@ -150,7 +151,8 @@ void AddSliceCommands(const Command& program)
 
     const Command kill = slice.AddCommand("kill", "Stop a slice's units, and end what is left");
     kill.AddOperand("SLICE", arguments->slice, "A slice of systemd's");
-    kill.OnCall([arguments] { return KillSlice(arguments->slice); });
+    kill.AddFlag("--force", arguments->force, "Even \"-.slice\", or the slice of this process");
+    kill.OnCall([arguments] { return KillSlice(arguments->slice, arguments->force); });
 
     const Command top = slice.AddCommand("top", "Watch what the tracked slices use");
     AddInterval(top, arguments->interval, "Measure so often (1)");

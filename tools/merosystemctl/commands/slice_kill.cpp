@@ -5,6 +5,9 @@
 #include "output/progress_line.h"
 
 #include <merosystemd/resource.hpp>
+#include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
 
 #include <future>
 #include <iostream>
@@ -67,10 +70,23 @@ private:
     Clock::time_point began_;
 };
 
+/// Whether this process, and with it the caller's session, would be killed too.
+bool HoldsThisProcess(const std::string& slice)
+{
+    std::string path;
+    const bool isKnown = MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", path) ||
+                         MEROSystemdCgroupPathnameGet(getpid(), "", path); // cgroup v2 alone
+    return slice == "-.slice" || (isKnown && (path + "/").find("/" + slice + "/") != path.npos);
+}
+
 } // namespace
 
-int KillSlice(const std::string& slice)
+int KillSlice(const std::string& slice, bool force)
 {
+    if (!force && HoldsThisProcess(slice)) {
+        PrintError(slice + " is not killed: this process runs in it. --force kills it all the same");
+        return kFailed;
+    }
     bool done = false;
     bool hasBegun = false;
     {

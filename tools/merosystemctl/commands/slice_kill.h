@@ -4,7 +4,8 @@
 
 namespace MERO::Tool {
 
-/// Ends all that runs in a slice and says how far that is. The exit code.
-int KillSlice(const std::string& slice);
+/// Ends all that runs in a slice and shows how far that is. A slice that holds this process is refused unless `force`.
+/// Returns the exit code.
+int KillSlice(const std::string& slice, bool force);
 
 } // namespace MERO::Tool

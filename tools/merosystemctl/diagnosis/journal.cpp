@@ -24,6 +24,19 @@ constexpr std::string_view kEvents[] = {
     "d9b373ed55a64feb8242e02dbe79a49c", // SD_MESSAGE_UNIT_FAILURE_RESULT
 };
 
+/// What the user has set for journalctl on a terminal must not change what is read here.
+std::vector<char*> JournalEnvironment()
+{
+    std::vector<char*> environment;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        if (const std::string_view text = *variable; !text.starts_with("SYSTEMD_") && !text.starts_with("COLUMNS=")) {
+            environment.push_back(*variable);
+        }
+    }
+    environment.push_back(nullptr);
+    return environment;
+}
+
 Texts Journal(const std::string& unit, const Texts& options)
 {
     Texts words{"/usr/bin/journalctl", "--no-pager", "--quiet", "--boot"};
@@ -34,7 +47,8 @@ Texts Journal(const std::string& unit, const Texts& options)
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(MLIBCPopenvc(argv[0], "r", argv.data()), MLIBCPclose);
+    const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(
+        MLIBCPopenvce(argv[0], "r", argv.data(), JournalEnvironment().data()), MLIBCPclose);
     Texts lines;
     char* line = nullptr;
     std::size_t size = 0;
