@@ -62,17 +62,26 @@ runs() {
     "$2" packaged && systemctl is-active packaged && [ "$(systemctl show --value -p MainPID packaged)" != "$first" ]
 }
 
+plan() {
+    merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
+}
+conffile() {
+    dpkg-query -W -f '${Conffiles}' libmerosystemd7 | grep -F /usr/mero/etc/merosystemd/systemctl.conf
+}
 start() { merosystemctl start "$1"; }
 restart() { merosystemctl restart "$1"; }
 
-mkdir -p /usr/mero/etc/merosystemd
-echo dialect=current > /usr/mero/etc/merosystemd/systemctl.conf
-printf '[Service]\nExecStart=/bin/sleep infinity\n' > /run/systemd/system/packaged.service
+# Nothing is set up but what the packages bring.
+[ ! -e /usr/mero/etc ] || { echo "package_test.sh: /usr/mero/etc is there already" >&2; exit 1; }
+printf '[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=all\n' \
+    > /run/systemd/system/packaged.service
 systemctl daemon-reload
 
 check "the packages can be installed" installed
 check "the program runs, and is of the package's version" version
 check "the program manages a service" runs start restart
+check "a volume's plan finds the services that depend on all volumes" plan
+check "the dialect's file is the administrator's to change" conffile
 if command -v man > /dev/null; then
     for page in merosystemctl merosystemd-files libmerosystemd merosystemd-units; do
         check "there is a manual page $page" man -w "$page"

@@ -143,11 +143,13 @@ bool MEROSystemdSliceList(std::vector<std::string>& slices);
 /// Ends all that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as many
 /// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
 /// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
-/// waited for. A name that is no slice's is an invalid argument (0x0D00).
+/// waited for. A name that is no slice's is an invalid argument (0x0D00). Processes are looked for in systemd's named
+/// hierarchy; where it is not mounted, and /proc shows a process in the slice or cannot be read, nothing is done and the
+/// result is false. A slice that holds the calling process is killed as well, after a warning in the log.
 bool MEROSystemdKillSlice(const std::string& strSlice);
 
 /// @ingroup cgroups
-/// The same; tells `progress`, in this thread, of each phase as it begins.
+/// The same; calls `progress`, in this thread, as each phase begins.
 bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(MERO::Systemd::KillPhase)>& progress);
 
 #pragma GCC visibility pop
