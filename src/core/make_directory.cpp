@@ -3,6 +3,7 @@
 
 #include "core/directory_walk.h"
 #include "core/log.h"
+#include "core/passing_failure.h"
 #include "core/text_reader.h"
 
 #include <merocore/error.h>
@@ -44,7 +45,8 @@ Descriptor MakeDirectory(const std::string& directory)
 {
     DirectoryWalk made = WalkToDirectory(directory, IfMissing::Make);
     const SourceLine here = MERO_HERE;
-    const bool mayGoByName = made.directory || !made.isShared; // mkdir does, and would follow what others put there
+    // mkdir goes by the name: below a folder that others can write, only once the walk has made what it looks for.
+    const bool mayGoByName = made.directory || !(made.isShared || IsPassingFailure(made.error));
     if (!made.isRefused && !mayGoByName) {
         MLIBCErrSetEx(MLIBC_ERR_OPEN_DIRECTORY, here.file, here.line);
     }
