@@ -5,6 +5,9 @@
 /// talk to, how failures are told, and what threads may do. Here operations return true when they succeeded. No
 /// exceptions leave them but those that are named below, and std::bad_alloc where memory is out, which many answer with
 /// false instead; locks, descriptors and children do not stay behind.
+///
+/// A list of what failed is appended to, never cleared. It may be the list of the units, or of the options, too: what
+/// failed is appended to it when all is done.
 #pragma once
 
 #include <merosystemd/job.hpp>
@@ -61,9 +64,9 @@ void MEROSystemdPutEnvByPAMSystemd();
 // ---- Unit actions --------------------------------------------------------------------------------------------------
 /// @addtogroup actions
 ///
-/// The list forms are those that C calls group forms, with `failed` in the place of `*ppListFailed`: it is appended to,
-/// never cleared, and may stay as it was when the operation failed. An empty list is an invalid argument (0x0D00).
-/// `options` are systemctl's, placed after the verb.
+/// The list forms are those that C calls group forms, with `failed` in the place of `*ppListFailed`: it may stay
+/// as it was when the operation failed. An empty list is an invalid argument (0x0D00). `options` are systemctl's, placed
+/// after the verb.
 /// @{
 
 /**
@@ -190,7 +193,8 @@ bool MEROSystemdDaemonReload();
 /** @{ */
 /// Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
 /// clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed and all of them are
-/// failed; a file that cannot be removed, or that is a folder, fails its unit alone.
+/// failed; a file that cannot be removed, or that is a folder, fails its unit alone. A unit that is in `failed` already
+/// is not appended again.
 bool MEROSystemdUninstall(const std::string& strUnit);
 bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */

@@ -66,6 +66,7 @@ void FailedUnitsGet(const std::vector<std::string>& units, const std::vector<std
     for (const std::string& unit : units) {
         callersNames[NormalizedUnitNameGet(unit)] = unit;
     }
+    std::vector<std::string> found;
     for (const std::string& line : lines) {
         const auto unit = FailedUnitOf(line);
         if (!unit) {
@@ -75,14 +76,18 @@ void FailedUnitsGet(const std::vector<std::string>& units, const std::vector<std
         if (entry == callersNames.end()) {
             MERO_LOG(LOG_ERR, "unexpected failed unit [%s].", std::string(*unit).c_str());
         } else {
-            failed.push_back(entry->second);
+            found.push_back(entry->second);
         }
     }
+    FailedUnitsCopy(found, failed);
 }
 
 void FailedUnitsCopy(const std::vector<std::string>& from, std::vector<std::string>& to)
 {
-    to.insert(to.end(), from.begin(), from.end());
+    const std::size_t count = from.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        to.push_back(from[i]);
+    }
 }
 
 } // namespace MERO::Systemd

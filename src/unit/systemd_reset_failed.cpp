@@ -39,5 +39,7 @@ bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vect
 
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdResetFailed(vecUnits, failed);
+    return &failed != &vecUnits
+               ? _MEROSystemdResetFailed(vecUnits, failed)
+               : AppendFailedUnits(failed, [&](auto& own) { return _MEROSystemdResetFailed(vecUnits, own); });
 }

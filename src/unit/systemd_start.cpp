@@ -8,22 +8,15 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kStart{.verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed"};
-
-bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                           std::vector<std::string>& failed)
-{
-    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
-}
+constexpr ActionWords kStart{
+    .verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed", .event = kStartEvent};
 
 } // namespace
 
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed)
 {
-    const bool started = _MEROSystemdStartCore(options, vecUnits, failed);
-    MEROSystemdLogAction(kStartEvent, started, vecUnits, failed);
-    return started;
+    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
 }
 
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)

@@ -9,22 +9,15 @@ using namespace MERO::Systemd;
 namespace {
 
 // "stopped failed" is the text that the logs have always had.
-constexpr ActionWords kStop{.verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed"};
-
-bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                          std::vector<std::string>& failed)
-{
-    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
-}
+constexpr ActionWords kStop{
+    .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed", .event = kStopEvent};
 
 } // namespace
 
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed)
 {
-    const bool stopped = _MEROSystemdStopCore(options, vecUnits, failed);
-    MEROSystemdLogAction(kStopEvent, stopped, vecUnits, failed);
-    return stopped;
+    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
 }
 
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)

@@ -1,5 +1,6 @@
 #include "unit/unit_action.h"
 
+#include "core/action_log.h"
 #include "core/argument_check.h"
 #include "core/failed_units.h"
 #include "core/join.h"
@@ -7,9 +8,10 @@
 #include <merosystemd/systemd.hpp>
 
 namespace MERO::Systemd {
+namespace {
 
-bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
-                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+bool RunSystemctl(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
+                  const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
@@ -33,6 +35,22 @@ bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector
         MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", Join(failed).c_str(), words.failed);
         return false;
     }
+}
+
+} // namespace
+
+bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
+                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+{
+    if (&failed == &vecUnits || &failed == &options) {
+        return AppendFailedUnits(failed,
+                                 [&](auto& own) { return RunUnitAction(where, words, options, vecUnits, own); });
+    }
+    const bool done = RunSystemctl(where, words, options, vecUnits, failed);
+    if (words.event != 0) {
+        MEROSystemdLogAction(words.event, done, vecUnits, failed);
+    }
+    return done;
 }
 
 } // namespace MERO::Systemd

@@ -35,6 +35,10 @@ bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpt
 bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
                    const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
+    if (&failed == &vecUnits || &failed == &options) {
+        return AppendFailedUnits(failed,
+                                 [&](auto& own) { return RunEnablement(where, words, options, vecUnits, own); });
+    }
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
     }
@@ -68,6 +72,9 @@ bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector
 bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const std::vector<std::string>& vecUnits,
                 std::vector<std::string>& failed)
 {
+    if (&failed == &vecUnits) {
+        return AppendFailedUnits(failed, [&](auto& own) { return RunMasking(where, words, runtime, vecUnits, own); });
+    }
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
     }

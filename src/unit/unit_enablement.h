@@ -4,6 +4,8 @@
 
 namespace MERO::Systemd {
 
+// The failed list may be one of the other lists.
+
 /// Runs enable, disable or reenable once for all of `vecUnits`, and sets the flag of each, whatever that said. When
 /// the run fails, all of them are appended to `failed`: systemctl does not tell which one did.
 bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,

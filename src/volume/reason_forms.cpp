@@ -12,6 +12,10 @@ namespace MERO::Systemd {
 bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std::string& strReason,
                         const std::vector<std::string>& vecServices, std::vector<std::string>& vecFailed)
 {
+    if (&vecFailed == &vecServices) {
+        return AppendFailedUnits(
+            vecFailed, [&](auto& own) { return RunReasonOperation(where, operation, strReason, vecServices, own); });
+    }
     using std::string; // the conditions' texts are logged as they stand
     // NOLINTNEXTLINE(performance-faster-string-find)
     if (!MERO_VALID_AT(where, !strReason.empty()) || !MERO_VALID_AT(where, string::npos == strReason.find("/")) ||

@@ -14,7 +14,7 @@ using ReasonOperation = bool(const std::string& strReason, const std::vector<std
                              std::vector<std::string>& vecFailed);
 
 /// Checks the arguments, in the order that callers rely on, and runs `operation`. An exception of its is logged and
-/// fails all services.
+/// fails all services. `vecFailed` may be the list of the services.
 bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std::string& strReason,
                         const std::vector<std::string>& vecServices, std::vector<std::string>& vecFailed);
 

@@ -70,6 +70,9 @@ bool ListServicesWithReason(std::vector<std::string>& services)
 bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& services,
                    std::vector<std::string>& removed, std::vector<std::string>& failed)
 {
+    if (&services == &removed || &services == &failed) {
+        return UnlinkReasons(std::string(reason), std::vector<std::string>(services), removed, failed);
+    }
     bool done = true;
     for (const std::string& service : services) {
         if (!Allow(IsFileName(reason)) || !CanHaveReasons(service)) {

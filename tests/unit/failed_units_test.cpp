@@ -1,8 +1,6 @@
 #include "core/action_log.h"
 #include "core/failed_units.h"
-#include "support/machine.h"
-
-#include <gmock/gmock.h>
+#include "support/operations.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
@@ -10,8 +8,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 class FailedUnits : public Machine {};
 
@@ -53,6 +49,97 @@ TEST_F(FailedUnits, OnesThatWereNotAskedForAreLogged)
     EXPECT_THAT(failed, IsEmpty());
     EXPECT_THAT(Log(), ElementsAre("ERR systemd_internal_lib: unexpected failed unit [other.service].",
                                    "ERR systemd_internal_lib: unexpected failed unit [bus]."));
+}
+
+/// A list form that gets one list for all that it takes and gives, and what it appends when "b" fails, and when
+/// systemctl cannot be started.
+struct OneList {
+    const char* name;
+    std::function<bool(Texts&)> run;
+    Texts failed, all;
+    std::string events = ""; ///< of the former
+};
+
+#define PLAIN(Form) #Form, [](Texts & list) { return Form(list, list); }
+#define OPTIONS(Form) #Form, [](Texts & list) { return Form(list, list, list); }
+#define ENABLE(Form) #Form, [](Texts & list) { return Form(list, CommandOptions(), list); }
+#define REASON(Form) #Form, [](Texts & list) { return Form("r", list, list); }
+#define BLOCKING_OR_NOT(Name, events)                                                                                  \
+    {PLAIN(MEROSystemd##Name), b, all, events}, {PLAIN(MEROSystemd##Name##NoBlock), b, all, events},                   \
+    {                                                                                                                  \
+        OPTIONS(MEROSystemd##Name##WithOptions), b, all, events                                                        \
+    }
+
+TEST_F(FailedUnits, MayBeAppendedToTheListOfTheUnits)
+{
+    const Texts units{"a", "b", "c.mount"}, b{"b"}, all = units, none, services{"a", "b"}, mount{"c.mount"};
+    const Texts held{"c.mount", "b"}, unheld{"c.mount", "a", "b"}, sorted{"a", "b", "c.mount"};
+    const std::string start = "0001 a\n0011 b\n", stop = "0002 a\n0012 b\n";
+    const OneList forms[] = {
+        BLOCKING_OR_NOT(Start, start),
+        BLOCKING_OR_NOT(Stop, stop),
+        BLOCKING_OR_NOT(Restart, ""),
+        BLOCKING_OR_NOT(TryRestart, ""),
+        BLOCKING_OR_NOT(Reload, ""),
+        BLOCKING_OR_NOT(ReloadOrRestart, ""),
+        {PLAIN(MEROSystemdEnable), all, all},
+        {PLAIN(MEROSystemdDisable), all, all},
+        {PLAIN(MEROSystemdReenable), all, all},
+        {PLAIN(MEROSystemdEnableInGenerator), all, all},
+        {PLAIN(MEROSystemdDisableInGenerator), all, all},
+        {OPTIONS(MEROSystemdEnableWithOptionsInternal), all, all},
+        {OPTIONS(MEROSystemdDisableWithOptionsInternal), all, all},
+        {ENABLE(MEROSystemdEnableWithOptions), all, all},
+        {ENABLE(MEROSystemdDisableWithOptions), all, all},
+        {PLAIN(MEROSystemdMask), b, all},
+        {PLAIN(MEROSystemdUnmask), b, all},
+        {PLAIN(MEROSystemdResetFailed), b, all},
+        {PLAIN(MEROSystemdUninstall), none, none}, // it names no unit that the list has
+        {REASON(MEROSystemdServiceStopByReason), held, unheld, stop},
+        {REASON(MEROSystemdServiceStartByReason), held, unheld, start},
+        {REASON(MEROSystemdServiceReasonRemove), mount, mount},
+        {"removed",
+         [](Texts& list) {
+             Texts failed;
+             return UnlinkReasons("r", list, list, failed);
+         },
+         services, services},
+        {"not removed",
+         [](Texts& list) {
+             Texts gone;
+             return UnlinkReasons("r", list, gone, list);
+         },
+         mount, mount},
+        {"both", [](Texts& list) { return UnlinkReasons(list[0], list, list, list); }, sorted, sorted},
+        {"copied", [](Texts& list) { return FailedUnitsCopy(list, list), false; }, all, all},
+        {"found",
+         [](Texts& list) {
+             list.push_back("Job for b.service failed.");
+             FailedUnitsGet(list, list, list), list.erase(list.begin() + 3);
+             return false;
+         },
+         b, b},
+    };
+    for (const std::string unit : {"a", "b"}) {
+        Write("/usr/lib/systemd/system/" + unit + ".service", "[X-Tarvix]\nName=" + unit + "\n");
+    }
+    WriteProgram("/usr/mero/bin/merologset", "echo \"$2 $3\" >> /run/events");
+    for (const OneList& form : forms) {
+        SCOPED_TRACE(form.name);
+        std::filesystem::remove("/run/events");
+        Systemctl({{"list-jobs*", "", 1}, {"* b*", "Job for b.service failed.\n", 1}});
+        Texts list = units, expected = units;
+        list.shrink_to_fit(); // the first one that is appended moves it
+        FailedUnitsCopy(form.failed, expected);
+        EXPECT_FALSE(form.run(list));
+        EXPECT_EQ(list, expected);
+        EXPECT_EQ(Read("/run/events"), form.events);
+        RemoveSystemctl();
+        (list = units).shrink_to_fit(), expected = units;
+        FailedUnitsCopy(form.all, expected);
+        EXPECT_FALSE(form.run(list));
+        EXPECT_EQ(list, expected);
+    }
 }
 
 class ActionLog : public Machine {
