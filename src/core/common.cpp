@@ -47,6 +47,7 @@ void ResetSignals()
 {
     ResetSignals();
     LimitLogging();
+    (void)!chdir("/"); // or the file system that the host stood on could not be unmounted
     try {
         func();
     } catch (const std::exception& exception) {

@@ -210,6 +210,18 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
     }
 }
 
+TEST_F(VolumeUnmount, ACallerThatStoodOnTheVolumeCanUnmountIt)
+{
+    WriteProgram("/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh", "flock " + kMonitorLock + " true");
+    const fs::path before = fs::current_path();
+    fs::create_directories(kVolume);
+    ASSERT_EQ(mount("tmpfs", kVolume.c_str(), "tmpfs", 0, ""), 0);
+    fs::current_path(kVolume);
+    const auto action = [&] { return fs::current_path(before), umount(kVolume.c_str()) == 0; };
+    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({kVolume}, action)) << "the status monitor stood there too";
+    umount2(kVolume.c_str(), MNT_DETACH);
+}
+
 TEST_F(VolumeUnmount, WithoutServicesOnlyTheActionRuns)
 {
     const auto isNull = [](void* data) { return data == nullptr; };
