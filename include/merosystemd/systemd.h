@@ -286,8 +286,9 @@ int MEROCSystemdIsolateToDefaultTarget(void);
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
 
 /** Isolates to a target, calls `action` there with `data`, in this thread, and isolates to "default.target", whatever
-   came of it. 1 when both isolations succeeded and the action returned true. The action is not called when the first
-   isolation failed, and must start no other operation on the whole machine. */
+   came of it, be it the end of the thread (pthread_cancel, pthread_exit). 1 when both isolations succeeded and the
+   action returned true. The action is not called when the first isolation failed, and must start no other operation on
+   the whole machine. */
 int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data);
 
 /** @} */
@@ -321,12 +322,12 @@ int MEROCSystemdServiceListByMntPath(const char* szMntPath, MLIBCSzList** ppList
 
 /** @{ */
 /** Stops the services that use the volumes, calls `action`, which unmounts them, with `data`, and starts the services
-   again, whatever came of it. 1 when all of that succeeded and the action returned true. The services are those that
-   run and by their key "VolumeDependency" need all volumes, or some of which one of these is registered (of
-   pkgctl-PACKAGE.service the package's register counts, of other units their own), and those whose processes use files
-   there. The action must call neither an isolation nor another unmount action, and is not called when the services
-   cannot be found or stopped. The calls may wait for an hour for other unmount actions and for isolations. A null item
-   in the list gives 0. */
+   again, whatever came of it, be it the end of the thread (pthread_cancel, pthread_exit). 1 when all of that succeeded
+   and the action returned true. The services are those that run and by their key "VolumeDependency" need all volumes,
+   or some of which one of these is registered (of pkgctl-PACKAGE.service the package's register counts, of other units
+   their own), and those whose processes use files there. The action must call neither an isolation nor another unmount
+   action, and is not called when the services cannot be found or stopped. The calls may wait for an hour for other
+   unmount actions and for isolations. A null item in the list gives 0. */
 int MEROCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void* data), void* data);
 int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (*action)(void* data), void* data);
 /** @} */

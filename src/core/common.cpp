@@ -1,5 +1,6 @@
 #include "core/common.h"
 
+#include "core/cancel_block.h"
 #include "core/core_error.h"
 #include "core/log.h"
 
@@ -63,6 +64,7 @@ void ResetSignals()
 bool ForkAndRun(std::function<void()> func, unsigned long long flags)
 {
     const SignalBlock block;
+    const CancelBlock noCancel; // in the child neither
     const int pid = MLIBCProcForkEx(flags | MLIBC_FORK_DETACHED);
     if (pid < 0) {
         MERO_LOG(LOG_ERR, "Failed to fork" MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);

@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/cancel_block.h"
 #include "core/lock.h"
 #include "core/no_exceptions.h"
 
@@ -32,15 +33,16 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
     if (!MERO_VALID(!strTarget.empty())) {
         return false;
     }
+    const CancelBlock block;
     SystemOperationLock lock;
-    if (!lock.Acquire()) {
+    if (!block.LiftFor([&] { return lock.Acquire(); })) {
         lock.LogLockFailed(strTarget);
         return false;
     }
     bool done = false;
     try {
-        done = MEROSystemdIntIsolateTarget(strTarget, nullptr) && action();
-    } catch (...) {
+        done = MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action);
+    } catch (...) { // or the thread ends in the action
         (void)ReturnToDefaultTarget();
         throw;
     }
@@ -52,9 +54,6 @@ int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* d
     if (!MERO_VALID(nullptr != szTarget) || !MERO_VALID(nullptr != action)) {
         return 0;
     }
-    try {
-        return _MEROSystemdIsolateTargetAction(szTarget, [=] { return action(data); }) ? 1 : 0;
-    } catch (...) {
-        return 0;
-    }
+    return WithoutExceptions(
+        MERO_HERE, [=] { return _MEROSystemdIsolateTargetAction(szTarget, [=] { return action(data); }) ? 1 : 0; });
 }

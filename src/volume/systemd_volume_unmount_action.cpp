@@ -1,6 +1,8 @@
 #include "core/argument_check.h"
+#include "core/cancel_block.h"
 #include "core/join.h"
 #include "core/lock.h"
+#include "core/no_exceptions.h"
 #include "core/sleep.h"
 #include "core/status_monitor.h"
 #include "unit/c_list.h"
@@ -88,7 +90,7 @@ bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const s
     bool done = false;
     try {
         done = MEROSystemdStartIrreversibly(kBeginTarget) && action();
-    } catch (...) {
+    } catch (...) { // or the thread ends in the action
         (void)StartAgain(services);
         throw;
     }
@@ -102,9 +104,10 @@ bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
     if (!MERO_VALID(!vecVolumes.empty()) || !AreVolumes(vecVolumes)) {
         return false;
     }
+    const CancelBlock block;
     FileLock unmountLock("/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout);
     FileLock isolateLock(kIsolateAndVolumeUnmountLock, false, kLockTimeout);
-    if (!unmountLock.Acquire() || !isolateLock.Acquire()) {
+    if (!block.LiftFor([&] { return unmountLock.Acquire() && isolateLock.Acquire(); })) {
         // Names the first lock in either case, deliberately.
         MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmountLock.PathGet().c_str());
         return false;
@@ -119,25 +122,22 @@ bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
     }
     if (stops.empty()) {
         MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(vecVolumes).c_str());
-        return action();
+        return block.LiftFor(action);
     }
     Texts services;
     for (const auto& [unit, causes] : stops) {
         services.push_back(unit);
     }
-    return RunBetweenStopAndStart(vecVolumes, services, action);
+    return RunBetweenStopAndStart(vecVolumes, services, [&] { return block.LiftFor(action); });
 }
 
 namespace {
 
-/// The action on behalf of C, which no exception may reach.
+/// The action on behalf of C.
 int RunForC(const std::function<Texts()>& volumes, bool (*action)(void*), void* data)
 {
-    try {
-        return _MEROSystemdVolumeUnmountAction(volumes(), [=] { return action(data); }) ? 1 : 0;
-    } catch (...) {
-        return 0;
-    }
+    return WithoutExceptions(
+        MERO_HERE, [&] { return _MEROSystemdVolumeUnmountAction(volumes(), [=] { return action(data); }) ? 1 : 0; });
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "core/lock.h"
 #include "isolate/isolate_watcher.h"
+#include "support/acting.h"
 #include "support/child.h"
 #include "support/operations.h"
 #include "support/sleeps.h"
@@ -241,7 +242,7 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
 {
     struct Case {
         std::string failing; ///< the target
-        int acts;            ///< the action's result; 2: it throws
+        int acts;            ///< see Act
         bool done;
         Texts calls{"isolate a.target", "action", "isolate default.target"};
     };
@@ -249,15 +250,19 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
                           {"", 0, false},
                           {"default.target", 1, false},
                           {"", 2, false},
+                          {"", 3, false},
+                          {"", 4, true},
                           {"a.target", 1, false, {"isolate a.target", "isolate default.target"}}};
     for (const Case& c : cases) {
         SystemctlScript("flock -n " + kSystemLock + " true && > /run/free; [ \"$2\" != '" + c.failing + "' ]");
         std::function<bool()> action = [&] {
             std::ofstream("/run/systemctl.calls", std::ios::app) << (IsFree(kSystemLock, 0) ? "free\n" : "action\n");
-            return c.acts == 2 ? throw 7 : c.acts == 1;
+            return Act(c.acts);
         };
         const auto fromC = [](void* data) { return (*static_cast<std::function<bool()>*>(data))(); };
-        EXPECT_EQ(MEROCSystemdIsolateTargetAction("a.target", fromC, &action), c.done);
+        int done = 0;
+        std::thread([&] { done = MEROCSystemdIsolateTargetAction("a.target", fromC, &action); }).join();
+        EXPECT_EQ(done, c.done);
         Texts calls = Calls();
         std::erase(calls, kList);
         EXPECT_EQ(calls, c.calls);
@@ -269,7 +274,8 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
                  MEROCSystemdIsolateTargetAction("a", nullptr, nullptr) ||
                  MEROCSystemdIsolateTargetAction(nullptr, nullptr, nullptr) || !Calls().empty());
     EXPECT_THAT(Said("systemd_isolate_target_action"),
-                ElementsAre("!strTarget.empty()", "nullptr != action", "nullptr != szTarget"));
+                ElementsAre("ERR Failed on an exception: it has no text", "!strTarget.empty()", "nullptr != action",
+                            "nullptr != szTarget"));
 }
 
 } // namespace
