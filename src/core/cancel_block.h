@@ -15,7 +15,7 @@ public:
 
     /// What `function` returns. In it the thread can be cancelled if it could be before.
     template <typename Function>
-    bool LiftFor(Function&& function) const
+    auto LiftFor(Function&& function) const
     {
         const CancelBlock lifted(before_);
         return function();

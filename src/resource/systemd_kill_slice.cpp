@@ -1,4 +1,5 @@
 #include "core/argument_check.h"
+#include "core/cancel_block.h"
 #include "core/join.h"
 #include "core/sleep.h"
 #include "resource/slice_cgroup.h"
@@ -59,13 +60,13 @@ unsigned long KillTimeout(const std::string& slice)
 }
 
 /// Whether the slice's last process ends in time.
-bool WaitForEnd(const std::string& slice, unsigned long timeout)
+bool WaitForEnd(const std::string& slice, unsigned long timeout, const CancelBlock& block)
 {
     for (unsigned long seconds = 0; seconds < timeout; ++seconds) {
         if (!HasLiveProcess(slice)) {
             return true;
         }
-        SleepOneSecond();
+        block.LiftFor(SleepOneSecond);
     }
     return false;
 }
@@ -82,6 +83,8 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
     if (!MERO_VALID(!strSlice.empty() && IsSliceName(strSlice))) {
         return false;
     }
+    const CancelBlock block;
+    const auto tell = [&](KillPhase phase) { block.LiftFor([&] { progress(phase); }); };
     const char* slice = strSlice.c_str();
     if (!HasSystemdHierarchy() && MayHaveProcess(strSlice)) {
         MERO_LOG(LOG_ERR, "[%s] is not killed: without systemd's cgroup hierarchy its processes are not known.", slice);
@@ -95,18 +98,18 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
         MERO_LOG(LOG_WARNING, "[%s] holds the process that kills it.", slice);
     }
     MERO_LOG(LOG_INFO, "[%s] killing...", slice);
-    progress(KillPhase::StoppingUnits);
+    tell(KillPhase::StoppingUnits);
     if (!StopUnits(strSlice)) {
         MERO_LOG(LOG_ERR, "[%s] killing failed in service stop phase.", slice);
     }
-    progress(KillPhase::Terminating);
+    tell(KillPhase::Terminating);
     if (!RunKillCommand(strSlice, {})) {
         MERO_LOG(LOG_ERR, "[%s] SIGTERM killing failed in process kill phase.", slice);
     }
     MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // said in either case, deliberately
-    progress(KillPhase::Waiting);
-    if (!WaitForEnd(strSlice, KillTimeout(strSlice))) {
-        progress(KillPhase::Killing);
+    tell(KillPhase::Waiting);
+    if (!WaitForEnd(strSlice, KillTimeout(strSlice), block)) {
+        tell(KillPhase::Killing);
         if (!RunKillCommand(strSlice, {"--signal=SIGKILL"})) {
             MERO_LOG(LOG_ERR, "[%s] SIGKILL killing failed in process kill phase.", slice);
             return false;

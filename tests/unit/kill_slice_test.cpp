@@ -1,3 +1,4 @@
+#include "support/acting.h"
 #include "support/child.h"
 #include "support/operations.h"
 #include "support/sleeps.h"
@@ -8,6 +9,7 @@
 #include <sys/mount.h>
 
 #include <regex>
+#include <thread>
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
@@ -130,6 +132,22 @@ TEST_F(KillSlice, KillsNothingThatItCannotSee)
     Write("/usr/lib/systemd/system/-.slice", "[X-Tarvix]\nSliceKillTimeoutSec=0\n");
     EXPECT_TRUE(MEROSystemdKillSlice("-.slice")) << "as the caller says";
     EXPECT_THAT(Said("systemd_kill_slice"), Contains("WARNING [-.slice] holds the process that kills it."));
+}
+
+TEST_F(KillSlice, AThreadMayEndInIt)
+{
+    Write(kSystemd + "a.slice/cgroup.procs", "1\n");
+    sleeps.areCounted[0] = true;
+    for (int at = 0; at < 10; ++at) { // in a phase of the killing, or in a sleep
+        bool hasReturned = false;
+        const auto end = [=](int phase) { phase == at % 5 ? (void)Act(at < 5 ? 3 : 4) : void(); };
+        duringSleep = [=] { end(4); };
+        std::thread([&] {
+            const auto progress = [=](KillPhase phase) { end(static_cast<int>(phase)); };
+            hasReturned = MEROSystemdKillSlice("a.slice", progress);
+        }).join();
+        EXPECT_EQ(hasReturned, at >= 5) << at;
+    }
 }
 
 TEST_F(KillSlice, FindsNamesThatMeanSomethingToTheKernel)
