@@ -338,7 +338,8 @@ int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (
 
    Two hierarchies matter: systemd's (name=systemd, at /sys/fs/cgroup/systemd) and that of the resource monitor
    (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends with ".slice" and holds no "/" (0x0D00). What
-   moves the calling process moves its first thread alone, whichever thread calls it: the others stay where they are.
+   moves the calling process moves all its threads, whichever thread calls it; its children stay where they are. When it
+   fails, some of the threads may have been moved.
    @{ */
 
 /** The slice that the calling process is accounted to. `cbSlice` counts bytes; a name that does not fit with its NUL
@@ -355,7 +356,7 @@ int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
 /** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
-   unit still ends its main process, and one that has other threads by then, since these stay in the unit. */
+   unit still ends its main process. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

@@ -476,7 +476,7 @@ bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
 /// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
-/// unit still ends its main process, and one that has other threads by then, since these stay in the unit.
+/// unit still ends its main process.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}

@@ -11,7 +11,7 @@ bool MEROSystemdRunAsSystemProcess()
 {
     MERO_LOG(LOG_INFO, "Start moving process pid[%d] out of cgroup", getpid());
     // The messages name the variable instead of the path, as they always have.
-    return WriteOwnPid(MERO_HERE, "/sys/fs/cgroup/systemd/tasks", "szfDefaultTaskPath");
+    return MoveToCgroup(MERO_HERE, "/sys/fs/cgroup/systemd/tasks", "szfDefaultTaskPath");
 }
 
 int MEROCSystemdRunAsSystemProcess(void)

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <thread>
 
 using namespace MERO::Test;
 
@@ -15,6 +16,9 @@ namespace {
 /// The calling process' cgroup of systemd's, that of the monitor's, and the slice that it is accounted to.
 std::string Place()
 {
+    if (Shell("cat /proc/" + std::to_string(getpid()) + "/task/*/cgroup | sort | uniq -u").output != "") {
+        return "the threads are not together";
+    }
     std::string systemd, monitor, slice;
     return MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", systemd) &&
                    MEROSystemdCgroupPathnameGet(getpid(), "name=meromonitor", monitor)
@@ -52,7 +56,8 @@ TEST_F(RealCgroups, ProcessesAreFoundAndMoveThemselvesInTheHierarchies)
          "/ / none"},
     };
     for (const auto& [move, place] : moves) { // in a process of its own each
-        EXPECT_EXIT((std::cerr << (move() ? Place() : "not so"), _exit(0)), ::testing::ExitedWithCode(0),
+        const auto beMany = [] { std::thread(pause).detach(), std::thread(pause).detach(); };
+        EXPECT_EXIT((beMany(), std::cerr << (move() ? Place() : "not so"), _exit(0)), ::testing::ExitedWithCode(0),
                     ::testing::Eq(place));
     }
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");

@@ -1,3 +1,4 @@
+#include "support/child.h"
 #include "support/operations.h"
 
 #include <sys/mount.h>
@@ -12,6 +13,15 @@ const std::string kPid = std::to_string(getpid()), kOwn = "/proc/" + kPid + "/cg
 
 struct Cgroups : Machine {
     ~Cgroups() override { umount2(kOwn.c_str(), MNT_DETACH), fs::remove_all("/sys/fs"); }
+    /// What a move writes: the process' ID, and then that of its one other thread, which reads the log.
+    static std::string Moved()
+    {
+        std::string threads = kPid;
+        for (const auto& thread : fs::directory_iterator("/proc/self/task")) {
+            threads += thread.path().filename() == kPid ? "" : thread.path().filename().string();
+        }
+        return threads;
+    }
     static std::string Tasks(const std::string& cgroup) { return "/sys/fs/cgroup/" + cgroup + "/tasks"; }
 };
 
@@ -56,8 +66,13 @@ TEST_F(Cgroups, TheCallerMovesIntoSlicesThatExist)
     Write(monitor, "");
     EXPECT_FALSE(MEROSystemdCgroupSystemdSliceMove("a.slice") || !Read(monitor).empty());
     Write(systemd, ""), Write(monitor, ""), Write(root, "");
-    EXPECT_TRUE(MEROCSystemdCgroupSystemdSliceMove("a.slice") && Read(systemd) == kPid && Read(monitor) == kPid);
-    EXPECT_TRUE(MEROCSystemdRunAsSystemProcess() && Read(root) == kPid && Log().size() == 2);
+    EXPECT_TRUE(MEROCSystemdCgroupSystemdSliceMove("a.slice") && Read(systemd) == Moved() && Read(monitor) == Moved());
+    EXPECT_TRUE(MEROCSystemdRunAsSystemProcess() && Read(root) == Moved() && Log().size() == 2);
+    const auto movesOneThread = [&] {
+        Write(monitor, "");
+        return MEROSystemdCgroupMonitorSliceMove("a.slice") && Read(monitor) == std::to_string(getpid()) ? 0 : 1;
+    };
+    EXPECT_EQ(RunAs(0, movesOneThread), 0);
     fs::remove(systemd), fs::remove(root), fs::remove(monitor), fs::create_directory(monitor);
     fs::create_symlink("/dev/full", systemd), fs::create_symlink("/dev/full", root);
     EXPECT_FALSE(MEROSystemdCgroupSystemdSliceMove("a.slice") || MEROCSystemdCgroupMonitorSliceMove("a.slice"));
