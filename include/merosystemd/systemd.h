@@ -105,9 +105,10 @@ int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBC
 
    Whether units start at boot. Enable, disable and reenable leave a flag for each unit once systemctl has run, whatever
    it said; when it could not be run, they leave none. The InGenerator forms work on the unit files alone (as
-   systemctl's `--root` does), for the time before a manager runs. Enable, disable, reenable and uninstall refuse names
-   that hold "/", and "." and "..": they become names of files (0x0D00). The group forms run one systemctl for all
-   units, but mask and unmask one for each. They return 0 for a null item.
+   systemctl's `--root` does), for the time before a manager runs. Enable, disable and reenable take the path of a unit
+   file, too, as systemctl does; what ends with "/", "." or ".." is refused (0x0D00). Uninstall takes no path: its names
+   become names of files. The group forms run one systemctl for all units, but mask and unmask one for each. They return
+   0 for a null item.
    @{ */
 
 /**

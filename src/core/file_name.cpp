@@ -14,4 +14,16 @@ bool AreFileNames(const std::vector<std::string>& names)
     return std::all_of(names.begin(), names.end(), IsFileName);
 }
 
+std::string LastComponent(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1); // npos + 1 is 0
+}
+
+bool EndInFileNames(const std::vector<std::string>& paths)
+{
+    return std::all_of(paths.begin(), paths.end(), [](const std::string& path) {
+        return path.find('\0') == path.npos && IsFileName(LastComponent(path));
+    });
+}
+
 } // namespace MERO::Systemd

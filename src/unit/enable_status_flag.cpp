@@ -2,6 +2,7 @@
 #include "unit/enable_status_flag.h"
 
 #include "core/core_error.h"
+#include "core/file_name.h"
 #include "core/log.h"
 #include "core/make_directory.h"
 #include "unit/unit_name.h"
@@ -28,7 +29,7 @@ void SetEnableStatusChanged(const std::string& unit)
         MERO_LOG(LOG_ERR, "Failed to mkdir -p [%s] " MERO_CORE_ERROR_FORMAT, kFlags, MERO_CORE_ERROR_VALUES);
         return;
     }
-    const std::string path = FlagPath(unit);
+    const std::string path = FlagPath(LastComponent(unit));
     if (MLIBCFileTouch(path.c_str()) < 0) {
         MERO_LOG(LOG_ERR, "Failed to touch [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(), MERO_CORE_ERROR_VALUES);
     }

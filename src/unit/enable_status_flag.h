@@ -6,7 +6,8 @@
 /// file name here: callers have checked it.
 namespace MERO::Systemd {
 
-/// Sets the unit's flag. A failure is logged and has no other effect.
+/// Sets the flag of a unit that is given by its name, or by the path of its file. A failure is logged and has no other
+/// effect.
 void SetEnableStatusChanged(const std::string& unit);
 
 bool IsEnableStatusChanged(const std::string& unit);

@@ -42,7 +42,7 @@ bool RunEnablement(SourceLine where, const ActionWords& words, const std::vector
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
     }
-    if (!MERO_VALID_AT(where, AreFileNames(vecUnits))) {
+    if (!MERO_VALID_AT(where, EndInFileNames(vecUnits))) {
         FailedUnitsCopy(vecUnits, failed);
         return false;
     }

@@ -87,6 +87,27 @@ TEST_F(RealEnablement, AUnitsWholeLifeLeavesNothing)
     EXPECT_THAT(Journal(), Contains("systemd_uninstall: [life.service] uninstalled."));
 }
 
+TEST_F(RealEnablement, AUnitMayBeGivenByItsFile)
+{
+    const std::string path = "/opt/package/life.service";
+    Shell("install -D /usr/local/lib/systemd/system/life.service " + path +
+          "; rm /usr/local/lib/systemd/system/life.*");
+    Load();
+    for (const std::string& disabled : {path, std::string("life.service")}) {
+        Texts failed;
+        EXPECT_TRUE(MEROSystemdEnable({"multi-user.target", path}, failed));
+        EXPECT_EQ(std::filesystem::read_symlink("/etc/systemd/system/life.service"), path);
+        EXPECT_TRUE(std::filesystem::exists("/etc/systemd/system/multi-user.target.wants/life.service"));
+        EXPECT_TRUE(std::filesystem::exists(std::string(kFlags) + "life.service"));
+        EXPECT_TRUE(MEROSystemdReenable(path) && MEROSystemdStart("life"));
+        EXPECT_TRUE(MEROSystemdStop("life") && MEROSystemdDisable(disabled));
+        EXPECT_EQ(Traces(), kFlags + std::string("life.service\n"));
+    }
+    EXPECT_FALSE(MEROSystemdUninstall(path));
+    EXPECT_TRUE(std::filesystem::remove(std::string(kFlags) + "life.service") && std::filesystem::exists(path));
+    Shell("rm -r /opt/package");
+}
+
 TEST_F(RealEnablement, AMaskedUnitIsUninstalledToo)
 {
     EXPECT_TRUE(MEROSystemdMask("life.service"));

@@ -5,6 +5,7 @@ using namespace MERO::Systemd;
 using namespace MERO::Test;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAreArray;
 namespace fs = std::filesystem;
 
 namespace {
@@ -99,6 +100,25 @@ TEST_F(Enablement, OneFailureFailsAllUnitsOfARunAndTheirFlagsAreSetAllTheSame)
     }
 }
 
+TEST_F(Enablement, UnitsMayBeGivenByTheirFiles)
+{
+    const Texts units{"/opt/a.service", "pkg/b", "../c.mount", "//d@e", "/opt/../..x"};
+    const std::string all = "/opt/a.service pkg/b ../c.mount //d@e /opt/../..x";
+    for (const Operation& operation : kOperations) {
+        SCOPED_TRACE(operation.command);
+        Texts failed, flags;
+        fs::remove_all(kFlags);
+        EXPECT_TRUE(operation.list(units, failed));
+        EXPECT_EQ(Calls().back(), operation.command + (operation.oneRun ? " " + all : " " + units.back()));
+        for (const auto& entry : fs::recursive_directory_iterator("/usr/mero")) {
+            entry.is_directory() ? void() : flags.push_back(entry.path().lexically_relative(kFlags));
+        }
+        EXPECT_THAT(flags, UnorderedElementsAreArray(operation.oneRun ? Texts{"a.service", "b.service", "c.mount",
+                                                                              "d@e.service", "..x.service"}
+                                                                      : Texts()));
+    }
+}
+
 TEST_F(Enablement, RefusedArgumentsRunNothing)
 {
     for (const Operation& operation : kOperations) {
@@ -112,12 +132,12 @@ TEST_F(Enablement, RefusedArgumentsRunNothing)
                      operation.group(ListWithNull().get()));
         EXPECT_THAT(Said(operation.file), ElementsAre("!strUnit.empty()", "nullptr != szUnit", "nullptr != pListUnits",
                                                       HasSubstr("ERR Failed on a list of units: ")));
-        const Texts unfit{"../x.service", "/x", ".", "..", ""};
+        const Texts unfit{"..", ".", "", "/", "/opt/..", "x/.", "/opt/x.service/", "x/../", {"a\0/b", 4}, {"a/b\0", 4}};
         for (const std::string& name : operation.oneRun ? unfit : Texts()) { // the others make no files
             failed.clear();
             EXPECT_FALSE(operation.list({"a", name}, failed));
             EXPECT_THAT(failed, ElementsAre("a", name));
-            EXPECT_THAT(Said(core), ElementsAre("AreFileNames(vecUnits)"));
+            EXPECT_THAT(Said(core), ElementsAre("EndInFileNames(vecUnits)"));
         }
     }
     EXPECT_TRUE(Calls().empty());

@@ -89,7 +89,7 @@ TEST_F(HostileNames, LeadToNoFileOutsideTheirFolders)
         EXPECT_FALSE(MEROSystemdServiceStopByReason(name, std::string("nfs"))) << name;
         EXPECT_FALSE(MEROSystemdServiceStopByReason("reason", name)) << name;
         EXPECT_FALSE(MEROSystemdServiceReasonRemove(name, std::string("nfs"))) << name;
-        EXPECT_FALSE(MEROSystemdEnable(name) || MEROSystemdUninstall(name)) << name;
+        EXPECT_FALSE(!MEROSystemdEnable(name) || MEROSystemdUninstall(name)) << name;
         EXPECT_FALSE(MEROSystemdVolumeRegister(name, "/volume1")) << name;
         EXPECT_FALSE(MEROSystemdNameGet(name, value) || MEROSystemdIsSupportGet(name, is)) << name;
         EXPECT_FALSE(MEROSystemdKillSlice(name)) << name;
@@ -99,6 +99,9 @@ TEST_F(HostileNames, LeadToNoFileOutsideTheirFolders)
         EXPECT_FALSE(MEROSystemdVolumeIsRegisteredByPackage(package, {"/volume1"})) << package;
     }
     EXPECT_EQ(Files("/etc"), etc);
+    const std::string flags = "/usr/mero/etc/merosystemd/enable-status-changed";
+    EXPECT_THAT(Files("/usr/mero/etc/merosystemd"),
+                ElementsAre(flags, flags + "/b.service", flags + "/passwd.service", flags + "/tmp.service"));
     EXPECT_THAT(Files("/var/packages"), ElementsAre("/var/packages/p"));
     EXPECT_FALSE(fs::exists("/run/merosystemd/reasons"));
 }
