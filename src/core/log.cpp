@@ -1,5 +1,8 @@
 #include "core/log.h"
 
+#include "core/descriptor.h"
+
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +10,9 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <new>
 
 namespace MERO::Systemd {
@@ -21,12 +27,46 @@ constexpr bool IsControl(char c)
     return (c >= '\0' && c < ' ') || c == '\x7f';
 }
 
+/// How many bytes of a message arrive. The kernel refuses a datagram that is not smaller by 32 bytes than its sender's
+/// buffer, and syslog drops it without a word. The log's socket is the C library's own: a fresh one has the same
+/// buffer.
+std::size_t LongestMessage()
+{
+    constexpr int kBeforeIt = 256; // the priority, the time and the program's name of syslog's, and our place
+    constexpr int kAtLeast = 65'536;
+    const Descriptor fresh(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    int size = 0;
+    socklen_t length = sizeof size;
+    const bool isKnown = getsockopt(fresh.Get(), SOL_SOCKET, SO_SNDBUF, &size, &length) == 0;
+    return static_cast<std::size_t>(std::max(kAtLeast, isKnown ? size - 32 - kBeforeIt : 0));
+}
+
+void Cut(char* message, std::size_t size)
+{
+    const std::size_t longest = LongestMessage();
+    if (size <= longest) {
+        return;
+    }
+    char mark[64];
+    const int markSize = std::snprintf(mark, sizeof mark, " [cut: the message has %zu bytes]", size);
+    std::size_t end = longest - static_cast<std::size_t>(markSize);
+    for (int steps = 0; steps < 3 && (message[end] & 0xC0) == 0x80; ++steps) {
+        --end; // a character of UTF-8 stays whole, or the journal calls the whole line binary
+    }
+    std::strcpy(message + end, mark);
+}
+
+struct FreeMessage {
+    void operator()(char* message) const { std::free(message); }
+};
+
 } // namespace
 
 LogText::LogText(const char* text, std::string_view kept) : text_(text)
 {
     const auto mustBeWritten = [kept](char c) { return IsControl(c) && kept.find(c) == kept.npos; };
     const std::string_view whole = text != nullptr ? text : "";
+    size_ = whole.size();
     if (std::none_of(whole.begin(), whole.end(), mustBeWritten)) {
         return;
     }
@@ -37,6 +77,7 @@ LogText::LogText(const char* text, std::string_view kept) : text_(text)
             written_ += code;
         }
         text_ = written_.c_str();
+        size_ = written_.size();
     } catch (const std::bad_alloc&) {
         text_ = "(no memory to show it)";
     }
@@ -62,6 +103,22 @@ void Log(int priority, SourceLine where, const char* format, ...)
         alarm(0);
     }
     errno = reason;
+}
+
+void LogLong(int priority, SourceLine where, const char* format, ...)
+{
+    const int reason = errno;
+    char* text = nullptr;
+    va_list values;
+    va_start(values, format);
+    const int size = vasprintf(&text, format, values);
+    va_end(values);
+    const std::unique_ptr<char, FreeMessage> message(size >= 0 ? text : nullptr);
+    if (message != nullptr) {
+        Cut(message.get(), static_cast<std::size_t>(size));
+    }
+    errno = reason;
+    Log(priority, where, "%s", message != nullptr ? message.get() : "(no memory to show it)");
 }
 
 void LimitLogging()

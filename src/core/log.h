@@ -48,6 +48,13 @@ static_assert(SourceName("systemd_internal_lib") == std::string_view("systemd_in
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
+/// The same for a message that may be longer than what the log's socket takes, which would be lost: it is cut to that,
+/// and says so.
+void LogLong(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+/// The length of a message's texts, up to which the log's socket takes it in any case.
+inline constexpr std::size_t kShortMessage = 60'000;
+
 /// A value as log lines show it. A text's control characters are written out ("\x0a"): no name that a caller or a file
 /// gives us can begin a line of its own in the log.
 class LogText {
@@ -57,12 +64,14 @@ public:
     explicit LogText(const unsigned char* lines) : LogText(reinterpret_cast<const char*>(lines), "\n\t") {}
 
     const char* Get() const { return text_; }
+    std::size_t Size() const { return size_; }
 
 private:
     LogText(const char* text, std::string_view kept);
 
     std::string written_;
     const char* text_;
+    std::size_t size_;
 };
 
 template <typename Number>
@@ -70,6 +79,7 @@ class LogNumber {
 public:
     explicit LogNumber(Number number) : number_(number) {}
     Number Get() const { return number_; }
+    static std::size_t Size() { return 0; } // as good as nothing
 
 private:
     Number number_;
@@ -84,7 +94,11 @@ using LogValue = std::conditional_t<std::is_pointer_v<Value>, LogText, LogNumber
 template <typename... Values>
 void LogPrintable(int priority, SourceLine where, const char* format, Values... values)
 {
-    Log(priority, where, format, LogValue<Values>(values).Get()...);
+    const auto log = [&](const auto&... shown) {
+        const bool isShort = (std::size_t{0} + ... + shown.Size()) <= kShortMessage;
+        (isShort ? Log : LogLong)(priority, where, format, shown.Get()...);
+    };
+    log(LogValue<Values>(values)...);
 }
 #pragma GCC diagnostic pop
 

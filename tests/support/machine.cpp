@@ -103,13 +103,15 @@ std::string PriorityName(int priority)
 /// "<11>Nov 21 10:00:00 program: systemd_start:41 merosystemd: message"
 std::string Readable(const std::string& datagram)
 {
-    static const std::regex envelope("^<([0-9]+)>.{15} [^:]*: ([^]*)$");
+    static const std::regex envelope("^<([0-9]+)>.{15} [^:]*: ");
     static const std::regex ours("^([a-z0-9_-]+):[0-9]+ merosystemd: ");
+    const std::string beginning = datagram.substr(0, 200); // a regular expression overflows the stack on a long text
     std::smatch parts;
-    if (!std::regex_match(datagram, parts, envelope)) {
+    if (!std::regex_search(beginning, parts, envelope)) {
         return datagram;
     }
-    return PriorityName(std::stoi(parts[1])) + " " + std::regex_replace(parts[2].str(), ours, "$1: ");
+    return PriorityName(std::stoi(parts[1])) + " " + std::regex_replace(parts.suffix().str(), ours, "$1: ") +
+           datagram.substr(beginning.size());
 }
 
 } // namespace

@@ -94,6 +94,31 @@ TEST_F(Host, ThreadsMayCallAtOnce)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST_F(Host, ALineThatTheLogsSocketRefusesIsCutAndSaysSo)
+{
+    const auto starting = [&](const std::string& unit) {
+        std::vector<std::string> failed;
+        EXPECT_FALSE(MEROSystemdStart({unit}, failed)) << "too long for an argument";
+        const std::vector<std::string> said = Said("systemd_start");
+        return said.empty() ? "" : said.front();
+    };
+    for (const std::size_t size : {150'000, 212'000}) {
+        EXPECT_EQ(starting(std::string(size, 'x')), "INFO [" + std::string(size, 'x') + "] starting ...");
+    }
+    for (const std::string first : {"", "x"}) { // of one of them, a character would be cut in two
+        std::string unit = first;
+        while (unit.size() < 300'000) {
+            unit += "\u00e9";
+        }
+        const std::string line = starting(unit), whole = "INFO [" + unit;
+        const std::size_t cut = line.find(" [cut: ");
+        ASSERT_NE(cut, line.npos);
+        EXPECT_TRUE(cut > 212'000 && whole.starts_with(line.substr(0, cut)));
+        EXPECT_TRUE(line.substr(0, cut).ends_with("\u00e9"));
+        EXPECT_EQ(line.substr(cut), " [cut: the message has " + std::to_string(unit.size() + 15) + " bytes]");
+    }
+}
+
 TEST_F(Host, ASystemctlSeesACleanStart)
 {
     // The shell itself uses descriptors from 10 on.
