@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
+#include "sandbox/bare_root.h"
 #include "sandbox/box_init.h"
 #include "sandbox/check.h"
 #include "sandbox/held_signals.h"
@@ -109,6 +110,7 @@ int RunInSandbox(const Options& options)
 {
     const auto start = steady_clock::now();
     RequireHost();
+    FurnishBareRoot();
     OpenMissingStreams();
     // Who ignores it could not learn how the command ended.
     signal(SIGCHLD, SIG_DFL);
