@@ -1,5 +1,6 @@
 #include "sandbox/console.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -10,6 +11,24 @@ namespace {
 
 constexpr std::size_t kMaxKept = 65536;
 constexpr int kTailLines = 20;
+
+/// What a terminal shows of it: systemd goes one line up (ESC M) to write over the jobs that it waited for before.
+std::string Shown(const std::string& text)
+{
+    std::string shown;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        if (text.compare(at, 2, "\x1bM") == 0) {
+            ++at;
+            shown.erase(shown.find_last_of('\n', shown.find_last_not_of('\n')) + 1);
+        } else if (text.compare(at, 2, "\x1b[") == 0) {
+            at = std::min(text.find_first_not_of("0123456789;", at + 2), text.size());
+        } else if (c == '\n' || (static_cast<unsigned char>(c) >= ' ' && c != '\x7f')) {
+            shown += c;
+        }
+    }
+    return shown;
+}
 
 } // namespace
 
@@ -38,10 +57,7 @@ void Console::Collect()
 
 std::string Console::Tail() const
 {
-    std::string cleaned;
-    for (const char c : text)
-        if (c == '\n' || (c >= ' ' && c != '\x7f'))
-            cleaned += c;
+    std::string cleaned = Shown(text);
     const std::size_t end = cleaned.find_last_not_of(" \n");
     if (end == std::string::npos)
         return {};

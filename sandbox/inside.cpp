@@ -43,9 +43,10 @@ void EnterBox(const Descriptor& boxInit)
 }
 
 [[noreturn]] void BecomeCommand(const Descriptor& boxInit, const std::vector<std::string>& command,
-                                const sigset_t& signalMask)
+                                const sigset_t& signalMask, int output)
 {
     try {
+        Check(dup2(output, STDOUT_FILENO), "cannot redirect standard output");
         EnterBox(boxInit);
         Check(sigprocmask(SIG_SETMASK, &signalMask, nullptr), "cannot restore the signal mask");
         Execute(command);
@@ -66,13 +67,13 @@ void CloseAllBut(int kept)
 /// Runs the command as a child of this process, and ends as it does.
 /// @param user  is sent the command's pidfd
 [[noreturn]] void BecomeParent(const Descriptor& user, const Descriptor& boxInit,
-                               const std::vector<std::string>& command, const sigset_t& signalMask)
+                               const std::vector<std::string>& command, const sigset_t& signalMask, int output)
 {
     try {
         Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the box");
         std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the box");
         if (!process)
-            BecomeCommand(boxInit, command, signalMask);
+            BecomeCommand(boxInit, command, signalMask, output);
         Send(user, "", process->Get());
         CloseAllBut(process->Get());
         const siginfo_t end = process->Reap();
@@ -85,7 +86,8 @@ void CloseAllBut(int kept)
 
 } // namespace
 
-OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command, const sigset_t& signalMask)
+OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command, const sigset_t& signalMask,
+                         int output)
 {
     // The box does not end before the command is reaped. Its parent has to live on when this process is
     // killed: the host's pid 1, whose child it would become, reaps nothing in many a container.
@@ -93,7 +95,7 @@ OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::strin
     std::optional<OwnedProcess> parent = OwnedProcess::Fork(0, "cannot start a process");
     if (!parent) {
         ownEnd.Close();
-        BecomeParent(parentEnd, boxInit, command, signalMask);
+        BecomeParent(parentEnd, boxInit, command, signalMask, output);
     }
     parentEnd.Close();
     std::optional<Message> started = Receive(ownEnd);

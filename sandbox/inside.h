@@ -17,10 +17,11 @@ enum ExitCode { kBadUsage = 2, kSandboxFailed = 125, kCannotRun = 126, kNotFound
 /// It has this process's environment, streams and, where the box has it too, working directory. When it
 /// cannot be run, it says so on standard error and ends with kCannotRun or kNotFound.
 /// @param signalMask  the mask that the command starts with
+/// @param output  its standard output, where that is not this process's
 /// @return a child that ends with the command's exit status, or with kSignalBase plus the signal that killed
 ///         it; what is signalled is the command
 /// Throws std::exception.
-OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command,
-                         const sigset_t& signalMask);
+OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command, const sigset_t& signalMask,
+                         int output = STDOUT_FILENO);
 
 } // namespace MERO::Sandbox

@@ -1,8 +1,10 @@
 #include "sandbox/mounting.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include "sandbox/check.h"
 
@@ -53,6 +55,30 @@ void AttachNew(const Descriptor& tree, const fs::path& path)
     if (!fs::exists(path))
         WriteFile(path, "");
     Attach(tree, path);
+}
+
+void GoToNamespaceRoot()
+{
+    const std::string what = "cannot reach the root of the mount namespace";
+    const Descriptor self(static_cast<int>(Check(syscall(SYS_pidfd_open, getpid(), 0), what)));
+    Check(setns(self.Get(), CLONE_NEWNS), what);
+}
+
+void KeepMountsPrivate()
+{
+    // A chroot's root need not be a mount point, and the mount that it is in cannot be reached from there.
+    const Descriptor root = OpenFolder("/");
+    const Descriptor workingDirectory = OpenFolder(".");
+    GoToNamespaceRoot();
+    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "cannot keep mounts private");
+    Check(fchdir(root.Get()), "cannot enter /");
+    Check(chroot("."), "cannot return to /");
+    Check(fchdir(workingDirectory.Get()), "cannot return to the working directory");
+}
+
+Descriptor OpenFolder(const fs::path& path)
+{
+    return Descriptor(Check(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), "cannot open " + path.string()));
 }
 
 void WriteFile(const fs::path& path, std::string_view text)

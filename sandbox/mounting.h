@@ -33,6 +33,15 @@ void Attach(const Descriptor& tree, const std::filesystem::path& path);
 /// Mounts `tree` on `path`; makes the folder or the empty file that it needs there.
 void AttachNew(const Descriptor& tree, const std::filesystem::path& path);
 
+/// Takes the caller's mounts, in its mount namespace, out of what it shares with others.
+void KeepMountsPrivate();
+
+/// Makes the root of the caller's mount namespace its root and working directory, which leads out of a chroot.
+void GoToNamespaceRoot();
+
+/// A descriptor of a folder that is good for nothing but finding things.
+Descriptor OpenFolder(const std::filesystem::path& path);
+
 /// Makes `path` or empties it, and writes `text`.
 void WriteFile(const std::filesystem::path& path, std::string_view text);
 

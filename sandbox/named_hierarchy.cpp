@@ -50,8 +50,10 @@ Descriptor MakeUnlessDying(const std::string& name)
 /// gone, which is some time after their removal; so it is mounted and unmounted until that is so.
 void GiveUp(const std::string& name)
 {
-    if (Contains("/proc/self/mountinfo", "name=" + name))
-        return;
+    // A chroot shows its own mounts only, where pid 1 sees those of the machine.
+    for (const char* mounts : {"/proc/self/mountinfo", "/proc/1/mountinfo"})
+        if (Contains(mounts, "name=" + name))
+            return;
     (void)Await(kPatience, [&] {
         if (!Contains("/proc/self/cgroup", ":name=" + name + ":"))
             return true;

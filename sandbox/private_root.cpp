@@ -60,7 +60,10 @@ void SwitchToOverlay()
     Attach(MakeMount("overlay", {{"lowerdir", "/"}, {"upperdir", layers / "upper"}, {"workdir", layers / "work"}}),
            layers / "root");
 
-    fs::current_path(layers / "root");
+    // Where the namespace's root is, so that others who enter it find themselves in the overlay.
+    const Descriptor root = OpenFolder(layers / "root");
+    GoToNamespaceRoot();
+    Check(fchdir(root.Get()), "cannot enter the new root");
     Check(syscall(SYS_pivot_root, ".", "."), "cannot change the root");
     Check(umount2(".", MNT_DETACH), "cannot leave the old root");
     fs::current_path("/");
@@ -87,7 +90,7 @@ void FillDev(const std::vector<PathTree>& devices)
 void EnterPrivateRoot(const std::vector<fs::path>& binds)
 {
     const DefaultUmask defaultUmask;
-    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "cannot keep mounts private");
+    KeepMountsPrivate();
     const std::vector<PathTree> boundTrees = CopyBinds(binds);
     const std::vector<PathTree> devices = CopyDevices();
 

@@ -1,11 +1,14 @@
 #include "sandbox/sandbox.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include "sandbox/bare_root.h"
 #include "sandbox/box_init.h"
 #include "sandbox/check.h"
 #include "sandbox/held_signals.h"
@@ -20,8 +23,10 @@ using std::chrono::steady_clock;
 
 constexpr const char* kSystemctl = "/usr/bin/systemctl";
 /// logind has started when it owns its name on the bus: where no unit has failed, both can be reached.
-constexpr const char* kBootCheck = "/usr/bin/systemctl --quiet is-system-running --wait"
-                                   " || { /usr/bin/systemctl --failed --no-legend --plain >&2; exit 1; }";
+constexpr const char* kBootCheck = "state=$(systemctl is-system-running --wait) && exit;"
+                                   "printf ' (%s):' \"$state\";"
+                                   "printf ' %s' $(systemctl --failed --no-legend --plain | cut -d ' ' -f 1);"
+                                   "exit 1";
 constexpr int kEndOfBoxMilliseconds = 1000;
 
 /// A signal that asks this program to end came before there was a command to pass it to.
@@ -53,6 +58,13 @@ void AwaitUnlessInterrupted(int descriptor, const HeldSignals& signals)
         throw Interrupted{signal->number};
 }
 
+std::string ContentOf(const Descriptor& file)
+{
+    char text[4096];
+    const ssize_t cbRead = pread(file.Get(), text, sizeof text, 0);
+    return {text, static_cast<std::size_t>(std::max<ssize_t>(cbRead, 0))};
+}
+
 /// @return the pidfd of the box's pid 1
 Descriptor AwaitBoot(const Keeper& keeper, const HeldSignals& signals)
 {
@@ -63,12 +75,14 @@ Descriptor AwaitBoot(const Keeper& keeper, const HeldSignals& signals)
     if (!message->descriptor)
         throw std::runtime_error(message->text);
 
-    const std::vector<std::string> checkCommand = {"/bin/sh", "-c", kBootCheck};
-    OwnedProcess check = StartInside(message->descriptor, checkCommand, signals.CallersMask());
+    // What the caller's environment says to systemctl is not meant for this one.
+    const std::vector<std::string> checkCommand = {"/usr/bin/env", "-i", "/bin/sh", "-c", kBootCheck};
+    const Descriptor answer(Check(memfd_create("boot-check", MFD_CLOEXEC), "cannot make a file in memory"));
+    OwnedProcess check = StartInside(message->descriptor, checkCommand, signals.CallersMask(), answer.Get());
     AwaitUnlessInterrupted(check.Get(), signals);
     const siginfo_t end = check.Reap();
     if (end.si_code != CLD_EXITED || end.si_status != 0)
-        throw std::runtime_error("systemd has booted, but not all of its units are well");
+        throw std::runtime_error("systemd has booted, but not all of its units are well" + ContentOf(answer));
     return std::move(message->descriptor);
 }
 
@@ -109,6 +123,7 @@ int RunInSandbox(const Options& options)
 {
     const auto start = steady_clock::now();
     RequireHost();
+    FurnishBareRoot();
     OpenMissingStreams();
     // Who ignores it could not learn how the command ended.
     signal(SIGCHLD, SIG_DFL);

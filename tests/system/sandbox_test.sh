@@ -10,15 +10,20 @@ fi
 
 # Mounts, processes and a /tmp of its own make what a sandbox leaves stand out. As their pid 1, bash also
 # reaps what is orphaned here, which not every caller does.
+# The caller's environment, in which systemctl and bash may say other things, stays outside.
 if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
-    export PRIVATE_NAMESPACES=yes
-    exec unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$BASH" "$0" "$1"
+    exec env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM=xterm PRIVATE_NAMESPACES=yes \
+        unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$BASH" "$0" "$1"
 fi
 exec 9<"$1"
 mount -t tmpfs tmpfs /tmp
 cp /proc/self/fd/9 /tmp/mero-sandbox
 exec 9<&-
 box=/tmp/mero-sandbox
+# A root that is no mount point; it is furnished later.
+root=/tmp/root
+mkdir -p $root/{dev,proc,sys,tmp,usr,var/log}
+cp -a /bin /sbin /lib* /etc $box $root
 work=/dev/shm/sandbox-test.$$
 mkdir "$work"
 # A job that is interrupted at its very beginning still has this trap.
@@ -172,6 +177,8 @@ TABLE
 check "the environment and standard input pass through" \
     prints "value text" env VARIABLE=value bash -c \
     'echo text | "$1" sh -c "read -r t; echo \$VARIABLE \$t"' - "$box"
+check "what the environment says to systemctl does not disturb" \
+    prints "" env POSIXLY_CORRECT=1 SYSTEMD_LOG_LEVEL=debug "$box" true
 check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
 check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
 mkdir "$work/bound" && echo text >"$work/bound/file"
@@ -191,6 +198,10 @@ check "refuses without the right to mount" \
     fails_saying "not permitted" setpriv --bounding-set=-sys_admin --inh-caps=-sys_admin "$box" true
 check "refuses without systemd" fails_saying missing \
     unshare --mount sh -c 'mount -t tmpfs tmpfs /usr/lib/systemd && exec "$0" true' "$box"
+printf '[Service]\nType=oneshot\nExecStart=/bin/false\n' >"$work/failing"
+check "names a unit that fails" fails_saying "well (degraded): systemd-user-sessions.service$" unshare --mount sh -c '
+    unit=/usr/lib/systemd/system/systemd-user-sessions.service
+    mount --bind "$1" $unit && exec "$0" --bind $unit true' "$box" "$work/failing"
 check "gives up on a boot that takes too long" exits 125 "$box" --timeout 0.05 true
 check "nothing is left by failures" leaves_nothing
 
@@ -237,6 +248,20 @@ check "the next one removes" exits 0 "$box" true
 check "all of it" leaves_nothing
 check "a poweroff inside ends the command" exits 143 "$box" sh -c 'systemctl poweroff; sleep 60'
 check "and leaves nothing" leaves_nothing
+
+# Becomes a sandbox in that root, with the host's folders that $bound names; to be called in a shell of its own.
+chrooted() {
+    # shellcheck disable=SC2016 # expanded inside
+    exec unshare --mount sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
+        shift 2; exec chroot . /mero-sandbox --bind /usr "$@"' - "$root" "$bound" "$@"
+}
+for bound in usr "usr proc sys dev"; do
+    check "a chroot that has $bound" prints running chrooted systemctl is-system-running
+    box=chrooted check "a sandbox there that is to be killed" start sh -c 'echo up; exec sleep 60'
+    kill -KILL "$job"
+    check "dies" ends 137
+    check "and leaves nothing" leaves_nothing
+done
 
 several() {
     local i jobs=()
