@@ -1,0 +1,108 @@
+#include "fuzzer.h"
+#include "ini_file.h"
+#include "isolate/isolate_files.h"
+#include "isolate/isolate_state.h"
+
+#include <merocore/error.h>
+#include <merocore/file.h>
+
+#include <unistd.h>
+
+#include <map>
+#include <memory>
+
+using namespace MERO::Core;
+using namespace MERO::Fuzz;
+
+namespace {
+
+using Keys = std::map<std::string, std::string>;
+
+/// All that a text sets, by section; without one, the lines before the first header.
+std::map<std::optional<std::string>, Keys> SettingsOf(std::string_view text)
+{
+    std::map<std::optional<std::string>, Keys> settings;
+    std::optional<std::string> section;
+    while (!text.empty()) {
+        const IniLine line = TakeIniLine(text);
+        if (line.kind == IniLine::Kind::Header) {
+            section = line.name;
+        } else if (line.kind == IniLine::Kind::Pair) {
+            settings[section][std::string(line.name)] = line.value;
+        }
+    }
+    return settings;
+}
+
+/// A section, a key, and a file's text: the search for one value against the reading of all lines.
+void IniText(std::string_view input)
+{
+    const std::string section = TakeLine(input);
+    const std::string key = TakeLine(input);
+    auto settings = SettingsOf(input);
+    for (const std::optional<std::string>& place : {std::optional(section), std::optional<std::string>()}) {
+        const Keys& keys = settings[place];
+        const auto wanted = keys.find(key);
+        const auto found = FindIniValue(input, place, key);
+        MERO_REQUIRE(found.has_value() == (wanted != keys.end()));
+        MERO_REQUIRE(!found || *found == wanted->second);
+    }
+}
+
+/// A key, a value for it, and the text of the file that gets them.
+void KeyValueFile(std::string_view input)
+{
+    static FolderFile file;
+    const std::string key = TakeLine(input).c_str(); // to the first NUL, as the functions see it
+    const std::string value = TakeLine(input).c_str();
+    file.Put(input);
+    if (MLIBCFileSetKeyValue(file.Path(), key.c_str(), value.c_str(), 0) != 0) {
+        MERO_REQUIRE(MLIBCErrGet() == MLIBC_ERR_INVALID_ARGUMENT && file.Text() == input);
+        return;
+    }
+    auto settings = SettingsOf(input);
+    settings[std::nullopt][key] = value;
+    MERO_REQUIRE(SettingsOf(file.Text()) == settings);
+    char start[5];
+    MERO_REQUIRE(MLIBCFileGetKeyValue(file.Path(), key.c_str(), start, sizeof start, 0) == 0);
+    MERO_REQUIRE(start == value.substr(0, 4));
+}
+
+/// A section, a key of it, a value, and the text of the file that gets them.
+void SectionFile(std::string_view input)
+{
+    static FolderFile file;
+    const std::string section = TakeLine(input).c_str();
+    const std::string key = TakeLine(input).c_str();
+    const std::string value = TakeLine(input).c_str();
+    file.Put(input);
+    const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
+    MERO_REQUIRE(MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) == 0);
+    if (MLIBCFileAddSection(file.Path(), section.c_str(), hash.get(), 0) != 0) {
+        MERO_REQUIRE(MLIBCErrGet() == MLIBC_ERR_INVALID_ARGUMENT && file.Text() == input);
+        return;
+    }
+    auto settings = SettingsOf(input);
+    settings[section] = {{key, value}};
+    MERO_REQUIRE(SettingsOf(file.Text()) == settings);
+}
+
+/// A target, and the text of a state file.
+void IsolateStateFile(std::string_view input)
+{
+    using namespace MERO::Systemd;
+    static FolderFile file;
+    const std::string target = TakeLine(input).c_str();
+    file.Put(input);
+    IsolateState state;
+    MERO_REQUIRE(ReadIsolateState(file.Path(), state) == state.isolating);
+    MERO_REQUIRE(state.target.size() < 64 && Holds(input, state.target));
+    if (MLIBCFileSetKeyValue(file.Path(), kIsolateStatePid, std::to_string(getpid()).c_str(), 0) == 0 &&
+        MLIBCFileSetKeyValue(file.Path(), kIsolateStateTarget, target.c_str(), 0) == 0) {
+        MERO_REQUIRE(ReadIsolateState(file.Path(), state) && state.isolating && state.target == target.substr(0, 63));
+    }
+}
+
+} // namespace
+
+MERO_FUZZ(IniText, KeyValueFile, SectionFile, IsolateStateFile)

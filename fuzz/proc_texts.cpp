@@ -1,0 +1,82 @@
+#include "fuzzer.h"
+#include "resource/process_cgroup.h"
+#include "resource/process_texts.h"
+#include "volume/kernel_table.h"
+
+using namespace MERO::Systemd;
+using namespace MERO::Fuzz;
+
+namespace {
+
+/// The line of /proc/<pid>/stat.
+void ProcessStat(std::string_view input)
+{
+    unsigned long user = 0;
+    unsigned long system = 0;
+    const std::string line = TakeLine(input);
+    MERO_REQUIRE(!ProcessTicks(line, user, system) || line.size() > 28); // 13 words before the two numbers
+}
+
+/// The first line of /proc/stat.
+void ProcessorStat(std::string_view input)
+{
+    const std::string line = TakeLine(input);
+    unsigned long total = 0;
+    MERO_REQUIRE(!ProcessorTicks(line, total) || line.starts_with("cpu"));
+}
+
+/// Lines of /proc/<pid>/smaps.
+void Smaps(std::string_view input)
+{
+    unsigned long sum = 0;
+    for (const std::string& line : Lines(input)) {
+        sum += SumOfPss(line);
+    }
+    MERO_REQUIRE(SumOfPss(input) == sum);
+}
+
+/// The text of /proc/<pid>/io.
+void ProcessIo(std::string_view input)
+{
+    unsigned long read = 0;
+    unsigned long written = 0;
+    MERO_REQUIRE(!IoBytes(input, read, written) || (Holds(input, "read_bytes:") && Holds(input, "write_bytes:")));
+    const std::string text = std::string(input) + "\nread_bytes: 17\nwrite_bytes:\t18446744073709551615\n";
+    MERO_REQUIRE(IoBytes(text, read, written) && read == 17 && written == ~0UL);
+}
+
+/// The first line of /proc/<pid>/cmdline.
+void Script(std::string_view input)
+{
+    const std::string name = ScriptName(input);
+    MERO_REQUIRE(name == "." || name == "/" || (!name.empty() && !Holds(name, "/") && Holds(input, name)));
+}
+
+/// The text of /proc/<pid>/cgroup.
+void Cgroup(std::string_view input)
+{
+    std::string path;
+    if (SystemdCgroupPath(input, path)) {
+        MERO_REQUIRE(Holds(input, path) && !Holds(path, ":"));
+    }
+    const std::string unit = UnitOfCgroup(path);
+    if (!unit.empty()) {
+        MERO_REQUIRE(Holds(unit, ".") && !Holds(unit, "/") && path.ends_with(unit));
+        MERO_REQUIRE(UnitOfCgroup("/system.slice/" + unit) == UnitOfFolder(unit));
+    }
+}
+
+/// A letter for each column before the one that is looked at, and a table of mounts, swap files or exports.
+void KernelTable(std::string_view input)
+{
+    const std::size_t column = TakeLine(input).size() % 8;
+    const std::vector<std::string> paths = PathsInColumn(input, column);
+    MERO_REQUIRE(paths.size() <= Lines(input).size());
+    for (const std::string& path : paths) {
+        MERO_REQUIRE(path.starts_with('/') && path.size() <= input.size());
+    }
+}
+
+} // namespace
+
+MERO_FUZZ(ProcessStat, ProcessorStat, Smaps, ProcessIo, Script, Cgroup, KernelTable)

@@ -1,0 +1,64 @@
+#include "core/failed_units.h"
+#include "core/systemctl_dialect.h"
+#include "fuzzer.h"
+#include "unit/job_info.h"
+#include "unit/unit_name.h"
+#include "unit/unit_paths.h"
+
+using namespace MERO::Systemd;
+using namespace MERO::Fuzz;
+
+namespace {
+
+/// A unit, and messages.
+void FailedUnits(std::string_view input)
+{
+    const std::string unit = TakeLine(input);
+    const std::vector<std::string> lines = Lines(input);
+    std::vector<std::string> failed;
+    FailedUnitsGet({unit}, lines, failed);
+    MERO_REQUIRE(failed.size() <= lines.size());
+    for (const std::string& one : failed) {
+        MERO_REQUIRE(one == unit && Holds(input, NormalizedUnitNameGet(unit)));
+    }
+}
+
+/// A line of `list-jobs`.
+void Job(std::string_view input)
+{
+    JobInfo info;
+    if (!JobInfoParse(std::string(input), info)) {
+        MERO_REQUIRE(info.unit.empty() && info.id == 0 && info.type == JobType::Unknown);
+        return;
+    }
+    MERO_REQUIRE(Holds(input, info.unit) && !Holds(info.unit, " "));
+    JobInfo again;
+    MERO_REQUIRE(JobInfoParse(info.ToString(), again));
+    MERO_REQUIRE(again.id == info.id && again.unit == info.unit && again.type == info.type &&
+                 again.state == info.state);
+}
+
+/// A line of a table.
+void TableRow(std::string_view input)
+{
+    const std::string line(input);
+    const SystemctlDialect dialect{.listJobsExitCode = 0, .padsColumns = true, .unitFileColumns = 3};
+    const std::string row = dialect.Row(line);
+    MERO_REQUIRE(!Holds(row, "  ") && dialect.Row(row) == row && row.size() <= line.size());
+    dialect.CheckColumns(Lines(input), 3);
+}
+
+/// What `show` prints.
+void UnitPaths(std::string_view input)
+{
+    for (const std::string& path : UnitPathsParse(Lines(input))) {
+        MERO_REQUIRE(!path.empty());
+        const std::size_t at = input.find(path); // in the order of the text
+        MERO_REQUIRE(at != input.npos);
+        input.remove_prefix(at + path.size());
+    }
+}
+
+} // namespace
+
+MERO_FUZZ(FailedUnits, Job, TableRow, UnitPaths)
