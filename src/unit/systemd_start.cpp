@@ -11,12 +11,18 @@ namespace {
 constexpr ActionWords kStart{
     .verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed", .event = kStartEvent};
 
+bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                           std::vector<std::string>& failed)
+{
+    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
+}
+
 } // namespace
 
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed)
 {
-    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
+    return _MEROSystemdStartCore(options, vecUnits, failed);
 }
 
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)

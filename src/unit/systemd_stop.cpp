@@ -12,12 +12,18 @@ namespace {
 constexpr ActionWords kStop{
     .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed", .event = kStopEvent};
 
+bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                          std::vector<std::string>& failed)
+{
+    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
+}
+
 } // namespace
 
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed)
 {
-    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
+    return _MEROSystemdStopCore(options, vecUnits, failed);
 }
 
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)

@@ -18,7 +18,8 @@ struct ActionWords {
 };
 
 /// Runs one action on all of `vecUnits` and appends those that failed to `failed`, which may be one of the other lists:
-/// the ones that systemctl named, or all when it was not run. An empty list is an invalid argument. `where` is the place that the log lines name.
+/// the ones that systemctl named, or all when it was not run. An empty list is an invalid argument. `where` is the
+/// place that the log lines name.
 bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
                    const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 
