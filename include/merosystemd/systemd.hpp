@@ -65,8 +65,8 @@ void MEROSystemdPutEnvByPAMSystemd();
 /// @addtogroup actions
 ///
 /// The list forms are those that C calls group forms, with `failed` in the place of `*ppListFailed`: it may stay
-/// as it was when the operation failed. An empty list is an invalid argument (0x0D00). `options` are systemctl's, placed
-/// after the verb.
+/// as it was when the operation failed. An empty list is an invalid argument (0x0D00). `options` are systemctl's,
+/// placed after the verb.
 /// @{
 
 /**
