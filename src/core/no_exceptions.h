@@ -4,8 +4,6 @@
 
 #include <merocore/error.h>
 
-#include <cxxabi.h>
-
 #include <exception>
 #include <new>
 
@@ -24,9 +22,10 @@ int WithoutExceptions(SourceLine where, Body&& body, int failure = 0)
         MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", error.what());
     } catch (const std::exception& error) {
         MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", error.what());
-    } catch (const abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        if (std::current_exception() == nullptr) { // none of C++: the thread ends
+            throw;
+        }
         MERO_LOG_AT(where, LOG_ERR, "Failed on an exception: %s", "it has no text");
     }
     return failure;
