@@ -1,6 +1,7 @@
 #include "support/machine.h"
 
 #include "sandbox/private_root.h"
+#include "support/environment.h"
 
 #include <poll.h>
 #include <sched.h>
@@ -118,6 +119,7 @@ std::string Readable(const std::string& datagram)
 
 void EnterMachine()
 {
+    MakeEnvironmentKnown();
     if (unshare(CLONE_NEWNS) != 0) {
         throw std::system_error(errno, std::generic_category(), "no mount namespace (are you root?)");
     }

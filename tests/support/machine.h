@@ -44,7 +44,8 @@ public:
     static std::string Read(const std::filesystem::path& path);
 };
 
-/// Gives this process, which must be root and have no threads yet, the machine. Called by the tests' main.
+/// Gives this process, which must be root and have no threads yet, the machine and a known environment. Called by the
+/// tests' main.
 void EnterMachine();
 
 } // namespace MERO::Test

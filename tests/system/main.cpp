@@ -1,3 +1,5 @@
+#include "support/environment.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -10,5 +12,6 @@ int main(int argc, char* argv[])
         std::cerr << argv[0] << ": starts and stops units as it likes; run it by way of ctest, inside mero-sandbox\n";
         return 1;
     }
+    MERO::Test::MakeEnvironmentKnown();
     return RUN_ALL_TESTS();
 }

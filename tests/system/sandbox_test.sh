@@ -24,10 +24,8 @@ box=/tmp/mero-sandbox
 root=/tmp/root
 mkdir -p $root/{dev,proc,sys,tmp,usr,var/log}
 cp -a /bin /sbin /lib* /etc $box $root
-work=/dev/shm/sandbox-test.$$
-mkdir "$work"
-# A job that is interrupted at its very beginning still has this trap.
-trap '[ "$BASHPID" != $$ ] || rm -rf "$work"' EXIT
+work=/tmp/work
+mkdir $work
 # Jobs get process groups of their own, and SIGINT is not ignored in them.
 set -m
 
@@ -81,7 +79,7 @@ traces() {
     find /proc -maxdepth 3 -path '/proc/[0-9]*/ns/pid' -printf '%l process %h in a namespace\n' 2>/dev/null |
         grep -vF "$(readlink /proc/self/ns/pid)"
     ps -e -o stat=,pid=,comm= | awk '$1 !~ /^Z/ && $3 ~ /^mero-/ { print "process", $2, $3 }'
-    find /tmp /run /sys/fs/cgroup /dev/shm -maxdepth 1 -not -name 'sandbox-test.*' -printf 'file %p\n'
+    find /tmp /run /sys/fs/cgroup /dev/shm -maxdepth 1 -not -path $work -printf 'file %p\n'
 }
 
 # Traces that were not there at the start and stay: a dying process needs a moment.
