@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -15,27 +14,6 @@
 using namespace MERO::Test;
 
 namespace {
-
-std::size_t Entries(const std::string& directory)
-{
-    const std::filesystem::directory_iterator entries(directory);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
-
-/// What the library's host would notice.
-struct Footprint {
-    std::size_t descriptors = Entries("/proc/self/fd");
-    std::size_t threads = Entries("/proc/self/task");
-    bool hasChildren = waitpid(-1, nullptr, WNOHANG) >= 0;
-
-    bool operator==(const Footprint&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Footprint& footprint)
-{
-    return out << footprint.descriptors << " descriptors, " << footprint.threads << " threads, children "
-               << footprint.hasChildren;
-}
 
 class Host : public Machine {};
 
@@ -47,29 +25,6 @@ TEST_F(Host, MayIgnoreItsChildren)
     EXPECT_TRUE(lock.Acquire());
     EXPECT_FALSE(other.Acquire()) << "there is no folder";
     signal(SIGCHLD, SIG_DFL);
-}
-
-TEST_F(Host, TenThousandCallsLeaveNothingBehind)
-{
-    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    Systemctl({{"list-jobs *", ""}, {"* bad.service", "Job for bad.service failed.\n", 1}});
-    (void)MEROSystemdStart("good"); // opens the log, which stays open
-    const Footprint before;
-
-    int results[2] = {0, 0};
-    for (int i = 0; i < 2'500; ++i) {
-        if (i == 2'000) {
-            RemoveSystemctl();
-        }
-        std::vector<std::string> failed;
-        ++results[MEROSystemdStart("good")];
-        ++results[MEROSystemdStop({"good", "bad.service"}, failed)];
-        ++results[MEROCSystemdReload("good")];
-        ++results[MEROSystemdStart("")];
-    }
-    EXPECT_EQ(results[1], 2 * 2'000);
-    EXPECT_EQ(results[0], 10'000 - results[1]);
-    EXPECT_EQ(Footprint(), before);
 }
 
 TEST_F(Host, ThreadsMayCallAtOnce)
