@@ -118,10 +118,11 @@ std::string Readable(const std::string& datagram)
 void EnterMachine()
 {
     MakeEnvironmentKnown();
+    // Asked in a chroot, the new namespace would give the path outside of it.
+    const fs::path build = fs::canonical("/proc/self/exe").parent_path().parent_path();
     if (unshare(CLONE_NEWNS) != 0) {
         throw std::system_error(errno, std::generic_category(), "no mount namespace (are you root?)");
     }
-    const fs::path build = fs::canonical("/proc/self/exe").parent_path().parent_path();
     Sandbox::EnterPrivateRoot({build});
     for (const char* directory : kEmptied) {
         fs::create_directories(directory);
