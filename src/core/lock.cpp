@@ -1,5 +1,6 @@
 #include "core/lock.h"
 
+#include "core/cancel_block.h"
 #include "core/core_error.h"
 #include "core/log.h"
 #include "core/make_directory.h"
@@ -61,11 +62,13 @@ bool FileLock::Acquire()
         MERO_LOG(LOG_ERR, "Failed to get dirname: [%s]", path_.c_str());
         return false;
     }
+    const CancelBlock block; // but in the wait: the program mkdir is reaped
     if (!MakeDirectory(directory)) {
         MERO_LOG(LOG_ERR, "failed to mkdir [%s]", directory.c_str());
         return false;
     }
-    if (MLIBCFileLockTimeByFile(path_.c_str(), exclusive_ ? 1 : 0, timeout_, &fd_) < 0) {
+    const auto take = [&] { return MLIBCFileLockTimeByFile(path_.c_str(), exclusive_ ? 1 : 0, timeout_, &fd_); };
+    if (block.LiftFor(take) < 0) {
         MERO_LOG(LOG_ERR, "failed to get lock [%s] " MERO_CORE_ERROR_FORMAT, path_.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }

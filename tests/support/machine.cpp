@@ -120,11 +120,15 @@ std::string Readable(const std::string& datagram)
 void EnterMachine()
 {
     MakeEnvironmentKnown();
+    const fs::path program = fs::canonical("/proc/self/exe");
     if (unshare(CLONE_NEWNS) != 0) {
         throw std::system_error(errno, std::generic_category(), "no mount namespace (are you root?)");
     }
-    const fs::path build = fs::canonical("/proc/self/exe").parent_path().parent_path();
-    Sandbox::EnterPrivateRoot({build});
+    Sandbox::EnterPrivateRoot({program.parent_path().parent_path()});
+    // A program that was started in a chroot has its path outside of it now; there has to be a file.
+    if (const fs::path path = fs::read_symlink("/proc/self/exe"); !fs::exists(path)) {
+        Machine::Write(path, "");
+    }
     for (const char* directory : kEmptied) {
         fs::create_directories(directory);
         if (mount("tmpfs", directory, "tmpfs", 0, "mode=755") != 0) {

@@ -11,10 +11,13 @@ fi
 # Mounts, processes and a /tmp of its own make what a sandbox leaves stand out. As their pid 1, bash also
 # reaps what is orphaned here, which not every caller does.
 # The caller's environment, in which systemctl and bash may say other things, stays outside.
+# In a chroot, whose root need not be a mount point, unshare could not make the mounts private.
+apart=(unshare --mount --propagation unchanged)
 if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
     exec env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM=xterm PRIVATE_NAMESPACES=yes \
-        unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$BASH" "$0" "$1"
+        "${apart[@]}" --pid --fork --kill-child --mount-proc "$BASH" "$0" "$1"
 fi
+nsenter --mount=/proc/self/ns/mnt mount --make-rprivate / || exit
 exec 9<"$1"
 mount -t tmpfs tmpfs /tmp
 cp /proc/self/fd/9 /tmp/mero-sandbox
@@ -67,7 +70,7 @@ prints() {
 traces() {
     sed 's/^/mount /' /proc/self/mountinfo
     sed -n 's/.*:\(name=[^:]*\):.*/hierarchy \1/p' /proc/self/cgroup
-    unshare --mount bash -c '
+    "${apart[@]}" bash -c '
         mount -t tmpfs tmpfs /mnt
         for name in systemd meromonitor; do
             if grep -q ":name=$name:" /proc/self/cgroup; then
@@ -195,9 +198,9 @@ check "refuses when not root" fails_saying root setpriv --reuid=65534 --clear-gr
 check "refuses without the right to mount" \
     fails_saying "not permitted" setpriv --bounding-set=-sys_admin --inh-caps=-sys_admin "$box" true
 check "refuses without systemd" fails_saying missing \
-    unshare --mount sh -c 'mount -t tmpfs tmpfs /usr/lib/systemd && exec "$0" true' "$box"
+    "${apart[@]}" sh -c 'mount -t tmpfs tmpfs /usr/lib/systemd && exec "$0" true' "$box"
 printf '[Service]\nType=oneshot\nExecStart=/bin/false\n' >"$work/failing"
-check "names a unit that fails" fails_saying "well (degraded): systemd-user-sessions.service$" unshare --mount sh -c '
+check "names a unit that fails" fails_saying "well (degraded): systemd-user-sessions.service$" "${apart[@]}" sh -c '
     unit=/usr/lib/systemd/system/systemd-user-sessions.service
     mount --bind "$1" $unit && exec "$0" --bind $unit true' "$box" "$work/failing"
 check "gives up on a boot that takes too long" exits 125 "$box" --timeout 0.05 true
@@ -250,7 +253,7 @@ check "and leaves nothing" leaves_nothing
 # Becomes a sandbox in that root, with the host's folders that $bound names; to be called in a shell of its own.
 chrooted() {
     # shellcheck disable=SC2016 # expanded inside
-    exec unshare --mount sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
+    exec "${apart[@]}" sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
         shift 2; exec chroot . /mero-sandbox --bind /usr "$@"' - "$root" "$bound" "$@"
 }
 for bound in usr "usr proc sys dev"; do
