@@ -95,11 +95,12 @@ void IsolateStateFile(std::string_view input)
     const std::string target = TakeLine(input).c_str();
     file.Put(input);
     IsolateState state;
-    MERO_REQUIRE(ReadIsolateState(file.Path(), state) == state.isolating);
+    MERO_REQUIRE((ReadIsolateState(file.Path(), state) == IsolateStateReading::Done) == state.isolating);
     MERO_REQUIRE(state.target.size() < 64 && Holds(input, state.target));
     if (MLIBCFileSetKeyValue(file.Path(), kIsolateStatePid, std::to_string(getpid()).c_str(), 0) == 0 &&
         MLIBCFileSetKeyValue(file.Path(), kIsolateStateTarget, target.c_str(), 0) == 0) {
-        MERO_REQUIRE(ReadIsolateState(file.Path(), state) && state.isolating && state.target == target.substr(0, 63));
+        MERO_REQUIRE(ReadIsolateState(file.Path(), state) == IsolateStateReading::Done);
+        MERO_REQUIRE(state.isolating && state.target == target.substr(0, 63));
     }
 }
 

@@ -144,8 +144,8 @@ bool MEROSystemdSliceList(std::vector<std::string>& slices);
 /// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
 /// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
 /// waited for. A name that is no slice's is an invalid argument (0x0D00). Processes are looked for in systemd's named
-/// hierarchy; where it is not mounted, and /proc shows a process in the slice or cannot be read, nothing is done and the
-/// result is false. A slice that holds the calling process is killed as well, after a warning in the log.
+/// hierarchy; where it is not mounted, and /proc shows a process in the slice or cannot be read, nothing is done and
+/// the result is false. A slice that holds the calling process is killed as well, after a warning in the log.
 bool MEROSystemdKillSlice(const std::string& strSlice);
 
 /// @ingroup cgroups

@@ -404,8 +404,8 @@ bool MEROSystemdVolumeUnregister(const std::string& strUnit, const std::string& 
 bool MEROSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
 /** @} */
 
-/// Registers a volume of a package, which must be installed: `/var/packages/<package>`. The package may own its folders,
-/// but a symbolic link on the way that lies in a folder which others can write is refused (0x0D00).
+/// Registers a volume of a package, which must be installed: `/var/packages/<package>`. The package may own its
+/// folders, but a symbolic link on the way that lies in a folder which others can write is refused (0x0D00).
 bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 
 /** @{ */

@@ -4,6 +4,7 @@
 #include <merocore/file.h>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 
 #include <algorithm>
@@ -23,6 +24,16 @@ constexpr auto kRetryInterval = 20ms;
 // Ordinary users must not be able to open a lock file: anybody who can, can hold the lock for ever.
 constexpr mode_t kLockFileMode = 0600;
 
+/// A thread that is cancelled in open() would lose the descriptor.
+int OpenWhole(const char* path)
+{
+    int before;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    const int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockFileMode);
+    pthread_setcancelstate(before, nullptr);
+    return fd;
+}
+
 bool TryLock(int fd, int operation)
 {
     int result;
@@ -39,7 +50,7 @@ int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds,
     if (path == nullptr || timeoutSeconds < 0 || fd == nullptr) {
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
-    Descriptor file(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockFileMode));
+    Descriptor file(OpenWhole(path));
     if (!file) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
     }

@@ -19,6 +19,8 @@ constexpr std::string_view kLeftOut[] = {
     "SYSTEMD_LOG_TARGET", "SYSTEMD_LOG_RATELIMIT_KMSG", "DEBUG_INVOCATION",
     // pagers
     "SYSTEMD_PAGER", "SYSTEMD_PAGERSECURE", "SYSTEMD_LESS", "SYSTEMD_LESSCHARSET", "PAGER", "LESS",
+    // options after the first word, which POSIX takes for words
+    "POSIXLY_CORRECT",
     // width and form
     "COLUMNS", "LINES", "PS_FORMAT", "PS_PERSONALITY", "CMD_ENV", "I_WANT_A_BROKEN_PS"};
 

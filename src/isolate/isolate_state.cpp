@@ -17,20 +17,22 @@ namespace {
 
 constexpr int kValueSize = 64; // bytes; longer values are cut
 
+using enum IsolateStateReading;
+
 /// A value of the state file. `what` is its name in messages.
-bool Read(const char* path, const char* key, const char* what, std::string& value)
+IsolateStateReading Read(const char* path, const char* key, const char* what, std::string& value)
 {
     char buffer[kValueSize];
     if (MLIBCFileGetKeyValue(path, key, buffer, sizeof buffer, 0) < 0) {
         if (MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && errno == ENOENT) {
-            return false; // the isolation has just ended
+            return Gone; // the isolation has just ended
         }
         MERO_LOG(LOG_ERR, "Failed to get %s from isolate state file" MERO_CORE_ERROR_FORMAT, what,
                  MERO_CORE_ERROR_VALUES);
-        return false;
+        return Failed;
     }
     value = buffer;
-    return true;
+    return Done;
 }
 
 bool ToNumber(const std::string& text, long& number)
@@ -51,17 +53,22 @@ bool IsAlive(long pid)
 
 } // namespace
 
-bool ReadIsolateState(const char* path, IsolateState& state)
+IsolateStateReading ReadIsolateState(const char* path, IsolateState& state)
 {
     std::string text;
     long pid = 0;
-    // A state without its process is an error, deliberately: the machine may be anywhere between two targets.
-    if (!Read(path, kIsolateStatePid, "pid", text) || !ToNumber(text, pid) || !IsAlive(pid) ||
-        !Read(path, kIsolateStateTarget, "target", text)) {
-        return false;
+    if (const auto reading = Read(path, kIsolateStatePid, "pid", text); reading != Done) {
+        return reading;
     }
-    state = {.isolating = true, .target = text};
-    return true;
+    // A state without its process is an error: the machine may be anywhere between two targets.
+    if (!ToNumber(text, pid) || !IsAlive(pid)) {
+        return MLIBCFileExist(path) == 1 ? Failed : Gone;
+    }
+    const auto reading = Read(path, kIsolateStateTarget, "target", text);
+    if (reading == Done) {
+        state = {.isolating = true, .target = text};
+    }
+    return reading;
 }
 
 } // namespace MERO::Systemd

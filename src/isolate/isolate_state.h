@@ -4,8 +4,10 @@
 
 namespace MERO::Systemd {
 
-/// Reads the state file of an isolation whose process lives. False, with `state` untouched, in every other case: logged,
-/// unless the process is gone or the file is.
-bool ReadIsolateState(const char* path, IsolateState& state);
+enum class IsolateStateReading { Done, Gone, Failed };
+
+/// Reads the state file of an isolation whose process lives; `state` is untouched unless that is done. Gone, which is
+/// not logged: there is no file any more. Failed is logged, unless the process is gone.
+IsolateStateReading ReadIsolateState(const char* path, IsolateState& state);
 
 } // namespace MERO::Systemd

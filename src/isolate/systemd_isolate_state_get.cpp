@@ -14,9 +14,14 @@ bool MEROSystemdIsolateStateGet(IsolateState& state)
 {
     state = IsolateState();
     const IsolateStateLock neverAcquired;
-    // The file goes away when the isolation ends, which may be while it is read.
-    return MLIBCFileExist(kIsolateStateFile) == 0 || ReadIsolateState(kIsolateStateFile, state) ||
-           MLIBCFileExist(kIsolateStateFile) == 0;
+    auto reading = IsolateStateReading::Gone;
+    while (reading == IsolateStateReading::Gone) { // it may end, and another one begin, while it is read
+        if (MLIBCFileExist(kIsolateStateFile) == 0) {
+            return true;
+        }
+        reading = ReadIsolateState(kIsolateStateFile, state);
+    }
+    return reading == IsolateStateReading::Done;
 }
 
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState)

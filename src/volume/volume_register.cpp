@@ -35,8 +35,8 @@ bool Acquire(FileLock& lock)
 class RegisterFile {
 public:
     RegisterFile(DirectoryWalk walk, const std::string& path)
-        : folder_(std::move(walk.directory)), isUnknown_(walk.isRefused || IsPassingFailure(walk.error)),
-          path_(path), name_(path.substr(path.rfind('/') + 1))
+        : folder_(std::move(walk.directory)), isUnknown_(walk.isRefused || IsPassingFailure(walk.error)), path_(path),
+          name_(path.substr(path.rfind('/') + 1))
     {
     }
 

@@ -196,7 +196,7 @@ TEST_F(RealEnablement, TheHostsEnvironmentChangesNoAnswer)
                                  "SYSTEMD_LOG_LEVEL=debug SYSTEMD_LOG_COLOR=1 SYSTEMD_LOG_TIME=1 "
                                  "SYSTEMD_LOG_LOCATION=1 SYSTEMD_LOG_TID=1 SYSTEMD_PAGER=false "
                                  "SYSTEMD_PAGERSECURE=1 SYSTEMD_LESS=x PAGER=false LESS=x COLUMNS=20 LINES=2 "
-                                 "DEBUG_INVOCATION=1");
+                                 "DEBUG_INVOCATION=1 POSIXLY_CORRECT=1");
     const Texts expected = answers(false);
     const Texts expectedUnits = answers(true);
     Texts set; // one more each time
