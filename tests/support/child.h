@@ -4,26 +4,50 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <ctime>
+
 namespace MERO::Test {
 
-/// Runs `body` in a forked child as user `uid`, and returns its result (0 to 255); 254 when it threw.
+/// Forks a child of user `uid` that runs `body` and ends with its result (0 to 255), or with 254 if it throws. The
+/// child is killed when its parent ends, and after ten minutes, whatever it does with its signals.
+template <typename Body>
+pid_t Fork(Body&& body, uid_t uid = geteuid())
+{
+    const pid_t pid = fork();
+    if (pid != 0) {
+        return pid;
+    }
+    int result = 254;
+    try {
+        sigevent atItsEnd{};
+        atItsEnd.sigev_notify = SIGEV_SIGNAL;
+        atItsEnd.sigev_signo = SIGKILL;
+        const itimerspec time{.it_interval = {}, .it_value = {.tv_sec = 600, .tv_nsec = 0}};
+        timer_t timer;
+        const bool isUser = timer_create(CLOCK_MONOTONIC, &atItsEnd, &timer) == 0 &&
+                            timer_settime(timer, 0, &time, nullptr) == 0 && setresgid(uid, uid, uid) == 0 &&
+                            setresuid(uid, uid, uid) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
+                            prctl(PR_SET_DUMPABLE, 1) == 0; // as exec would: /proc/self becomes the user's
+        result = isUser ? body() : 253;
+    } catch (...) {
+    }
+    _exit(result);
+}
+
+/// The result of such a child, once it has ended; 255 if it was killed.
+inline int ResultOf(pid_t child)
+{
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 255;
+}
+
+/// Runs `body` in such a child, and returns its result.
 template <typename Body>
 int RunAs(uid_t uid, Body&& body)
 {
-    const pid_t pid = fork();
-    if (pid == 0) {
-        int result = 254;
-        try {
-            const bool isUser = setresgid(uid, uid, uid) == 0 && setresuid(uid, uid, uid) == 0 &&
-                                prctl(PR_SET_DUMPABLE, 1) == 0; // as exec would: /proc/self becomes the user's
-            result = isUser ? body() : 253;
-        } catch (...) {
-        }
-        _exit(result);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 255;
+    return ResultOf(Fork(body, uid));
 }
 
 } // namespace MERO::Test

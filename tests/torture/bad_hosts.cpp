@@ -1,29 +1,24 @@
 // Hosts that behave badly, and a systemctl that does: every caller gets an answer, and nothing stays behind.
+#include "support/child.h"
 #include "torture/functions.h"
 #include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <syslog.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <clocale>
-#include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 namespace MERO::Torture {
 
 const char* const kName = "bad_hosts";
+const Place kPlace = Place::Machine;
 
 namespace {
 
-using Texts = std::vector<std::string>;
+namespace fs = std::filesystem;
 
 /// What the caller is told, in one word each.
 struct Told {
@@ -65,32 +60,7 @@ std::string Words(const Told& told)
            (told.enable ? "yes" : "no") + ", register " + (told.registered ? "yes" : "no");
 }
 
-/// Reaps whatever child there is, as some hosts do.
-void ReapAll(int)
-{
-    while (waitpid(-1, nullptr, WNOHANG) > 0) {
-    }
-}
-
 const Case kCases[] = {
-    {"the host ignores SIGCHLD", [] { signal(SIGCHLD, SIG_IGN); }, "", {false, false, false, true}},
-    {"the host's mask blocks all signals",
-     [] {
-         sigset_t all;
-         sigfillset(&all);
-         sigprocmask(SIG_BLOCK, &all, nullptr);
-     },
-     ""},
-    {"the host has an alarm every 5 ms", // calls are interrupted all the time
-     [] {
-         struct sigaction action {};
-         action.sa_handler = [](int) {};
-         sigaction(SIGALRM, &action, nullptr);
-         const itimerval often{{0, 5'000}, {0, 5'000}};
-         setitimer(ITIMER_REAL, &often, nullptr);
-     },
-     ""},
-    {"the host has no descriptors 0 to 2", [] { close_range(0, 2, 0); }, ""},
     {"the host has no descriptor but the log's", // which is 0 then
      [] {
          closelog();
@@ -114,9 +84,9 @@ const Case kCases[] = {
      "", kNone},
     {"the host's working directory is gone",
      [] {
-         std::filesystem::create_directory("/run/gone");
-         std::filesystem::current_path("/run/gone");
-         std::filesystem::remove("/run/gone");
+         fs::create_directory("/run/gone");
+         fs::current_path("/run/gone");
+         fs::remove("/run/gone");
      },
      ""},
     {"the host has an odd locale", [] { setlocale(LC_ALL, "C.UTF-8"), setenv("LC_ALL", "xx_XX", 1); }, ""},
@@ -147,93 +117,67 @@ const Case kCases[] = {
 
 void SetSystemctl(World& world, const std::string& systemctl)
 {
-    const std::filesystem::path path = "/usr/bin/systemctl";
+    const fs::path path = "/usr/bin/systemctl";
     if (systemctl == "FOLDER") {
-        std::filesystem::remove(path);
-        std::filesystem::create_directory(path);
+        fs::remove(path);
+        fs::create_directory(path);
     } else if (systemctl == "NOT EXECUTABLE") {
-        std::filesystem::permissions(path, std::filesystem::perms(0600));
+        fs::permissions(path, fs::perms(0600));
     } else if (!systemctl.empty()) {
         world.WriteProgram(path, systemctl);
     }
 }
 
-void CheckHost(Report& report, const Case& c)
+void CheckHost(Run& run, const Case& c)
 {
-    const std::string name = c.name;
-    const auto begin = std::chrono::steady_clock::now();
+    const std::string name = std::string(c.name) + ": ";
+    const auto begin = Clock::now();
     c.behave();
     const std::string before = Footprint();
     std::string value;
     const Told told = Ask(value);
     const Told again = Ask(value);
     const std::string difference = Difference(before, Footprint());
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-    const auto tell = [&](bool isFault, const std::string& what) {
-        isFault ? report.Fault(name + ": " + what) : void();
-    };
-    tell(told != c.told || again != c.told, "the answers are: " + Words(told) + ", and again: " + Words(again));
+    const double time = Since(begin);
+    run.Expect(told == c.told && again == c.told, name + "the answers are: " + Words(told) + ", and: " + Words(again));
     const bool isValue = value.starts_with("a.service") || value.find("getcwd") != value.npos; // the stand-in's shell
-    tell(told.show && !isValue, "the value is " + value);
-    tell(!difference.empty(), difference);
-    tell(time.count() < 2 * c.atLeast || time.count() > 2 * c.atMost, std::to_string(time.count()) + " s");
-    tell(PeakMemory() > 512, std::to_string(PeakMemory()) + " MiB");
+    run.Expect(!told.show || isValue, name + "the value is " + value);
+    run.Expect(difference.empty(), name + difference);
+    run.Expect(time >= 2 * c.atLeast && time <= 2 * c.atMost, name + std::to_string(time) + " s");
+    run.Expect(PeakMemory() <= 512, name + std::to_string(PeakMemory()) + " MiB");
 }
 
 /// A handler that reaps takes an exit status away now and then: either answer, but never a hang, a crash or a zombie.
-void CheckReaper(Report& report, int calls)
+void CheckReaper(Run& run)
 {
     struct sigaction action {};
-    action.sa_handler = ReapAll;
+    action.sa_handler = [](int) {
+        while (waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+    };
     sigaction(SIGCHLD, &action, nullptr);
     const std::string before = Footprint();
-    int done = 0;
-    for (int i = 0; i < calls; ++i) {
-        done += MEROSystemdStart("a");
+    for (int left = run.Scaled(200); left > 0; --left) {
+        (void)MEROSystemdStart("a");
+        run.Done();
     }
     const std::string difference = Difference(before, Footprint());
-    if (!difference.empty()) {
-        report.Fault("the host reaps all children: " + difference);
-    }
-    report.Done(calls);
-}
-
-template <typename Body>
-void InChild(Report& report, const std::string& name, Body&& body)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        body();
-        _exit(0);
-    }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(200);
-    int status = 0;
-    while (waitpid(child, &status, WNOHANG) == 0) { // its alarm is its own
-        if (std::chrono::steady_clock::now() > deadline) {
-            kill(child, SIGKILL);
-        }
-        usleep(10'000);
-    }
-    if (status != 0) {
-        report.Fault(name + ": ends with status " + std::to_string(status));
-    }
+    run.Expect(difference.empty(), "the host reaps all children: " + difference);
 }
 
 } // namespace
 
-void Run(Report& report, double scale)
+void Torture(Run& run)
 {
     for (const Case& c : kCases) {
         World world;
         SetSystemctl(world, c.systemctl);
-        InChild(report, c.name, [&] { CheckHost(report, c); });
-        report.Done(8);
-        report.Print();
-        std::filesystem::remove_all("/usr/bin/systemctl"); // it may be a folder
+        run.InChild(c.name, [&] { CheckHost(run, c); });
+        run.Done(8);
+        fs::remove_all("/usr/bin/systemctl"); // it may be a folder
     }
     const World world;
-    InChild(report, "the host reaps all children", [&] { CheckReaper(report, static_cast<int>(200 * scale)); });
+    run.InChild("the host reaps all children", [&] { CheckReaper(run); });
 }
 
 } // namespace MERO::Torture

@@ -4,13 +4,8 @@
 #include "torture/torture.h"
 
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <cstring>
 #include <iterator>
 #include <sstream>
@@ -18,10 +13,10 @@
 namespace MERO::Torture {
 
 const char* const kName = "faults";
+const Place kPlace = Place::Machine;
 
 namespace {
 
-constexpr unsigned kSecondsPerCall = 60;
 constexpr const char* kCalls = "/run/systemctl.calls";
 constexpr long kMostFaults = 400; ///< of one function and kind: more calls than these are sampled
 
@@ -31,11 +26,6 @@ struct Fault {
 };
 Fault fault{};
 long calls = 0;
-
-void ArmAroundEachCall()
-{
-    AroundEachCall([] { ArmFaults(fault.kind, fault.nth); }, [] { calls = DisarmFaults(); });
-}
 
 /// A run without a fault, as the forked child tells it.
 struct GoodRun {
@@ -101,26 +91,6 @@ std::string EssentialCalls(const Function& function, const Files& files)
     return calls;
 }
 
-/// Runs `body` in a child, whose death is a fault.
-template <typename Body>
-void RunInChild(Report& report, const std::string& what, Body&& body)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        alarm(kSecondsPerCall);
-        World::InCgroups();
-        body();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (status != 0) {
-        report.Fault(what + (WIFSIGNALED(status) ? ": ends by signal " + std::to_string(WTERMSIG(status))
-                                                 : ": ends with status " + std::to_string(WEXITSTATUS(status))));
-    }
-}
-
 /// A unit that the library makes is written without a key for which there was no memory; the log tells.
 bool LacksKeysOnly(const std::string& path, const std::string& text, const Files& good)
 {
@@ -160,30 +130,27 @@ std::string FileFault(const Function& function, const Files& before, const Files
     return done && calls != EssentialCalls(function, good) ? "systemctl has only run: " + calls : "";
 }
 
-void Check(Report& report, const Function& function, const std::string& what, const GoodRun& good, const Files& before,
+/// How the first call ends, and that the next one works.
+void Check(Run& run, const Function& function, const std::string& what, const GoodRun& good, const Files& before,
            const Files& after)
 {
+    World::InCgroups();
     const std::string footprint = Footprint();
     const Answer answer = function.call(-1);
-    const std::string said = what + FailedCall() + "): ";
-    const auto tell = [&](const std::string& wrong) { wrong.empty() ? void() : report.Fault(said + wrong); };
-    tell(Difference(footprint, Footprint()));
-    if (!answer.thrown.empty() && (function.isC || (!function.mayThrow && answer.thrown != "std::bad_alloc"))) {
-        tell("throws " + answer.thrown);
-    }
-    const bool isPartial = std::any_of(std::begin(kPartialAnswers), std::end(kPartialAnswers),
-                                       [&](const char* name) { return function.name.find(name) != std::string::npos; });
-    if (answer.done && answer.text != good.text && !isPartial) {
-        tell("says that it succeeded, and answers " + answer.text);
-    }
-    tell(FileFault(function, before, after, answer.done));
+    const std::string said = what + FailedCall() + "): ", difference = Difference(footprint, Footprint());
+    run.Expect(difference.empty(), said + difference);
+    const bool mayThrow = !function.isC && (function.mayThrow || answer.thrown == "std::bad_alloc");
+    run.Expect(answer.thrown.empty() || mayThrow, said + "throws " + answer.thrown);
+    const bool isPartial = std::ranges::any_of(
+        kPartialAnswers, [&](const char* name) { return function.name.find(name) != std::string::npos; });
+    run.Expect(!answer.done || answer.text == good.text || isPartial, said + "succeeds, and answers " + answer.text);
+    const std::string fileFault = FileFault(function, before, after, answer.done);
+    run.Expect(fileFault.empty(), said + fileFault);
     fault.nth = 0;
-    if (good.isDoneAgain && !function.call(-1).done) {
-        tell("the next call fails");
-    }
+    run.Expect(!good.isDoneAgain || function.call(-1).done, said + "the next call fails");
 }
 
-void RunFaults(Report& report, const Function& function, FaultKind kind, double scale)
+void RunFaults(Run& run, const Function& function, FaultKind kind)
 {
     static auto& good = *static_cast<GoodRun*>(
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -193,37 +160,36 @@ void RunFaults(Report& report, const Function& function, FaultKind kind, double 
         const World world;
         before = FilesNow();
         fault = {kind, 0};
-        RunInChild(report, name, [&] {
+        run.InChild(name, [&] {
+            World::InCgroups();
             const Answer answer = function.call(-1);
             good = {.calls = calls, .isDone = answer.done, .isDoneAgain = false, .text = {}};
             std::strncpy(good.text, answer.text.c_str(), sizeof good.text - 1);
         });
         after = FilesNow();
-        RunInChild(report, name, [&] { good.isDoneAgain = function.call(-1).done; });
+        run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
-    if (!good.isDone) {
-        report.Fault(name + "0: fails");
+    if (!run.Expect(good.isDone, name + "0: fails")) {
         return;
     }
-    const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * scale));
+    const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * run.Scale()));
     for (double at = 1; at < static_cast<double>(good.calls) + 1; at += step) {
         const World world;
         fault.nth = std::lround(std::floor(at));
         const std::string what = name + std::to_string(fault.nth) + " of " + std::to_string(good.calls) + " (";
-        RunInChild(report, what, [&] { Check(report, function, what, good, before, after); });
-        report.Done();
+        run.InChild(what, [&] { Check(run, function, what, good, before, after); });
+        run.Done();
     }
 }
 
 } // namespace
 
-void Run(Report& report, double scale)
+void Torture(Run& run)
 {
-    ArmAroundEachCall();
+    AroundEachCall([] { ArmFaults(fault.kind, fault.nth); }, [] { calls = DisarmFaults(); });
     for (const Function& function : Functions()) {
-        RunFaults(report, function, FaultKind::SystemCall, scale);
-        RunFaults(report, function, FaultKind::Allocation, scale);
-        report.Print();
+        RunFaults(run, function, FaultKind::SystemCall);
+        RunFaults(run, function, FaultKind::Allocation);
     }
 }
 

@@ -9,7 +9,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <deque>
+#include <cstring>
 #include <filesystem>
 #include <tuple>
 #include <type_traits>
@@ -24,165 +24,167 @@ namespace {
 using namespace MERO::Systemd;
 using Test::Texts;
 using Action = bool (*)(void*);
+using Text = const std::string&;
+using List = const MLIBCSzList*;
+using Result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
+
+const std::string kVolume = "/run/pool";
 
 std::string Demangled(const char* name)
 {
     int status = 0;
     char* text = abi::__cxa_demangle(name, nullptr, nullptr, &status);
-    const std::string demangled = status == 0 ? text : name;
+    std::string demangled = status == 0 ? text : name;
     std::free(text);
+    for (const auto& [type, shown] : {std::pair("std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >", "string"),
+                                      {"std::vector<string, std::allocator<string > >", "Texts"}}) {
+        for (std::size_t at; (at = demangled.find(type)) != demangled.npos;) {
+            demangled.replace(at, std::strlen(type), shown);
+        }
+    }
     return demangled;
 }
 
 /// What the parameters of one call are made from: the texts of its row, in turn.
 struct Turn {
-    std::deque<std::string> texts;
-    int bad;
-    int at = 0;
+    Texts texts;
+    int bad = -1;         ///< which of the ways, in the order in which the parameters ask for them
+    bool isAsked = false; ///< there is no call: what ways are there?
+    Texts ways = {};
+    int parameter = 0;
+    std::size_t at = 0;
 
-    bool IsBad() { return at++ == bad; }
-    std::string Text()
+    Turn& Next() { return ++parameter, *this; }
+    std::string Text() { return at < texts.size() ? texts[at++] : ""; }
+    bool Is(const std::string& way)
     {
-        const std::string text = texts.empty() ? "" : texts.front();
-        texts.empty() ? void() : texts.pop_front();
-        return text;
+        ways.push_back(std::to_string(parameter) + " " + way);
+        return static_cast<int>(ways.size()) - 1 == bad;
     }
 };
 
-std::string Shown(const std::string& text) { return text + ";"; }
-std::string Shown(bool value) { return value ? "yes;" : "no;"; }
-template <typename Number> requires std::is_arithmetic_v<Number> || std::is_enum_v<Number>
-std::string Shown(Number value) { return std::to_string(static_cast<int>(value)) + ";"; }
-std::string Shown(const Texts& texts)
+/// What an output holds; of options and actions nothing.
+template <typename T> std::string Shown(const T& value)
 {
-    std::string shown;
-    for (const std::string& text : texts) {
-        shown += text + ",";
+    if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
+        return std::to_string(static_cast<int>(value)) + ";";
+    } else if constexpr (std::is_convertible_v<T, std::string>) {
+        return std::string(value) + ";";
+    } else if constexpr (std::is_array_v<T>) {
+        return Shown(value[0]);
+    } else if constexpr (requires { value.begin(); }) {
+        std::string shown;
+        for (const auto& item : value) {
+            shown += Shown(item);
+        }
+        return shown + ";";
+    } else if constexpr (requires { value.second; }) {
+        return Shown(value.second);
+    } else if constexpr (requires { value.ToString(); }) {
+        return Shown(value.ToString());
+    } else if constexpr (requires { value.target; }) {
+        return Shown(std::string(value.target));
+    } else if constexpr (requires { value.path; }) {
+        return Shown(value.name) + Shown(value.path);
+    } else if constexpr (requires { value.owner; }) {
+        return Shown(value.owner) + Shown(value.volumes);
+    } else if constexpr (requires { value.stops; }) {
+        return Shown(value.stops);
+    } else if constexpr (requires { value.causes; }) {
+        return Shown(value.unit) + Shown(value.causes.size());
     }
-    return shown + ";";
+    return "";
 }
-std::string Shown(const IsolateState& state) { return state.target + ";"; }
-std::string Shown(const MERO_SYSTEMD_ISOLATE_STATE& state) { return std::string(state.target) + ";"; }
-std::string Shown(const JobInfo& job) { return job.ToString() + ";"; }
-std::string Shown(const Icon& icon) { return icon.name + "," + icon.path + ";"; }
-std::string Shown(const VolumeRegistration& registration) { return registration.owner + Shown(registration.volumes); }
-std::string Shown(const VolumeUnmountPlan& plan)
-{
-    std::string shown;
-    for (const PlannedStop& stop : plan.stops) {
-        shown += stop.unit + ":" + std::to_string(stop.causes.size()) + ",";
-    }
-    return shown + ";";
-}
-template <typename Item> std::string Shown(const std::vector<Item>& items)
-{
-    return items.empty() ? ";" : Shown(items.front());
-}
-std::string Shown(const std::map<std::uint32_t, JobInfo>& jobs) { return jobs.empty() ? ";" : Shown(jobs.begin()->second); }
 
-/// A parameter of one type: outputs, options and actions are what they are; inputs come from the row.
-template <typename T> struct Argument { ///< T&: an output, or options
-    using Value = std::remove_cvref_t<T>;
-    explicit Argument(Turn& turn) { turn.IsBad(); }
+template <typename T> void SetUp(T&) {}
+template <typename R, typename... Args> void SetUp(std::function<R(Args...)>& action) { action = [](Args...) { return R(true); }; }
+
+/// A parameter of one type. Inputs come from the row; those of C++ that are listed nowhere are outputs, options, actions.
+template <typename T> struct Argument {
+    explicit Argument(Turn&) { SetUp(value); }
     operator T() { return static_cast<T>(value); }
-    std::string Stored() { if constexpr (requires { Shown(value); }) { return Shown(value); } else { return ""; } }
-    Value value{};
+    std::string Stored() { return Shown(value); }
+    std::remove_cvref_t<T> value{};
 };
 template <typename T> struct Argument<T*> { ///< an output
-    explicit Argument(Turn& turn) : isBad(turn.IsBad()) {}
-    operator T*() { return isBad ? nullptr : &value; }
+    explicit Argument(Turn& turn) : isNull(turn.Is("is a null output")) {}
+    operator T*() { return isNull ? nullptr : value; }
     std::string Stored() { return Shown(value); }
-    bool isBad;
-    T value{};
+    bool isNull;
+    T value[std::is_same_v<T, char> ? 256 : 1]{};
 };
-struct NothingStored {
+template <> struct Argument<MLIBCSzList**> {
+    explicit Argument(Turn& turn) : isNull(turn.Is("is a null output")), value(turn.Is("leads to null") ? nullptr : MLIBCSzListAlloc()) {}
+    Argument(const Argument&) = delete;
+    Argument(Argument&& other) : isNull(other.isNull), value(std::exchange(other.value, nullptr)) {}
+    ~Argument() { MLIBCSzListFree(value); }
+    operator MLIBCSzList**() { return isNull ? nullptr : &value; }
+    std::string Stored() { return Shown(Test::Items(value)); }
+    bool isNull;
+    MLIBCSzList* value;
+};
+struct Input {
     std::string Stored() { return ""; }
 };
-template <> struct Argument<const std::string&> : NothingStored {
-    explicit Argument(Turn& turn) : value(turn.Text()) { turn.IsBad() ? value.clear() : void(); }
-    operator const std::string&() { return value; }
+template <> struct Argument<Text> : Input {
+    explicit Argument(Turn& turn) : value(turn.Text()) { turn.Is("is empty") ? value.clear() : void(); }
+    operator Text() { return value; }
     std::string value;
 };
-template <> struct Argument<std::string> : Argument<const std::string&> {
-    using Argument<const std::string&>::Argument;
+template <> struct Argument<std::string> : Argument<Text> {
+    using Argument<Text>::Argument;
 };
-template <> struct Argument<const Texts&> : NothingStored {
-    explicit Argument(Turn& turn) : value{turn.Text()} { turn.IsBad() || value[0].empty() ? value.clear() : void(); }
+template <> struct Argument<const char*> : Input {
+    explicit Argument(Turn& turn) : isNull(turn.Is("is a null text")), text(turn) {}
+    operator const char*() { return isNull ? nullptr : text.value.c_str(); }
+    bool isNull;
+    Argument<Text> text;
+};
+template <> struct Argument<const Texts&> : Input {
+    explicit Argument(Turn& turn) : value{turn.Text()} { turn.Is("is empty") || value[0].empty() ? value.clear() : void(); }
     operator const Texts&() { return value; }
     Texts value;
 };
-template <> struct Argument<const char*> : NothingStored {
-    explicit Argument(Turn& turn) : value(turn.Text()), isBad(turn.IsBad()) {}
-    operator const char*() { return isBad ? nullptr : value.c_str(); }
-    std::string value;
-    bool isBad;
+template <> struct Argument<List> : Input {
+    explicit Argument(Turn& turn) : isNull(turn.Is("is a null list")), texts(turn), value(Test::MakeList(texts.value))
+    {
+        turn.Is("holds null") ? void(value = Test::ListWithNull()) : void();
+    }
+    operator List() { return isNull ? nullptr : value.get(); }
+    bool isNull;
+    Argument<const Texts&> texts;
+    Test::List value;
 };
-template <> struct Argument<char*> {
-    explicit Argument(Turn& turn) : isBad(turn.IsBad()) {}
-    operator char*() { return isBad ? nullptr : value; }
-    std::string Stored() { return Shown(std::string(value)); }
-    bool isBad;
-    char value[256]{};
-};
-template <> struct Argument<int> : NothingStored {
-    explicit Argument(Turn& turn) : value(std::stoi(turn.Text())) { turn.IsBad() ? void(value = -1) : void(); }
+template <> struct Argument<int> : Input {
+    explicit Argument(Turn& turn) : value(std::stoi(turn.Text())) { turn.Is("is -1") ? void(value = -1) : turn.Is("is 0") ? void(value = 0) : void(); }
     operator int() { return value; }
     int value;
 };
-template <> struct Argument<void*> : NothingStored {
-    explicit Argument(Turn& turn) { turn.IsBad(); }
+template <> struct Argument<void*> : Input {
+    explicit Argument(Turn&) {}
     operator void*() { return nullptr; }
 };
-template <> struct Argument<Action> : NothingStored {
-    explicit Argument(Turn& turn) : isBad(turn.IsBad()) {}
-    operator Action() { return isBad ? nullptr : +[](void*) { return true; }; }
-    bool isBad;
-};
-template <typename R, typename... Args> struct Argument<std::function<R(Args...)>&&> : NothingStored {
-    explicit Argument(Turn& turn) { turn.IsBad(); }
-    operator std::function<R(Args...)>&&() { return std::move(value); }
-    std::function<R(Args...)> value = [](Args...) { return R(true); };
-};
-template <> struct Argument<const std::function<void(KillPhase)>&> : NothingStored {
-    explicit Argument(Turn& turn) { turn.IsBad(); }
-    operator const std::function<void(KillPhase)>&() { return value; }
-    std::function<void(KillPhase)> value = [](KillPhase) {};
-};
-template <> struct Argument<const MLIBCSzList*> : NothingStored { ///< bad: null
-    explicit Argument(Turn& turn) : value(Test::MakeList({turn.Text()})), isBad(turn.IsBad()) {}
-    operator const MLIBCSzList*() { return isBad ? nullptr : value.get(); }
-    Test::List value;
-    bool isBad;
-};
-template <> struct Argument<MLIBCSzList**> {
-    explicit Argument(Turn& turn) : value(MLIBCSzListAlloc()), isBad(turn.IsBad()) {}
-    Argument(const Argument&) = delete;
-    Argument(Argument&& other) : value(std::exchange(other.value, nullptr)), isBad(other.isBad) {}
-    ~Argument() { MLIBCSzListFree(value); }
-    operator MLIBCSzList**() { return isBad ? nullptr : &value; }
-    std::string Stored() { return Shown(Test::Items(value)); }
-    MLIBCSzList* value;
-    bool isBad;
+template <> struct Argument<Action> : Input {
+    explicit Argument(Turn& turn) : isNull(turn.Is("is a null action")) {}
+    operator Action() { return isNull ? nullptr : +[](void*) { return true; }; }
+    bool isNull;
 };
 
 std::vector<Function> table;
 
-/// The type of the exception that is being handled.
-std::string Thrown() { return Demangled(abi::__cxa_current_exception_type()->name()); }
-
 /// Outside of the call itself nothing may fail on purpose: see fault_points.h.
 std::function<void()> before = [] {}, after = [] {};
 
-template <typename Body> Answer Guarded(Body&& body)
+Answer Guarded(bool (*call)(void*), void* data)
 {
     Answer answer;
     try {
         before();
-        answer.done = body();
+        answer.done = call(data);
         after();
     } catch (...) {
         after();
-        answer.thrown = Thrown();
+        answer.thrown = Demangled(abi::__cxa_current_exception_type()->name());
     }
     return answer;
 }
@@ -192,183 +194,120 @@ template <typename R> bool IsDone(const std::string& name, R result)
     return name.find("StatusGet") != name.npos ? static_cast<int>(result) >= 0 : static_cast<int>(result) == 1;
 }
 
-template <typename R, typename... Args>
-void AddOne(const std::vector<std::string>& texts, R (*function)(Args...), bool mayThrow)
+void AddRow(const void* address, const Texts& texts, std::function<Answer(const std::string&, Turn&)> call)
 {
     Dl_info info{};
-    dladdr(reinterpret_cast<const void*>(function), &info);
+    dladdr(address, &info);
     const std::string symbol = info.dli_sname != nullptr ? info.dli_sname : "?";
-    table.push_back({Demangled(symbol.c_str()), reinterpret_cast<const void*>(function), sizeof...(Args),
-                     symbol.starts_with("MEROC"), mayThrow, [=](int bad) {
-                         Turn turn{{texts.begin(), texts.end()}, bad};
-                         std::tuple<Argument<Args>...> arguments{Argument<Args>(turn)...};
-                         Answer answer = Guarded([&] {
-                             return std::apply(
-                                 [&](auto&... argument) {
-                                     if constexpr (std::is_void_v<R>) {
-                                         function(static_cast<Args>(argument)...);
-                                         return true;
-                                     } else {
-                                         return IsDone(symbol, function(static_cast<Args>(argument)...));
-                                     }
-                                 },
-                                 arguments);
-                         });
-                         std::apply([&](auto&... argument) { ((answer.text += argument.Stored()), ...); }, arguments);
-                         return answer;
+    Turn question{.texts = texts, .isAsked = true};
+    const std::string untouched = call(symbol, question).text;
+    const bool mayThrow = symbol.find("SystemdSystemctl") != symbol.npos || symbol.find("ListPackage") != symbol.npos;
+    table.push_back({Demangled(symbol.c_str()), address, question.ways, untouched, symbol.starts_with("MEROC"), mayThrow,
+                     [=](int bad) {
+                         Turn turn{.texts = texts, .bad = bad};
+                         return call(symbol, turn);
                      }});
 }
 
-/// Functions of one shape that are given the same texts.
-template <typename Shape> void Add(const std::vector<std::string>& texts, std::initializer_list<Shape*> functions)
+template <typename R, typename... Args> void AddOne(const Texts& texts, R (*function)(Args...))
 {
-    for (Shape* function : functions) {
-        AddOne(texts, function, false);
-    }
+    AddRow(reinterpret_cast<const void*>(function), texts, [function](const std::string& symbol, Turn& turn) {
+        std::tuple<Argument<Args>...> arguments{Argument<Args>(turn.Next())...};
+        auto call = [&] {
+            return std::apply([&](auto&... argument) {
+                if constexpr (std::is_void_v<R>) {
+                    return function(static_cast<Args>(argument)...), true;
+                } else {
+                    return IsDone(symbol, function(static_cast<Args>(argument)...));
+                }
+            }, arguments);
+        };
+        Answer answer = turn.isAsked ? Answer() : Guarded([](void* data) { return (*static_cast<decltype(call)*>(data))(); }, &call);
+        std::apply([&](auto&... argument) { ((answer.text += argument.Stored()), ...); }, arguments);
+        return answer;
+    });
 }
 
-/// Functions whose headers tell that they throw.
-template <typename Shape> void AddThrowing(const std::vector<std::string>& texts, Shape* function)
+/// Functions that are given the same texts, each as many as it takes.
+template <typename... Shapes> void Add(const Texts& texts, Shapes*... functions)
 {
-    AddOne(texts, function, true);
+    (AddOne(texts, functions), ...);
 }
 
-void AddMember(const std::string& name, bool mayThrow, const std::function<bool()>& body)
+void AddMembers(const std::string& name, bool (*body)(void*))
 {
-    table.push_back({name, nullptr, 0, false, mayThrow, [=](int) { return Guarded(body); }});
+    table.push_back({name, nullptr, {}, "", false, true, [=](int) { return Guarded(body, nullptr); }});
 }
 
-const std::string kVolume = "/run/pool";
-using Text = const std::string&;
-using List = const MLIBCSzList*;
-using Lists = MLIBCSzList**;
-using Result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
+template <typename Shape> Shape* As(Shape* function) { return function; }
 
-void AddC()
-{
-    Add<int(const char*)>({"a"}, {MEROCSystemdStart, MEROCSystemdStartNoBlock, MEROCSystemdStartIrreversibly,
-        MEROCSystemdStop, MEROCSystemdStopNoBlock, MEROCSystemdRestart, MEROCSystemdRestartNoBlock,
-        MEROCSystemdTryRestart, MEROCSystemdTryRestartNoBlock, MEROCSystemdReload, MEROCSystemdReloadNoBlock,
-        MEROCSystemdReloadOrRestart, MEROCSystemdReloadOrRestartNoBlock, MEROCSystemdEnable,
-        MEROCSystemdEnableInGenerator, MEROCSystemdDisable, MEROCSystemdDisableInGenerator, MEROCSystemdReenable,
-        MEROCSystemdMask, MEROCSystemdMaskRunTime, MEROCSystemdUnmask, MEROCSystemdUnmaskRunTime,
-        MEROCSystemdUninstall, MEROCSystemdLoadStatusGet, MEROCSystemdActiveStatusGet,
-        MEROCSystemdActiveStatusGetSystem, MEROCSystemdEnableStatusGet, MEROCSystemdEnableStatusGetSystem,
-        MEROCSystemdEnableStatusGetInGenerator, MEROCSystemdDefaultTargetSet,
-        MEROCSystemdDefaultTargetSetInGenerator, MEROCSystemdIsJobEnqueued});
-    Add<int(const char*)>({"a.slice"}, {MEROCSystemdCgroupMonitorSliceMove, MEROCSystemdCgroupSystemdSliceMove});
-    Add<int(List, Lists)>({"a"}, {MEROCSystemdStartGroup, MEROCSystemdStartGroupNoBlock, MEROCSystemdStopGroup,
-        MEROCSystemdStopGroupNoBlock, MEROCSystemdRestartGroup, MEROCSystemdRestartGroupNoBlock,
-        MEROCSystemdTryRestartGroup, MEROCSystemdTryRestartGroupNoBlock, MEROCSystemdReloadGroup,
-        MEROCSystemdReloadGroupNoBlock, MEROCSystemdReloadOrRestartGroup, MEROCSystemdReloadOrRestartGroupNoBlock});
-    Add<int(List)>({"a"}, {MEROCSystemdEnableGroup, MEROCSystemdEnableGroupInGenerator, MEROCSystemdDisableGroup,
-        MEROCSystemdDisableGroupInGenerator, MEROCSystemdReenableGroup, MEROCSystemdMaskGroup,
-        MEROCSystemdUnmaskGroup, MEROCSystemdUninstallGroup});
-    Add<int()>({}, {MEROCSystemdDaemonReload, MEROCSystemdIsolateToDefaultTarget, MEROCSystemdRunAsSystemProcess});
-    Add<int(const char*, const char*)>({"old", "a"}, {MEROCSystemdServiceStopByReason, MEROCSystemdServiceStartByReason,
-        MEROCSystemdServiceReasonRemove});
-    Add<int(const char*, List, Lists)>({"new", "a"}, {MEROCSystemdServiceStopGroupByReason,
-        MEROCSystemdServiceStartGroupByReason, MEROCSystemdServiceReasonRemoveGroup});
-    Add<int(const char*, const char*)>({"a", kVolume}, {MEROCSystemdVolumeRegister, MEROCSystemdVolumeUnregister});
-    Add<int(const char*, const char*)>({"P", "/new"}, {MEROCSystemdPackageVolumeRegister,
-        MEROCSystemdPackageVolumeUnregister});
-    Add<int(const char*, Lists)>({"a"}, {MEROCSystemdServiceReasonList, MEROCSystemdFirewallSectionsGet});
-    Add<int(const char*, Lists)>({kVolume}, {MEROCSystemdServiceListByMntPath});
-    Add<int(Lists)>({}, {MEROCSystemdServiceList, MEROCSystemdSliceList});
-    Add<int(char*, int)>({"256"}, {MEROCSystemdDefaultTargetGet, MEROCSystemdCgroupMonitorSliceGet});
-    Add<int(const char*, char*, int)>({"a", "256"}, {MEROCSystemdNameGet, MEROCSystemdNameI18nGet});
-    Add<int(const char*, bool*)>({"a"}, {MEROCSystemdIsSupportGet, MEROCSystemdSupportOneClickEnableGet,
-        MEROCSystemdIsDefaultEnableGet, MEROCSystemdInfoCenterDislayGet, MEROCSystemdNanoUpdateDislayGet});
-    Add<int(const char*, MERO_SYSTEMD_VOLUME_DEPENDENCY*)>({"a"}, {MEROCSystemdVolumeDependencyGet});
-    Add<int(MERO_SYSTEMD_ISOLATE_STATE*)>({}, {MEROCSystemdIsolateStateGet});
-    Add<int(const char*, Action, void*)>({"b.target"}, {MEROCSystemdIsolateTargetAction});
-    Add<int(const char*, Action, void*)>({kVolume}, {MEROCSystemdVolumeUnmountAction});
-    Add<int(List, Action, void*)>({kVolume}, {MEROCSystemdVolumeGroupUnmountAction});
-}
+using Single = bool(Text);
+using Group = bool(const Texts&, Texts&);
+#define MERO_BOTH(name) MEROSystemd##name, MEROCSystemd##name
+#define MERO_ACTION(name) \
+    Add({"--quiet", "a"}, MEROSystemd##name##WithOptions); \
+    Add({"a"}, As<Single>(MEROSystemd##name), As<Single>(MEROSystemd##name##NoBlock), As<Group>(MEROSystemd##name), \
+        As<Group>(MEROSystemd##name##NoBlock), MEROCSystemd##name, MEROCSystemd##name##NoBlock, \
+        MEROCSystemd##name##Group, MEROCSystemd##name##GroupNoBlock);
+#define MERO_ENABLEMENT(name, group) \
+    Add({"a"}, As<Single>(MEROSystemd##name), As<Group>(MEROSystemd##name), MEROCSystemd##name, MEROCSystemd##group);
+#define MERO_REASON(name, group) \
+    Add({"old", "a"}, As<bool(Text, Text)>(MEROSystemd##name), MEROCSystemd##name); \
+    Add({"new", "a"}, As<bool(Text, const Texts&, Texts&)>(MEROSystemd##name), MEROCSystemd##group);
 
-void AddUnitFunctions()
+void AddFunctions()
 {
-    Add<bool(Text)>({"a"}, {MEROSystemdStart, MEROSystemdStartNoBlock, MEROSystemdStartIrreversibly, MEROSystemdStop,
-        MEROSystemdStopNoBlock, MEROSystemdRestart, MEROSystemdRestartNoBlock, MEROSystemdTryRestart,
-        MEROSystemdTryRestartNoBlock, MEROSystemdReload, MEROSystemdReloadNoBlock, MEROSystemdReloadOrRestart,
-        MEROSystemdReloadOrRestartNoBlock, MEROSystemdEnable, MEROSystemdEnableInGenerator, MEROSystemdDisable,
-        MEROSystemdDisableInGenerator, MEROSystemdReenable, MEROSystemdMask, MEROSystemdMaskRunTime,
-        MEROSystemdUnmask, MEROSystemdUnmaskRunTime, MEROSystemdUninstall, MEROSystemdDefaultTargetSet,
-        MEROSystemdDefaultTargetSetInGenerator, MEROSystemdIsJobEnqueued, CheckServiceHasReason});
-    Add<bool(const Texts&, Texts&)>({"a"}, {MEROSystemdStart, MEROSystemdStartNoBlock, MEROSystemdStop,
-        MEROSystemdStopNoBlock, MEROSystemdRestart, MEROSystemdRestartNoBlock, MEROSystemdTryRestart,
-        MEROSystemdTryRestartNoBlock, MEROSystemdReload, MEROSystemdReloadNoBlock, MEROSystemdReloadOrRestart,
-        MEROSystemdReloadOrRestartNoBlock, MEROSystemdEnable, MEROSystemdEnableInGenerator, MEROSystemdDisable,
-        MEROSystemdDisableInGenerator, MEROSystemdReenable, MEROSystemdMask, MEROSystemdUnmask,
-        MEROSystemdResetFailed, MEROSystemdUninstall});
-    Add<bool(const Texts&, const Texts&, Texts&)>({"--quiet", "a"}, {MEROSystemdStartWithOptions,
-        MEROSystemdStopWithOptions, MEROSystemdRestartWithOptions, MEROSystemdTryRestartWithOptions,
-        MEROSystemdReloadWithOptions, MEROSystemdReloadOrRestartWithOptions, MEROSystemdEnableWithOptionsInternal,
-        MEROSystemdDisableWithOptionsInternal});
-    Add<bool(const Texts&, const CommandOptions&, Texts&)>({"a"}, {MEROSystemdEnableWithOptions,
-        MEROSystemdDisableWithOptions});
-    Add<int(Text)>({"a"}, {MEROSystemdLoadStatusGet, MEROSystemdActiveStatusGet, MEROSystemdActiveStatusGetSystem,
-        MEROSystemdEnableStatusGet, MEROSystemdEnableStatusGetSystem, MEROSystemdEnableStatusGetInGenerator});
-    Add<int(const Texts&, Text)>({"--quiet", "a"}, {MEROSystemdEnableStatusGetWithOptions});
-    Add<bool(const Texts&, Text)>({"--quiet", "a"}, {MEROSystemdIntDefaultTargetSet});
-    Add<bool(Text, Text, std::string&)>({"a", "Id"}, {MEROSystemdShow, MEROSystemdShowSystem});
-    Add<bool(Text, bool&)>({"a"}, {MEROSystemdIsSupportGet, MEROSystemdSupportOneClickEnableGet,
-        MEROSystemdIsDefaultEnableGet, MEROSystemdInfoCenterDisplayGet, MEROSystemdNanoUpdateDislayGet,
-        MEROSystemdServiceSkipListByMntPath});
-    Add<bool(Text, std::string&)>({"a"}, {MEROSystemdNameGet, MEROSystemdNameI18nGet});
-    Add<bool(Text, Texts&)>({"a"}, {MEROSystemdFirewallSectionsGet, MEROSystemdBelongsToGet, MEROSystemdPackedInGet,
-        MEROSystemdServiceReasonList});
-    Add<bool(Text, MERO_SYSTEMD_VOLUME_DEPENDENCY&)>({"a"}, {MEROSystemdVolumeDependencyGet});
-    Add<bool(std::string, Icon&)>({"a"}, {MEROSystemdIconGet});
-    Add<bool(Texts&, Text)>({"service"}, {MEROSystemdListUnits});
-    Add<bool(Texts&)>({}, {MEROSystemdServiceList, MEROSystemdSliceList, ListServicesWithReason});
-    Add<bool(std::string&)>({}, {MEROSystemdDefaultTargetGet, MEROSystemdCgroupMonitorSliceGet});
-    Add<bool(Text, JobInfo&)>({"a"}, {MEROSystemdIntJobGet});
-    Add<bool(std::map<std::uint32_t, JobInfo>&)>({}, {MEROSystemdIntJobList});
-    Add<bool()>({}, {MEROSystemdDaemonReload, MEROSystemdIsolateToDefaultTarget, MEROSystemdRunAsSystemProcess});
-    Add<void()>({}, {MEROSystemdPutEnvByPAMSystemd});
-}
-
-void AddOtherFunctions()
-{
-    Add<bool(Text, Text)>({"old", "a"}, {MEROSystemdServiceStopByReason, MEROSystemdServiceStartByReason,
-        MEROSystemdServiceReasonRemove});
-    Add<bool(Text, const Texts&, Texts&)>({"new", "a"}, {MEROSystemdServiceStopByReason,
-        MEROSystemdServiceStartByReason, MEROSystemdServiceReasonRemove});
-    Add<bool(Text, const Texts&, Texts&, Texts&)>({"old", "a"}, {UnlinkReasons});
-    Add<bool(Text, Text)>({"/run/systemd/system/a.service.d/", "/run/drop-in"}, {LinkMeroReason});
-    Add<bool(Text, Text)>({"a", kVolume}, {MEROSystemdVolumeRegister, MEROSystemdVolumeUnregister});
-    Add<bool(Text, Text)>({"P", "/new"}, {MEROSystemdPackageVolumeRegister, MEROSystemdPackageVolumeUnregister});
-    Add<bool(Text, const Texts&)>({"a", "/old"}, {MEROSystemdVolumeIsRegisteredByUnit});
-    Add<bool(Text, const Texts&)>({"P", "/old"}, {MEROSystemdVolumeIsRegisteredByPackage});
-    AddThrowing<bool(Text, Texts&)>({"/old"}, MEROSystemdListPackageByRegisteredVolume);
-    Add<bool(Text, Texts&)>({kVolume}, {MEROSystemdServiceListByMntPath});
-    Add<bool(std::vector<VolumeRegistration>&)>({}, {MEROSystemdVolumeRegisterList});
-    Add<bool(const Texts&, VolumeUnmountPlan&)>({kVolume}, {MEROSystemdVolumeUnmountPlan});
-    Add<bool(const Texts&, std::function<bool()>&&)>({kVolume}, {_MEROSystemdVolumeUnmountAction});
-    Add<bool(Text, std::function<bool()>&&)>({"b.target"}, {_MEROSystemdIsolateTargetAction});
-    Add<bool(Text, const IsolateOptions&, Result*)>({"b.target"}, {MEROSystemdIsolateTarget, MEROSystemdIntIsolateTarget});
-    Add<bool(Text, Result*)>({"b.target"}, {MEROSystemdIsolateTarget, MEROSystemdIntIsolateTarget});
-    Add<bool(IsolateState&)>({}, {MEROSystemdIsolateStateGet});
-    Add<bool(Text)>({"a.slice"}, {MEROSystemdKillSlice, MEROSystemdCgroupMonitorSliceMove,
-        MEROSystemdCgroupSystemdSliceMove});
-    Add<bool(Text, const std::function<void(KillPhase)>&)>({"a.slice"}, {MEROSystemdKillSlice});
-    Add<bool(int, Text, std::string&)>({std::to_string(getpid()), "name=systemd"}, {MEROSystemdCgroupPathnameGet});
-    Add<bool(int, std::string&)>({std::to_string(getpid())}, {MEROSystemdGetByPid, Process::NameGet});
-    Add<bool(int, unsigned long&)>({std::to_string(getpid())}, {Process::PssGet});
-    Add<bool(int, unsigned long&, unsigned long&)>({std::to_string(getpid())}, {Process::CPUTickGet, Process::IOGet});
-    Add<bool(unsigned long&)>({}, {Process::TotalTickGet});
-    Add<bool(Text, std::set<Process>&)>({"a.slice"}, {Slice::ProcessList});
-    AddThrowing<bool(Text, const SystemctlOpts&, const Texts&, SystemctlCallback&&)>({"start", "a"},
-                                                                                    MEROSystemdSystemctlUltron);
-    AddThrowing<bool(Text, const Texts&, const Texts&, SystemctlCallback&&)>({"stop", "", "a"}, MEROSystemdSystemctl);
-    AddThrowing<bool(Text, const Texts&, SystemctlCallback&&)>({"stop", "a"}, MEROSystemdSystemctl);
-    AddMember("Process::Process, and what it tells", true, [] {
+    MERO_ACTION(Start) MERO_ACTION(Stop) MERO_ACTION(Restart) MERO_ACTION(TryRestart) MERO_ACTION(Reload)
+    MERO_ACTION(ReloadOrRestart)
+    MERO_ENABLEMENT(Enable, EnableGroup) MERO_ENABLEMENT(EnableInGenerator, EnableGroupInGenerator)
+    MERO_ENABLEMENT(Disable, DisableGroup) MERO_ENABLEMENT(DisableInGenerator, DisableGroupInGenerator)
+    MERO_ENABLEMENT(Reenable, ReenableGroup) MERO_ENABLEMENT(Mask, MaskGroup) MERO_ENABLEMENT(Unmask, UnmaskGroup)
+    MERO_ENABLEMENT(Uninstall, UninstallGroup)
+    MERO_REASON(ServiceStopByReason, ServiceStopGroupByReason) MERO_REASON(ServiceStartByReason, ServiceStartGroupByReason)
+    MERO_REASON(ServiceReasonRemove, ServiceReasonRemoveGroup)
+    Add({"a", "256"}, MERO_BOTH(StartIrreversibly), MERO_BOTH(MaskRunTime), MERO_BOTH(UnmaskRunTime),
+        MERO_BOTH(DefaultTargetSet), MERO_BOTH(DefaultTargetSetInGenerator), MERO_BOTH(IsJobEnqueued),
+        MERO_BOTH(LoadStatusGet), MERO_BOTH(ActiveStatusGet), MERO_BOTH(ActiveStatusGetSystem),
+        MERO_BOTH(EnableStatusGet), MERO_BOTH(EnableStatusGetSystem), MERO_BOTH(EnableStatusGetInGenerator),
+        MERO_BOTH(IsSupportGet), MERO_BOTH(SupportOneClickEnableGet), MERO_BOTH(IsDefaultEnableGet),
+        MEROSystemdInfoCenterDisplayGet, MEROCSystemdInfoCenterDislayGet, MERO_BOTH(NanoUpdateDislayGet),
+        MERO_BOTH(NameGet), MERO_BOTH(NameI18nGet), MERO_BOTH(FirewallSectionsGet), MERO_BOTH(ServiceReasonList),
+        MERO_BOTH(VolumeDependencyGet), MEROSystemdResetFailed, MEROSystemdEnableWithOptions,
+        MEROSystemdDisableWithOptions, MEROSystemdBelongsToGet, MEROSystemdPackedInGet, MEROSystemdIconGet,
+        MEROSystemdServiceSkipListByMntPath, MEROSystemdIntJobGet, CheckServiceHasReason);
+    Add({}, MERO_BOTH(DaemonReload), MERO_BOTH(IsolateToDefaultTarget), MERO_BOTH(RunAsSystemProcess),
+        MERO_BOTH(ServiceList), MERO_BOTH(SliceList), MERO_BOTH(IsolateStateGet), ListServicesWithReason,
+        MEROSystemdIntJobList, MEROSystemdVolumeRegisterList, MEROSystemdPutEnvByPAMSystemd, Process::TotalTickGet);
+    Add({"256"}, MERO_BOTH(DefaultTargetGet), MERO_BOTH(CgroupMonitorSliceGet));
+    Add({"a.slice"}, MERO_BOTH(CgroupMonitorSliceMove), MERO_BOTH(CgroupSystemdSliceMove), As<Single>(MEROSystemdKillSlice),
+        As<bool(Text, const std::function<void(KillPhase)>&)>(MEROSystemdKillSlice), Slice::ProcessList);
+    Add({"b.target"}, _MEROSystemdIsolateTargetAction, MEROCSystemdIsolateTargetAction,
+        As<bool(Text, Result*)>(MEROSystemdIsolateTarget), As<bool(Text, Result*)>(MEROSystemdIntIsolateTarget),
+        As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIsolateTarget),
+        As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIntIsolateTarget));
+    Add({kVolume}, MERO_BOTH(ServiceListByMntPath), _MEROSystemdVolumeUnmountAction, MEROCSystemdVolumeUnmountAction,
+        MEROCSystemdVolumeGroupUnmountAction, MEROSystemdVolumeUnmountPlan);
+    Add({"a", kVolume}, MERO_BOTH(VolumeRegister), MERO_BOTH(VolumeUnregister));
+    Add({"P", "/new"}, MERO_BOTH(PackageVolumeRegister), MERO_BOTH(PackageVolumeUnregister));
+    Add({"a", "/old"}, MEROSystemdVolumeIsRegisteredByUnit);
+    Add({"P", "/old"}, MEROSystemdVolumeIsRegisteredByPackage);
+    Add({"/old"}, MEROSystemdListPackageByRegisteredVolume);
+    Add({"old", "a"}, UnlinkReasons);
+    Add({"/run/systemd/system/a.service.d/", "/run/drop-in"}, LinkMeroReason);
+    Add({"--quiet", "a"}, MEROSystemdEnableWithOptionsInternal, MEROSystemdDisableWithOptionsInternal,
+        MEROSystemdEnableStatusGetWithOptions, MEROSystemdIntDefaultTargetSet);
+    Add({"a", "Id"}, MEROSystemdShow, MEROSystemdShowSystem);
+    Add({"service"}, MEROSystemdListUnits);
+    Add({std::to_string(getpid()), "name=systemd"}, MEROSystemdCgroupPathnameGet, MEROSystemdGetByPid, Process::NameGet,
+        Process::PssGet, Process::CPUTickGet, Process::IOGet);
+    Add({"start", "a"}, MEROSystemdSystemctlUltron, As<bool(Text, const Texts&, SystemctlCallback&&)>(MEROSystemdSystemctl));
+    Add({"stop", "", "a"}, As<bool(Text, const Texts&, const Texts&, SystemctlCallback&&)>(MEROSystemdSystemctl));
+    AddMembers("Process::Process, and what it tells", [](void*) {
         const Process process(getpid());
         return process.CPUTimeGet() >= 0 && process.CPUUtilizationGet() >= 0 && process.IOUtilizationGet().first >= 0;
     });
-    AddMember("Slice::Slice", true, [] { return Slice("a.slice").IconGet().name == "i"; });
-    AddMember("CommandOptions, SystemctlOptsBuilder, JobInfo::ToString", true, [] {
+    AddMembers("Slice::Slice", [](void*) { return Slice("a.slice").IconGet().name == "i"; });
+    AddMembers("CommandOptions, SystemctlOptsBuilder, JobInfo::ToString", [](void*) {
         CommandOptions options;
         options = std::move(CommandOptions().SetNoReload().SetRunTime());
         const JobInfo job{1, "a.service", JobType::Start, JobState::Waiting};
@@ -390,57 +329,56 @@ esac)";
 
 } // namespace
 
+// clang-format on
+
 void AroundEachCall(std::function<void()> first, std::function<void()> last)
 {
     before = std::move(first);
     after = std::move(last);
 }
 
-// clang-format on
-
 const std::vector<Function>& Functions()
 {
     if (table.empty()) {
-        AddC();
-        AddUnitFunctions();
-        AddOtherFunctions();
+        AddFunctions();
     }
     return table;
 }
 
 World::World(StandIn systemctl)
 {
-    namespace fs = std::filesystem;
     const std::string keys =
         "[X-Tarvix]\nName=n\nNameI18n=s:k\nSupportKey=k\nFirewallSections=f g\nBelongsTo=b.target\n"
         "PackedIn=b.target\nIconName=i\nIconPath=p\nVolumeDependency=all\nDefaultEnable=yes\n"
         "SupportOneClickEnable=yes\nInfoCenterDisplay=yes\nNanoUpdateDisplay=yes\n"
         "SkipListByMntPath=yes\nSliceKillTimeoutSec=0\n";
-    const std::string cgroups = "/sys/fs/cgroup/";
-    fs::remove_all(cgroups);
-    Write("/usr/lib/systemd/system/a.service", keys);
-    Write("/usr/lib/systemd/system/a.slice", keys);
-    Write("/usr/mero/etc/support.conf", "k=yes\n");
-    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    Write("/usr/mero/etc/merosystemd/volume-register/a.service", "[\"/old\"]\n");
+    std::filesystem::remove_all("/sys/fs/cgroup/");
+    for (const auto& [path, text] : std::map<std::string, std::string>{
+             {"/usr/lib/systemd/system/a.service", keys},
+             {"/usr/lib/systemd/system/a.slice", keys},
+             {"/usr/mero/etc/support.conf", "k=yes\n"},
+             {"/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"},
+             {"/usr/mero/etc/merosystemd/volume-register/a.service", "[\"/old\"]\n"},
+             {"/var/packages/P/etc/meropkg_conf/reg_volume", "[\"/old\"]\n"},
+             {"/run/merosystemd/reasons/a.service/old", ""},
+             {"/run/merosystemd/isolate-state", "target=b.target\npid=" + std::to_string(getpid()) + "\n"},
+             {"/run/fragment", ""},
+             {"/run/one", ""},
+             {"/run/two", ""},
+             {"/run/drop-in", ""},
+             {kVolume + "/file", ""},
+             {"/sys/fs/cgroup/systemd/a.slice/tasks", ""},
+             {"/sys/fs/cgroup/systemd/a.slice/cgroup.procs", "1\n"},
+             {"/sys/fs/cgroup/systemd/tasks", ""},
+             {"/sys/fs/cgroup/meromonitor/a.slice/tasks", ""},
+         }) {
+        Write(path, text);
+    }
     WriteProgram("/usr/mero/bin/merologset", "exit 0\n");
     WriteProgram("/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh", "exit 0\n");
-    Write("/var/packages/P/etc/meropkg_conf/reg_volume", "[\"/old\"]\n");
-    Write("/run/merosystemd/reasons/a.service/old", "");
-    for (const char* file : {"/run/fragment", "/run/one", "/run/two", "/run/drop-in", "/run/pool/file"}) {
-        Write(file, "");
-    }
-    Write("/run/merosystemd/isolate-state", "target=b.target\npid=" + std::to_string(getpid()) + "\n");
-    for (const char* folder : {"systemd/a.slice", "meromonitor/a.slice", "systemd"}) {
-        Write(cgroups + folder + "/tasks", "");
-        Write(cgroups + folder + "/cgroup.procs", "1\n");
-    }
     InCgroups();
-    if (systemctl == StandIn::Missing) {
-        RemoveSystemctl();
-    } else {
-        SystemctlScript(systemctl == StandIn::Works ? kWorking : "echo Job for a.service failed.; exit 1");
-    }
+    SystemctlScript(systemctl == StandIn::Works ? kWorking : "echo Job for a.service failed.; exit 1");
+    systemctl == StandIn::Missing ? RemoveSystemctl() : void();
 }
 
 World::~World()

@@ -16,12 +16,13 @@ struct Answer {
 
 /// An exported function and how it is called.
 struct Function {
-    std::string name;    ///< with its parameters, as a demangler writes it
-    const void* address; ///< of a member of a class: null
-    int parameters;
+    std::string name;              ///< with its parameters, as a demangler writes it
+    const void* address;           ///< of a member of a class: null
+    std::vector<std::string> ways; ///< in which an argument can be bad: "1 is null"
+    std::string untouched;         ///< Answer::text, if it stores nothing
     bool isC;
     bool mayThrow; ///< its header tells that it throws
-    /// Calls it. The parameter `bad`, counted from 0, is as no caller may pass it; -1: none is.
+    /// Calls it with an argument that is bad in one of the ways, counted from 0; -1: with good ones.
     std::function<Answer(int bad)> call;
 };
 

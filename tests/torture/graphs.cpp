@@ -1,18 +1,23 @@
-/// Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
-/// those that require them along, and the former run again.
-#include "long_run.h"
+// Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
+// those that require them along, and the former run again.
+#include "support/child.h"
+#include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <sys/mount.h>
 
-#include <map>
+#include <fstream>
 #include <set>
 
-using namespace MERO::Systemd;
-using namespace MERO::Torture;
+namespace MERO::Torture {
+
+const char* const kName = "graphs";
+const Place kPlace = Place::Systemd;
 
 namespace {
+
+using namespace Systemd;
 
 constexpr int kSize = 30; // units
 const std::string kVolume = "/vol";
@@ -92,7 +97,7 @@ Graph MakeGraph(Run& run)
                 requirements[i].push_back(other);
             }
         }
-        Unit(service, text);
+        Machine::Write(kUnits + service, text);
         graph.services.push_back(service);
     }
     graph.falls = graph.stops;
@@ -107,19 +112,16 @@ Graph MakeGraph(Run& run)
 /// The graph's services that run now, and which run it is.
 std::map<std::string, std::string> Running(const Graph& graph)
 {
-    std::istringstream output(Shell("systemctl show -p Id -p ActiveState -p InvocationID " + Joined(graph.services)));
     std::map<std::string, std::string> running, unit;
-    for (std::string line; std::getline(output, line);) {
-        const std::size_t equals = line.find('=');
-        if (equals == line.npos) { // between two units
+    FILE* output = popen(("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services)).c_str(), "re");
+    for (char key[32], value[256]; fscanf(output, " %31[^=]=%255[^\n]", key, value) > 0;) {
+        unit[key] = value;
+        if (unit.size() == 3) {
+            unit["ActiveState"] == "active" ? void(running[unit["Id"]] = unit["InvocationID"]) : void();
             unit.clear();
-            continue;
-        }
-        unit[line.substr(0, equals)] = line.substr(equals + 1);
-        if (unit.size() == 3 && unit["ActiveState"] == "active") {
-            running[unit["Id"]] = unit["InvocationID"];
         }
     }
+    pclose(output);
     return running;
 }
 
@@ -192,7 +194,7 @@ void UnmountOnce(Run& run, const Graph& graph, const std::string& when)
 /// Kills a caller of the action at a random step.
 void KillCaller(Run& run)
 {
-    const pid_t pid = Fork([] { return _MEROSystemdVolumeUnmountAction({kVolume}, [] { return MountAnew(); }); });
+    const pid_t pid = Test::Fork([] { return _MEROSystemdVolumeUnmountAction({kVolume}, [] { return MountAnew(); }); });
     const int longest = run.Random(2) == 0 ? 50 : 600;
     std::this_thread::sleep_for(std::chrono::milliseconds(run.Random(longest)));
     Kill(pid);
@@ -214,10 +216,8 @@ void RemoveGraph(const Graph& graph)
 
 } // namespace
 
-int main(int argc, char* argv[])
+void Torture(Run& run)
 {
-    Run run("graphs", argc, argv);
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
     std::filesystem::create_directories(kVolume);
     for (int left = run.Scaled(100); left > 0; --left) {
         if (!run.Expect(MountAnew(), "the volume cannot be mounted anew")) {
@@ -238,5 +238,6 @@ int main(int argc, char* argv[])
         RemoveGraph(graph);
         run.Done();
     }
-    return run.End();
 }
+
+} // namespace MERO::Torture

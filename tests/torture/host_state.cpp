@@ -1,7 +1,9 @@
-// The host is left as it was: every exported function, called so that it succeeds and so that it fails.
+// Every exported function, called so that it succeeds and so that it fails: bad arguments are refused, the host is left
+// as it was, and sixteen threads may call them at once.
 #include "torture/functions.h"
 #include "torture/torture.h"
 
+#include <merocore/error.h>
 #include <merosystemd/systemd.h>
 
 #include <dlfcn.h>
@@ -21,6 +23,7 @@
 namespace MERO::Torture {
 
 const char* const kName = "host_state";
+const Place kPlace = Place::Machine;
 
 namespace {
 
@@ -85,7 +88,7 @@ void BeAHost()
 }
 
 /// Exported functions that the table lacks. Members of classes have no addresses to look for.
-void CheckTable(Report& report)
+void CheckTable(Run& run)
 {
     Dl_info library{};
     dladdr(reinterpret_cast<const void*>(MEROCSystemdStart), &library);
@@ -102,50 +105,218 @@ void CheckTable(Report& report)
         for (const char* prefix : {"SystemctlOptsBuilder", "CommandOptions", "JobInfo", "7Process", "5Slice"}) {
             isMember |= symbol.starts_with("_ZN") && symbol.find("7Systemd") < 12 && symbol.find(prefix) < 25;
         }
-        if (type == 'T' && !isMember && !known.contains(dlsym(RTLD_DEFAULT, name))) {
-            report.Fault("the table lacks " + symbol);
+        run.Expect(type != 'T' || isMember || known.contains(dlsym(RTLD_DEFAULT, name)), "the table lacks " + symbol);
+    }
+    run.Expect(pclose(symbols) == 0 && known.size() > 150, "the exported functions cannot be listed");
+}
+
+/// A bad argument is refused: nothing is done, one line is logged, and the call fails with 0x0D00. But for these:
+enum class Instead { Works, Fails, Throws };
+struct Exception {
+    const char *function, *way; ///< what their names hold; the first one that fits is it
+    Instead instead;
+    const char* why;
+};
+constexpr Exception kExceptions[] = {
+    {"IsolateStateGet", "", Instead::Fails, "it logs a bad parameter, without a code"},
+    {"UnlinkReasons", "1 ", Instead::Fails, "it refuses, and names all units as failed"},
+    {"MEROCSystemdVolumeUnmountAction", "is empty", Instead::Fails, "a list with a bad path is refused without a line"},
+    {"Reason", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"UnmountAction", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"able", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"ask", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"Uninstall", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"Group", "holds null", Instead::Throws, "that the lists of actions hold none is up to the caller"},
+    {"CheckServiceHasReason", "", Instead::Fails, "a question: no"},
+    {"IsRegisteredBy", "", Instead::Fails, "a question: no"},
+    {"LinkMeroReason", "", Instead::Fails, "there is no such file"},
+    {"CgroupPathnameGet", "", Instead::Fails, "there is no such process or hierarchy"},
+    {"GetByPid", "", Instead::Fails, "there is no such process"},
+    {"Process::", "", Instead::Fails, "there is no such process"},
+    {"Slice::ProcessList", "", Instead::Fails, "there is no such slice"},
+    {"UnlinkReasons", "2 ", Instead::Works, "there is nothing to do"},
+    {"ServiceListByMntPath", "1 is empty", Instead::Works, "every path is below that one"},
+    {"ListPackageByRegisteredVolume", "", Instead::Works, "nobody has registered that"},
+    {"ListUnits", "", Instead::Works, "units of every type are listed"},
+    {"MEROSystemdSystemctl", "", Instead::Works, "systemctl judges its own arguments"},
+    {"(Texts const&, Texts const&", "1 ", Instead::Works, "there need be no options"},
+    {"(Texts const&, string const&", "1 ", Instead::Works, "there need be no options"},
+    {"IsolateTarget(", "null output", Instead::Works, "the result is optional"},
+    {"Group", "null output", Instead::Works, "the list of failed units is optional"},
+    {"Group", "leads to null", Instead::Works, "the list of failed units is optional"},
+};
+
+/// The lines of refused arguments, which programs match: the source files that log them, and the conditions there.
+struct Refusals {
+    const char *files, *conditions;
+};
+constexpr Refusals kRefusals[] = {
+    {"start stop restart reload reload_or_restart enable disable reenable mask unmask uninstall",
+     "!strUnit.empty(); nullptr != szUnit; !vecUnits.empty(); nullptr != pListUnits"},
+    {"start_no_block stop_no_block restart_no_block reload_no_block reload_or_restart_no_block enable_in_generator "
+     "disable_in_generator",
+     "!strUnit.empty(); nullptr != szUnit; nullptr != pListUnits"},
+    {"load_status_get active_status_get enable_status_get is_job_enqueued", "!strUnit.empty(); nullptr != szUnit"},
+    {"enable_status_get_in_generator", "nullptr != szUnit"},
+    {"reset_failed", "!vecUnits.empty()"},
+    {"belongs_to_get packed_in_get icon_get", "!strUnit.empty()"},
+    {"is_support", "!strUnit.empty(); nullptr != szUnit; nullptr != pblSupport"},
+    {"is_default_enable", "!strUnit.empty(); nullptr != szUnit; nullptr != pblDefaultEnable"},
+    {"support_one_click_enable", "!strUnit.empty(); nullptr != szUnit; nullptr != pblOneClickEnable"},
+    {"info_center_display nano_update_display", "!strUnit.empty(); nullptr != szUnit; nullptr != pblDisplay"},
+    {"volume_dependency_get", "!strUnit.empty(); nullptr != szUnit; nullptr != pDependency"},
+    {"name_get", "!strUnit.empty(); nullptr != szUnit; nullptr != szName; 0 < cbName"},
+    {"name_i18n_get", "!strUnit.empty(); nullptr != szUnit; nullptr != szNameI18n; 0 < cbNameI18n"},
+    {"firewall_sections_get",
+     "!strUnit.empty(); nullptr != szUnit; nullptr != ppFirewallSections; nullptr != *ppFirewallSections"},
+    {"show", "!strUnit.empty(); !strProperty.empty()"},
+    {"internal_lib", "(!strUnit.empty()); !strSlice.empty() && IsSliceName(strSlice)"},
+    {"kill_slice", "!strSlice.empty() && IsSliceName(strSlice)"},
+    {"cgroup_monitor_slice_move cgroup_systemd_slice_move", "nullptr != szSlice"},
+    {"cgroup_monitor_slice_get", "nullptr != szSlice; 0 < cbSlice"},
+    {"slice_list", "nullptr != ppListSlices; nullptr != *ppListSlices"},
+    {"service_list", "nullptr != ppListServices; nullptr != *ppListServices"},
+    {"service_list_by_mount_path", "nullptr != szMntPath; nullptr != ppListServices; nullptr != *ppListServices"},
+    {"service_skip_list_by_mount_path", "!strService.empty()"},
+    {"service_reason_list",
+     "!strService.empty(); nullptr != szService; nullptr != ppListReasons; nullptr != *ppListReasons"},
+    {"service_stop_by_reason service_start_by_reason service_reason_remove",
+     "!strReason.empty(); nullptr != szReason; !strService.empty(); nullptr != szService; !vecServices.empty(); "
+     "nullptr != pListServices"},
+    {"default_target_get", "nullptr != szDefaultTarget; 0 < cbDefaultTarget"},
+    {"default_target_set", "!strDefaultTarget.empty(); nullptr != szDefaultTarget"},
+    {"default_target_set_in_generator", "nullptr != szDefaultTarget"},
+    {"volume_register",
+     "!strUnit.empty(); nullptr != szUnit; !strPackage.empty(); nullptr != szPackage; !strVolume.empty(); "
+     "nullptr != szVolume"},
+    {"volume_unmount_plan", "!vecVolumes.empty()"},
+    {"volume_unmount_action", "!vecVolumes.empty(); nullptr != pListVolumes; nullptr != szVolume; nullptr != action"},
+    {"isolate_target", "!strTarget.empty()"},
+    {"isolate_target_action", "!strTarget.empty(); nullptr != szTarget; nullptr != action"},
+};
+
+Texts Split(const std::string& text, const std::string& separator)
+{
+    Texts parts;
+    for (std::size_t begin = 0, end; begin < text.size(); begin = end + separator.size()) {
+        end = std::min(text.find(separator, begin), text.size());
+        parts.push_back(text.substr(begin, end - begin));
+    }
+    return parts;
+}
+
+/// What calls write, but for the traces of isolations, which are seen to begin and to end before they are refused.
+Files Written()
+{
+    Files files = FilesBelow({"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"});
+    std::erase_if(files, [](const auto& file) {
+        return file.first.starts_with("/run/merosystemd/") &&
+               (file.first.find("lock") != std::string::npos || file.first.find("isolate") != std::string::npos);
+    });
+    return files;
+}
+
+/// What went wrong in a call that had to be refused; its log line goes to `lines`.
+std::string NotRefused(World& world, const Function& function, const Answer& answer, std::set<std::string>& lines)
+{
+    const std::string log = Joined(world.Log());
+    const std::size_t colon = log.find(':'), text = log.find(" Invaild Argument (");
+    if (MLIBCErrGet() != 0x0D00 || answer.text != function.untouched || !world.Calls().empty()) {
+        return "has error " + std::to_string(MLIBCErrGet()) + ", stores " + answer.text + ", or runs something";
+    }
+    if (text == log.npos || !log.starts_with("ERR systemd_") || log.find('\n') != log.size() - 1) {
+        return "logs " + log;
+    }
+    lines.insert(log.substr(12, colon - 12) + ": " + log.substr(text + 19, log.size() - text - 25));
+    return "";
+}
+
+void CallBadly(Run& run)
+{
+    World world;
+    std::set<std::string> refused, known;
+    for (const Function& function : Functions()) {
+        for (std::size_t bad = 0; bad < function.ways.size(); ++bad) {
+            const std::string &way = function.ways[bad], what = function.name + ", whose argument " + way + ": ";
+            const auto* const exception = std::ranges::find_if(kExceptions, [&](const Exception& one) {
+                return function.name.find(one.function) != std::string::npos && way.find(one.way) != std::string::npos;
+            });
+            const bool isRefused = exception == std::end(kExceptions);
+            const Instead instead = isRefused ? Instead::Fails : exception->instead;
+            (void)world.Log(), (void)world.Calls(), MLIBCErrSetEx(0, "", 0);
+            const Files before = Written();
+            const std::string host = HostState();
+            const Answer answer = function.call(static_cast<int>(bad));
+            const std::string wrong = isRefused ? NotRefused(world, function, answer, refused) : "";
+            const std::string difference = Difference(host, HostState());
+            run.Expect(wrong.empty() && difference.empty(), what + wrong + difference);
+            run.Expect(answer.thrown.empty() == (instead != Instead::Throws), what + "throws " + answer.thrown);
+            run.Expect(answer.done == (instead == Instead::Works), what + (answer.done ? "succeeds" : "fails"));
+            run.Expect(!isRefused || Written() == before, what + "writes");
+            run.Done();
         }
     }
-    if (pclose(symbols) != 0 || known.size() < 150) {
-        report.Fault("the exported functions cannot be listed");
+    for (const Refusals& refusals : kRefusals) {
+        for (const std::string& file : Split(refusals.files, " ")) {
+            for (const std::string& condition : Split(refusals.conditions, "; ")) {
+                known.insert(file + ": " + condition);
+            }
+        }
     }
+    const std::string difference = Difference(Joined(known, "\n"), Joined(refused, "\n"));
+    run.Expect(difference.empty(), "refused arguments, " + difference);
+}
+
+void CallAll(Run& run, StandIn systemctl)
+{
+    for (const Function& function : Functions()) {
+        const World world(systemctl);
+        const std::string before = HostState();
+        const Answer answer = function.call(-1);
+        const std::string difference = Difference(before, HostState());
+        const std::string what = function.name + ", systemctl " + std::to_string(static_cast<int>(systemctl)) + ": ";
+        run.Expect(difference.empty(), what + difference);
+        run.Expect(answer.thrown.empty() || function.mayThrow, what + "throws " + answer.thrown);
+        run.Expect(answer.done || systemctl != StandIn::Works, what + "fails");
+        run.Done();
+    }
+}
+
+/// For the thread sanitizer, and for deadlocks.
+void CallAtOnce(Run& run)
+{
+    const World world;
+    const std::vector<Function>& functions = Functions();
+    const std::string before = Footprint();
+    const auto end = Clock::now() + 60s * run.Scale();
+    std::vector<std::jthread> threads;
+    for (unsigned number = 0; number < 16; ++number) {
+        threads.emplace_back([&, number] {
+            for (std::mt19937 random(number); Clock::now() < end;) {
+                const Function& function = functions[random() % functions.size()];
+                const int way = static_cast<int>(random() % (4 * function.ways.size() + 1));
+                const bool isBad = way < static_cast<int>(function.ways.size());
+                const Answer answer = function.call(isBad ? way : -1);
+                run.Expect(answer.thrown.empty() || function.mayThrow || isBad, function.name + " throws");
+                run.Done();
+            }
+        });
+    }
+    threads.clear();
+    const std::string difference = Difference(before, Footprint());
+    run.Expect(difference.empty(), difference);
 }
 
 } // namespace
 
-void Run(Report& report, double)
+void Torture(Run& run)
 {
-    CheckTable(report);
+    run.InChild("calls at once", [&] { CallAtOnce(run); });
+    CheckTable(run);
     BeAHost();
-    struct Case {
-        const char* name;
-        StandIn systemctl;
-        int firstBad; ///< of the parameters; -1: none is bad
-    };
-    constexpr Case kCases[] = {{"a systemctl that works", StandIn::Works, -1},
-                               {"a systemctl that fails", StandIn::Fails, -1},
-                               {"no systemctl", StandIn::Missing, -1},
-                               {"a bad argument", StandIn::Works, 0}};
-    for (const Function& function : Functions()) {
-        for (const Case& c : kCases) {
-            for (int bad = c.firstBad; bad < (c.firstBad < 0 ? 0 : function.parameters); ++bad) {
-                const World world(c.systemctl);
-                const std::string before = HostState();
-                const Answer answer = function.call(bad);
-                const std::string difference = Difference(before, HostState());
-                const std::string what = function.name + " with " + c.name + ": ";
-                report.Done();
-                if (!difference.empty()) {
-                    report.Fault(what + difference);
-                }
-                if (!answer.thrown.empty() && !function.mayThrow) {
-                    report.Fault(what + "throws " + answer.thrown);
-                }
-                if (c.systemctl == StandIn::Works && bad < 0 && !answer.done) {
-                    report.Fault(what + "fails");
-                }
-            }
-        }
+    CallBadly(run);
+    for (const StandIn systemctl : {StandIn::Works, StandIn::Fails, StandIn::Missing}) {
+        CallAll(run, systemctl);
     }
 }
 

@@ -1,20 +1,21 @@
-/// Callers are killed at random moments. Afterwards what the library owns is whole, no lock is held, and the next
-/// caller succeeds.
-#include "long_run.h"
+// Callers are killed at random moments. Afterwards what the library owns is whole, no lock is held, and the next caller
+// succeeds.
+#include "support/child.h"
+#include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <functional>
+namespace MERO::Torture {
 
-using namespace MERO::Systemd;
-using namespace MERO::Torture;
+const char* const kName = "kills";
+const Place kPlace = Place::Systemd;
 
 namespace {
 
-const std::string kRegisters = "/usr/mero/etc/merosystemd/volume-register/";
-const std::string kReasons = "/run/merosystemd/reasons/";
+using namespace Systemd;
+
+const std::string kRegister = "/usr/mero/etc/merosystemd/volume-register/held.service";
 const std::string kTarget = "/run/systemd/system/unmount-volume-";
-const std::string kSleeps = "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n";
 /// So many that writing a register takes a while.
 const Texts kVolumes = [] {
     Texts volumes;
@@ -44,19 +45,17 @@ std::string Volume()
 bool AreRegistersWhole()
 {
     std::vector<VolumeRegistration> registrations;
-    if (!MEROSystemdVolumeRegisterList(registrations)) {
-        return false;
-    }
-    return std::ranges::all_of(registrations, [](VolumeRegistration& registration) {
-        Texts& volumes = registration.volumes;
-        std::ranges::sort(volumes);
-        return std::ranges::includes(kVolumes, volumes) && std::ranges::adjacent_find(volumes) == volumes.end();
-    });
+    return MEROSystemdVolumeRegisterList(registrations) &&
+           std::ranges::all_of(registrations, [](VolumeRegistration& registration) {
+               Texts& volumes = registration.volumes;
+               std::ranges::sort(volumes);
+               return std::ranges::includes(kVolumes, volumes) && std::ranges::adjacent_find(volumes) == volumes.end();
+           });
 }
 
 bool IsTargetWhole(const std::string& which, const std::string& relation)
 {
-    const std::string path = kTarget + which + ".target", text = Read(path);
+    const std::string path = kTarget + which + ".target", text = Machine::Read(path);
     const auto has = [&](const std::string& line) { return text.find("\n" + line) != text.npos; };
     return !std::filesystem::exists(path) ||
            (text.starts_with("[Unit]\n") && text.ends_with('\n') && std::ranges::count(text, '\n') == 4 &&
@@ -66,19 +65,8 @@ bool IsTargetWhole(const std::string& which, const std::string& relation)
 /// Its owner may be dead; then the state cannot be told, but it is one.
 bool IsIsolationWhole()
 {
-    const std::string text = Read("/run/merosystemd/isolate-state");
+    const std::string text = Machine::Read("/run/merosystemd/isolate-state");
     return text.empty() || (text.starts_with("target=") && text.find("\npid=") != text.npos && text.ends_with('\n'));
-}
-
-bool AreReasonsWhole()
-{
-    std::error_code none;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(kReasons, none)) {
-        if (entry.is_regular_file() && (entry.file_size() != 0 || entry.path().filename() != "torture")) {
-            return false;
-        }
-    }
-    return true;
 }
 
 void Check(Run& run, const Victim& victim)
@@ -88,17 +76,16 @@ void Check(Run& run, const Victim& victim)
     const bool areTargetsWhole = IsTargetWhole("begin", "Conflicts") && IsTargetWhole("end", "Wants");
     run.Expect(areTargetsWhole, victim.name + ": a target is damaged");
     run.Expect(IsIsolationWhole(), victim.name + ": the isolation's state is damaged");
-    run.Expect(AreReasonsWhole(), victim.name + ": a reason is damaged");
 }
 
 void KillOne(Run& run, const Victim& victim)
 {
     const double part = run.Random(1000) / 1000.0;
-    const pid_t pid = Fork([&] {
+    const pid_t pid = Test::Fork([&] {
         for (;;) {
             victim.act();
         }
-        return true;
+        return 0;
     });
     std::this_thread::sleep_for(std::chrono::microseconds(static_cast<long>(part * part * victim.longest * 1000)));
     Kill(pid);
@@ -124,29 +111,6 @@ std::vector<Victim> Victims()
                MEROSystemdVolumeIsRegisteredByUnit("held", {"/vol1"}) &&
                MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/vol1"});
     };
-    const auto reasons = [] {
-        MEROSystemdServiceStopByReason("torture", "held");
-        MEROSystemdServiceStartByReason("torture", "held");
-    };
-    const auto reasonsNext = [] {
-        return MEROSystemdServiceStopByReason("torture", "held") && CheckServiceHasReason("held") &&
-               MEROSystemdServiceStartByReason("torture", "held") && !CheckServiceHasReason("held") &&
-               MEROSystemdActiveStatusGet("held") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
-    };
-    const auto units = [] {
-        Unit("gone.service", kSleeps + "[Install]\nWantedBy=multi-user.target\n");
-        MEROSystemdEnable("gone");
-        MEROSystemdMaskRunTime("held");
-        MEROSystemdUnmaskRunTime("held");
-        MEROSystemdUninstall("gone");
-    };
-    const auto unitsNext = [] {
-        Unit("gone.service", kSleeps + "[Install]\nWantedBy=multi-user.target\n");
-        return MEROSystemdDaemonReload() && MEROSystemdEnable("gone") &&
-               MEROSystemdEnableStatusGet("gone") == MERO_SYSTEMD_ENABLE_STATUS_ENABLED &&
-               MEROSystemdUninstall("gone") && !std::filesystem::exists(kUnits + "gone.service") &&
-               MEROSystemdUnmaskRunTime("held") && MEROSystemdLoadStatusGet("held") == MERO_SYSTEMD_LOAD_STATUS_LOADED;
-    };
     const auto unmounts = [] { (void)_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return true; }); };
     const auto unmountsNext = [] {
         // What the killed had stopped stays stopped; the next action is about what runs.
@@ -166,42 +130,28 @@ std::vector<Victim> Victims()
                MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
     };
     return {{"registers", 2400, 30, registers, registersNext},
-            {"reasons", 1000, 250, reasons, reasonsNext},
-            {"units", 600, 500, units, unitsNext},
             {"unmounts", 700, 500, unmounts, unmountsNext},
             {"isolations", 300, 600, isolates, isolatesNext}};
 }
 
 } // namespace
 
-int main(int argc, char* argv[])
+void Torture(Run& run)
 {
-    Run run("kills", argc, argv);
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
     std::filesystem::create_directories("/var/packages/Foo");
     std::filesystem::remove("/etc/systemd/system/default.target"); // would win
-    Unit("default.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target all.service held.service\n");
-    Unit("quiet.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target\n");
-    Unit("held.service", kSleeps);
-    Unit("all.service", kSleeps + "[X-Tarvix]\nVolumeDependency=all\n");
+    Machine::Write(kUnits + "default.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target all.service\n");
+    Machine::Write(kUnits + "quiet.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target\n");
+    Machine::Write(kUnits + "all.service",
+                   "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=all\n");
     MEROSystemdDaemonReload();
     run.Expect(MEROSystemdIsolateToDefaultTarget(), "the default target was not reached");
-    std::string all;
-    for (const std::string& volume : kVolumes) {
-        all += (all.empty() ? "[\"" : ", \"") + volume + "\"";
-    }
-    Write(kRegisters + "held.service", all + "]");
-    std::vector<Victim> victims = Victims();
-    for (Victim& victim : victims) {
-        const auto start = Clock::now();
-        const int kills = run.Scaled(victim.kills);
-        for (int left = kills; left > 0; --left) {
+    Machine::Write(kRegister, "[\"" + Joined(kVolumes, "\", \"") + "\"]");
+    for (const Victim& victim : Victims()) {
+        for (int left = run.Scaled(victim.kills); left > 0; --left) {
             KillOne(run, victim);
         }
-        std::cerr << "kills: " << kills << " of " << victim.name << " in " << Since(start) << " s\n";
     }
-    std::cerr << "kills: temporary files of the killed:\n"
-              << Shell("cd / && find " + kRegisters +
-                       " /var/packages/Foo /run/systemd/system | grep -E '[.](tmp|target)[.]'");
-    return run.End();
 }
+
+} // namespace MERO::Torture

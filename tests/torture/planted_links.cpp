@@ -1,5 +1,5 @@
 // A user who owns what packages own swaps it for links, while root writes there: nothing outside changes.
-#include "support/machine.h"
+#include "support/child.h"
 #include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
@@ -7,12 +7,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <chrono>
-#include <csignal>
-
 namespace MERO::Torture {
 
 const char* const kName = "planted_links";
+const Place kPlace = Place::Machine;
 
 namespace {
 
@@ -29,7 +27,7 @@ std::string Outside()
         struct stat status {};
         lstat(entry.path().c_str(), &status);
         text += entry.path().string() + " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_uid) +
-                " " + (entry.is_regular_file() ? Test::Machine::Read(entry.path()) : "") + "\n";
+                " " + (entry.is_regular_file() ? Machine::Read(entry.path()) : "") + "\n";
     }
     return text;
 }
@@ -55,40 +53,28 @@ std::string Outside()
 
 } // namespace
 
-void Run(Report& report, double scale)
+void Torture(Run& run)
 {
     fs::create_directories(kEtc), fs::create_directories(kOutside + "folder");
-    Test::Machine::Write(kOutside + "secret", "[\"/secret\"]"), Test::Machine::Write(kOutside + "source", "");
-    for (const auto& [path, mode] : {std::pair(kOutside + "secret", 0600), {kOutside + "folder", 0700}}) {
-        chmod(path.c_str(), static_cast<mode_t>(mode));
-    }
+    Machine::Write(kOutside + "secret", "[\"/secret\"]"), Machine::Write(kOutside + "source", "");
+    chmod((kOutside + "secret").c_str(), 0600), chmod((kOutside + "folder").c_str(), 0700);
     (void)chown(kEtc.c_str(), kUser, kUser);
     const std::string before = Outside();
-    const pid_t user = fork();
-    if (user == 0) {
-        setresgid(kUser, kUser, kUser) == 0 && setresuid(kUser, kUser, kUser) == 0 ? Attack() : _exit(1);
-    }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(30 * scale);
+    const pid_t user = Test::Fork([]() -> int { Attack(); }, kUser);
     umask(0);
-    while (std::chrono::steady_clock::now() < end) {
-        std::vector<std::string> texts;
+    for (const auto begin = Clock::now(); Since(begin) < 30 * run.Scale(); run.Done(10)) {
         std::vector<MERO::Systemd::VolumeRegistration> registers;
         (void)MEROSystemdPackageVolumeRegister("Foo", "/v"), (void)MEROSystemdPackageVolumeUnregister("Foo", "/v");
         (void)MEROSystemdVolumeRegister("nfs", "/v"), (void)MEROSystemdVolumeUnregister("nfs", "/v");
         (void)MERO::Systemd::LinkMeroReason(kFolder + "/", kOutside + "source");
         (void)MEROSystemdServiceStopByReason("check", std::string("nfs"));
         (void)MEROSystemdServiceReasonRemove("check", std::string("nfs")), (void)MEROSystemdEnable("nfs");
-        if (MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"})) {
-            report.Fault("a register was read through a link");
-        }
+        run.Expect(!MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}), "a register was read through a link");
         (void)MEROSystemdVolumeRegisterList(registers);
-        report.Done(10);
     }
-    kill(user, SIGKILL);
+    run.Expect(kill(user, SIGKILL) == 0 && Test::ResultOf(user) == 255, "the user has not attacked to the end");
     const std::string after = Outside();
-    if (after != before) {
-        report.Fault(Difference(before, after));
-    }
+    run.Expect(after == before, Difference(before, after));
 }
 
 } // namespace MERO::Torture

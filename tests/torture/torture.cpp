@@ -1,20 +1,15 @@
 #include "torture/torture.h"
 
-#include "support/machine.h"
+#include "support/child.h"
+#include "support/lock.h"
 
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <syslog.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <filesystem>
+#include <cstdlib>
 #include <iostream>
 #include <new>
 #include <set>
@@ -25,28 +20,58 @@ namespace MERO::Torture {
 
 namespace fs = std::filesystem;
 
-Report::Report()
+Run::Run(double scale)
     : counters_(new (mmap(nullptr, sizeof(Counters), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-                    Counters{})
+                    Counters{}),
+      scale_(scale)
 {
+    std::cerr << kName << ": seed " << seed_ << "\n";
 }
 
-void Report::Fault(const std::string& what)
+void Run::Done(long count)
 {
-    ++counters_->faults;
-    const std::string line = std::string(kName) + ": " + what + "\n";
-    const std::size_t at = counters_->size.fetch_add(line.size());
-    if (at + line.size() <= sizeof counters_->text) { // more need not be read
-        line.copy(counters_->text + at, line.size());
+    counters_->done += count;
+    Print();
+}
+
+bool Run::Expect(bool holds, const std::string& otherwise)
+{
+    if (!holds) {
+        ++counters_->faults;
+        const std::string line = std::string(kName) + ": " + otherwise + "\n";
+        const std::size_t at = counters_->size.fetch_add(line.size());
+        if (at + line.size() <= sizeof counters_->text) { // more need not be read
+            line.copy(counters_->text + at, line.size());
+        }
+    }
+    return holds;
+}
+
+void Run::InChild(const std::string& what, const std::function<void()>& body)
+{
+    int status = 0;
+    waitpid(Test::Fork([&] { return body(), 0; }), &status, 0);
+    Expect(status == 0, what + ": ends by signal " + std::to_string(WTERMSIG(status)) + ", or with code " +
+                            std::to_string(WEXITSTATUS(status)));
+}
+
+void Run::Print()
+{
+    if (getpid() == owner_) {
+        const std::size_t size = std::min(counters_->size.load(), sizeof counters_->text);
+        std::fwrite(counters_->text + printed_, 1, size - printed_, stdout);
+        std::fflush(stdout);
+        printed_ = size;
     }
 }
 
-void Report::Print()
+int Run::End()
 {
-    const std::size_t size = std::min(counters_->size.load(), sizeof counters_->text);
-    std::fwrite(counters_->text + printed_, 1, size - printed_, stdout);
+    Print();
+    std::printf("%s: %ld done, %ld faults, %.0f s\n", kName, counters_->done.load(), counters_->faults.load(),
+                Since(start_));
     std::fflush(stdout);
-    printed_ = size;
+    return counters_->faults == 0 ? 0 : 1;
 }
 
 Files FilesBelow(std::initializer_list<const char*> folders)
@@ -56,7 +81,7 @@ Files FilesBelow(std::initializer_list<const char*> folders)
         std::error_code error;
         for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;) {
             const bool isFile = entry->is_regular_file();
-            files[entry->path()] = isFile ? Test::Machine::Read(entry->path()) : "folder";
+            files[entry->path()] = isFile ? Machine::Read(entry->path()) : "folder";
             entry.increment(error);
         }
     }
@@ -66,7 +91,7 @@ Files FilesBelow(std::initializer_list<const char*> folders)
 std::string Footprint()
 {
     std::ostringstream text;
-    for (int fd = 0; fd < 1024; ++fd) { // without a descriptor, of which there may be none left
+    for (int fd = 0; fd < 100; ++fd) { // without a descriptor, of which there may be none left
         char file[256];
         const ssize_t size = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), file, sizeof file);
         size >= 0 ? text << fd << " " << std::string(file, static_cast<std::size_t>(size)) << "\n" : text;
@@ -102,6 +127,28 @@ std::string Difference(const std::string& before, const std::string& now)
     return "";
 }
 
+bool HasNoChild()
+{
+    return waitpid(-1, nullptr, WNOHANG) < 0;
+}
+
+void Kill(pid_t pid)
+{
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+}
+
+bool AreLocksFree()
+{
+    std::error_code none;
+    const fs::path run = "/run/merosystemd";
+    bool areFree = Test::IsFree(run / "status_monitor.exit.lock", 1);
+    for (const auto& lock : fs::directory_iterator(run / "locks", none)) {
+        areFree = Test::IsFree(lock.path(), 1) && areFree;
+    }
+    return areFree;
+}
+
 namespace {
 
 /// Becomes the second process of a namespace whose first one reaps what the library detaches, and ends all at the end.
@@ -123,6 +170,29 @@ void EnterProcessNamespace()
     }
 }
 
+void EnterPlace()
+{
+    if (kPlace == Place::Systemd) {
+        if (std::getenv("MERO_IN_SANDBOX") == nullptr) {
+            throw std::runtime_error("starts and stops units as it likes; scripts/torture runs it, in mero-sandbox");
+        }
+        Machine::Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+        Machine::Write("/run/merobootseq/boot-step", "6\n");
+        prctl(PR_SET_CHILD_SUBREAPER, 1);
+        return;
+    }
+    EnterProcessNamespace();
+    sigset_t all, old; // of the log's reader, which a handler of the host's would end
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &old);
+    Test::EnterMachine();
+    sigprocmask(SIG_SETMASK, &old, nullptr);
+    if (mount("proc", "/proc", "proc", 0, nullptr) != 0) {
+        throw std::runtime_error("cannot mount /proc");
+    }
+    openlog(nullptr, LOG_NDELAY, LOG_USER); // its descriptor stays open
+}
+
 } // namespace
 
 } // namespace MERO::Torture
@@ -130,26 +200,17 @@ void EnterProcessNamespace()
 int main(int argc, char* argv[])
 {
     using namespace MERO::Torture;
-    const auto begin = std::chrono::steady_clock::now();
-    Report report;
     try {
-        EnterProcessNamespace();
-        sigset_t all, old; // of the log's reader, which a handler of the host's would end
-        sigfillset(&all);
-        sigprocmask(SIG_BLOCK, &all, &old);
-        MERO::Test::EnterMachine();
-        sigprocmask(SIG_SETMASK, &old, nullptr);
-        if (mount("proc", "/proc", "proc", 0, nullptr) != 0) {
-            throw std::runtime_error("cannot mount /proc");
-        }
-        openlog(nullptr, LOG_NDELAY, LOG_USER); // its descriptor stays open
-        Run(report, argc > 1 ? std::stod(argv[1]) : 1.0);
+        EnterPlace();
     } catch (const std::exception& error) {
-        report.Fault(error.what());
+        std::cerr << "torture_" << kName << ": " << error.what() << "\n";
+        return 2;
     }
-    report.Print();
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-    std::printf("%s: %ld done, %ld faults, %.0f s\n", kName, report.DoneSoFar(), report.Faults(), seconds.count());
-    std::fflush(stdout);
-    _exit(report.Faults() == 0 ? 0 : 1); // the log's reader has no end
+    Run run(argc > 1 ? std::stod(argv[1]) : 1.0);
+    try {
+        Torture(run);
+    } catch (const std::exception& error) {
+        run.Expect(false, error.what());
+    }
+    _exit(run.End()); // the log's reader has no end
 }

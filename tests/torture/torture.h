@@ -1,27 +1,49 @@
 #pragma once
 
+#include "support/machine.h"
+
+#include <unistd.h>
+
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <map>
+#include <random>
 #include <string>
+#include <thread>
+#include <vector>
 
-/// What the torture tests have in common: a machine of their own with processes of its own, and the line that they end
-/// with.
+/// What the long runs have in common.
 namespace MERO::Torture {
 
-/// What has been done, and what was wrong. Child processes count too.
-class Report {
-public:
-    Report();
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using Texts = std::vector<std::string>;
+using Test::Machine;
 
-    void Done(long count = 1) { counters_->done += count; }
-    void Fault(const std::string& what);
-    void Print(); ///< the faults that are new: a child may have closed its standard output
-    long Faults() const { return counters_->faults; }
-    long DoneSoFar() const { return counters_->done; }
+/// What has been done, and what was wrong. Child processes count too.
+class Run {
+public:
+    explicit Run(double scale);
+
+    double Scale() const { return scale_; } ///< the program's first argument, 1 for the full work
+    int Scaled(int full) const { return std::max(1, static_cast<int>(full * scale_)); }
+    /// 0 to `bound` - 1.
+    int Random(int bound) { return static_cast<int>(random_() % static_cast<unsigned>(bound)); }
+
+    void Done(long count = 1);
+    /// Returns `holds`. If it does not, that is a fault.
+    bool Expect(bool holds, const std::string& otherwise);
+    /// Expects that `body` ends in a child of its own.
+    void InChild(const std::string& what, const std::function<void()>& body);
+    /// The program's exit code.
+    int End();
 
 private:
+    void Print(); ///< the faults that are new: a child may have closed its standard output
     struct Counters {
         std::atomic<long> done, faults;
         std::atomic<std::size_t> size;
@@ -29,11 +51,18 @@ private:
     };
     Counters* counters_; ///< in memory that children share
     std::size_t printed_ = 0;
+    double scale_;
+    pid_t owner_ = getpid();
+    unsigned seed_ = std::random_device()();
+    std::mt19937 random_{seed_};
+    Clock::time_point start_ = Clock::now();
 };
 
-/// The torture of one program. `scale`: its first argument, 1 for the full work.
+/// A program is one long run. It has a machine of its own, with a scripted systemctl, or runs on the sandbox's systemd.
 extern const char* const kName;
-void Run(Report& report, double scale);
+enum class Place { Machine, Systemd };
+extern const Place kPlace;
+void Torture(Run& run);
 
 /// Every file below the folders, by path: "folder" or its text.
 using Files = std::map<std::string, std::string>;
@@ -44,5 +73,45 @@ std::string Footprint();
 
 /// The first line of `now` that `before` does not have, or the other way round.
 std::string Difference(const std::string& before, const std::string& now);
+
+inline double Since(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// Waits until `condition` holds; false when it does not in time.
+template <typename Condition>
+bool Comes(std::chrono::milliseconds time, Condition&& condition)
+{
+    for (const auto end = Clock::now() + time; !condition(); std::this_thread::sleep_for(2ms)) {
+        if (Clock::now() > end) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <typename Container>
+std::string Joined(const Container& texts, const std::string& separator = " ")
+{
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : separator) + text;
+    }
+    return joined;
+}
+
+/// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
+/// boot.
+inline const std::string kUnits = "/usr/local/lib/systemd/system/";
+
+/// Whether all that this process has started has ended.
+bool HasNoChild();
+
+/// Kills a child of this process.
+void Kill(pid_t pid);
+
+/// Whether all of the library's locks are free within a second.
+bool AreLocksFree();
 
 } // namespace MERO::Torture
