@@ -1,5 +1,6 @@
 #include "core/lock.h"
 #include "support/acting.h"
+#include "support/lock.h"
 #include "support/operations.h"
 
 #include <fcntl.h>
@@ -23,11 +24,6 @@ const std::string kVolume = "/run/pool-" + std::to_string(getpid()), kTargets = 
 const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmount-action.lock",
                   kAll = "VolumeDependency=all";
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock = kIsolateAndVolumeUnmountLock;
-
-bool IsFree(auto& lock, bool exclusive = true, int seconds = 0)
-{
-    return FileLock(lock, exclusive, seconds).Acquire();
-}
 
 /// A process with a cgroup that uses files until it goes.
 struct Holder {
@@ -190,8 +186,8 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
             {{"a.service", kAll + "\nMaster=m.service"}, {"b.mount", kAll}, {"c.service", kAll + "\nMaster=m.service"}},
             c.failing);
         const auto action = [](void* acts) {
-            const bool held =
-                !IsFree(kLock, false) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, false) && !IsFree(kMonitorLock);
+            const bool held = !IsFree(kLock, 0, LOCK_SH) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, 0, LOCK_SH) &&
+                              !IsFree(kMonitorLock);
             std::ofstream("/run/systemctl.calls", std::ios::app) << (held ? "action\n" : "free\n");
             return Act(*static_cast<const int*>(acts));
         };
@@ -211,7 +207,7 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         const std::string targets =
             after + after + "Conflicts" + units + no + no + "Wants" + units + "[Unit]\n[Unit]\n";
         EXPECT_EQ(calls.empty() ? targets : Read("/run/seen"), targets) << "their lines sorted";
-        EXPECT_TRUE(!c.folder.empty() || (IsFree(kLock, true, 60) && IsFree(kIsolateLock, true, 60)));
+        EXPECT_TRUE(!c.folder.empty() || (IsFree(kLock, 60) && IsFree(kIsolateLock, 60)));
     }
 }
 
