@@ -205,14 +205,11 @@ Texts Split(const std::string& text, const std::string& separator)
     return parts;
 }
 
-/// What calls write, but for the traces of isolations, which are seen to begin and to end before they are refused.
+/// What calls write, but for lock files, which stay.
 Files Written()
 {
     Files files = FilesBelow({"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"});
-    std::erase_if(files, [](const auto& file) {
-        return file.first.starts_with("/run/merosystemd/") &&
-               (file.first.find("lock") != std::string::npos || file.first.find("isolate") != std::string::npos);
-    });
+    std::erase_if(files, [](const auto& file) { return file.first.find("lock") != std::string::npos; });
     return files;
 }
 
@@ -221,7 +218,8 @@ std::string NotRefused(World& world, const Function& function, const Answer& ans
 {
     const std::string log = Joined(world.Log());
     const std::size_t colon = log.find(':'), text = log.find(" Invaild Argument (");
-    if (MLIBCErrGet() != 0x0D00 || answer.text != function.untouched || !world.Calls().empty()) {
+    if (MLIBCErrGet() != 0x0D00 || MLIBCErrorGetFile() != log.substr(4, colon - 4) ||
+        answer.text != function.untouched || !world.Calls().empty()) {
         return "has error " + std::to_string(MLIBCErrGet()) + ", stores " + answer.text + ", or runs something";
     }
     if (text == log.npos || !log.starts_with("ERR systemd_") || log.find('\n') != log.size() - 1) {
@@ -234,6 +232,7 @@ std::string NotRefused(World& world, const Function& function, const Answer& ans
 void CallBadly(Run& run)
 {
     World world;
+    std::filesystem::remove("/run/merosystemd/isolate-state"); // any isolation's end does that
     std::set<std::string> refused, known;
     for (const Function& function : Functions()) {
         for (std::size_t bad = 0; bad < function.ways.size(); ++bad) {

@@ -2,6 +2,7 @@
 #include "isolate/isolate_watcher.h"
 #include "support/acting.h"
 #include "support/child.h"
+#include "support/lock.h"
 #include "support/operations.h"
 #include "support/sleeps.h"
 
@@ -20,11 +21,6 @@ const std::string kLock = kIsolateAndVolumeUnmountLock, kSystemLock = kRun + "lo
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kList = "list-jobs --no-legend";
 const std::string kNoJobs = "ERR Failed to get systemd jobs";
 
-bool IsFree(const std::string& lock, int seconds = 60) // the library's children may hold it a moment longer
-{
-    return FileLock(lock, true, seconds).Acquire();
-}
-
 class Isolation : public Machine {
 protected:
     Isolation() { Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"); }
@@ -35,7 +31,7 @@ protected:
     }
     static void NothingIsLeft()
     {
-        EXPECT_TRUE(IsFree(kSystemLock) && IsFree(kLock) && IsFree(kMonitorLock));
+        EXPECT_TRUE(IsFree(kSystemLock, 60) && IsFree(kLock, 60) && IsFree(kMonitorLock, 60));
         EXPECT_FALSE(fs::exists(kState) || fs::exists(kFlag) || fs::exists(kRun + "locks/isolate-state.lock"));
     }
 };
@@ -64,7 +60,7 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
         int result;
         Texts said; ///< but for its beginning and its success
         Texts calls{kList, "isolate a.target", kList};
-        std::string target = "a.target", with = "";
+        std::string with = "";
     };
     const std::string busy = "[ $1 != isolate ] || { rm " + kFlag + "; mkdir -p " + kFlag + "/d; }\n";
     const std::string freed = "[ ! -d " + kFlag + " -o $1 = isolate ] || { rm -r " + kFlag + "; > " + kFlag + "; }";
@@ -72,7 +68,7 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
     const std::string noState = "ERR Failed to unlink [" + kState + "], reason: " + isFolder;
     const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
     const Case cases[] = {
-        {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, "a.target", " with option [--no-block]"},
+        {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, " with option [--no-block]"},
         {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }",
          "",
          false,
@@ -81,7 +77,6 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
          {kList, "isolate a.target"}},
         {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
         {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
-        {"", "", false, kUntouched, {"!strTarget.empty()"}, {}, ""},
         {"", kFlag, false, kUntouched, {badFlag}, {}},
         {busy, "", true, 0, {noFlag, noFlag}},
         {busy + freed, "", true, 0, {noFlag}},
@@ -95,12 +90,11 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
         SystemctlScript(c.script);
         c.script == "none" ? RemoveSystemctl() : void();
         auto result = static_cast<MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(kUntouched);
-        MLIBCErrSetEx(0, "", 0);
-        EXPECT_EQ(MEROSystemdIsolateTarget(c.target, {.noBlock = !c.with.empty()}, &result), c.done);
-        EXPECT_TRUE(result == c.result && (!c.target.empty() || MLIBCErrGet() == 0x0D00)) << result;
+        EXPECT_EQ(MEROSystemdIsolateTarget("a.target", {.noBlock = !c.with.empty()}, &result), c.done);
+        EXPECT_EQ(result, c.result);
         EXPECT_EQ(Calls(), c.calls);
         Texts said = Said("systemd_isolate_target");
-        EXPECT_EQ(std::erase(said, "INFO isolating to [a.target]."), !c.target.empty() && c.folder != kFlag);
+        EXPECT_EQ(std::erase(said, "INFO isolating to [a.target]."), c.folder != kFlag);
         EXPECT_EQ(std::erase(said, "INFO isolated to [a.target]" + c.with + "."), c.done);
         EXPECT_EQ(said, c.said);
         for (const std::string& path : {kState, kFlag, kMonitorLock}) {
@@ -158,7 +152,7 @@ TEST_F(Isolation, WaitsForItsLocksOrDoesNothing)
     EXPECT_TRUE(MEROSystemdIsolateTarget("a.target", nullptr) && Calls().size() == 3);
     others.join();
     EXPECT_EQ(Said("systemd_isolate_target").size(), 2U);
-    EXPECT_TRUE(IsFree(kLock) && IsFree(kMonitorLock) && fs::remove_all(kRun));
+    EXPECT_TRUE(IsFree(kLock, 60) && IsFree(kMonitorLock, 60) && fs::remove_all(kRun));
     Write(kRun + "locks", "");
     EXPECT_FALSE(MEROSystemdIsolateTarget("a.target", nullptr) || MEROSystemdIntIsolateTarget("a.target", nullptr) ||
                  _MEROSystemdIsolateTargetAction("a.target", nullptr) || !Calls().empty());
@@ -175,18 +169,18 @@ TEST_F(Isolation, ItsMonitorHoldsTheLockUntilTheCommandRuns)
         FileLock lock(kLock, true, 60), other(kSystemLock, true, 0);
         return other.Acquire() && lock.Acquire() && StartIsolateMonitor(lock);
     };
-    const auto isHeld = [] { return IsFree(kSystemLock, 30) && !IsFree(kLock, 0); };
+    const auto isHeld = [] { return IsFree(kSystemLock, 30) && !IsFree(kLock); };
     SystemctlScript("flock -w 60 " + kLock + " true");
     EXPECT_TRUE(monitor() && isHeld());
     EXPECT_TRUE(MEROSystemdSystemctl("isolate", {"a"}, [](int exitCode, const Texts&) { return exitCode == 0; }));
-    EXPECT_TRUE(monitor() && isHeld() && fs::remove(kFlag) && IsFree(kLock));
-    EXPECT_TRUE(RunAs(0, monitor) == 1 && IsFree(kLock)) << "its parent is gone";
+    EXPECT_TRUE(monitor() && isHeld() && fs::remove(kFlag) && IsFree(kLock, 60));
+    EXPECT_TRUE(RunAs(0, monitor) == 1 && IsFree(kLock, 60)) << "its parent is gone";
     EXPECT_TRUE(Said("systemd_isolate_target").empty());
     fs::rename("/bin/ps", "/bin/ps.true");
     WriteProgram("/bin/ps", "echo /usr/bin/systemctl isolate a; exit 1");
     sleeps.areCounted[1] = true;
     sleeps.microseconds = 0;
-    EXPECT_TRUE(monitor() && IsFree(kLock) && sleeps.microseconds == 120'000'000 && fs::remove(kFlag));
+    EXPECT_TRUE(monitor() && IsFree(kLock, 60) && sleeps.microseconds == 120'000'000 && fs::remove(kFlag));
     EXPECT_EQ(Said("systemd_isolate_target"), Texts{"ERR Isolate doesn't execute successfully"});
     fs::rename("/bin/ps.true", "/bin/ps");
 }
@@ -217,7 +211,7 @@ TEST_F(Isolation, TheStateIsTold)
         EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == told && record.isolating == (told ? 1 : 7));
         EXPECT_TRUE(record.target == target && state.target == (told ? target : "")) << file;
     }
-    EXPECT_TRUE(fs::remove(kState) && MEROCSystemdIsolateStateGet(nullptr) == 0);
+    fs::remove(kState);
 }
 
 TEST_F(Isolation, IsNoneWhenItEndsWhileItIsLookedAt)
@@ -256,7 +250,7 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
     for (const Case& c : cases) {
         SystemctlScript("flock -n " + kSystemLock + " true && > /run/free; [ \"$2\" != '" + c.failing + "' ]");
         std::function<bool()> action = [&] {
-            std::ofstream("/run/systemctl.calls", std::ios::app) << (IsFree(kSystemLock, 0) ? "free\n" : "action\n");
+            std::ofstream("/run/systemctl.calls", std::ios::app) << (IsFree(kSystemLock) ? "free\n" : "action\n");
             return Act(c.acts);
         };
         const auto fromC = [](void* data) { return (*static_cast<std::function<bool()>*>(data))(); };
@@ -266,16 +260,11 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
         Texts calls = Calls();
         std::erase(calls, kList);
         EXPECT_EQ(calls, c.calls);
-        EXPECT_TRUE(IsFree(kSystemLock) && !fs::exists("/run/free"));
+        EXPECT_TRUE(IsFree(kSystemLock, 60) && !fs::exists("/run/free"));
     }
     EXPECT_THROW(_MEROSystemdIsolateTargetAction("b", nullptr), std::bad_function_call);
     EXPECT_THAT(Calls(), ElementsAre(kList, "isolate b", kList, kList, "isolate default.target", kList));
-    EXPECT_FALSE(_MEROSystemdIsolateTargetAction("", nullptr) ||
-                 MEROCSystemdIsolateTargetAction("a", nullptr, nullptr) ||
-                 MEROCSystemdIsolateTargetAction(nullptr, nullptr, nullptr) || !Calls().empty());
-    EXPECT_THAT(Said("systemd_isolate_target_action"),
-                ElementsAre("ERR Failed on an exception: it has no text", "!strTarget.empty()", "nullptr != action",
-                            "nullptr != szTarget"));
+    EXPECT_THAT(Said("systemd_isolate_target_action"), ElementsAre("ERR Failed on an exception: it has no text"));
 }
 
 } // namespace

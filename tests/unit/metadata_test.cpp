@@ -47,10 +47,6 @@ TEST_F(Metadata, OnlyTheWordYesIsYes)
         EXPECT_EQ(getter.getFromC("missing", &untouched), 0);
         EXPECT_EQ(MLIBCErrGet(), 0x0700);
         EXPECT_TRUE(untouched);
-        EXPECT_FALSE(getter.get("", untouched));
-        EXPECT_EQ(getter.getFromC(nullptr, &untouched), 0);
-        EXPECT_EQ(getter.getFromC("a", nullptr), 0);
-        EXPECT_EQ(MLIBCErrGet(), 0x0D00);
     }
 }
 
@@ -60,43 +56,6 @@ TEST_F(Metadata, TheOneClickGetterOfCAnswersFromDefaultEnable)
     bool answer = false;
     EXPECT_EQ(MEROCSystemdSupportOneClickEnableGet("a", &answer), 1);
     EXPECT_TRUE(answer);
-}
-
-TEST_F(Metadata, RefusedArgumentsNameTheGettersFileAndTheCondition)
-{
-    bool answer;
-    std::string text;
-    std::vector<std::string> texts;
-    char buffer[8];
-    MLIBCSzList* list = nullptr;
-    EXPECT_FALSE(MEROSystemdBelongsToGet("", texts));
-    EXPECT_FALSE(MEROSystemdPackedInGet("", texts));
-    EXPECT_EQ(MEROCSystemdIsSupportGet("a", nullptr), 0);
-    EXPECT_EQ(MEROCSystemdSupportOneClickEnableGet("a", nullptr), 0);
-    EXPECT_EQ(MEROCSystemdIsDefaultEnableGet(nullptr, &answer), 0);
-    EXPECT_EQ(MEROCSystemdInfoCenterDislayGet("a", nullptr), 0);
-    EXPECT_EQ(MEROCSystemdNanoUpdateDislayGet("", &answer), 0);
-    EXPECT_EQ(MEROCSystemdNameGet("a", nullptr, 8), 0);
-    EXPECT_EQ(MEROCSystemdNameGet("a", buffer, 0), 0);
-    EXPECT_EQ(MEROCSystemdNameI18nGet("a", buffer, -1), 0);
-    EXPECT_EQ(MEROCSystemdFirewallSectionsGet("a", nullptr), 0);
-    EXPECT_EQ(MEROCSystemdFirewallSectionsGet("a", &list), 0);
-    std::vector<std::string> places;
-    for (const std::string& line : Log()) {
-        const std::size_t colon = line.find(':');
-        places.push_back(line.substr(4, colon - 4) + line.substr(line.find(" Invaild Argument ") + 17));
-    }
-    EXPECT_THAT(places, ElementsAre("systemd_belongs_to_get (!strUnit.empty())=[0]\n",
-                                    "systemd_packed_in_get (!strUnit.empty())=[0]\n",
-                                    "systemd_is_support (nullptr != pblSupport)=[0]\n",
-                                    "systemd_support_one_click_enable (nullptr != pblOneClickEnable)=[0]\n",
-                                    "systemd_is_default_enable (nullptr != szUnit)=[0]\n",
-                                    "systemd_info_center_display (nullptr != pblDisplay)=[0]\n",
-                                    "systemd_nano_update_display (!strUnit.empty())=[0]\n",
-                                    "systemd_name_get (nullptr != szName)=[0]\n", "systemd_name_get (0 < cbName)=[0]\n",
-                                    "systemd_name_i18n_get (0 < cbNameI18n)=[0]\n",
-                                    "systemd_firewall_sections_get (nullptr != ppFirewallSections)=[0]\n",
-                                    "systemd_firewall_sections_get (nullptr != *ppFirewallSections)=[0]\n"));
 }
 
 TEST_F(Metadata, NamesMustFitTheCallersBuffer)

@@ -1,3 +1,4 @@
+#include "support/child.h"
 #include "support/machine.h"
 
 #include <merocore/error.h>
@@ -56,20 +57,6 @@ Ran Shell(const std::string& script, const char* mode = "r")
 int ExecShell(const char* script)
 {
     return MLIBCExec("/bin/sh", "-c", script, nullptr, nullptr);
-}
-
-/// Whether `check` holds in a forked child, which may change what it likes about itself.
-template <typename Check>
-bool InChild(Check check)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(60);
-        _exit(check() ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status == 0;
 }
 
 template <typename Body>
@@ -165,12 +152,12 @@ TEST_F(Programs, TheWaitStatusIsThePrograms)
 
 TEST_F(Programs, AStatusThatSomebodyElseTookIsLost)
 {
-    EXPECT_TRUE(InChild([] {
-        std::signal(SIGCHLD, SIG_IGN);
-        const Ran ran = Shell("echo x");
-        return ran.output == "x\n" && ran.status == -1 && ExecShell("exit 0") < 0 &&
-               MLIBCErrGet() == MLIBC_ERR_PROGRAM_FAILED;
-    }));
+    EXPECT_EQ(1, RunAs(0, [] {
+                  std::signal(SIGCHLD, SIG_IGN);
+                  const Ran ran = Shell("echo x");
+                  return ran.output == "x\n" && ran.status == -1 && ExecShell("exit 0") < 0 &&
+                         MLIBCErrGet() == MLIBC_ERR_PROGRAM_FAILED;
+              }));
 }
 
 TEST_F(Programs, SignalsCutNoLineAndNoWait)
@@ -185,20 +172,20 @@ TEST_F(Programs, SignalsCutNoLineAndNoWait)
 
 TEST_F(Programs, AProgramStartsCleanWhateverTheCallerIsLike)
 {
-    EXPECT_TRUE(InChild([] {
-        std::signal(SIGPIPE, SIG_IGN);
-        std::signal(SIGCHLD, SIG_IGN);
-        std::signal(SIGUSR1, [](int) {});
-        sigset_t all;
-        sigfillset(&all);
-        sigprocmask(SIG_SETMASK, &all, nullptr);
-        dup2(STDERR_FILENO, 3);
-        dup2(STDERR_FILENO, 500);
-        Shell("{ readlink /proc/self/fd/0; ls /proc/self/fd; } > /run/files");
-        // Not by a shell, which puts its signals in order itself. Signals 32 and 33 must be at rest as well.
-        MLIBCExec("/bin/sed", "-n", "/^Sig[BIC]/s/\t0*/ /w /run/signals", "/proc/self/status", nullptr);
-        return true;
-    }));
+    EXPECT_EQ(1, RunAs(0, [] {
+                  std::signal(SIGPIPE, SIG_IGN);
+                  std::signal(SIGCHLD, SIG_IGN);
+                  std::signal(SIGUSR1, [](int) {});
+                  sigset_t all;
+                  sigfillset(&all);
+                  sigprocmask(SIG_SETMASK, &all, nullptr);
+                  dup2(STDERR_FILENO, 3);
+                  dup2(STDERR_FILENO, 500);
+                  Shell("{ readlink /proc/self/fd/0; ls /proc/self/fd; } > /run/files");
+                  // Not by a shell, which puts its signals in order itself. Signals 32 and 33 must be at rest as well.
+                  MLIBCExec("/bin/sed", "-n", "/^Sig[BIC]/s/\t0*/ /w /run/signals", "/proc/self/status", nullptr);
+                  return true;
+              }));
     EXPECT_EQ(Read("/run/signals"), "SigBlk: \nSigIgn: \nSigCgt: \n");
     EXPECT_EQ(Read("/run/files"), "/dev/null\n0\n1\n2\n3\n"); // 3 is of ls
 }
@@ -207,16 +194,19 @@ TEST_F(Programs, ACallerMayLackStandardDescriptors)
 {
     const std::vector<int> cases[] = {{0}, {1, 2}, {0, 1, 2}};
     for (const std::vector<int>& missing : cases) {
-        EXPECT_TRUE(InChild([&] {
-            for (const int number : missing) {
-                close(number);
-            }
-            const std::vector<int> before = OpenDescriptors();
-            return Shell("readlink /proc/self/fd/0; echo err >&2", "rB").output == "/dev/null\nerr\n" &&
-                   Shell("readlink /proc/self/fd/0", "r").output == "/dev/null\n" &&
-                   ExecShell("echo out && echo err >&2 && readlink /proc/self/fd/0") == 0 &&
-                   OpenDescriptors() == before;
-        })) << testing::PrintToString(missing);
+        EXPECT_EQ(1, RunAs(0,
+                           [&] {
+                               for (const int number : missing) {
+                                   close(number);
+                               }
+                               const std::vector<int> before = OpenDescriptors();
+                               return Shell("readlink /proc/self/fd/0; echo err >&2", "rB").output ==
+                                          "/dev/null\nerr\n" &&
+                                      Shell("readlink /proc/self/fd/0", "r").output == "/dev/null\n" &&
+                                      ExecShell("echo out && echo err >&2 && readlink /proc/self/fd/0") == 0 &&
+                                      OpenDescriptors() == before;
+                           }))
+            << testing::PrintToString(missing);
     }
 }
 
@@ -286,7 +276,7 @@ TEST_F(Forks, AliveIsWhatRunsAndIsNoZombie)
         _exit(0);
     }
     EXPECT_EQ(MLIBCProcAlive(getpid()), 1);
-    EXPECT_TRUE(InChild([&] { return setuid(65534) == 0 && MLIBCProcAlive(child) == 1; })) << "another user's";
+    EXPECT_EQ(1, RunAs(65534, [&] { return MLIBCProcAlive(child); })) << "another user's";
     kill(child, SIGKILL);
     siginfo_t ended;
     waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
@@ -366,7 +356,7 @@ TEST_F(Locks, AWaitEndsInTimeWhateverSignalsCome)
 TEST_F(Locks, AChildGivesBackItsOwnCopyOnly)
 {
     const Lock lock(true);
-    EXPECT_TRUE(InChild([&] { return MLIBCFileUnlockByFile(lock.Fd()) == 0; }));
+    EXPECT_EQ(1, RunAs(0, [&] { return MLIBCFileUnlockByFile(lock.Fd()) == 0; }));
     EXPECT_FALSE(Lock(true).IsHeld());
 }
 

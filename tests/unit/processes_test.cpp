@@ -1,6 +1,7 @@
 #include "core/common.h"
 #include "core/executor.h"
 #include "core/status_monitor.h"
+#include "support/lock.h"
 #include "support/operations.h"
 
 #include <fcntl.h>
@@ -28,11 +29,6 @@ std::string Descriptors()
         }
     }
     return text;
-}
-
-bool IsFree(const std::string& lock)
-{
-    return FileLock(lock, true, 0).Acquire();
 }
 
 /// Detached children become this process' own, so that it sees how they end.
@@ -122,7 +118,7 @@ TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
     FileLock lock(path, true, 0);
     EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire());
     const std::string descriptors = Descriptors();
-    EXPECT_TRUE(lock.Acquire() && Descriptors() == descriptors && !IsFree(path));
+    EXPECT_TRUE(lock.Acquire() && Descriptors() == descriptors && !FileLock(path, true, 0).Acquire());
     EXPECT_THAT(Said("lock"),
                 ElementsAre(MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
     int ends[2];

@@ -71,8 +71,6 @@ TEST_F(Status, EveryStateHasItsNumberAndNoOtherHasOne)
         EXPECT_EQ(question.get("u"), -1);
         RemoveSystemctl();
         EXPECT_EQ(question.get("u"), -1);
-        EXPECT_EQ(question.get("") + question.getFromC(nullptr), -2);
-        EXPECT_EQ(MLIBCErrGet(), 0x0D00);
     }
 }
 
@@ -126,7 +124,7 @@ TEST_F(Status, UnitFilesAreListedInBothDialects)
     EXPECT_TRUE(MEROSystemdServiceList(units) && MEROCSystemdServiceList(&list) == 1);
     EXPECT_EQ(Calls().front(), "list-unit-files --no-legend --root=/.");
     RemoveSystemctl();
-    EXPECT_FALSE(MEROSystemdServiceList(units) || MEROCSystemdServiceList(&list) || MEROCSystemdServiceList(nullptr) ||
+    EXPECT_FALSE(MEROSystemdServiceList(units) || MEROCSystemdServiceList(&list) ||
                  MEROSystemdListUnits(units, "Service"));
     EXPECT_THAT(Said("systemd_internal_lib"),
                 ElementsAre("ERR list-unit-files failed.", "ERR list-unit-files failed.",
@@ -155,10 +153,8 @@ TEST_F(Status, TheDefaultTargetIsOneLineThatFits)
     EXPECT_EQ(MEROCSystemdDefaultTargetGet(buffer, 9), 1);
     EXPECT_STREQ(buffer, "x.target");
     RemoveSystemctl();
-    EXPECT_FALSE(MEROCSystemdDefaultTargetGet(buffer, sizeof buffer) || MEROCSystemdDefaultTargetGet(nullptr, 8) ||
-                 MEROCSystemdDefaultTargetGet(buffer, 0));
-    EXPECT_THAT(Said("systemd_default_target_get"),
-                ElementsAre(failed + ".", "nullptr != szDefaultTarget", "0 < cbDefaultTarget"));
+    EXPECT_FALSE(MEROCSystemdDefaultTargetGet(buffer, sizeof buffer));
+    EXPECT_THAT(Said("systemd_default_target_get"), ElementsAre(failed + "."));
 }
 
 TEST_F(Status, TheDefaultTargetIsSet)
@@ -168,11 +164,10 @@ TEST_F(Status, TheDefaultTargetIsSet)
     EXPECT_TRUE(MEROCSystemdDefaultTargetSet("x") == 1 && MEROCSystemdDefaultTargetSetInGenerator("bad") == 0);
     EXPECT_THAT(Calls(), ElementsAre("set-default x", "set-default --root=/. bad"));
     RemoveSystemctl();
-    EXPECT_FALSE(MEROSystemdDefaultTargetSet("bad") || MEROSystemdDefaultTargetSet("") ||
-                 MEROCSystemdDefaultTargetSet(nullptr) || MEROCSystemdDefaultTargetSetInGenerator(nullptr));
+    EXPECT_FALSE(MEROSystemdDefaultTargetSet("bad"));
     EXPECT_THAT(Said("systemd_default_target_set"),
                 ElementsAre("INFO successfully set default target to [x].", failed + ": ret=[1], reason=[one\n, two\n]",
-                            failed + ".", "!strDefaultTarget.empty()", "nullptr != szDefaultTarget"));
+                            failed + "."));
 }
 
 TEST_F(Status, AJobIsEnqueuedWhenThePropertyHasAValue)
@@ -184,7 +179,6 @@ TEST_F(Status, AJobIsEnqueuedWhenThePropertyHasAValue)
         EXPECT_EQ(MEROCSystemdIsJobEnqueued("u"), enqueued) << output;
         EXPECT_EQ(MLIBCErrGet(), error) << output;
     }
-    EXPECT_TRUE(!MEROSystemdIsJobEnqueued("") && !MEROCSystemdIsJobEnqueued(nullptr) && MLIBCErrGet() == 0x0D00);
 }
 
 } // namespace
