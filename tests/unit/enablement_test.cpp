@@ -109,6 +109,7 @@ TEST_F(Enablement, UnitsMayBeGivenByTheirFiles)
         Texts failed, flags;
         fs::remove_all(kFlags);
         EXPECT_TRUE(operation.list(units, failed));
+        EXPECT_THAT(Log(), ::testing::Each(::testing::Not(HasSubstr("ERR "))));
         EXPECT_EQ(Calls().back(), operation.command + (operation.oneRun ? " " + all : " " + units.back()));
         for (const auto& entry : fs::recursive_directory_iterator("/usr/mero")) {
             entry.is_directory() ? void() : flags.push_back(entry.path().lexically_relative(kFlags));

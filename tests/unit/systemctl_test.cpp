@@ -110,9 +110,10 @@ TEST_F(SystemctlRuns, AnEmptyCallbackThrows)
 TEST_F(SystemctlRuns, TheRunTimeIsLoggedWhenWanted)
 {
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
+    SystemctlScript("sleep 0.1");
     MEROSystemdSystemctlUltron("show", opts, {"a"}, [](int, const Texts&) { return true; });
     EXPECT_THAT(Log(), ElementsAre(MatchesRegex("INFO systemd_systemctl: Execute time for "
-                                                "\\[/usr/bin/systemctl show a\\] is [0-9]+ ms")));
+                                                "\\[/usr/bin/systemctl show a\\] is [1-9][0-9]{2,4} ms")));
 }
 
 TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)

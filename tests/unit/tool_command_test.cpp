@@ -3,6 +3,7 @@
 #include "support/child.h"
 #include "support/machine.h"
 
+#include <csignal>
 #include <tuple>
 
 using namespace MERO::Tool;
@@ -42,6 +43,21 @@ TEST_F(Commands, AreSoughtWhereTheyWouldBeStarted)
                   isFound ? 2 : 0)
             << "'" << program << "' in '" << path << "'";
     }
+}
+
+TEST_F(Commands, GetTheSignalsOfTheProgram)
+{
+    const auto run = [](int signal, const std::string& script) {
+        return RunAs(0, [&] {
+            const SignalsToCommand signals;
+            raise(signal);
+            return RunCommand({"sh", "-c", script});
+        });
+    };
+    EXPECT_EQ(run(0, "trap 'exit 9' TERM; kill -TERM $PPID; sleep 9 & wait"), 9);
+    EXPECT_EQ(run(0, "kill -KILL $$"), 137);
+    EXPECT_EQ(run(SIGHUP, "> /run/started"), 129) << "it came before the command";
+    EXPECT_FALSE(std::filesystem::exists("/run/started"));
 }
 
 } // namespace

@@ -1,5 +1,8 @@
+#include "commands/volume_report.h"
 #include "output/amounts.h"
+#include "output/progress_line.h"
 #include "output/text_width.h"
+#include "output/times.h"
 
 #include <gtest/gtest.h>
 
@@ -41,6 +44,48 @@ TEST(Amounts, GoOverToTheNextUnitBeforeTheyGetTooLong)
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;
     }
+}
+
+TEST(Times, AreToldInTheirLargestUnit)
+{
+    const std::pair<std::time_t, const char*> ages[] = {{-5, "0 s"},       {58, "58 s"},       {60, "1 min"},
+                                                        {3598, "59 min"},  {3600, "1 h"},      {86398, "23 h"},
+                                                        {86400, "1 days"}, {864000, "10 days"}};
+    for (const auto& [age, text] : ages) {
+        EXPECT_EQ(AgeText(std::time(nullptr) - age), text);
+    }
+}
+
+TEST(ProgressLine, IsPrintedAnewWhenItsMatterChanges)
+{
+    ::testing::internal::CaptureStderr();
+    ProgressLine line;
+    for (const auto& [matter, details] : {std::pair("a", "1"), {"a", "2"}, {"b", "3"}, {"b", "4"}, {"a", "5"}}) {
+        line.Show(matter, details);
+    }
+    line.Clear();
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "1\n3\n5\n");
+}
+
+TEST(VolumeReport, NamesEveryHolder)
+{
+    using namespace MERO::Systemd;
+    using Kind = VolumeBlocker::Kind;
+    VolumeUnmountPlan plan;
+    plan.stops = {{"a", {{StopCause::Kind::UsesFiles, "a", "", {{1, "sh", FileUse::Executable, "/a"}}}}}};
+    for (const FileUse use : {FileUse::WorkingDirectory, FileUse::Map, FileUse::Root, FileUse::Descriptor}) {
+        plan.blockers.push_back({Kind::Process, "", {2, "ls", use, "/b"}});
+    }
+    for (const Kind kind : {Kind::Mount, Kind::LoopDevice, Kind::SwapFile, Kind::KernelExport}) {
+        plan.blockers.push_back({kind, "", {0, "", FileUse::Descriptor, "/c"}});
+    }
+    const std::string user = "merosystemctl: in use by process 2 (ls), ", kernel = "merosystemctl: in use by a ";
+    ::testing::internal::CaptureStderr();
+    PrintHolders(plan);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "merosystemctl: in use by process 1 (sh), exe: /a\n" + user + "cwd: /b\n" + user + "map: /b\n" + user +
+                  "root: /b\n" + user + "fd: /b\n" + kernel + "mount: /c\n" + kernel + "loop device: /c\n" + kernel +
+                  "swap file: /c\n" + kernel + "kernel export: /c\n");
 }
 
 } // namespace

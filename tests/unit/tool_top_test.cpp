@@ -10,6 +10,8 @@ using namespace ::testing;
 
 namespace {
 
+using Texts = std::vector<std::string>;
+
 class TopPage : public Test {
 protected:
     TopPage() { EXPECT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
@@ -41,18 +43,23 @@ TEST_F(TopPage, ShowsSlicesAndTheProcessesOfTheChosenOne)
         Slice("db.slice", {Process(41, "writer", 0.25, 2048), Process(4194304, "日本語\x1b[2J\n", 1, 1UL << 20)},
               {0, 0.5, 1}),
         Slice("web.slice", {}, {})};
-    std::vector<std::string> page;
-    for (const Line& line : ComposePage(slices, {.unit = "gone.slice"}, {80, 10}, kAsciiGlyphs)) {
-        page.push_back(Text(line));
-    }
-    EXPECT_THAT(page, ElementsAre("  SLICE      CPU                               MEMORY",
-                                  "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
-                                  "  web.slice  ............      -               #####.....       0 B          =#", "",
-                                  "Processes of db.slice: 2, by CPU",
-                                  "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
-                                  " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
-                                  "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s",
-                                  "", "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
+    const auto page = [](const std::vector<SliceUsage>& shown, const TopView& view, const PageSize& size) {
+        Texts lines;
+        for (const Line& line : ComposePage(shown, view, size, kAsciiGlyphs)) {
+            lines.push_back(Text(line));
+        }
+        return lines;
+    };
+    EXPECT_EQ(page({}, {"", Order::Cpu, false}, {9, 2}), (Texts{"no slice ", ""}));
+    EXPECT_THAT(page(slices, {.unit = "gone.slice"}, {80, 10}),
+                ElementsAre("  SLICE      CPU                               MEMORY",
+                            "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
+                            "  web.slice  ............      -               #####.....       0 B          =#", "",
+                            "Processes of db.slice: 2, by CPU",
+                            "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
+                            " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
+                            "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s", "",
+                            "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
 }
 
 TEST_F(TopPage, SortsTheProcesses)

@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using ::testing::ElementsAre;
@@ -36,6 +38,10 @@ TEST(UnitNames, TypesStemsAndNormalNames)
         EXPECT_EQ(UnitTypeGet(c.unit), c.type) << c.unit;
         EXPECT_EQ(UnitNameWithoutFileExtensionGet(c.unit), c.stem) << c.unit;
         EXPECT_EQ(NormalizedUnitNameGet(c.unit), c.normalized) << c.unit;
+    }
+    std::istringstream types("service socket device mount automount swap target path timer slice scope");
+    for (std::string type; types >> type;) {
+        EXPECT_TRUE(IsUnitType(type)) << type;
     }
 }
 

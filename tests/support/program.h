@@ -1,0 +1,47 @@
+#pragma once
+
+#include "support/machine.h"
+#include "support/shell.h"
+
+#include <gmock/gmock.h>
+
+namespace MERO::Test {
+
+/// How a shell calls merosystemctl.
+inline const std::string kTool = std::string("env TZ=UTC ") + MEROSYSTEMCTL + " ";
+
+/// The whole program on a private machine, with a systemctl that knows units (/run/units, a file of properties each),
+/// jobs (/run/jobs) and unit files (/run/files), lines as systemctl prints them.
+struct Program : Machine {
+    Program()
+    {
+        Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+        WriteProgram("/usr/bin/journalctl", "");
+        Otherwise("true");
+    }
+    ~Program() override { std::filesystem::remove_all("/sys/fs"); }
+
+    /// A shell script: what systemctl does when it is not asked for those.
+    void Otherwise(const std::string& script)
+    {
+        SystemctlScript("property() { sed -n \"s/^$1=//p\" \"/run/units/$2\" | tail -n 1; }\n"
+                        "case \"$1 $2\" in\n"
+                        "'show --property') echo \"$3=$(property $3 $4)\";;\n"
+                        "show*) names=$2; shift 2; for unit; do $next; next=echo; cat /run/units/$unit; "
+                        "[ $names != --property=NRestarts ] || echo NRestarts=0; done;;\n"
+                        "is-enabled*) property UnitFileState $2;;\n"
+                        "list-jobs*) grep \" $3\" /run/jobs || true;;\n"
+                        "list-unit-files*) grep \"[.]$5\" /run/files || true;;\n"
+                        "*) " +
+                        script + ";; esac\n");
+    }
+    static void SetUnits(const std::vector<std::pair<std::string, std::string>>& units)
+    {
+        for (const auto& [unit, properties] : units) {
+            Write("/run/units/" + unit, properties);
+        }
+    }
+    static ShellResult Tool(const std::string& arguments) { return Shell(kTool + arguments); }
+};
+
+} // namespace MERO::Test

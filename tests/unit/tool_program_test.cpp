@@ -1,0 +1,431 @@
+#include "support/program.h"
+#include "support/terminal.h"
+#include "support/waiting.h"
+
+#include <sys/mount.h>
+
+using namespace MERO::Test;
+using namespace ::testing;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kSeeLog = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
+
+TEST_F(Program, RefusesWhatDoesNotGoTogether)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "A subcommand is required"},
+        {"start", "UNIT is required"},
+        {"dance web", "there is no command dance"},
+        {"start --verify --no-block web", "--verify excludes --no-block"},
+        {"volume register /vol1", "--unit or --package is required"},
+        {"volume register /vol1 --unit ''", "--unit: a name is missing"},
+        {"volume plan vol1", "VOLUME: vol1: a mount path begins with \"/\" and does not end with it"},
+        {"volume plan /", "VOLUME: /: a mount path begins with \"/\" and does not end with it"},
+        {"volume plan /a/", "VOLUME: /a/: a mount path begins with \"/\" and does not end with it"},
+        {"slice top --interval 0", "--interval: must be a positive number of seconds, a day at most"},
+        {"slice top --interval 86401", "--interval: must be a positive number of seconds, a day at most"},
+        {"slice top --interval 1s", "--interval: must be a positive number of seconds, a day at most"},
+        {"reload --no-block web", ""},
+        {"stop --irreversibly web", ""},
+        {"reason", ""},
+        {"info a b", ""},
+        {"default-target --offline", ""},
+        {"default-target --json a", ""},
+        {"isolate", ""},
+        {"cgroup show 0", ""},
+        {"cgroup show 4194305", ""},
+        {"process show 0", ""},
+        {"slice top --count 0", ""},
+        {"volume unmount --json /v", ""},
+        {"volume register /v --unit a --package b", ""},
+        {"cgroup move --root --monitor-only -- true", ""},
+    };
+    for (const auto& [arguments, fault] : cases) {
+        const ShellResult result = Tool(arguments);
+        EXPECT_EQ(result.exitCode, 2) << arguments;
+        EXPECT_THAT(result.output,
+                    MatchesRegex("merosystemctl: .+\nmerosystemctl: --help, also behind a command, tells what .*\n"));
+        EXPECT_THAT(result.output, StartsWith("merosystemctl: " + fault + (fault.empty() ? "" : "\n")));
+    }
+    const std::pair<std::string, std::string> ofCommands[] = {
+        {"run-in a.target", "run-in takes a command behind --"},
+        {"run-in a.target -- nothing", "nothing: there is no such program"},
+        {"volume unmount /v -- nothing", "nothing: there is no such program"},
+        {"cgroup move -- true", "cgroup move takes a slice or --root, and a command behind --"},
+        {"cgroup move a.slice --root -- true", "cgroup move takes a slice or --root, and a command behind --"},
+        {"cgroup move a.slice", "cgroup move takes a slice or --root, and a command behind --"},
+        {"cgroup move a.slice -- nothing", "nothing: there is no such program"},
+    };
+    for (const auto& [arguments, fault] : ofCommands) {
+        const ShellResult result = Tool(arguments);
+        EXPECT_TRUE(result.exitCode == 2 && result.output == "merosystemctl: " + fault + "\n") << result.output;
+    }
+    EXPECT_TRUE(Calls().empty());
+    EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
+    EXPECT_THAT(Tool("--help").output, AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("Examples:"),
+                                             Not(HasSubstr("complete"))));
+    const std::string helps =
+        "for c in '' start status why info jobs show list-units default-target enable mask uninstall 'reason add' "
+        "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' slice 'slice list' "
+        "'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
+        " $c --help > /run/help || echo $c; "
+        "grep -E '.{81}' /run/help; done";
+    EXPECT_EQ(Shell(helps).output, "") << "80 columns are enough";
+}
+
+TEST_F(Program, RunsTheCommandsOfSystemctl)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"start a b", "start a b"},
+        {"start --no-block a", "start --no-block a"},
+        {"start --irreversibly --no-block a", "start --job-mode=replace-irreversibly --no-block a"},
+        {"stop a", "stop a"},
+        {"stop --no-block a", "stop --no-block a"},
+        {"restart a", "restart a"},
+        {"try-restart a", "try-restart a"},
+        {"reload a", "reload --no-block a"},
+        {"reload-or-restart --no-block a", "reload-or-restart --no-block a"},
+        {"enable a b", "enable a b"},
+        {"enable --offline --runtime a", "enable --root=/. --runtime a"},
+        {"disable --runtime a", "disable --runtime a"},
+        {"reenable a", "reenable a"},
+        {"reenable --offline a", "disable --root=/. a, enable --root=/. a"},
+        {"mask a b", "mask a, mask b"},
+        {"mask --runtime a", "mask --runtime a"},
+        {"mask --offline --runtime a b", "mask --root=/. --runtime a, mask --root=/. --runtime b"},
+        {"unmask a", "unmask a"},
+        {"unmask --runtime a", "unmask --runtime a"},
+        {"unmask --offline a", "unmask --root=/. a"},
+        {"reset-failed a b", "reset-failed a b"},
+        {"daemon-reload", "daemon-reload"},
+        {"default-target a.target", "set-default a.target"},
+        {"default-target --offline a.target", "set-default --root=/. a.target"},
+        {"reason add r a", "stop a, daemon-reload"},
+        {"reason add other a", "stop a"},
+        {"reason remove r a", "reset-failed a"},
+        {"reason release other a", "reset-failed a, start a, daemon-reload"},
+        {"isolate --no-block a.target", "isolate --no-block a.target"},
+        {"isolate a.target", "isolate a.target"},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        const ShellResult result = Tool(arguments);
+        EXPECT_EQ(result.exitCode, 0) << arguments;
+        EXPECT_EQ(result.output,
+                  arguments.starts_with("isolate") ? "isolated to a.target; what it stops has stopped\n" : "");
+        std::string calls;
+        for (const std::string& call : Calls()) {
+            calls += call.starts_with("list-jobs") ? "" : (calls.empty() ? "" : ", ") + call;
+        }
+        EXPECT_EQ(calls, expected) << arguments;
+    }
+}
+
+TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
+{
+    SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\n"},
+              {"b", "Id=b.service\nLoadState=loaded\n"},
+              {"none", "Id=none.service\nLoadState=not-found\n"}});
+    Otherwise("for u; do case $u in -*|$1|good) ;; *) echo \"Job for $u.service failed.\"; code=1;; esac; done; "
+              "exit $code");
+    const std::string log = kSeeLog;
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"start a", 1,
+         "a: start failed\n  failed      result exit-code\n              -> journalctl --unit=a.service\n"},
+        {"start none a", 4,
+         "a: start failed\n  failed      result exit-code\n              -> journalctl --unit=a.service\n"
+         "merosystemctl: none: start failed: there is no such unit\n"},
+        {"stop none a b", 4,
+         "none: stop failed: there is no such unit\nmerosystemctl: a: stop failed\n"
+         "merosystemctl: b: stop failed\n" +
+             log},
+        {"stop a a", 1, "a: stop failed\n" + log},
+        {"stop none", 4, "none: stop failed: there is no such unit\n"},
+        {"reset-failed a", 1, "a: reset-failed failed\n" + log},
+        {"enable good none", 4,
+         "none: enable failed: there is no such unit\nmerosystemctl: good: enable failed\n" + log},
+        {"mask --offline a", 1, "Job for a.service failed.\nmerosystemctl: a: mask failed\n" + log},
+        {"daemon-reload", 0, ""},
+        {"show a Id", 0, "a.service\n"},
+        {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
+        {"volume dependency none", 4, "none: there is no such unit file\n"},
+        {"volume register /v --package none", 1, "none: volume register failed\n" + log},
+        {"volume unmount /run/none", 1, "/run/none: is not mounted\n"},
+        {"reason add ../up a", 1, "reason add failed\n" + log},
+        {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
+        {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
+        {"cgroup show 4194304", 1, "4194304: there is no such process, or it has no cgroup of systemd's\n"},
+        {"slice show a", 4, "a: there is no such slice, or it has no name\n"},
+        {"slice list", 3, "no slice is tracked\n"},
+        {"slice top", 3, "no slice is tracked\n"},
+        {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it all the same\n"},
+        {"slice kill a", 1, "killing a failed\n" + log},
+        {"isolate-state", 3, "no isolation is going on\n"},
+    };
+    for (const auto& [arguments, exitCode, output] : cases) {
+        const ShellResult result = Tool(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << arguments;
+        EXPECT_EQ(result.output, (exitCode == 0 || arguments == "isolate-state" ? "" : "merosystemctl: ") + output);
+    }
+    Write("/usr/lib/systemd/system/x.slice", "[X-Tarvix]\nName=X\n"), Write("/run/merosystemd/isolate-state", "");
+    EXPECT_EQ(Tool("slice show x.slice").output, "merosystemctl: x.slice: it is no slice that is tracked\n");
+    EXPECT_EQ(Tool("isolate-state").exitCode, 1) << "one that was killed is not none";
+    Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n");
+    EXPECT_THAT(Tool("isolate-state"), FieldsAre(0, "isolating to a.target\n"));
+    const ShellResult busy =
+        Shell("mkdir -p /run/merosystemd/locks; flock /run/merosystemd/locks/volume-register.lock " + kTool +
+              "volume register /v --unit a");
+    EXPECT_THAT(busy, FieldsAre(5, "merosystemctl: a: volume register failed: another process holds a lock that it "
+                                   "needs; try again later\n"));
+    RemoveSystemctl();
+    for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
+                                      "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {
+        const ShellResult result = Tool(command);
+        EXPECT_EQ(result.exitCode, 6) << command;
+        EXPECT_THAT(result.output, MatchesRegex("merosystemctl: .* failed: /usr/bin/systemctl cannot be run\n"));
+    }
+}
+
+TEST_F(Program, StatusTellsStatesApart)
+{
+    const std::string names = "Id=x\nDescription=A d\n", loaded = names + "LoadState=loaded\n";
+    SetUnits({{"runs", loaded + "ActiveState=active\nUnitFileState=enabled\n"},
+              {"rereads", loaded + "ActiveState=reloading\nUnitFileState=static\n"},
+              {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\n"},
+              {"held", loaded + "ActiveState=inactive\nUnitFileState=disabled\n"},
+              {"failed", loaded + "ActiveState=failed\nUnitFileState=indirect\n"},
+              {"masked", names + "LoadState=masked\nActiveState=inactive\nUnitFileState=masked\n"},
+              {"none", names + "LoadState=not-found\nActiveState=inactive\n"}});
+    Write("/run/jobs", "7 starts.service start waiting\n8 held.service restart running\n");
+    Write("/run/merosystemd/reasons/held.service/b", ""), Write("/run/merosystemd/reasons/held.service/a", "");
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"runs", 0, "runs loaded active enabled - - A d"},
+        {"rereads", 0, "rereads loaded reloading static - - A d"},
+        {"starts", 3, "starts loaded activating linked start waiting - A d"},
+        {"held", 3, "held loaded inactive disabled other running a b A d"},
+        {"failed", 1, "failed loaded failed other - - A d"},
+        {"masked", 3, "masked masked inactive masked - - A d"},
+        {"none", 4, "none not-found inactive - - - "},
+        {"runs held", 3, ""},
+        {"held failed runs", 1, ""},
+        {"runs none failed", 4, ""},
+    };
+    for (const auto& [units, exitCode, row] : cases) {
+        const ShellResult result =
+            Shell(kTool + "status " + units + " > /run/out; r=$?; sed '1d; s/  */ /g' /run/out; exit $r");
+        EXPECT_EQ(result.exitCode, exitCode) << units;
+        EXPECT_TRUE(row.empty() || result.output == row + "\n") << result.output;
+    }
+    EXPECT_EQ(Tool("status none starts").output,
+              "UNIT    LOAD       ACTIVE      ENABLED  JOB            REASONS  DESCRIPTION\n"
+              "none    not-found  inactive    -        -              -        \n"
+              "starts  loaded     activating  linked   start waiting  -        A d\n");
+    EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
+                                   "8    held.service    other  running\n");
+    EXPECT_EQ(Tool("reason list none held").output, "SERVICE  REASONS\nheld     a b\nnone     -\n");
+    EXPECT_EQ(Tool("reason list").output, "SERVICE       REASONS\nheld.service  a b\n");
+    const std::string green = "\x1b[32mactive\x1b[0m", yellow = "\x1b[33mactivating\x1b[0m", red = "\x1b[31mmasked";
+    for (const auto& [environment, isColoured] : {std::pair("TERM=xterm NO_COLOR= ", true),
+                                                  {"TERM=dumb ", false},
+                                                  {"TERM= ", false},
+                                                  {"TERM=xterm NO_COLOR=1 ", false}}) {
+        const std::string screen = Terminal(environment + kTool + "status runs starts masked").Rest();
+        EXPECT_EQ(Value(screen, AllOf(HasSubstr(green), HasSubstr(yellow), HasSubstr(red))), isColoured) << screen;
+        EXPECT_EQ(Value(screen, HasSubstr("\x1b")), isColoured);
+    }
+}
+
+/// A machine with something to tell of in every command.
+struct FullProgram : Program {
+    FullProgram()
+    {
+        const std::pair<std::string, std::string> units[] = {
+            {"web.service", "Name=Web \"server\"\nNameI18n=web:title\nDefaultEnable=yes\nFirewallSections=http https\n"
+                            "BelongsTo=multi-user.target other.service\nPackedIn=a.target\nSupportKey=zfs\n"},
+            {"all.service", "VolumeDependency=all\n"},
+            {"child.service", "VolumeDependency=all\nMaster=all.service\n"},
+            {"pkgctl-Foo.service", "VolumeDependency=partial\n"},
+            {"some.service", "VolumeDependency=partial\n"},
+            {"uses.service", ""},
+            {"a.slice", "Name=A\n"},
+            {"b.slice", "NameI18n=b:title\n"}};
+        for (const auto& [unit, keys] : units) {
+            Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
+            Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
+            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\n"}});
+        }
+        Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
+        close(file_), fs::create_directories("/var/packages/Foo");
+        EXPECT_EQ(Tool("volume register " + kVolume + " --unit some; " + kTool + "volume register " + kVolume +
+                       " --package Foo; " + kTool + "volume register /v --unit web; " + kTool +
+                       "volume register /w --unit web; " + kTool + "volume unregister /w --unit web")
+                      .output,
+                  "");
+        Write("/run/cgroup", "1:name=systemd:/uses.service\n2:name=meromonitor:/a.slice\n");
+        Write("/run/other", "1:name=systemd:/\n"),
+            Write("/run/swaps", "Filename Type\n" + kVolume + "/swap file 1 0\n");
+        Mount("/run/cgroup", user_.File("cgroup")), Mount("/run/other", holder_.File("cgroup"));
+        Mount("/run/swaps", "/proc/swaps");
+        Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", pid_ + "\n");
+        Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", "");
+        Otherwise("case $1 in get-default) echo a.target;; esac");
+    }
+    ~FullProgram() override { umount("/proc/swaps"); }
+
+    static void Mount(const std::string& source, const std::string& place)
+    {
+        EXPECT_EQ(mount(source.c_str(), place.c_str(), "", MS_BIND, ""), 0);
+    }
+    /// Its columns, with one blank between them; without figures that change.
+    static std::string Table(const std::string& command)
+    {
+        return Shell(kTool + command + " | sed 's/  */ /g; s/ [0-9.]* [KMG]iB/ n KiB/g; s/ [0-9]*[.][0-9]*%/ n%/g'")
+            .output;
+    }
+
+    const std::string kVolume = "/run/pool-" + std::to_string(getpid());
+    const int file_ = (Write(kVolume + "/file", ""), open((kVolume + "/file").c_str(), O_RDONLY)); // is passed on
+    Waiting user_, holder_;
+    const std::string pid_ = std::to_string(user_.pid), other_ = std::to_string(holder_.pid);
+};
+
+TEST_F(FullProgram, PrintsTables)
+{
+    const std::string users = pid_ + " sleep fd " + kVolume + "/file", none = " - - - -\n", n = " n KiB";
+    const std::string usage = " sleep 0.00 n% n KiB 0 B/s 0 B/s\n",
+                      usages = "PID NAME CPU SECONDS CPU MEMORY READ WRITE\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {"info web", "Unit web\nName Web \"server\"\nTranslated name web:title\nSupported here no\n"
+                     "Enabled by default yes\nOne-click enable no\nIn information centre no\nIn small update no\n"
+                     "Firewall sections http https\nBelongs to multi-user.target\nPacked in a.target\n"},
+        {"info a.slice | grep Trans", "Translated name -\n"},
+        {"list-units --type slice", "a.slice\nb.slice\n"},
+        {"list-services | head -n 2", "web\nall\n"},
+        {"default-target", "a.target\n"},
+        {"volume list",
+         "KIND OWNER VOLUMES\nunit some.service " + kVolume + "\nunit web.service /v\npackage Foo " + kVolume + "\n"},
+        {"volume list /v /none", "KIND OWNER VOLUMES\nunit web.service /v\n"},
+        {"volume users " + kVolume, "uses.service\n"},
+        {"volume dependency child", "all\n"},
+        {"volume plan " + kVolume,
+         "SERVICE CAUSE PID COMMAND HOW FILE\nall.service depends on all volumes" + none +
+             "all.service master of child.service, which depends on all volumes" + none +
+             "pkgctl-Foo.service belongs to package Foo, which registered the volume" + none +
+             "some.service registered the volume" + none + "uses.service uses files " + users +
+             "\n\nThese keep it busy, although those services stop:\n\nWHAT UNIT PID COMMAND HOW FILE\n"
+             "process - " +
+             other_ + " sleep fd " + kVolume + "/file\nswap file - - - - " + kVolume + "/swap\n"},
+        {"cgroup show " + pid_, "Unit uses.service\nsystemd /uses.service\nmeromonitor /a.slice\n"},
+        {"cgroup show " + other_, "Unit -\nsystemd /\nmeromonitor -\n"},
+        {"process show --interval 0.1 " + pid_, usages + pid_ + usage},
+        {"slice list", "SLICE PROCESSES MEMORY CPU SECONDS NAME TRANSLATED NAME\n"
+                       "a.slice 1" +
+                           n + " 0.00 A -\nb.slice 0 0 B 0.00 - b:title\n"},
+        {"slice show --interval 0.1 a.slice", usages + pid_ + usage + "total 1 process 0.00 n% n KiB 0 B/s 0 B/s\n"},
+        {"slice show --interval 0.1 b.slice", usages + "total 0 processes 0.00 n% 0 B 0 B/s 0 B/s\n"},
+        {"slice top --interval 0.1 --count 2 | sed 's/^[0-9:]* *//'",
+         "a.slice CPU n% memory" + n +
+             " processes 1\nb.slice CPU n% memory 0 B processes 0\n"
+             "a.slice CPU n% memory" +
+             n + " processes 1\nb.slice CPU n% memory 0 B processes 0\n"},
+    };
+    for (const auto& [command, table] : cases) {
+        EXPECT_EQ(Table(command), table) << command;
+    }
+}
+
+TEST_F(FullProgram, PrintsJsonOfItsSchema)
+{
+    struct Case {
+        std::string command, arguments, filter, filtered; ///< what of the output does not change, and its value
+    };
+    const std::string briefly = "--interval 0.1 ";
+    const Case cases[] = {
+        {"status", "web.service", ".[0] | [.active, .enabled, .job.id, .job.type, .job.state, .load, .reasons, .unit]",
+         R"(["active","other",7,"start","waiting","loaded",["r"],"web.service"])"},
+        {"why", "web.service", "[.active, .causes[0].kind, .causes[0].remedy]",
+         R"(["active","held","merosystemctl reason release r web.service"])"},
+        {"jobs", "", ".", R"([{"id":7,"state":"waiting","type":"start","unit":"web.service"}])"},
+        {"info", "web", ".",
+         R"({"belongsTo":["multi-user.target"],"defaultEnable":true,"firewallSections":["http","https"],)"
+         R"("infoCenter":false,"name":"Web \"server\"","nameI18n":"web:title","nanoUpdate":false,)"
+         R"("oneClickEnable":false,"packedIn":["a.target"],"supported":false,"unit":"web"})"},
+        {"show", "web.service Id", ".", R"("web.service")"},
+        {"list-units", "--type slice", ".", R"(["a.slice","b.slice"])"},
+        {"list-services", "", "length", "6"},
+        {"default-target", "", ".", R"("a.target")"},
+        {"reason list", "", ".", R"({"web.service":["r"]})"},
+        {"isolate-state", "", ".", R"({"isolating":false,"target":""})"},
+        {"volume list", "/v", ".", R"([{"kind":"unit","owner":"web.service","volumes":["/v"]}])"},
+        {"volume users", kVolume, ".", R"(["uses.service"])"},
+        {"volume dependency", "some", ".", R"("partial")"},
+        {"volume plan", kVolume, "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.blockers[].what]",
+         R"(["all","all.service","","all","child.service","","package","pkgctl-Foo.service","Foo","unit",)"
+         R"("some.service","","files","uses.service","","fd"])"
+         "\n"
+         R"(["process","swap file"])"},
+        {"volume unmount", "--dry-run " + kVolume, ".blockers[0].user.file", "\"" + kVolume + "/file\""},
+        {"cgroup show", pid_, "del(.pid)",
+         R"({"meromonitor":"/a.slice","systemd":"/uses.service","unit":"uses.service"})"},
+        {"process show", briefly + pid_, "[.name, .pid]", R"(["sleep",)" + pid_ + "]"},
+        {"slice list", "", "map([.slice, .name, .nameI18n, .processes])",
+         R"([["a.slice","A","",1],["b.slice","","b:title",0]])"},
+        {"slice show", briefly + "a.slice", "[.slice, .name, .nameI18n, .processes[].name, .total.cpuSeconds]",
+         R"(["a.slice","A","","sleep",0])"},
+        {"slice top", briefly + "--count 1", "map([.slice, .processes])", R"([["a.slice",1],["b.slice",0]])"},
+    };
+    std::string outputs;
+    for (const Case& c : cases) {
+        const std::string output = Tool(c.command + " " + c.arguments + " --json").output;
+        Write("/run/out", output);
+        EXPECT_EQ(Shell("jq -cS '" + c.filter + "' /run/out").output, c.filtered + "\n") << c.command;
+        outputs += (outputs.empty() ? "{\"" : ",\"") + c.command + "\":" + output;
+    }
+    Write("/run/out", outputs + "}");
+    // Each output has the definition of its command's name.
+    EXPECT_EQ(
+        Shell("jq '{definitions, properties: (.definitions | with_entries(.value = {\"$ref\": (\"#/definitions/\" + "
+              "(.key | gsub(\" \"; \"%20\")))}))}' " SCHEMA
+              " > /run/schema && /usr/bin/jsonschema -i /run/out /run/schema")
+            .output,
+        "");
+}
+
+TEST_F(FullProgram, CompletesCommandLines)
+{
+    ASSERT_EQ(mount("/dev/pool", (fs::create_directories("/run/vol9"), "/run/vol9"), "tmpfs", 0, ""), 0);
+    const std::pair<std::string, std::string> cases[] = {
+        {"star", "start"},
+        {"volume un", "unmount unregister"},
+        {"start --no-block we", "web.service"},
+        {"start web.service a", "a.slice all.service"},
+        {"start --v", "--verify"},
+        {"reason release ''", "r"},
+        {"reason release r w", "web.service"},
+        {"reason list w", "web.service"},
+        {"volume plan /v", "/v"},
+        {"volume plan /v /run/vol", "/run/vol9"},
+        {"volume users /run/", kVolume + " /run/vol9"},
+        {"volume register --unit so", "some.service"},
+        {"list-units --type ti", "timer"},
+        {"isolate w", ""},
+        {"slice kill b", "b.slice"},
+        {"slice top --interval ''", ""},
+        {"show web.service ''", ""},
+        {"nonsense ''", ""},
+        {"why --json web", "web.service"},
+    };
+    EXPECT_THAT(Tool("complete --").output, HasSubstr("\nwhy\n"));
+    for (const auto& [words, expected] : cases) {
+        const std::string output = Shell(kTool + "complete -- " + words + " | tr '\\n' ' '").output;
+        EXPECT_EQ(output, expected + (expected.empty() ? "" : " ")) << words;
+    }
+    EXPECT_EQ(Shell("PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
+                    "; COMP_WORDS=(merosystemctl start so); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'")
+                  .output,
+              "some.service\n");
+    umount("/run/vol9");
+}
+
+} // namespace
