@@ -88,10 +88,6 @@ template <typename T> std::string Shown(const T& value)
         return Shown(value.name) + Shown(value.path);
     } else if constexpr (requires { value.owner; }) {
         return Shown(value.owner) + Shown(value.volumes);
-    } else if constexpr (requires { value.stops; }) {
-        return Shown(value.stops);
-    } else if constexpr (requires { value.causes; }) {
-        return Shown(value.unit) + Shown(value.causes.size());
     }
     return "";
 }

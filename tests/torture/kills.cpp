@@ -31,14 +31,19 @@ struct Victim {
     std::string name;
     int kills;
     int longest; ///< until it is killed: ms. Most are killed early.
-    std::function<void()> act;
-    std::function<bool()> next;
+    void (*act)();
+    bool (*next)();
 };
 
 std::string Volume()
 {
     static std::mt19937 random(static_cast<unsigned>(getpid()));
     return kVolumes[random() % kVolumes.size()];
+}
+
+bool IsActive()
+{
+    return MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
 }
 
 /// A register written by nobody else has known volumes, each once.
@@ -69,15 +74,6 @@ bool IsIsolationWhole()
     return text.empty() || (text.starts_with("target=") && text.find("\npid=") != text.npos && text.ends_with('\n'));
 }
 
-void Check(Run& run, const Victim& victim)
-{
-    run.Expect(AreLocksFree(), victim.name + ": a lock is still held");
-    run.Expect(AreRegistersWhole(), victim.name + ": a volume register is damaged");
-    const bool areTargetsWhole = IsTargetWhole("begin", "Conflicts") && IsTargetWhole("end", "Wants");
-    run.Expect(areTargetsWhole, victim.name + ": a target is damaged");
-    run.Expect(IsIsolationWhole(), victim.name + ": the isolation's state is damaged");
-}
-
 void KillOne(Run& run, const Victim& victim)
 {
     const double part = run.Random(1000) / 1000.0;
@@ -89,7 +85,11 @@ void KillOne(Run& run, const Victim& victim)
     });
     std::this_thread::sleep_for(std::chrono::microseconds(static_cast<long>(part * part * victim.longest * 1000)));
     Kill(pid);
-    Check(run, victim);
+    run.Expect(AreLocksFree(), victim.name + ": a lock is still held");
+    run.Expect(AreRegistersWhole(), victim.name + ": a volume register is damaged");
+    run.Expect(IsTargetWhole("begin", "Conflicts") && IsTargetWhole("end", "Wants"),
+               victim.name + ": a target is damaged");
+    run.Expect(IsIsolationWhole(), victim.name + ": the isolation's state is damaged");
     run.Expect(Comes(30s, HasNoChild), victim.name + ": what it had started does not end"); // systemctl goes on
     const auto start = Clock::now();
     run.Expect(victim.next(), victim.name + ": the next call failed");
@@ -97,42 +97,34 @@ void KillOne(Run& run, const Victim& victim)
     run.Done();
 }
 
-std::vector<Victim> Victims()
-{
-    const auto registers = [] {
-        const std::string volume = Volume();
-        MEROSystemdVolumeRegister("held", volume);
-        MEROSystemdPackageVolumeRegister("Foo", volume);
-        MEROSystemdVolumeUnregister("held", Volume());
-        MEROSystemdPackageVolumeUnregister("Foo", Volume());
-    };
-    const auto registersNext = [] {
-        return MEROSystemdVolumeRegister("held", "/vol1") && MEROSystemdPackageVolumeRegister("Foo", "/vol1") &&
-               MEROSystemdVolumeIsRegisteredByUnit("held", {"/vol1"}) &&
-               MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/vol1"});
-    };
-    const auto unmounts = [] { (void)_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return true; }); };
-    const auto unmountsNext = [] {
-        // What the killed had stopped stays stopped; the next action is about what runs.
-        return MEROSystemdStart("all") &&
-               _MEROSystemdVolumeUnmountAction(
-                   {"/vol1"},
-                   [] { return MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_INACTIVE; }) &&
-               MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
-    };
-    const auto isolates = [] {
-        (void)MEROSystemdIsolateTarget("quiet.target", nullptr);
-        (void)MEROSystemdIsolateToDefaultTarget();
-    };
-    const auto isolatesNext = [] {
-        IsolateState state;
-        return MEROSystemdIsolateToDefaultTarget() && MEROSystemdIsolateStateGet(state) && !state.isolating &&
-               MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
-    };
-    return {{"registers", 2400, 30, registers, registersNext},
-            {"unmounts", 700, 500, unmounts, unmountsNext},
-            {"isolations", 300, 600, isolates, isolatesNext}};
-}
+const Victim kVictims[] = {
+    {"registers", 1000, 30,
+     [] {
+         const std::string volume = Volume();
+         MEROSystemdVolumeRegister("held", volume), MEROSystemdPackageVolumeRegister("Foo", volume);
+         MEROSystemdVolumeUnregister("held", Volume()), MEROSystemdPackageVolumeUnregister("Foo", Volume());
+     },
+     [] {
+         return MEROSystemdVolumeRegister("held", "/vol1") && MEROSystemdPackageVolumeRegister("Foo", "/vol1") &&
+                MEROSystemdVolumeIsRegisteredByUnit("held", {"/vol1"}) &&
+                MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/vol1"});
+     }},
+    {"unmounts", 400, 500, [] { (void)_MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return true; }); },
+     [] { // what the killed had stopped stays stopped; the next action is about what runs
+         return MEROSystemdStart("all") && _MEROSystemdVolumeUnmountAction({"/vol1"}, [] { return !IsActive(); }) &&
+                IsActive();
+     }},
+    {"isolations", 200, 600,
+     [] {
+         (void)MEROSystemdIsolateTarget("quiet.target", nullptr);
+         (void)MEROSystemdIsolateToDefaultTarget();
+     },
+     [] {
+         IsolateState state;
+         return MEROSystemdIsolateToDefaultTarget() && MEROSystemdIsolateStateGet(state) && !state.isolating &&
+                IsActive();
+     }},
+};
 
 } // namespace
 
@@ -147,7 +139,7 @@ void Torture(Run& run)
     MEROSystemdDaemonReload();
     run.Expect(MEROSystemdIsolateToDefaultTarget(), "the default target was not reached");
     Machine::Write(kRegister, "[\"" + Joined(kVolumes, "\", \"") + "\"]");
-    for (const Victim& victim : Victims()) {
+    for (const Victim& victim : kVictims) {
         for (int left = run.Scaled(victim.kills); left > 0; --left) {
             KillOne(run, victim);
         }

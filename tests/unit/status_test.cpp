@@ -46,11 +46,6 @@ TEST_F(Status, ShowGivesTheValueOfTheFirstLine)
         EXPECT_EQ(MEROSystemdShow("u", "A", value), expected != "before") << output;
         EXPECT_EQ(value, expected) << output;
     }
-    (void)Calls();
-    std::string value;
-    EXPECT_FALSE(MEROSystemdShow("", "A", value) || MEROSystemdShowSystem("u", "", value));
-    EXPECT_THAT(Said("systemd_show"), ElementsAre("!strUnit.empty()", "!strProperty.empty()"));
-    EXPECT_TRUE(Calls().empty());
 }
 
 TEST_F(Status, EveryStateHasItsNumberAndNoOtherHasOne)
