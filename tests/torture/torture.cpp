@@ -1,6 +1,7 @@
 #include "torture/torture.h"
 
 #include "support/child.h"
+#include "support/environment.h"
 #include "support/lock.h"
 
 #include <sched.h>
@@ -176,6 +177,7 @@ void EnterPlace()
         if (std::getenv("MERO_IN_SANDBOX") == nullptr) {
             throw std::runtime_error("starts and stops units as it likes; scripts/torture runs it, in mero-sandbox");
         }
+        Test::MakeEnvironmentKnown();
         Machine::Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
         Machine::Write("/run/merobootseq/boot-step", "6\n");
         prctl(PR_SET_CHILD_SUBREAPER, 1);
