@@ -4,6 +4,7 @@
 #include "core/core_error.h"
 #include "core/log.h"
 #include "core/make_directory.h"
+#include "platform/core/owners.h"
 
 #include <merocore/file.h>
 
@@ -12,21 +13,15 @@
 #include <libgen.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace MERO::Systemd {
 namespace {
 
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
-
 /// The folder of a file; false when memory is out.
 bool DirectoryOf(const std::string& path, std::string& directory)
 {
-    const std::unique_ptr<char, FreeText> copy(strdup(path.c_str())); // dirname writes into it
+    const CMemory<char> copy(strdup(path.c_str())); // dirname writes into it
     if (copy == nullptr) {
         MERO_LOG(LOG_ERR, "Failed to alloc pointer: %m");
         return false;

@@ -1,6 +1,6 @@
-#include "core/descriptor.h"
 #include "core/log.h"
 #include "core/text_reader.h"
+#include "platform/core/owners.h"
 #include "resource/process_texts.h"
 
 #include <merosystemd/resource.hpp>

@@ -1,6 +1,6 @@
-#include "core/descriptor.h"
 #include "core/directory_names.h"
 #include "core/text_reader.h"
+#include "platform/core/owners.h"
 #include "resource/slice_name.h"
 
 #include <merosystemd/resource.hpp>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/descriptor.h"
 #include "core/directory_names.h"
 #include "core/text_reader.h"
+#include "platform/core/owners.h"
 
 #include <merosystemd/volume.hpp>
 

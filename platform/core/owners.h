@@ -2,9 +2,12 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
+#include <memory>
 #include <utility>
 
-namespace MERO::Core {
+/// Owners of what C hands out. This header is also the library's and the sandbox's; it is not installed.
+namespace MERO {
 
 /// Owns a file descriptor; -1 is none.
 class Descriptor {
@@ -33,4 +36,12 @@ private:
     int fd_ = -1;
 };
 
-} // namespace MERO::Core
+struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+/// Owns memory that malloc() gave, such as strdup's.
+template <typename T>
+using CMemory = std::unique_ptr<T, FreeMemory>;
+
+} // namespace MERO
