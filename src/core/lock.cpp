@@ -1,14 +1,12 @@
 #include "core/lock.h"
 
-#include "core/cancel_block.h"
-#include "core/core_error.h"
-#include "core/log.h"
-#include "core/make_directory.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
+#include "core/interruption.h"
+#include "core/text.h"
 #include "platform/core/owners.h"
 
 #include <merocore/file.h>
-
-#include <boost/algorithm/string/join.hpp>
 
 #include <libgen.h>
 #include <unistd.h>
@@ -96,7 +94,7 @@ void FileLock::LogLockFailed(std::string what) const
 
 void FileLock::LogLockFailed(std::vector<std::string> units) const
 {
-    LogLockFailed(boost::algorithm::join(units, " "));
+    LogLockFailed(Join(units, " "));
 }
 
 SystemOperationLock::SystemOperationLock() : FileLock("/run/merosystemd/locks/system-operation.lock", true, 120) {}

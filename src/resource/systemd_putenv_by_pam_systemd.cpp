@@ -42,8 +42,8 @@ Text UserNameGet(uid_t uid)
     }
 }
 
-/// One PAM session's handle, from pam_start to pam_end. The session is never closed, deliberately: it must live as
-/// long as the user manager's variables are in use.
+/// One PAM session's handle, from pam_start to pam_end. The session is never closed: it must live as long as the user
+/// manager's variables are in use.
 class PamHandle {
 public:
     /// Opens the user's session; false, logged, when it could not.

@@ -1,13 +1,21 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
-#include "core/split.h"
+#include "core/text.h"
 
-#include "core/log.h"
-
-#include <merocore/error.h>
+#include "core/errors.h"
 
 #include <boost/algorithm/string.hpp>
 
 namespace MERO::Systemd {
+
+std::string Join(const std::vector<std::string>& texts, const char* between)
+{
+    return boost::algorithm::join(texts, between);
+}
+
+std::string Concatenate(const std::vector<std::string>& lines)
+{
+    return Join(lines, "");
+}
 
 bool Split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters)
 {
@@ -18,8 +26,7 @@ bool Split(const std::string& text, std::vector<std::string>& out, const std::st
         }
         return true;
     } catch (const std::exception&) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_NO_MEMORY, here.file, here.line);
+        SetError(MERO_HERE, MLIBC_ERR_NO_MEMORY);
         return false;
     }
 }

@@ -1,4 +1,4 @@
-#include "unit/unit_name.h"
+#include "core/names.h"
 
 #include <algorithm>
 #include <array>
@@ -36,6 +36,33 @@ std::string UnitNameWithoutFileExtensionGet(const std::string& unit)
 std::string NormalizedUnitNameGet(const std::string& unit)
 {
     return HasKnownUnitType(unit) ? unit : unit + ".service";
+}
+
+bool IsSliceName(const std::string& name)
+{
+    return name.find('/') == name.npos && UnitTypeGet(name) == "slice";
+}
+
+bool IsFileName(const std::string& name)
+{
+    return !name.empty() && name.find('/') == name.npos && name.find('\0') == name.npos && name != "." && name != "..";
+}
+
+bool AreFileNames(const std::vector<std::string>& names)
+{
+    return std::all_of(names.begin(), names.end(), IsFileName);
+}
+
+std::string LastComponent(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1); // npos + 1 is 0
+}
+
+bool EndInFileNames(const std::vector<std::string>& paths)
+{
+    return std::all_of(paths.begin(), paths.end(), [](const std::string& path) {
+        return path.find('\0') == path.npos && IsFileName(LastComponent(path));
+    });
 }
 
 } // namespace MERO::Systemd
