@@ -1,6 +1,5 @@
 #include "fuzzer.h"
 #include "ini_file.h"
-#include "isolate/isolate_files.h"
 #include "isolate/isolate_state.h"
 
 #include <merocore/error.h>

@@ -1,6 +1,6 @@
-#include "core/split.h"
+#include "core/names.h"
+#include "core/text.h"
 #include "fuzzer.h"
-#include "unit/unit_name.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;

@@ -1,7 +1,5 @@
 #include "fuzzer.h"
-#include "resource/process_cgroup.h"
-#include "resource/process_texts.h"
-#include "volume/kernel_table.h"
+#include "resource/proc_texts.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;

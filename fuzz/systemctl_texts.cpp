@@ -1,9 +1,9 @@
 #include "core/failed_units.h"
+#include "core/names.h"
 #include "core/systemctl_dialect.h"
 #include "fuzzer.h"
 #include "unit/job_info.h"
-#include "unit/unit_name.h"
-#include "unit/unit_paths.h"
+#include "unit/unit_file.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;

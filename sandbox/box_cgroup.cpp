@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "sandbox/await.h"
 #include "sandbox/check.h"
 #include "sandbox/mounting.h"
 

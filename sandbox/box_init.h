@@ -4,8 +4,8 @@
 #include <list>
 #include <vector>
 
+#include "platform/core/owners.h"
 #include "sandbox/box_cgroup.h"
-#include "sandbox/descriptor.h"
 #include "sandbox/owned_process.h"
 
 namespace MERO::Sandbox {

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
+#include <unistd.h>
+
+#include "platform/core/system_calls.h"
 
 namespace MERO::Sandbox {
 
@@ -15,14 +19,19 @@ Result Check(Result result, const std::string& what)
     return result;
 }
 
-/// Calls `call` until it is not interrupted: a stopped and continued process sees EINTR without a handler.
-template <typename Call>
-auto Uninterrupted(Call call)
+/// Calls `isDone`, with short pauses, until it is or `patience` has come to its end.
+/// @return whether it is done
+template <typename Condition>
+bool Await(std::chrono::milliseconds patience, Condition isDone)
 {
-    auto result = call();
-    while (result < 0 && errno == EINTR)
-        result = call();
-    return result;
+    constexpr useconds_t kPause = 2000;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    bool done = isDone();
+    while (!done && std::chrono::steady_clock::now() < deadline) {
+        usleep(kPause);
+        done = isDone();
+    }
+    return done;
 }
 
 } // namespace MERO::Sandbox

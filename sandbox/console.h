@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

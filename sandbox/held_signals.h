@@ -3,7 +3,7 @@
 #include <csignal>
 #include <optional>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 #include "sandbox/owned_process.h"
 
 namespace MERO::Sandbox {

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

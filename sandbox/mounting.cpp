@@ -85,9 +85,7 @@ void WriteFile(const fs::path& path, std::string_view text)
 {
     const Descriptor file(
         Check(open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644), "cannot make " + path.string()));
-    const std::string what = "cannot write " + path.string();
-    if (Check(write(file.Get(), text.data(), text.size()), what) != static_cast<ssize_t>(text.size()))
-        throw std::system_error(ENOSPC, std::generic_category(), what);
+    Check(WriteAll(file.Get(), text) ? 0 : -1, "cannot write " + path.string());
 }
 
 } // namespace MERO::Sandbox

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

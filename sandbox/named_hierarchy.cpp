@@ -5,7 +5,7 @@
 #include <sstream>
 #include <system_error>
 
-#include "sandbox/await.h"
+#include "sandbox/check.h"
 #include "sandbox/mounting.h"
 
 namespace MERO::Sandbox {

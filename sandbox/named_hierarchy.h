@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "sandbox/descriptor.h"
+#include "platform/core/owners.h"
 
 namespace MERO::Sandbox {
 

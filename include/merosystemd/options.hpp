@@ -12,9 +12,10 @@ namespace MERO::Systemd {
 
 /// The options of one `systemctl` run. A small value: copy it freely.
 struct SystemctlOpts {
-    const std::vector<std::string>* cmdOpts = nullptr; ///< placed after the verb; not owned; nullptr: none
-    bool calRunTime = false;                           ///< measure the run and log its milliseconds
-    bool forceSystem = false;                          ///< the system manager even for an ordinary user
+    /// Placed after the verb; not owned. nullptr: none, but there may be some among the units.
+    const std::vector<std::string>* cmdOpts = nullptr;
+    bool calRunTime = false;  ///< measure the run and log its milliseconds
+    bool forceSystem = false; ///< the system manager even for an ordinary user
 };
 
 /// Builds SystemctlOpts: `SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build()`.

@@ -1,24 +1,18 @@
+#include "platform/core/owners.h"
+#include "platform/core/system_calls.h"
+
 #include <merobootseq/bootseq.h>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cctype>
-#include <cerrno>
 #include <charconv>
 
 int MEROSystemGetBootStep(void)
 {
-    const int file = open("/run/merobootseq/boot-step", O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return -1;
-    }
+    const MERO::Descriptor file(open("/run/merobootseq/boot-step", O_RDONLY | O_CLOEXEC));
     char text[32];
-    ssize_t length;
-    do {
-        length = read(file, text, sizeof text);
-    } while (length < 0 && errno == EINTR);
-    close(file);
+    const ssize_t length = MERO::Uninterrupted([&] { return read(file.Get(), text, sizeof text); });
     if (length < 0 || length == sizeof text) { // a text that may go on is no number
         return -1;
     }

@@ -1,6 +1,7 @@
-#include "descriptor.h"
 #include "fail.h"
+#include "owners.h"
 #include "spawn.h"
+#include "system_calls.h"
 
 #include <merocore/process.h>
 
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <csignal>
 
+using namespace MERO;
 using namespace MERO::Core;
 
 namespace {
@@ -19,15 +21,11 @@ namespace {
 pid_t ReadPid(int fd)
 {
     pid_t pid = -1;
-    ssize_t count;
-    do {
-        count = read(fd, &pid, sizeof pid);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = Uninterrupted([&] { return read(fd, &pid, sizeof pid); });
     return count == static_cast<ssize_t>(sizeof pid) ? pid : -1;
 }
 
-/// Forks twice, so that the child becomes init's (or a subreaper's): the process between lives only to tell the child's
-/// ID.
+/// Forks twice, so that the child becomes init's (or a subreaper's). The process between hands over the child's ID.
 pid_t ForkDetached()
 {
     int ends[2];
@@ -86,9 +84,6 @@ int MLIBCProcAlive(int pid)
         return !isNone && (kill(pid, 0) == 0 || errno == EPERM) ? 1 : 0; // no descriptor left, or a kernel before 5.3
     }
     pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};
-    int count;
-    do {
-        count = poll(&ended, 1, 0);
-    } while (count < 0 && errno == EINTR); // even without a wait, a signal that comes just then breaks it off
-    return count > 0 ? 0 : 1;
+    // A signal that comes just then breaks poll off, although it does not wait.
+    return Uninterrupted([&] { return poll(&ended, 1, 0); }) > 0 ? 0 : 1;
 }

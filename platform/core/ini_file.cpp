@@ -37,7 +37,7 @@ std::size_t FirstLineSize(std::string_view text)
 
 /// What follows the first line that holds nothing but this section's header: other sections need no look at their
 /// lines.
-std::string_view BehindHeader(std::string_view text, std::string_view section)
+std::string_view AfterHeader(std::string_view text, std::string_view section)
 {
     for (std::size_t name = 1; (name = text.find(section, name)) != text.npos; ++name) {
         std::size_t start = name - 1;
@@ -95,7 +95,7 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
         if (section->find('\n') != section->npos) {
             return std::nullopt; // no line is its header
         }
-        text = BehindHeader(text, *section);
+        text = AfterHeader(text, *section);
     }
     std::optional<std::string_view> found;
     while (!text.empty()) {
@@ -109,7 +109,7 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
         if (line.kind == IniLine::Kind::Pair && line.name == key) {
             found = line.value;
         } else if (line.kind == IniLine::Kind::Header && line.name != section) {
-            text = section ? BehindHeader(text, *section) : std::string_view();
+            text = section ? AfterHeader(text, *section) : std::string_view();
         }
     }
     return found;

@@ -11,7 +11,7 @@ using namespace MERO::Core;
 
 namespace {
 
-/// `text` with the line that sets `key` replaced, or added behind the last line before the first header.
+/// `text` with the line that sets `key` replaced, or added after the last line before the first header.
 std::string WithKey(std::string_view text, std::string_view key, std::string_view value)
 {
     std::string setting;

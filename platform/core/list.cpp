@@ -1,25 +1,17 @@
 #include "fail.h"
+#include "owners.h"
 
 #include <merocore/list.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <vector>
 
+using namespace MERO;
 using namespace MERO::Core;
 
-namespace {
-
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
-
-} // namespace
-
 struct MLIBCSzList {
-    std::vector<std::unique_ptr<char, FreeText>> items;
+    std::vector<CMemory<char>> items;
 };
 
 MLIBCSzList* MLIBCSzListAlloc(void)
@@ -52,7 +44,7 @@ int MLIBCSzListPush(MLIBCSzList** list, const char* text)
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
     return WithoutExceptions([&] {
-        std::unique_ptr<char, FreeText> copy(text != nullptr ? strdup(text) : nullptr);
+        CMemory<char> copy(text != nullptr ? strdup(text) : nullptr);
         if (text != nullptr && copy == nullptr) {
             return MERO_FAIL(MLIBC_ERR_NO_MEMORY);
         }

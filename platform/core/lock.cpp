@@ -1,10 +1,10 @@
-#include "descriptor.h"
 #include "fail.h"
+#include "owners.h"
+#include "system_calls.h"
 
 #include <merocore/file.h>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/file.h>
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 #include <chrono>
 #include <thread>
 
+using namespace MERO;
 using namespace MERO::Core;
 using namespace std::chrono_literals;
 
@@ -24,25 +25,6 @@ constexpr auto kRetryInterval = 20ms;
 // Ordinary users must not be able to open a lock file: anybody who can, can hold the lock for ever.
 constexpr mode_t kLockFileMode = 0600;
 
-/// A thread that is cancelled in open() would lose the descriptor.
-int OpenWhole(const char* path)
-{
-    int before;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-    const int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockFileMode);
-    pthread_setcancelstate(before, nullptr);
-    return fd;
-}
-
-bool TryLock(int fd, int operation)
-{
-    int result;
-    do {
-        result = flock(fd, operation | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
 } // namespace
 
 int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds, int* fd)
@@ -50,13 +32,17 @@ int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds,
     if (path == nullptr || timeoutSeconds < 0 || fd == nullptr) {
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
-    Descriptor file(OpenWhole(path));
+    Descriptor file;
+    {
+        const CancelBlock block; // a thread that is cancelled in open() would lose the descriptor
+        file = Descriptor(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockFileMode));
+    }
     if (!file) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
     }
     const int operation = exclusive != 0 ? LOCK_EX : LOCK_SH;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
-    while (!TryLock(file.Get(), operation)) {
+    while (Uninterrupted([&] { return flock(file.Get(), operation | LOCK_NB); }) != 0) {
         const auto left = deadline - std::chrono::steady_clock::now();
         if (errno != EWOULDBLOCK) {
             return MERO_FAIL(MLIBC_ERR_OPEN_FILE);

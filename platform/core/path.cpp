@@ -1,5 +1,5 @@
-#include "descriptor.h"
 #include "fail.h"
+#include "owners.h"
 
 #include <merocore/file.h>
 
@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace MERO;
 using namespace MERO::Core;
 
 int MLIBCFileExist(const char* path)

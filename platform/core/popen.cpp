@@ -1,6 +1,7 @@
-#include "descriptor.h"
 #include "fail.h"
+#include "owners.h"
 #include "spawn.h"
+#include "system_calls.h"
 
 #include <merocore/process.h>
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <memory>
 
+using namespace MERO;
 using namespace MERO::Core;
 
 namespace {
@@ -25,11 +27,7 @@ thread_local pid_t closedChild = -1; // from CloseChild to MLIBCPclose, across f
 
 ssize_t ReadChild(void* cookie, char* buffer, size_t size)
 {
-    ssize_t count;
-    do {
-        count = read(static_cast<Child*>(cookie)->output.Get(), buffer, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
+    return Uninterrupted([&] { return read(static_cast<Child*>(cookie)->output.Get(), buffer, size); });
 }
 
 int CloseChild(void* cookie)

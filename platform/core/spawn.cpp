@@ -1,5 +1,7 @@
 #include "spawn.h"
 
+#include "system_calls.h"
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -80,11 +82,7 @@ pid_t Spawn(const char* path, char* const argv[], char* const envp[], SpawnOutpu
 int WaitStatus(pid_t pid)
 {
     int status = 0;
-    pid_t waited;
-    do {
-        waited = waitpid(pid, &status, 0);
-    } while (waited < 0 && errno == EINTR);
-    return waited == pid ? status : -1;
+    return Uninterrupted([&] { return waitpid(pid, &status, 0); }) == pid ? status : -1;
 }
 
 } // namespace MERO::Core

@@ -1,7 +1,8 @@
 #include "whole_file.h"
 
-#include "descriptor.h"
 #include "fail.h"
+#include "owners.h"
+#include "system_calls.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -18,7 +19,7 @@ namespace {
 
 constexpr off_t kLargestFile = off_t{16} << 20;
 
-/// The new text's file until it is renamed: whatever goes wrong, it does not stay behind.
+/// The new text's file. Unless it is renamed, it is removed when this object goes.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& target)
@@ -66,28 +67,16 @@ ssize_t ReadUpTo(int fd, char* buffer, std::size_t size)
 {
     std::size_t filled = 0;
     while (filled < size) {
-        const ssize_t count = read(fd, buffer + filled, size - filled);
+        const ssize_t count = Uninterrupted([&] { return read(fd, buffer + filled, size - filled); });
+        if (count < 0) {
+            return -1;
+        }
         if (count == 0) {
             break;
         }
-        if (count < 0 && errno != EINTR) {
-            return -1;
-        }
-        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+        filled += static_cast<std::size_t>(count);
     }
     return static_cast<ssize_t>(filled);
-}
-
-bool WriteAll(int fd, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t count = write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
-    return true;
 }
 
 bool SyncFolderOf(const std::string& path)
@@ -145,16 +134,8 @@ int WriteWholeFile(const std::string& path, std::string_view text)
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }
     TemporaryFile file(path);
-    if (!file.IsOpen()) {
-        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
-    }
-    // The owner comes first: changing it takes set-user-ID bits away.
-    struct stat old;
-    if (stat(path.c_str(), &old) == 0 &&
-        (fchown(file.Get(), old.st_uid, old.st_gid) != 0 || fchmod(file.Get(), old.st_mode & 07777) != 0)) {
-        return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
-    }
-    if (!WriteAll(file.Get(), text) || fsync(file.Get()) != 0 || !file.MoveTo(path) || !SyncFolderOf(path)) {
+    if (!file.IsOpen() || !FillNewFile(file.Get(), AT_FDCWD, path.c_str(), 0, text) || !file.MoveTo(path) ||
+        !SyncFolderOf(path)) {
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }
     return 0;

@@ -1,8 +1,8 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "core/action_log.h"
 
-#include "core/join.h"
 #include "core/log.h"
+#include "core/text.h"
 
 #include <merocore/process.h>
 #include <merosystemd/systemd.hpp>

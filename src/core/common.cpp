@@ -1,7 +1,7 @@
 #include "core/common.h"
 
-#include "core/cancel_block.h"
-#include "core/core_error.h"
+#include "core/errors.h"
+#include "core/interruption.h"
 #include "core/log.h"
 
 #include <merocore/process.h>

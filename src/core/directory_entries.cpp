@@ -1,41 +1,38 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "core/directory_entries.h"
 
-#include "core/log.h"
+#include "core/errors.h"
+#include "platform/core/owners.h"
 
-#include <merocore/error.h>
-
-#include <dirent.h>
-
-#include <cerrno>
-#include <memory>
-#include <string_view>
+#include <fcntl.h>
 
 namespace MERO::Systemd {
 namespace {
 
-struct CloseDirectory {
-    void operator()(DIR* directory) const { closedir(directory); }
-};
+int Read(const std::string& directory, std::vector<std::string>& names)
+{
+    const Descriptor folder(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return errno;
+    }
+    return DirectoryNames().ForEach(folder.Get(), [&](std::string_view name) {
+        names.emplace_back(name);
+        return true;
+    });
+}
 
 } // namespace
 
-bool DirectoryEntries(const std::string& directory, std::vector<std::string>& names)
+int DirectoryEntries(const std::string& directory, std::vector<std::string>& names)
 {
-    const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory.c_str()));
-    const dirent* entry = nullptr;
-    while (stream != nullptr && (errno = 0, entry = readdir(stream.get())) != nullptr) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") {
-            names.emplace_back(name);
-        }
+    const int error = Read(directory, names);
+    if (error == ENOENT) { // that, too, when it was removed meanwhile
+        return 0;
     }
-    if (errno == 0 || errno == ENOENT) { // the latter, too, when it was removed meanwhile
-        return true;
+    if (error != 0) {
+        SetError(MERO_HERE, MLIBC_ERR_OPEN_DIRECTORY);
     }
-    const SourceLine here = MERO_HERE;
-    MLIBCErrSetEx(MLIBC_ERR_OPEN_DIRECTORY, here.file, here.line);
-    return false;
+    return error;
 }
 
 } // namespace MERO::Systemd

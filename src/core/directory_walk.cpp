@@ -1,16 +1,17 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "core/directory_walk.h"
 
-#include "core/log.h"
+#include "core/errors.h"
+#include "core/text_reader.h"
 
-#include <merocore/error.h>
+#include <merocore/process.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 
 namespace MERO::Systemd {
 namespace {
@@ -39,7 +40,7 @@ bool CanOthersWrite(int folder)
            (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
-/// Where a link leads; empty, with errno, for what is none.
+/// Where a link leads; empty for what is none.
 std::string LinkTarget(int folder, const char* name)
 {
     char target[PATH_MAX];
@@ -56,38 +57,6 @@ std::string TakeName(std::string& path)
     return name;
 }
 
-} // namespace
-
-DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing)
-{
-    DirectoryWalk walk;
-    walk.directory = OpenFolder(AT_FDCWD, path.starts_with('/') ? "/" : ".");
-    std::string rest = path;
-    int links = 0;
-    for (std::string name; walk.directory && !(name = TakeName(rest)).empty();) {
-        const Descriptor parent = std::move(walk.directory);
-        walk.isShared = walk.isShared || CanOthersWrite(parent.Get());
-        walk.directory = OpenOrMake(parent.Get(), name.c_str(), ifMissing);
-        if (walk.directory || errno != ENOTDIR) {
-            continue;
-        }
-        const std::string target = LinkTarget(parent.Get(), name.c_str());
-        if (target.empty()) {
-            errno = ENOTDIR;
-        } else if (walk.isShared) {
-            LogRefusedWay(path, name);
-            walk.isRefused = true;
-        } else if (++links > kMaxLinks) {
-            errno = ELOOP;
-        } else {
-            rest.insert(0, target + "/");
-            walk.directory = OpenFolder(parent.Get(), target.starts_with('/') ? "/" : ".");
-        }
-    }
-    walk.error = walk.directory ? 0 : errno;
-    return walk;
-}
-
 bool IsSameFile(int first, int second)
 {
     struct stat one;
@@ -96,12 +65,93 @@ bool IsSameFile(int first, int second)
            one.st_ino == other.st_ino;
 }
 
+/// Logs that the way `path` is refused because of `name` in it, and sets the error register.
 void LogRefusedWay(const std::string& path, const std::string& name)
 {
     const SourceLine here = MERO_HERE;
     MERO_LOG_AT(here, LOG_ERR, "Refused [%s]: in a folder that others can write, [%s] is a link or was replaced",
                 path.c_str(), name.c_str());
-    MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+    SetError(here, MLIBC_ERR_INVALID_ARGUMENT);
+}
+
+/// Whether a program that starts now would let others write to what it makes. Of a umask that cannot be read that is
+/// assumed: it cannot be set for a moment, since it belongs to all threads.
+bool IsUmaskLax()
+{
+    TextReader reader;
+    const std::string_view status =
+        reader.Read(AT_FDCWD, "/proc/thread-self/status").value_or(std::string_view()); // see proc(5)
+    constexpr std::string_view kKey = "\nUmask:\t";
+    const std::size_t key = status.find(kKey);
+    return key == status.npos || (std::strtoul(status.data() + key + kKey.size(), nullptr, 8) & 022) != 022;
+}
+
+bool RunMkdir(const char* directory)
+{
+    errno = 0;
+    const int result = IsUmaskLax()
+                           ? MLIBCExec("/bin/sh", "-c", "umask go-w && exec /bin/mkdir -p \"$1\"", "mkdir", directory)
+                           : MLIBCExec("/bin/mkdir", "-p", directory, nullptr, nullptr);
+    // Where the host ignores SIGCHLD nobody knows how mkdir ended: whether the folder is there decides.
+    return result >= 0 || (MLIBCErrGet() == MLIBC_ERR_PROGRAM_FAILED && errno == ECHILD);
+}
+
+} // namespace
+
+DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing)
+{
+    DirectoryWalk walk;
+    const auto enter = [&](Descriptor folder) {
+        walk.error = folder ? 0 : errno;
+        walk.directory = std::move(folder);
+    };
+    enter(OpenFolder(AT_FDCWD, path.starts_with('/') ? "/" : "."));
+    std::string rest = path;
+    int links = 0;
+    for (std::string name; walk.directory && !(name = TakeName(rest)).empty();) {
+        const Descriptor parent = std::move(walk.directory);
+        walk.isShared = walk.isShared || CanOthersWrite(parent.Get());
+        enter(OpenOrMake(parent.Get(), name.c_str(), ifMissing));
+        const std::string target = walk.error == ENOTDIR ? LinkTarget(parent.Get(), name.c_str()) : std::string();
+        if (target.empty()) {
+            continue;
+        }
+        if (walk.isShared) {
+            LogRefusedWay(path, name);
+            walk.isRefused = true;
+        } else if (++links > kMaxLinks) {
+            walk.error = ELOOP;
+        } else {
+            rest.insert(0, target + "/");
+            enter(OpenFolder(parent.Get(), target.starts_with('/') ? "/" : "."));
+        }
+    }
+    return walk;
+}
+
+Descriptor MakeDirectory(const std::string& directory)
+{
+    DirectoryWalk made = WalkToDirectory(directory, IfMissing::Make);
+    // mkdir goes by the name: below a folder that others can write, only once the walk has made what it looks for.
+    const bool mayGoByName = made.directory || !(made.isShared || IsPassingFailure(made.error));
+    if (!made.isRefused && !mayGoByName) {
+        SetError(MERO_HERE, MLIBC_ERR_OPEN_DIRECTORY);
+    }
+    if (made.isRefused || !mayGoByName || !RunMkdir(directory.c_str())) {
+        return {};
+    }
+    if (made.directory && !made.isShared) {
+        return std::move(made.directory);
+    }
+    DirectoryWalk found = WalkToDirectory(directory, IfMissing::Fail);
+    if (found.directory && made.directory && !IsSameFile(found.directory.Get(), made.directory.Get())) {
+        LogRefusedWay(directory, directory);
+        return {};
+    }
+    if (!found.directory && !found.isRefused) {
+        SetError(MERO_HERE, MLIBC_ERR_OPEN_DIRECTORY);
+    }
+    return std::move(found.directory);
 }
 
 } // namespace MERO::Systemd

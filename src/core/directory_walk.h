@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/descriptor.h"
+#include "platform/core/owners.h"
 
 #include <string>
 
@@ -24,10 +24,9 @@ struct DirectoryWalk {
 /// Walks to a folder. Those that are missing on the way are made on demand, with mode 0755 less the umask.
 DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing);
 
-/// Whether two descriptors are of the same file.
-bool IsSameFile(int first, int second);
-
-/// Logs that the way `path` is refused because of `name` in it, and sets the error register to 0x0D00.
-void LogRefusedWay(const std::string& path, const std::string& name);
+/// Makes a folder and its missing parents, and lets the program mkdir have its look at them: the folder (O_PATH), or
+/// none, with the error register set, when that fails or the way there is refused. What is made has mode 0755 less the
+/// umask.
+Descriptor MakeDirectory(const std::string& directory);
 
 } // namespace MERO::Systemd

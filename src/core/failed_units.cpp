@@ -2,7 +2,7 @@
 #include "core/failed_units.h"
 
 #include "core/log.h"
-#include "unit/unit_name.h"
+#include "core/names.h"
 
 #include <algorithm>
 #include <functional>

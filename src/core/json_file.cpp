@@ -1,6 +1,7 @@
 #include "core/json_file.h"
 
 #include "core/text_reader.h"
+#include "platform/core/system_calls.h"
 
 #include <json/reader.h>
 #include <json/writer.h>
@@ -8,7 +9,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <memory>
 #include <sstream>
 #include <utility>
@@ -17,27 +17,6 @@ namespace MERO::Systemd {
 namespace {
 
 constexpr off_t kLargestFile = off_t{16} << 20;
-
-bool WriteAll(int fd, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t count = write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
-    return true;
-}
-
-/// A link gives nothing: whoever made it need not own what it leads to. The owner comes first: changing it takes
-/// set-user-ID bits away.
-bool MakeLike(int fd, const Descriptor& folder, const std::string& like)
-{
-    struct stat old;
-    return fstatat(folder.Get(), like.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(old.st_mode) ||
-           (fchown(fd, old.st_uid, old.st_gid) == 0 && fchmod(fd, old.st_mode & 07777) == 0);
-}
 
 } // namespace
 
@@ -72,8 +51,8 @@ bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std:
     builder["indentation"] = "  ";
     builder["emitUTF8"] = true; // texts stay the bytes that they are
     std::ostringstream stream;
-    stream.exceptions(std::ios::badbit |
-                      std::ios::failbit); // without them, a text ends where there is no memory for more
+    // Without exceptions, a text would end where there is no memory for more.
+    stream.exceptions(std::ios::badbit | std::ios::failbit);
     const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
     writer->write(value, &stream);
     stream << "\n";
@@ -81,7 +60,8 @@ bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std:
 
     const Descriptor file(
         openat(folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
-    return file && MakeLike(file.Get(), folder, like) && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
+    // A link gives neither owner nor mode: whoever made it need not own what it leads to.
+    return file && FillNewFile(file.Get(), folder.Get(), like.c_str(), AT_SYMLINK_NOFOLLOW, text);
 }
 
 } // namespace MERO::Systemd

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/descriptor.h"
+#include "platform/core/owners.h"
 
 #include <json/value.h>
 

@@ -1,32 +1,25 @@
 #include "core/lock.h"
 
-#include "core/cancel_block.h"
-#include "core/core_error.h"
-#include "core/log.h"
-#include "core/make_directory.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
+#include "core/interruption.h"
+#include "core/text.h"
+#include "platform/core/owners.h"
 
 #include <merocore/file.h>
-
-#include <boost/algorithm/string/join.hpp>
 
 #include <libgen.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace MERO::Systemd {
 namespace {
 
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
-
 /// The folder of a file; false when memory is out.
 bool DirectoryOf(const std::string& path, std::string& directory)
 {
-    const std::unique_ptr<char, FreeText> copy(strdup(path.c_str())); // dirname writes into it
+    const CMemory<char> copy(strdup(path.c_str())); // dirname writes into it
     if (copy == nullptr) {
         MERO_LOG(LOG_ERR, "Failed to alloc pointer: %m");
         return false;
@@ -101,7 +94,7 @@ void FileLock::LogLockFailed(std::string what) const
 
 void FileLock::LogLockFailed(std::vector<std::string> units) const
 {
-    LogLockFailed(boost::algorithm::join(units, " "));
+    LogLockFailed(Join(units, " "));
 }
 
 SystemOperationLock::SystemOperationLock() : FileLock("/run/merosystemd/locks/system-operation.lock", true, 120) {}

@@ -1,6 +1,6 @@
 #include "core/log.h"
 
-#include "core/descriptor.h"
+#include "platform/core/owners.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,9 +10,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
 
 namespace MERO::Systemd {
@@ -55,10 +53,6 @@ void Cut(char* message, std::size_t size)
     }
     std::strcpy(message + end, mark);
 }
-
-struct FreeMessage {
-    void operator()(char* message) const { std::free(message); }
-};
 
 } // namespace
 
@@ -113,7 +107,7 @@ void LogLong(int priority, SourceLine where, const char* format, ...)
     va_start(values, format);
     const int size = vasprintf(&text, format, values);
     va_end(values);
-    const std::unique_ptr<char, FreeMessage> message(size >= 0 ? text : nullptr);
+    const CMemory<char> message(size >= 0 ? text : nullptr);
     if (message != nullptr) {
         Cut(message.get(), static_cast<std::size_t>(size));
     }

@@ -55,20 +55,17 @@ void LogLong(int priority, SourceLine where, const char* format, ...) __attribut
 /// The length of a message's texts, up to which the log's socket takes it in any case.
 inline constexpr std::size_t kShortMessage = 60'000;
 
-/// A value as log lines show it. A text's control characters are written out ("\x0a"): no name that a caller or a file
-/// gives us can begin a line of its own in the log.
+/// A text as log lines show it. Control characters are written out ("\x0a"): no name that a caller or a file gives us
+/// can begin a line of its own in the log.
 class LogText {
 public:
-    explicit LogText(const char* text) : LogText(text, "") {}
-    /// A command's output, which has lines of its own.
-    explicit LogText(const unsigned char* lines) : LogText(reinterpret_cast<const char*>(lines), "\n\t") {}
+    /// Characters in `kept` stay as they are.
+    explicit LogText(const char* text, std::string_view kept = "");
 
     const char* Get() const { return text_; }
     std::size_t Size() const { return size_; }
 
 private:
-    LogText(const char* text, std::string_view kept);
-
     std::string written_;
     const char* text_;
     std::size_t size_;
@@ -88,19 +85,29 @@ private:
 template <typename Value>
 using LogValue = std::conditional_t<std::is_pointer_v<Value>, LogText, LogNumber<Value>>;
 
-/// Log with its values as log lines show them.
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security" // MERO_LOG_AT lets the compiler see the format itself
+#pragma GCC diagnostic ignored "-Wformat-security" // the macros below let the compiler see the format itself
+template <typename... Shown>
+void LogShown(int priority, SourceLine where, const char* format, const Shown&... shown)
+{
+    const bool isShort = (std::size_t{0} + ... + shown.Size()) <= kShortMessage;
+    (isShort ? Log : LogLong)(priority, where, format, shown.Get()...);
+}
+#pragma GCC diagnostic pop
+
+/// Log with its values as log lines show them.
 template <typename... Values>
 void LogPrintable(int priority, SourceLine where, const char* format, Values... values)
 {
-    const auto log = [&](const auto&... shown) {
-        const bool isShort = (std::size_t{0} + ... + shown.Size()) <= kShortMessage;
-        (isShort ? Log : LogLong)(priority, where, format, shown.Get()...);
-    };
-    log(LogValue<Values>(values)...);
+    LogShown(priority, where, format, LogValue<Values>(values)...);
 }
-#pragma GCC diagnostic pop
+
+/// The same with a program's output as the last value: its lines stay lines.
+template <typename... Values>
+void LogOutput(int priority, SourceLine where, const std::string& output, const char* format, Values... values)
+{
+    LogShown(priority, where, format, LogValue<Values>(values)..., LogText(output.c_str(), "\n\t"));
+}
 
 /// In a child that was forked without an exec: a line that cannot be written within ten seconds ends the process with
 /// _exit(0). syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
@@ -125,3 +132,9 @@ namespace {
     (false ? ::MERO::Systemd::Log((priority), (where), __VA_ARGS__)                                                    \
            : ::MERO::Systemd::LogPrintable((priority), (where), __VA_ARGS__))
 #define MERO_LOG(priority, ...) MERO_LOG_AT(MERO_HERE, priority, __VA_ARGS__)
+
+/// The same for a format whose last value is a program's output, a std::string, which stands before the format here.
+#define MERO_LOG_OUTPUT_AT(where, priority, output, ...)                                                               \
+    (false ? ::MERO::Systemd::Log((priority), (where), __VA_ARGS__, (output).c_str())                                  \
+           : ::MERO::Systemd::LogOutput((priority), (where), (output), __VA_ARGS__))
+#define MERO_LOG_OUTPUT(priority, output, ...) MERO_LOG_OUTPUT_AT(MERO_HERE, priority, output, __VA_ARGS__)

@@ -1,11 +1,51 @@
 #include "core/program_stream.h"
 
-#include "core/program_environment.h"
 #include "core/text_reader.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <string_view>
 
 namespace MERO::Systemd {
+namespace {
+
+// As systemctl(1), systemd's ENVIRONMENT.md and ps(1) document them. Those that say which manager is asked, or what is
+// done, are not among them: they are the host's to set.
+constexpr std::string_view kLeftOut[] = {
+    // colours, links, symbols, the terminal's title
+    "SYSTEMD_COLORS", "SYSTEMD_URLIFY", "SYSTEMD_EMOJI", "SYSTEMD_UTF8", "SYSTEMD_TINT_BACKGROUND",
+    "SYSTEMD_ADJUST_TERMINAL_TITLE", "NO_COLOR",
+    // messages between the lines
+    "SYSTEMD_LOG_LEVEL", "SYSTEMD_LOG_COLOR", "SYSTEMD_LOG_TIME", "SYSTEMD_LOG_LOCATION", "SYSTEMD_LOG_TID",
+    "SYSTEMD_LOG_TARGET", "SYSTEMD_LOG_RATELIMIT_KMSG", "DEBUG_INVOCATION",
+    // pagers
+    "SYSTEMD_PAGER", "SYSTEMD_PAGERSECURE", "SYSTEMD_LESS", "SYSTEMD_LESSCHARSET", "PAGER", "LESS",
+    // options after the first word, which POSIX takes for words
+    "POSIXLY_CORRECT",
+    // width and form
+    "COLUMNS", "LINES", "PS_FORMAT", "PS_PERSONALITY", "CMD_ENV", "I_WANT_A_BROKEN_PS"};
+
+bool IsLeftOut(std::string_view variable)
+{
+    const std::string_view name = variable.substr(0, variable.find('='));
+    return std::find(std::begin(kLeftOut), std::end(kLeftOut), name) != std::end(kLeftOut);
+}
+
+/// The host's environment without these. NULL-terminated; the texts stay the host's.
+std::vector<char*> ProgramEnvironment()
+{
+    std::vector<char*> environment;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        if (!IsLeftOut(*variable)) {
+            environment.push_back(*variable);
+        }
+    }
+    environment.push_back(nullptr);
+    return environment;
+}
+
+} // namespace
 
 ProgramStream::ProgramStream(const char* path, const char* mode, char* const argv[])
     : stream_(MLIBCPopenvce(path, mode, argv, ProgramEnvironment().data()))

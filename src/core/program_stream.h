@@ -11,7 +11,8 @@ namespace MERO::Systemd {
 /// A running program whose output is read: closed and reaped on every way out.
 class ProgramStream {
 public:
-    /// Modes as MLIBCPopenvc. The program has ProgramEnvironment(). False when it could not be started.
+    /// Modes as MLIBCPopenvc. The program has the host's environment, but for what would change what systemctl and ps
+    /// print. False when it could not be started.
     ProgramStream(const char* path, const char* mode, char* const argv[]);
     ProgramStream(const ProgramStream&) = delete;
     ProgramStream& operator=(const ProgramStream&) = delete;

@@ -2,7 +2,6 @@
 
 #include "core/common.h"
 #include "core/executor.h"
-#include "core/join.h"
 #include "core/log.h"
 
 #include <merocore/process.h>
@@ -21,8 +20,9 @@ void RunScript(int lockFd)
     Executor executor;
     const auto [completed, exitCode] = executor.Execute(kScript, {});
     if (!completed || exitCode != 0) {
-        MERO_LOG(LOG_ERR, "Run mero-systemd-status-monitor.sh failed, code: [%d], output: [%s]",
-                 completed ? exitCode : -1, OutputText(executor.GetOutput()).c_str());
+        MERO_LOG_OUTPUT(LOG_ERR, executor.GetOutput(),
+                        "Run mero-systemd-status-monitor.sh failed, code: [%d], output: [%s]",
+                        completed ? exitCode : -1);
     }
 }
 

@@ -1,8 +1,7 @@
 #include "core/systemctl_dialect.h"
 
-#include "core/core_error.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/passing_failure.h"
 
 #include <merocore/file.h>
 

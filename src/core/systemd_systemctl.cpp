@@ -1,24 +1,62 @@
 #include "core/log.h"
 #include "core/program_stream.h"
 #include "core/service_control_policy.h"
-#include "core/systemctl_command.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 
 using namespace MERO::Systemd;
 
 namespace {
 
-struct Outcome {
-    int exitCode;
-    std::vector<std::string> lines;
+using Texts = std::vector<std::string>;
+
+/// The command line of one run. Holds no texts: those that are added must outlive it.
+class Command {
+public:
+    void Add(const char* argument)
+    {
+        arguments_.back() = argument;
+        arguments_.push_back(nullptr);
+    }
+
+    void Add(const Texts& arguments)
+    {
+        for (const std::string& argument : arguments) {
+            Add(argument.c_str());
+        }
+    }
+
+    /// Units may begin with "-" ("-.mount"); they are no options all the same, unless they `mayHoldOptions`.
+    void AddUnits(const Texts& units, bool mayHoldOptions)
+    {
+        const auto isLikeOption = [](const std::string& unit) { return unit.starts_with('-'); };
+        if (!mayHoldOptions && std::any_of(units.begin(), units.end(), isLikeOption)) {
+            Add("--");
+        }
+        Add(units);
+    }
+
+    /// NULL-terminated. exec takes mutable texts, and changes none.
+    char* const* Argv() const { return const_cast<char* const*>(arguments_.data()); }
+
+    std::string ToString() const { return Join(Texts(arguments_.begin(), arguments_.end() - 1), " "); }
+
+private:
+    std::vector<const char*> arguments_{"/usr/bin/systemctl", nullptr}; ///< the last is always nullptr
 };
 
-Outcome Run(const SystemctlCommand& command, bool calRunTime)
+struct Outcome {
+    int exitCode;
+    Texts lines;
+};
+
+Outcome Run(const Command& command, bool calRunTime)
 {
     const auto begin = std::chrono::steady_clock::now();
     ProgramStream systemctl(command.Argv()[0], "rB", command.Argv());
@@ -37,8 +75,7 @@ Outcome Run(const SystemctlCommand& command, bool calRunTime)
         MERO_LOG(LOG_INFO, "Execute time for [%s] is %lld ms", command.ToString().c_str(),
                  static_cast<long long>(elapsed.count() / 1'000'000));
     }
-    // Termination by a signal is not looked at: such a run counts as exit code 0, deliberately. A lost status (-1)
-    // counts as 255.
+    // A run that a signal ended counts as exit code 0, as callbacks are promised. A lost status (-1) counts as 255.
     outcome.exitCode = (status >> 8) & 0xFF;
     return outcome;
 }
@@ -48,7 +85,7 @@ Outcome Run(const SystemctlCommand& command, bool calRunTime)
 bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& opts,
                                 const std::vector<std::string>& units, SystemctlCallback&& callback)
 {
-    SystemctlCommand command;
+    Command command;
     command.Add(verb.c_str());
     if (!opts.forceSystem && getuid() != 0) {
         command.Add("--user");
@@ -69,16 +106,13 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
         command.Add("--no-block");
     }
 
-    // A caller that gives no options apart may have them among the units.
-    const auto addUnits = [&](const std::vector<std::string>& kept) {
-        opts.cmdOpts != nullptr ? command.AddUnits(kept) : command.Add(kept);
-    };
     const bool leavesOutStopping = verb == "try-restart" || verb == "reload";
-    const std::vector<std::string> kept = leavesOutStopping ? WithoutStoppingUnits(units) : std::vector<std::string>();
+    const Texts kept = leavesOutStopping ? WithoutStoppingUnits(units) : Texts();
     if (leavesOutStopping && kept.empty()) {
         return callback(0, {});
     }
-    addUnits(leavesOutStopping ? kept : units);
+    const bool mayHoldOptions = opts.cmdOpts == nullptr; // the header promises that
+    command.AddUnits(leavesOutStopping ? kept : units, mayHoldOptions);
 
     const Outcome outcome = Run(command, opts.calRunTime);
     return callback(outcome.exitCode, outcome.lines);

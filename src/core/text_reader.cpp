@@ -1,5 +1,7 @@
 #include "core/text_reader.h"
 
+#include "platform/core/system_calls.h"
+
 #include <fcntl.h>
 
 #include <cerrno>
@@ -24,16 +26,11 @@ Descriptor TextReader::Open(int directory, const char* path)
     return Descriptor(openat(directory, path, O_RDONLY | O_CLOEXEC | O_NOCTTY));
 }
 
-/// Reads behind what is filled; makes room before.
+/// Appends to what is filled; makes room before.
 ssize_t TextReader::ReadSome(int file, std::size_t filled)
 {
     MakeRoom(filled);
-    for (;;) {
-        const ssize_t count = read(file, buffer_.get() + filled, capacity_ - filled);
-        if (count >= 0 || errno != EINTR) {
-            return count;
-        }
-    }
+    return Uninterrupted([&] { return read(file, buffer_.get() + filled, capacity_ - filled); });
 }
 
 ssize_t TextReader::ReadSome(FILE* stream, std::size_t filled)
@@ -46,10 +43,14 @@ ssize_t TextReader::ReadSome(FILE* stream, std::size_t filled)
     return count == 0 && std::ferror(stream) != 0 ? -1 : static_cast<ssize_t>(count);
 }
 
-std::optional<std::string_view> TextReader::Read(int directory, const char* path)
+std::optional<std::string_view> TextReader::Read(int directory, const char* path, int* error)
 {
     const Descriptor file = Open(directory, path);
-    return file ? Read(file) : std::nullopt;
+    const auto text = file ? Read(file) : std::nullopt;
+    if (!text && error != nullptr) {
+        *error = errno;
+    }
+    return text;
 }
 
 std::optional<std::string_view> TextReader::Read(const Descriptor& file)

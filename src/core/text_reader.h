@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/descriptor.h"
+#include "platform/core/owners.h"
 
 #include <sys/types.h>
 
@@ -13,18 +13,18 @@
 
 namespace MERO::Systemd {
 
-/// Reads whole files and streams with few calls into a buffer that is kept. Made for /proc, whose files tell no size.
+/// Reads whole files and streams with few calls into a buffer that is kept. Made for /proc, whose files show no size.
 class TextReader {
 public:
     /// The text of the file `path`, relative to the open folder `directory` (AT_FDCWD: the working directory); it is
-    /// good until the next call. None, with errno, when the file cannot be opened or read to its end.
-    std::optional<std::string_view> Read(int directory, const char* path);
+    /// good until the next call. None, with the errno in `error`, when the file cannot be opened or read to its end.
+    std::optional<std::string_view> Read(int directory, const char* path, int* error = nullptr);
 
     /// The same for what is left of an open file.
     std::optional<std::string_view> Read(const Descriptor& file);
 
     /// Hands the file's lines to `take`, as many whole ones at a time as the kernel gives, until it returns false.
-    /// False, with errno, when the file cannot be opened or read as far as they were wanted.
+    /// False when the file cannot be opened or read as far as they were wanted.
     template <typename Take>
     bool ReadLines(int directory, const char* path, Take&& take)
     {
@@ -51,7 +51,7 @@ private:
             }
             filled += static_cast<std::size_t>(count);
             const std::string_view text(buffer_.get(), filled);
-            // What stands behind the last newline is a line of its own at the end only.
+            // What follows the last newline is a line of its own at the end only.
             const std::size_t size = count > 0 ? text.rfind('\n') + 1 : filled;
             if ((size > 0 && !take(text.substr(0, size))) || count == 0) {
                 return true;

@@ -1,74 +1,89 @@
-#define MERO_SOURCE_NAME "systemd_isolate_state_get"
+#define MERO_SOURCE_NAME "systemd_isolate_target"
 #include "isolate/isolate_state.h"
 
-#include "core/core_error.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "isolate/isolate_files.h"
 
 #include <merocore/file.h>
-#include <merocore/process.h>
+
+#include <unistd.h>
 
 #include <cerrno>
-#include <string>
-#include <utility>
+#include <cstdio>
 
 namespace MERO::Systemd {
 namespace {
 
-constexpr int kValueSize = 64; // bytes; longer values are cut
+constexpr const char* kTemporary = "/run/merosystemd/isolate-state.tmp";
 
-using enum IsolateStateReading;
-
-/// A value of the state file. `what` is its name in messages.
-IsolateStateReading Read(const char* path, const char* key, const char* what, std::string& value)
+bool Remove(const char* path)
 {
-    char buffer[kValueSize];
-    if (MLIBCFileGetKeyValue(path, key, buffer, sizeof buffer, 0) < 0) {
-        if (MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && errno == ENOENT) {
-            return Gone; // the isolation has just ended
-        }
-        MERO_LOG(LOG_ERR, "Failed to get %s from isolate state file" MERO_CORE_ERROR_FORMAT, what,
-                 MERO_CORE_ERROR_VALUES);
-        return Failed;
-    }
-    value = buffer;
-    return Done;
+    return unlink(path) == 0 || errno == ENOENT;
 }
 
-bool ToNumber(const std::string& text, long& number)
+/// The log names the state file, also when it was the temporary one that could not be removed.
+bool RemoveStateFile(const char* path)
 {
-    try {
-        number = std::stol(text);
-        return true;
-    } catch (const std::exception& exception) {
-        MERO_LOG(LOG_ERR, "Failed to stol, string: [%s], reason: [%s]", text.c_str(), exception.what());
-        return false;
+    const bool removed = Remove(path);
+    if (!removed) {
+        MERO_LOG(LOG_ERR, "Failed to unlink [%s], reason: [%m]", kIsolateStateFile);
     }
+    return removed;
 }
 
-bool IsAlive(long pid)
+bool SetKey(const char* key, const std::string& value)
 {
-    return std::in_range<int>(pid) && MLIBCProcAlive(static_cast<int>(pid)) == 1;
+    const bool set = MLIBCFileSetKeyValue(kTemporary, key, value.c_str(), 0) >= 0;
+    if (!set) {
+        MERO_LOG(LOG_ERR, "Failed to set key " MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
+    }
+    return set;
+}
+
+bool MoveIntoPlace()
+{
+    const bool moved = std::rename(kTemporary, kIsolateStateFile) == 0;
+    if (!moved) {
+        MERO_LOG(LOG_ERR, "Failed to rename isolate state file: %m");
+    }
+    return moved;
 }
 
 } // namespace
 
-IsolateStateReading ReadIsolateState(const char* path, IsolateState& state)
+IsolateStateFile::IsolateStateFile(const std::string& target)
 {
-    std::string text;
-    long pid = 0;
-    if (const auto reading = Read(path, kIsolateStatePid, "pid", text); reading != Done) {
-        return reading;
+    if (!RemoveStateFile(kTemporary) || !SetKey(kIsolateStateTarget, target) ||
+        !SetKey(kIsolateStatePid, std::to_string(getpid())) || !MoveIntoPlace()) {
+        MERO_LOG(LOG_ERR, "Failed to update isolate state");
+        (void)Remove(kTemporary);
     }
-    // A state without its process is an error: the machine may be anywhere between two targets.
-    if (!ToNumber(text, pid) || !IsAlive(pid)) {
-        return MLIBCFileExist(path) == 1 ? Failed : Gone;
+}
+
+IsolateStateFile::~IsolateStateFile()
+{
+    RemoveStateFile(kIsolateStateFile);
+}
+
+bool NotFinishFlag::Raise()
+{
+    stands_ = MLIBCFileTouch(kIsolateNotFinishFlag) == 0;
+    if (!stands_) {
+        MERO_LOG(LOG_ERR, "Failed to touch isolate flag");
+        (void)Remove(kIsolateNotFinishFlag); // it may be there all the same
     }
-    const auto reading = Read(path, kIsolateStateTarget, "target", text);
-    if (reading == Done) {
-        state = {.isolating = true, .target = text};
+    return stands_;
+}
+
+void NotFinishFlag::TakeDown()
+{
+    if (!stands_) {
+        return;
     }
-    return reading;
+    stands_ = !Remove(kIsolateNotFinishFlag);
+    if (stands_) {
+        MERO_LOG(LOG_ERR, "Failed to delete %s: [%m]", kIsolateNotFinishFlag);
+    }
 }
 
 } // namespace MERO::Systemd

@@ -4,7 +4,7 @@
 #include "core/common.h"
 #include "core/executor.h"
 #include "core/log.h"
-#include "isolate/isolate_files.h"
+#include "isolate/isolate_state.h"
 
 #include <merocore/file.h>
 #include <merocore/process.h>
@@ -27,7 +27,7 @@ bool RunsIsolateCommand(pid_t parent)
 void Watch(FileLock& lock, pid_t parent)
 {
     KeepDescriptor(lock.FdGet());
-    // A parent that was killed has left its flag behind; the lock must not outlive it for that.
+    // A parent that was killed has left its flag: the lock must not outlive it for that.
     for (int sleeps = 0;
          !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 && MLIBCProcAlive(parent) == 1;) {
         usleep(kSleep);

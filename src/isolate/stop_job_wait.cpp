@@ -1,9 +1,9 @@
 #define MERO_SOURCE_NAME "systemd_isolate_target"
 #include "isolate/stop_job_wait.h"
 
-#include "core/join.h"
+#include "core/interruption.h"
 #include "core/log.h"
-#include "core/sleep.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -65,7 +65,7 @@ void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* 
         SleepOneSecond();
     }
     LogJobs("The following job are still in job lists:", now);
-    LogJobs("The following job are alreay in job lists before isolation:", before); // "alreay": as logs have it
+    LogJobs("The following job are alreay in job lists before isolation:", before); // "alreay": programs match it
     MERO_LOG(LOG_INFO, "Isolation didn't wait some running jobs.");
 }
 

@@ -1,8 +1,8 @@
-#include "core/argument_check.h"
-#include "core/join.h"
+#include "core/errors.h"
 #include "core/lock.h"
 #include "core/status_monitor.h"
-#include "isolate/isolate_traces.h"
+#include "core/text.h"
+#include "isolate/isolate_state.h"
 #include "isolate/isolate_watcher.h"
 #include "isolate/stop_job_wait.h"
 
@@ -20,8 +20,8 @@ bool RunIsolateCommand(const std::string& target, const std::vector<std::string>
         return MEROSystemdSystemctl(
             "isolate", options, {target}, [&](int exitCode, const std::vector<std::string>& lines) {
                 if (exitCode != 0) {
-                    MERO_LOG(LOG_ERR, "isolate to [%s] failed: ret=[%d], reason=[%s]", target.c_str(), exitCode,
-                             JoinLines(lines).c_str());
+                    MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "isolate to [%s] failed: ret=[%d], reason=[%s]",
+                                    target.c_str(), exitCode);
                     return false;
                 }
                 const std::string with = options.empty() ? "" : " with option [" + Join(options) + "]";
@@ -60,7 +60,7 @@ bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOpti
         flag.TakeDown();
         return false;
     }
-    // Checked this late deliberately: by now others have seen the isolation begin, and they see it end.
+    // Checked this late: others rely on seeing an isolation begin and end, whatever its target.
     if (!MERO_VALID(!strTarget.empty())) {
         flag.TakeDown();
         return false;

@@ -1,5 +1,5 @@
-#include "core/argument_check.h"
-#include "core/cancel_block.h"
+#include "core/errors.h"
+#include "core/interruption.h"
 #include "core/lock.h"
 #include "core/no_exceptions.h"
 
@@ -10,11 +10,6 @@ using namespace MERO::Systemd;
 namespace {
 
 constexpr const char* kDefaultTarget = "default.target";
-
-bool ReturnToDefaultTarget()
-{
-    return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr);
-}
 
 } // namespace
 
@@ -39,14 +34,8 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
         lock.LogLockFailed(strTarget);
         return false;
     }
-    bool done = false;
-    try {
-        done = MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action);
-    } catch (...) { // or the thread ends in the action
-        (void)ReturnToDefaultTarget();
-        throw;
-    }
-    return ReturnToDefaultTarget() && done;
+    return RunAndGoBack([&] { return MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action); },
+                        [] { return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr); });
 }
 
 int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data)

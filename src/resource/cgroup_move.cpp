@@ -1,10 +1,10 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "resource/cgroup_move.h"
 
-#include "core/argument_check.h"
 #include "core/directory_entries.h"
+#include "core/errors.h"
+#include "core/names.h"
 #include "core/no_exceptions.h"
-#include "resource/slice_name.h"
 
 #include <merocore/file.h>
 
@@ -33,7 +33,7 @@ bool WriteOtherThreads(SourceLine where, int file, const char* shown)
     std::set<std::string> moved{std::to_string(getpid())};
     for (int pass = 0; pass < kMaxPasses; ++pass) {
         std::vector<std::string> threads;
-        if (!DirectoryEntries("/proc/self/task", threads) || threads.empty()) {
+        if (DirectoryEntries("/proc/self/task", threads) != 0 || threads.empty()) {
             if (!__libc_single_threaded) {
                 MERO_LOG_AT(where, LOG_ERR, "Failed to list the threads of pid[%d]", getpid());
             }

@@ -1,7 +1,7 @@
-#include "core/descriptor.h"
 #include "core/log.h"
 #include "core/text_reader.h"
-#include "resource/process_texts.h"
+#include "platform/core/owners.h"
+#include "resource/proc_texts.h"
 
 #include <merosystemd/resource.hpp>
 
@@ -28,8 +28,8 @@ Text BaseName(Text path)
     return path.substr(path.rfind('/') + 1); // npos + 1 is 0
 }
 
-/// The name of the file that a path leads to. A path that is itself no symbolic link, as an executable's mostly, tells
-/// it without a look at each of its folders.
+/// The name of the file that a path leads to. A path that is itself no symbolic link, as an executable's mostly, ends
+/// in it: its folders need no look.
 bool ResolveName(const char* path, std::string& name)
 {
     char other[PATH_MAX];

@@ -1,7 +1,7 @@
-#include "core/descriptor.h"
-#include "core/directory_names.h"
+#include "core/directory_entries.h"
+#include "core/names.h"
 #include "core/text_reader.h"
-#include "resource/slice_name.h"
+#include "platform/core/owners.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>

@@ -2,12 +2,11 @@
 #include "resource/slice_cgroup.h"
 
 #include "core/directory_entries.h"
-#include "core/directory_names.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/passing_failure.h"
+#include "core/names.h"
 #include "core/text_reader.h"
-#include "resource/process_cgroup.h"
-#include "unit/unit_name.h"
+#include "resource/proc_texts.h"
 
 #include <merocore/file.h>
 
@@ -35,8 +34,9 @@ std::string FolderOfUnit(const std::string& parent, const std::string& unit)
 std::vector<fs::path> FoldersIn(const fs::path& folder)
 {
     std::vector<std::string> names; // not by fs::directory_iterator, which ends the process where memory is out
-    if (!DirectoryEntries(folder.string(), names) && errno != ENODEV) {
-        throw fs::filesystem_error("cannot be read", folder, std::error_code(errno, std::generic_category()));
+    const int error = DirectoryEntries(folder.string(), names);
+    if (error != 0 && error != ENODEV) {
+        throw fs::filesystem_error("cannot be read", folder, std::error_code(error, std::generic_category()));
     }
     std::vector<fs::path> folders;
     for (const std::string& name : names) {
@@ -63,9 +63,10 @@ void AddUnits(const fs::path& folder, std::vector<std::string>& units)
 
 bool HasProcess(const fs::path& folder, TextReader& reader)
 {
-    const auto processes = reader.Read(AT_FDCWD, (folder / "cgroup.procs").c_str());
-    if (!processes && IsPassingFailure(errno)) {
-        throw fs::filesystem_error("cannot be read", folder, std::error_code(errno, std::generic_category()));
+    int error = 0;
+    const auto processes = reader.Read(AT_FDCWD, (folder / "cgroup.procs").c_str(), &error);
+    if (!processes && IsPassingFailure(error)) {
+        throw fs::filesystem_error("cannot be read", folder, std::error_code(error, std::generic_category()));
     }
     if (processes && !processes->empty()) {
         return true;
@@ -125,7 +126,8 @@ bool HasLiveProcess(const std::string& slice)
         TextReader reader;
         return HasProcess(SliceCgroup(slice), reader);
     } catch (const std::exception& exception) {
-        MERO_LOG(LOG_ERR, "Failed to check cgruop procs: [%s]", exception.what()); // spelt as logs have it
+        MERO_LOG(LOG_ERR, "Failed to check cgruop procs: [%s]",
+                 exception.what()); // so spelt: programs that read the log match it
     } catch (...) {
         MERO_LOG(LOG_ERR, "Failed to check cgruop procs");
     }
@@ -147,9 +149,10 @@ bool MayHaveProcess(const std::string& slice)
         if (name.front() < '0' || name.front() > '9') {
             return true;
         }
-        const auto lines = reader.Read(proc.Get(), (std::string(name) + "/cgroup").c_str());
+        int error = 0;
+        const auto lines = reader.Read(proc.Get(), (std::string(name) + "/cgroup").c_str(), &error);
         isReadable = isReadable || lines; // a process sees itself at least
-        isFound = lines ? LeadsThrough(*lines, slice) : errno != ENOENT && errno != ESRCH;
+        isFound = lines ? LeadsThrough(*lines, slice) : error != ENOENT && error != ESRCH;
         return !isFound;
     });
     return isFound || !isReadable;

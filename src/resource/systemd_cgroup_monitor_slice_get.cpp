@@ -1,8 +1,7 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "core/split.h"
-#include "unit/c_buffer.h"
-#include "unit/unit_name.h"
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -24,11 +23,6 @@ bool MEROSystemdCgroupMonitorSliceGet(std::string& slice)
 
 int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice)
 {
-    if (!MERO_VALID(nullptr != szSlice) || !MERO_VALID(0 < cbSlice)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::string slice;
-        return MEROSystemdCgroupMonitorSliceGet(slice) && CopyToBuffer(MERO_HERE, slice, szSlice, cbSlice);
-    });
+    return MERO_VALID(nullptr != szSlice) && MERO_VALID(0 < cbSlice) &&
+           TextForC(MERO_HERE, szSlice, cbSlice, MEROSystemdCgroupMonitorSliceGet);
 }

@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "resource/cgroup_move.h"
 
@@ -13,6 +13,6 @@ bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice)
 
 int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupMonitorSliceMove(szSlice); });
+    return MERO_VALID(nullptr != szSlice) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdCgroupMonitorSliceMove(szSlice); });
 }

@@ -1,6 +1,6 @@
 #include "core/log.h"
 #include "core/text_reader.h"
-#include "resource/process_cgroup.h"
+#include "resource/proc_texts.h"
 
 #include <merosystemd/systemd.hpp>
 

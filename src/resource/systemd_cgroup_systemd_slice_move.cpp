@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "resource/cgroup_move.h"
 
@@ -13,6 +13,6 @@ bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice)
 
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szSlice) && MEROSystemdCgroupSystemdSliceMove(szSlice); });
+    return MERO_VALID(nullptr != szSlice) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdCgroupSystemdSliceMove(szSlice); });
 }

@@ -1,4 +1,3 @@
-#include "core/argument_check.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/resource.hpp>

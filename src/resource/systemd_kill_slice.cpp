@@ -1,9 +1,8 @@
-#include "core/argument_check.h"
-#include "core/cancel_block.h"
-#include "core/join.h"
-#include "core/sleep.h"
+#include "core/errors.h"
+#include "core/interruption.h"
+#include "core/names.h"
+#include "core/text.h"
 #include "resource/slice_cgroup.h"
-#include "resource/slice_name.h"
 #include "unit/unit_file.h"
 
 #include <merosystemd/resource.hpp>
@@ -106,7 +105,7 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
     if (!RunKillCommand(strSlice, {})) {
         MERO_LOG(LOG_ERR, "[%s] SIGTERM killing failed in process kill phase.", slice);
     }
-    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // said in either case, deliberately
+    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // in either case: programs that read the log match it
     tell(KillPhase::Waiting);
     if (!WaitForEnd(strSlice, KillTimeout(strSlice), block)) {
         tell(KillPhase::Killing);

@@ -1,4 +1,5 @@
 #include "core/log.h"
+#include "platform/core/owners.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -9,16 +10,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Text = std::unique_ptr<char, Free>;
-using TextList = std::unique_ptr<char*, Free>;
+using Text = MERO::CMemory<char>;
+using TextList = MERO::CMemory<char*>;
 
 /// The passwd name of `uid`; nullptr, logged, when there is none.
 Text UserNameGet(uid_t uid)
@@ -45,8 +42,8 @@ Text UserNameGet(uid_t uid)
     }
 }
 
-/// One PAM session's handle, from pam_start to pam_end. The session is never closed, deliberately: it must live as
-/// long as the user manager's variables are in use.
+/// One PAM session's handle, from pam_start to pam_end. The session is never closed: it must live as long as the user
+/// manager's variables are in use.
 class PamHandle {
 public:
     /// Opens the user's session; false, logged, when it could not.

@@ -10,7 +10,7 @@ using namespace MERO::Systemd;
 bool MEROSystemdRunAsSystemProcess()
 {
     MERO_LOG(LOG_INFO, "Start moving process pid[%d] out of cgroup", getpid());
-    // The messages name the variable instead of the path, as they always have.
+    // The messages name this instead of the path: programs that read the log match them.
     return MoveToCgroup(MERO_HERE, "/sys/fs/cgroup/systemd/tasks", "szfDefaultTaskPath");
 }
 

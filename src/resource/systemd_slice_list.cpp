@@ -1,9 +1,7 @@
-#include "core/argument_check.h"
-#include "core/core_error.h"
+#include "core/c_values.h"
 #include "core/directory_entries.h"
-#include "core/no_exceptions.h"
-#include "unit/c_list.h"
-#include "unit/unit_name.h"
+#include "core/errors.h"
+#include "core/names.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.h>
@@ -17,7 +15,7 @@ bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
     const ErrorKeeper keeper;       // "none" is an answer
     std::vector<std::string> names; // not by glob(), which frees names twice where memory is out
-    if (!DirectoryEntries("/sys/fs/cgroup/meromonitor/", names)) {
+    if (DirectoryEntries("/sys/fs/cgroup/meromonitor/", names) != 0) {
         return false;
     }
     const auto before = slices.size();
@@ -28,11 +26,6 @@ bool MEROSystemdSliceList(std::vector<std::string>& slices)
 
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices)
 {
-    if (!MERO_VALID(nullptr != ppListSlices) || !MERO_VALID(nullptr != *ppListSlices)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::vector<std::string> slices;
-        return MEROSystemdSliceList(slices) && PushToList(slices, ppListSlices);
-    });
+    return MERO_VALID(nullptr != ppListSlices) && MERO_VALID(nullptr != *ppListSlices) &&
+           TextsForC(MERO_HERE, ppListSlices, MEROSystemdSliceList);
 }

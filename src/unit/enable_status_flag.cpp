@@ -1,11 +1,10 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "unit/enable_status_flag.h"
 
-#include "core/core_error.h"
-#include "core/file_name.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/make_directory.h"
-#include "unit/unit_name.h"
+#include "core/names.h"
 
 #include <merocore/file.h>
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// The flags that tell which units were enabled, disabled or reenabled through the library. A unit's name becomes a
+/// The flags that show which units were enabled, disabled or reenabled through the library. A unit's name becomes a
 /// file name here: callers have checked it.
 namespace MERO::Systemd {
 
@@ -12,7 +12,7 @@ void SetEnableStatusChanged(const std::string& unit);
 
 bool IsEnableStatusChanged(const std::string& unit);
 
-/// False, with errno set, when the flag could not be removed or was not there.
+/// False when the flag could not be removed or was not there.
 bool RemoveEnableStatusChanged(const std::string& unit);
 
 } // namespace MERO::Systemd

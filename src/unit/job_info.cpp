@@ -1,7 +1,6 @@
 #include "unit/job_info.h"
 
-#include "core/split.h"
-#include "unit/job_string_map.h"
+#include "core/text.h"
 
 #include <charconv>
 #include <new>
@@ -27,6 +26,20 @@ void TranslateWord(const Words& words, const std::string& word, Value& value)
 }
 
 } // namespace
+
+const JobStringMap jobStringMap;
+
+JobStringMap::JobStringMap()
+{
+    // "unknow": programs that read the log match this spelling.
+    types.insert({JobType::Unknown, "unknow"});
+    types.insert({JobType::Start, "start"});
+    types.insert({JobType::Stop, "stop"});
+
+    states.insert({JobState::Unknown, "unknow"});
+    states.insert({JobState::Running, "running"});
+    states.insert({JobState::Waiting, "waiting"});
+}
 
 bool JobInfoParse(const std::string& line, JobInfo& info)
 {

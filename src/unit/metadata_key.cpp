@@ -1,9 +1,9 @@
 #include "unit/metadata_key.h"
 
-#include "core/argument_check.h"
-#include "core/split.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "core/text.h"
 #include "unit/unit_file.h"
-#include "unit/unit_name.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -18,7 +18,7 @@ std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& s
     try {
         return XTarvixKeyGet(strUnit, key);
     } catch (const std::exception&) {
-        return std::nullopt; // no such unit, mostly: the error register tells
+        return std::nullopt; // no such unit, mostly: the error register says so
     }
 }
 

@@ -1,8 +1,4 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/status_words.h"
-
-#include <merosystemd/systemd.hpp>
+#include "unit/status.h"
 
 using namespace MERO::Systemd;
 
@@ -14,35 +10,24 @@ constexpr StatusWord kActiveStatus[] = {
     {"reloading", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING},       {"failed", MERO_SYSTEMD_ACTIVE_STATUS_FAILED},
 };
 
-int ActiveStatus(SourceLine where, decltype(MEROSystemdShow)* show, const std::string& strUnit)
-{
-    std::string word;
-    if (!MERO_VALID_AT(where, !strUnit.empty()) || !show(strUnit, "ActiveState", word)) {
-        return -1;
-    }
-    return StatusOf(where, kActiveStatus, word);
-}
-
 } // namespace
 
 int MEROSystemdActiveStatusGet(const std::string& strUnit)
 {
-    return ActiveStatus(MERO_HERE, MEROSystemdShow, strUnit);
+    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "ActiveState", kActiveStatus);
 }
 
 int MEROSystemdActiveStatusGetSystem(const std::string& strUnit)
 {
-    return ActiveStatus(MERO_HERE, MEROSystemdShowSystem, strUnit);
+    return ShownStatus(MERO_HERE, MEROSystemdShowSystem, strUnit, "ActiveState", kActiveStatus);
 }
 
 int MEROCSystemdActiveStatusGet(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGet(szUnit) : -1; }, -1);
+    return StatusForC(MERO_HERE, MEROSystemdActiveStatusGet, szUnit);
 }
 
 int MEROCSystemdActiveStatusGetSystem(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdActiveStatusGetSystem(szUnit) : -1; }, -1);
+    return StatusForC(MERO_HERE, MEROSystemdActiveStatusGetSystem, szUnit);
 }

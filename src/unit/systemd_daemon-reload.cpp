@@ -1,6 +1,6 @@
-#include "core/join.h"
 #include "core/log.h"
 #include "core/no_exceptions.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -19,7 +19,7 @@ bool _MEROSystemdDaemonReload()
                     MERO_LOG(LOG_INFO, "daemon reload success!");
                     return true;
                 }
-                MERO_LOG(LOG_ERR, "daemon reload failed: ret=[%d], reason=[%s]", exitCode, JoinLines(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "daemon reload failed: ret=[%d], reason=[%s]", exitCode);
                 return false;
             });
     } catch (const std::exception&) {

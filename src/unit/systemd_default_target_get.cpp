@@ -1,7 +1,6 @@
-#include "core/argument_check.h"
-#include "core/join.h"
-#include "core/no_exceptions.h"
-#include "unit/c_buffer.h"
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -14,13 +13,13 @@ bool MEROSystemdDefaultTargetGet(std::string& defaultTarget)
     try {
         return MEROSystemdSystemctl("get-default", {}, [&](int exitCode, const std::vector<std::string>& lines) {
             if (exitCode != 0) {
-                MERO_LOG(LOG_ERR, "failed to get default target: ret=[%d], reason=[%s]", exitCode,
-                         Concatenate(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines), "failed to get default target: ret=[%d], reason=[%s]",
+                                exitCode);
                 return false;
             }
             if (lines.size() != 1) {
-                MERO_LOG(LOG_ERR, "failed to get default target: result is invalid. Result: %s",
-                         Concatenate(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines),
+                                "failed to get default target: result is invalid. Result: %s");
                 return false;
             }
             defaultTarget = boost::algorithm::trim_copy(lines.front());
@@ -34,12 +33,6 @@ bool MEROSystemdDefaultTargetGet(std::string& defaultTarget)
 
 int MEROCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget)
 {
-    if (!MERO_VALID(nullptr != szDefaultTarget) || !MERO_VALID(0 < cbDefaultTarget)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::string defaultTarget;
-        return MEROSystemdDefaultTargetGet(defaultTarget) &&
-               CopyToBuffer(MERO_HERE, defaultTarget, szDefaultTarget, cbDefaultTarget);
-    });
+    return MERO_VALID(nullptr != szDefaultTarget) && MERO_VALID(0 < cbDefaultTarget) &&
+           TextForC(MERO_HERE, szDefaultTarget, cbDefaultTarget, MEROSystemdDefaultTargetGet);
 }

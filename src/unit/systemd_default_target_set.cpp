@@ -1,6 +1,6 @@
-#include "core/argument_check.h"
-#include "core/join.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
+#include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -18,8 +18,8 @@ bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, con
                     MERO_LOG(LOG_INFO, "successfully set default target to [%s].", strDefaultTarget.c_str());
                     return true;
                 }
-                MERO_LOG(LOG_ERR, "failed to set default target to [%s]: ret=[%d], reason=[%s]",
-                         strDefaultTarget.c_str(), exitCode, JoinLines(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "failed to set default target to [%s]: ret=[%d], reason=[%s]",
+                                strDefaultTarget.c_str(), exitCode);
                 return false;
             });
     } catch (const std::exception&) {
@@ -35,7 +35,6 @@ bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget)
 
 int MEROCSystemdDefaultTargetSet(const char* szDefaultTarget)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSet(szDefaultTarget);
-    });
+    return MERO_VALID(nullptr != szDefaultTarget) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdDefaultTargetSet(szDefaultTarget); });
 }

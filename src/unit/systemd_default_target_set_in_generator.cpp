@@ -1,17 +1,17 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/offline.h"
+#include "core/errors.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
+using namespace MERO::Systemd;
+
 bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget)
 {
-    return MEROSystemdIntDefaultTargetSet({MERO::Systemd::kOfflineOption}, strDefaultTarget);
+    return MEROSystemdIntDefaultTargetSet({kOfflineOption}, strDefaultTarget);
 }
 
 int MEROCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget)
 {
-    return MERO::Systemd::WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szDefaultTarget) && MEROSystemdDefaultTargetSetInGenerator(szDefaultTarget);
-    });
+    return MERO_VALID(nullptr != szDefaultTarget) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdDefaultTargetSetInGenerator(szDefaultTarget); });
 }

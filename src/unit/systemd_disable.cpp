@@ -1,6 +1,5 @@
 #include "core/command_options.h"
-#include "unit/unit_enablement.h"
-#include "unit/unit_forms.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -9,12 +8,12 @@ using namespace MERO::Systemd;
 namespace {
 
 constexpr ActionWords kDisable{
-    .verb = "disable", .doing = "disabling ...", .done = "disabled.", .failed = "disable failed"};
+    .verb = "disable", .doing = "disabling ...", .done = "disabled.", .failed = "disable failed", .changesFiles = true};
 
 bool _MEROSystemdDisableCore(std::vector<std::string> options, const std::vector<std::string>& vecUnits,
                              std::vector<std::string>& failed)
 {
-    return RunEnablement(MERO_HERE, kDisable, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kDisable, options, vecUnits, failed);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "core/command_options.h"
-#include "unit/unit_enablement.h"
-#include "unit/unit_forms.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -8,12 +7,13 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kEnable{.verb = "enable", .doing = "enabling ...", .done = "enabled.", .failed = "enable failed"};
+constexpr ActionWords kEnable{
+    .verb = "enable", .doing = "enabling ...", .done = "enabled.", .failed = "enable failed", .changesFiles = true};
 
 bool _MEROSystemdEnableCore(std::vector<std::string> options, const std::vector<std::string>& vecUnits,
                             std::vector<std::string>& failed)
 {
-    return RunEnablement(MERO_HERE, kEnable, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kEnable, options, vecUnits, failed);
 }
 
 } // namespace

@@ -1,9 +1,5 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/enable_status.h"
-#include "unit/status_words.h"
-
-#include <merosystemd/systemd.hpp>
+#include "core/errors.h"
+#include "unit/status.h"
 
 #include <boost/algorithm/string/trim.hpp>
 
@@ -19,7 +15,7 @@ constexpr StatusWord kEnableStatus[] = {
     {"linked", MERO_SYSTEMD_ENABLE_STATUS_LINKED},           {"linked-runtime", MERO_SYSTEMD_ENABLE_STATUS_LINKED},
 };
 
-const std::vector<std::string> kNoOptions; // said, so that a name is never taken for one
+const std::vector<std::string> kNoOptions; // not a null pointer: no unit is taken for an option
 
 } // namespace
 
@@ -60,12 +56,10 @@ int MEROSystemdEnableStatusGetSystem(const std::string& strUnit)
 
 int MEROCSystemdEnableStatusGet(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGet(szUnit) : -1; }, -1);
+    return StatusForC(MERO_HERE, MEROSystemdEnableStatusGet, szUnit);
 }
 
 int MEROCSystemdEnableStatusGetSystem(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetSystem(szUnit) : -1; }, -1);
+    return StatusForC(MERO_HERE, MEROSystemdEnableStatusGetSystem, szUnit);
 }

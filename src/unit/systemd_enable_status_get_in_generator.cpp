@@ -1,9 +1,5 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/enable_status.h"
-#include "unit/offline.h"
-
-#include <merosystemd/systemd.hpp>
+#include "unit/status.h"
+#include "unit/unit_operation.h"
 
 using namespace MERO::Systemd;
 
@@ -15,7 +11,5 @@ int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit)
 
 int MEROCSystemdEnableStatusGetInGenerator(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdEnableStatusGetInGenerator(szUnit) : -1; },
-        -1);
+    return StatusForC(MERO_HERE, MEROSystemdEnableStatusGetInGenerator, szUnit);
 }

@@ -1,7 +1,6 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "core/split.h"
-#include "unit/c_list.h"
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/text.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -16,12 +15,8 @@ bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std:
 
 int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewallSections)
 {
-    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != ppFirewallSections) ||
-        !MERO_VALID(nullptr != *ppFirewallSections)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::vector<std::string> sections;
-        return MEROSystemdFirewallSectionsGet(szUnit, sections) && PushToList(sections, ppFirewallSections);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != ppFirewallSections) &&
+           MERO_VALID(nullptr != *ppFirewallSections) && TextsForC(MERO_HERE, ppFirewallSections, [=](auto& sections) {
+               return MEROSystemdFirewallSectionsGet(szUnit, sections);
+           });
 }

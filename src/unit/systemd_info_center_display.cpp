@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
@@ -14,8 +14,6 @@ bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display)
 // "Dislay" is the name that C callers link.
 int MEROCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
-               MEROSystemdInfoCenterDisplayGet(szUnit, *pblDisplay);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdInfoCenterDisplayGet(szUnit, *pblDisplay); });
 }

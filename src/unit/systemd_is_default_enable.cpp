@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
@@ -13,8 +13,6 @@ bool MEROSystemdIsDefaultEnableGet(const std::string& strUnit, bool& defaultEnab
 
 int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) &&
-               MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDefaultEnable) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable); });
 }

@@ -1,8 +1,9 @@
-#include "core/argument_check.h"
-#include "core/error_codes.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
+
+using namespace MERO::Systemd;
 
 bool MEROSystemdIsJobEnqueued(const std::string& strUnit)
 {
@@ -11,8 +12,7 @@ bool MEROSystemdIsJobEnqueued(const std::string& strUnit)
     }
     std::string job;
     if (!MEROSystemdShow(strUnit, "Job", job)) {
-        const MERO::Systemd::SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MERO::Systemd::kErrorJobUnreadable, here.file, here.line);
+        SetError(MERO_HERE, kErrorJobUnreadable);
         return false;
     }
     return !job.empty();
@@ -20,6 +20,6 @@ bool MEROSystemdIsJobEnqueued(const std::string& strUnit)
 
 int MEROCSystemdIsJobEnqueued(const char* szUnit)
 {
-    return MERO::Systemd::WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) && MEROSystemdIsJobEnqueued(szUnit); });
+    return MERO_VALID(nullptr != szUnit) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdIsJobEnqueued(szUnit); });
 }

@@ -1,5 +1,4 @@
-#include "core/argument_check.h"
-#include "core/core_error.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
@@ -21,8 +20,6 @@ bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support)
 
 int MEROCSystemdIsSupportGet(const char* szUnit, bool* pblSupport)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblSupport) &&
-               MEROSystemdIsSupportGet(szUnit, *pblSupport);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblSupport) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdIsSupportGet(szUnit, *pblSupport); });
 }

@@ -1,9 +1,9 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
-#include "core/argument_check.h"
-#include "core/join.h"
+#include "core/errors.h"
+#include "core/names.h"
 #include "core/systemctl_dialect.h"
+#include "core/text.h"
 #include "unit/job_info.h"
-#include "unit/unit_name.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -20,7 +20,7 @@ bool ParseRow(const SystemctlDialect& dialect, const std::string& line, JobInfo&
 {
     const bool parsed = JobInfoParse(dialect.Row(line), info);
     if (!parsed) {
-        MERO_LOG(LOG_ERR, "Failed to parse job info: [%s]", OutputText(line).c_str());
+        MERO_LOG_OUTPUT(LOG_ERR, line, "Failed to parse job info: [%s]");
     }
     return parsed;
 }
@@ -34,7 +34,7 @@ bool MEROSystemdIntJobList(std::map<std::uint32_t, JobInfo>& jobs)
         return MEROSystemdSystemctl("list-jobs", kNoLegend, {}, [&](int exitCode, const Lines& lines) {
             dialect.CheckColumns(lines, kColumns);
             if (exitCode != dialect.listJobsExitCode) {
-                MERO_LOG(LOG_ERR, "Failed to list-jobs, ret=[%d], reason=[%s]", exitCode, Concatenate(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines), "Failed to list-jobs, ret=[%d], reason=[%s]", exitCode);
                 return false;
             }
             for (const std::string& line : lines) {
@@ -65,8 +65,8 @@ bool MEROSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
             }
             dialect.CheckColumns(lines, kColumns);
             if (exitCode != dialect.listJobsExitCode) {
-                MERO_LOG(LOG_ERR, "Failed to list-jobs [%s], ret=[%d], reason=[%s]", strUnit.c_str(), exitCode,
-                         Concatenate(lines).c_str());
+                MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines), "Failed to list-jobs [%s], ret=[%d], reason=[%s]",
+                                strUnit.c_str(), exitCode);
                 return false;
             }
             return ParseRow(dialect, lines.front(), info);

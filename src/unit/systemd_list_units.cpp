@@ -1,9 +1,9 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
-#include "core/argument_check.h"
-#include "core/split.h"
+#include "core/errors.h"
+#include "core/names.h"
 #include "core/systemctl_dialect.h"
-#include "unit/offline.h"
-#include "unit/unit_name.h"
+#include "core/text.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -11,7 +11,7 @@ using namespace MERO::Systemd;
 
 bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType)
 {
-    // The text that the logs have always had.
+    // Programs that read the log match this text.
     if (!CheckArgument(strType.empty() || IsUnitType(strType), MERO_HERE,
                        "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))")) {
         return false;

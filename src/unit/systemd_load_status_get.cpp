@@ -1,8 +1,4 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/status_words.h"
-
-#include <merosystemd/systemd.hpp>
+#include "unit/status.h"
 
 using namespace MERO::Systemd;
 
@@ -18,15 +14,10 @@ constexpr StatusWord kLoadStatus[] = {
 
 int MEROSystemdLoadStatusGet(const std::string& strUnit)
 {
-    std::string word;
-    if (!MERO_VALID(!strUnit.empty()) || !MEROSystemdShow(strUnit, "LoadState", word)) {
-        return -1;
-    }
-    return StatusOf(MERO_HERE, kLoadStatus, word);
+    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "LoadState", kLoadStatus);
 }
 
 int MEROCSystemdLoadStatusGet(const char* szUnit)
 {
-    return WithoutExceptions(
-        MERO_HERE, [&] { return MERO_VALID(nullptr != szUnit) ? MEROSystemdLoadStatusGet(szUnit) : -1; }, -1);
+    return StatusForC(MERO_HERE, MEROSystemdLoadStatusGet, szUnit);
 }

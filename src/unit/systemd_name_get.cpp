@@ -1,6 +1,5 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/c_buffer.h"
+#include "core/c_values.h"
+#include "core/errors.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -21,11 +20,6 @@ bool MEROSystemdNameGet(const std::string& strUnit, std::string& name)
 
 int MEROCSystemdNameGet(const char* szUnit, char* szName, int cbName)
 {
-    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szName) || !MERO_VALID(0 < cbName)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::string name;
-        return MEROSystemdNameGet(szUnit, name) && CopyToBuffer(MERO_HERE, name, szName, cbName);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != szName) && MERO_VALID(0 < cbName) &&
+           TextForC(MERO_HERE, szName, cbName, [=](std::string& name) { return MEROSystemdNameGet(szUnit, name); });
 }

@@ -1,6 +1,5 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/c_buffer.h"
+#include "core/c_values.h"
+#include "core/errors.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>
@@ -22,11 +21,7 @@ bool MEROSystemdNameI18nGet(const std::string& strUnit, std::string& nameI18n)
 
 int MEROCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, int cbNameI18n)
 {
-    if (!MERO_VALID(nullptr != szUnit) || !MERO_VALID(nullptr != szNameI18n) || !MERO_VALID(0 < cbNameI18n)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::string nameI18n;
-        return MEROSystemdNameI18nGet(szUnit, nameI18n) && CopyToBuffer(MERO_HERE, nameI18n, szNameI18n, cbNameI18n);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != szNameI18n) && MERO_VALID(0 < cbNameI18n) &&
+           TextForC(MERO_HERE, szNameI18n, cbNameI18n,
+                    [=](std::string& nameI18n) { return MEROSystemdNameI18nGet(szUnit, nameI18n); });
 }

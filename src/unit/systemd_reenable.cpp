@@ -1,5 +1,4 @@
-#include "unit/unit_enablement.h"
-#include "unit/unit_forms.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -7,12 +6,15 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr ActionWords kReenable{
-    .verb = "reenable", .doing = "reenabling ...", .done = "reenabled.", .failed = "reenable failed"};
+constexpr ActionWords kReenable{.verb = "reenable",
+                                .doing = "reenabling ...",
+                                .done = "reenabled.",
+                                .failed = "reenable failed",
+                                .changesFiles = true};
 
 bool _MEROSystemdReenableCore(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return RunEnablement(MERO_HERE, kReenable, {}, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kReenable, {}, vecUnits, failed);
 }
 
 } // namespace

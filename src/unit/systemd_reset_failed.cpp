@@ -1,6 +1,4 @@
-#include "core/argument_check.h"
-#include "core/failed_units.h"
-#include "core/join.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -8,38 +6,21 @@ using namespace MERO::Systemd;
 
 namespace {
 
+// "unabled": programs that read the log match this spelling.
+constexpr ActionWords kResetFailed{.verb = "reset-failed",
+                                   .doing = "doing reset-failed ...",
+                                   .done = "reset-failed done.",
+                                   .failed = "is unabled to reset-failed, skipped",
+                                   .notRun = "failed to reset-failed"};
+
 bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    if (!MERO_VALID(!vecUnits.empty())) {
-        return false;
-    }
-    const std::string units = Join(vecUnits);
-    MERO_LOG(LOG_INFO, "[%s] doing reset-failed ...", units.c_str());
-    try {
-        return MEROSystemdSystemctl(
-            "reset-failed", {}, vecUnits, [&](int exitCode, const std::vector<std::string>& lines) {
-                if (exitCode == 0) {
-                    MERO_LOG(LOG_INFO, "[%s] reset-failed done.", units.c_str());
-                    return true;
-                }
-                FailedUnitsGet(vecUnits, lines, failed);
-                // "unabled" is the text that the logs have always had.
-                MERO_LOG(LOG_ERR, "[%s] is unabled to reset-failed, skipped: ret=[%d], reason:\n%s",
-                         Join(failed).c_str(), exitCode, Concatenate(lines).c_str());
-                return false;
-            });
-    } catch (const std::exception&) {
-        FailedUnitsCopy(vecUnits, failed);
-        MERO_LOG(LOG_ERR, "[%s] failed to reset-failed.", units.c_str());
-        return false;
-    }
+    return RunUnitAction(MERO_HERE, kResetFailed, {}, vecUnits, failed);
 }
 
 } // namespace
 
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return &failed != &vecUnits
-               ? _MEROSystemdResetFailed(vecUnits, failed)
-               : AppendFailedUnits(failed, [&](auto& own) { return _MEROSystemdResetFailed(vecUnits, own); });
+    return _MEROSystemdResetFailed(vecUnits, failed);
 }

@@ -1,4 +1,4 @@
-#include "unit/unit_forms.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -1,7 +1,6 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/c_list.h"
-#include "unit/unit_name.h"
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/names.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -21,11 +20,6 @@ bool MEROSystemdServiceList(std::vector<std::string>& services)
 
 int MEROCSystemdServiceList(MLIBCSzList** ppListServices)
 {
-    if (!MERO_VALID(nullptr != ppListServices) || !MERO_VALID(nullptr != *ppListServices)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::vector<std::string> services;
-        return MEROSystemdServiceList(services) && PushToList(services, ppListServices);
-    });
+    return MERO_VALID(nullptr != ppListServices) && MERO_VALID(nullptr != *ppListServices) &&
+           TextsForC(MERO_HERE, ppListServices, MEROSystemdServiceList);
 }

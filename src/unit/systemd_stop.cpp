@@ -1,6 +1,4 @@
-#include "core/action_log.h"
-#include "unit/unit_action.h"
-#include "unit/unit_forms.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -8,7 +6,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-// "stopped failed" is the text that the logs have always had.
+// "stopped failed": programs that read the log match this text.
 constexpr ActionWords kStop{
     .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed", .event = kStopEvent};
 

@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
@@ -11,11 +11,9 @@ bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneCl
     return YesKeyGet(MERO_HERE, strUnit, "SupportOneClickEnable", oneClickEnable);
 }
 
-// C callers get the default-enable answer, deliberately: they have always had it.
+// C callers get the default-enable answer: they rely on it.
 int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&
-               MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdIsDefaultEnableGet(szUnit, *pblOneClickEnable); });
 }

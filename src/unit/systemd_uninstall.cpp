@@ -1,12 +1,9 @@
-#include "core/argument_check.h"
-#include "core/core_error.h"
-#include "core/file_name.h"
-#include "core/join.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "core/text.h"
 #include "unit/enable_status_flag.h"
-#include "unit/offline.h"
-#include "unit/unit_forms.h"
-#include "unit/unit_name.h"
-#include "unit/unit_paths.h"
+#include "unit/unit_file.h"
+#include "unit/unit_operation.h"
 #include "volume/reason_store.h"
 
 #include <merocore/file.h>
@@ -36,8 +33,8 @@ bool RunStep(const char* step, const std::string& verb, const Texts& options, co
 {
     return MEROSystemdSystemctl(verb, options, vecUnits, [&](int exitCode, const Texts& lines) {
         if (exitCode != 0) {
-            MERO_LOG(LOG_ERR, "[%s] uninstalling, failed to do [%s]: ret=[%d], reason:\n%s", Join(vecUnits).c_str(),
-                     step, exitCode, Concatenate(lines).c_str());
+            MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines), "[%s] uninstalling, failed to do [%s]: ret=[%d], reason:\n%s",
+                            Join(vecUnits).c_str(), step, exitCode);
         }
         return exitCode == 0;
     });

@@ -1,12 +1,11 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "unit/unit_file.h"
 
-#include "core/core_error.h"
-#include "core/file_name.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/make_directory.h"
-#include "core/passing_failure.h"
-#include "unit/unit_name.h"
+#include "core/names.h"
+#include "core/text.h"
 
 #include <merocore/file.h>
 
@@ -14,46 +13,66 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <locale>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 
 namespace MERO::Systemd {
 namespace {
 
-// The operating system's own files win over the administrator's, unlike in systemd: deliberately.
+// Unlike in systemd, the operating system's own files win over the administrator's.
 constexpr std::string_view kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
                                                  "/etc/systemd/system/", "/run/systemd/system/"};
 
-/// Hands the unit's path in each directory to `isThere` until that is true, and returns it; empty when it never is.
-template <typename IsThere>
-std::string FirstUnitPath(const std::string& unit, IsThere&& isThere)
+/// Hands the unit's path in each directory to `visit`, until that returns true.
+template <typename Visit>
+void VisitUnitPaths(const std::string& unit, Visit&& visit)
 {
     const std::string name = NormalizedUnitNameGet(unit);
+    if (!IsFileName(name)) {
+        return; // a folder holds no file of such a name
+    }
     std::string path;
-    if (IsFileName(name)) {                                     // a folder holds no file of another name
-        path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
-        for (std::string_view directory : kUnitDirectories) {
-            if (isThere(path.assign(directory).append(name))) {
-                return path;
-            }
+    path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
+    for (std::string_view directory : kUnitDirectories) {
+        if (visit(path.assign(directory).append(name))) {
+            return;
         }
     }
-    return {};
 }
 
 [[noreturn]] void Fail(int error, const std::string& message)
 {
-    const SourceLine here = MERO_HERE;
-    MLIBCErrSetEx(error, here.file, here.line);
+    SetError(MERO_HERE, error);
     throw std::runtime_error(message);
 }
 
 bool IsThere(const std::string& path)
 {
     return access(path.c_str(), F_OK) == 0;
+}
+
+enum class Reading { NoFile, Done, Failed };
+
+/// Reads a key of the file, if that is there. `value` stays as it was when section, key or value are missing, or the
+/// file is none that can be read. Failed: it may be read the next time; the error register says why.
+Reading ReadKey(const std::string& path, const std::string& section, const std::string& key, char (&value)[1024])
+{
+    if (path.starts_with(kUnitDirectories[0]) && !IsThere(path) && errno == ENOENT) {
+        return Reading::NoFile; // as nearly always: asking costs less than an open that fails
+    }
+    if (MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0 ||
+        MLIBCErrGet() == MLIBC_ERR_NOT_FOUND) {
+        return Reading::Done;
+    }
+    if (IsPassingFailure(errno)) {
+        return Reading::Failed;
+    }
+    return errno != ENOENT && IsThere(path) ? Reading::Done : Reading::NoFile;
 }
 
 /// Whether the line key=value is read back as it was written. The writer refuses all pairs for one that is not.
@@ -74,42 +93,36 @@ struct FreeHash {
 
 std::string UnitPathGet(const std::string& unit)
 {
-    std::string path = FirstUnitPath(unit, IsThere);
-    if (path.empty()) {
+    std::string found;
+    VisitUnitPaths(unit, [&](const std::string& path) {
+        const bool isThere = IsThere(path);
+        found = isThere ? path : std::string();
+        return isThere;
+    });
+    if (found.empty()) {
         Fail(MLIBC_ERR_NOT_FOUND, "Unit is not found [" + unit + "]");
     }
-    return path;
+    return found;
 }
 
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
     char value[1024];
     value[0] = '\0'; // not all of it: that would cost as much as a system call
-    int failure = 0;
-    // Reading tells by itself whether the file is there: only when it fails, and not for that reason, is that asked.
-    const auto isRead = [&](const std::string& path) {
-        if (path.starts_with(kUnitDirectories[0]) && !IsThere(path) && errno == ENOENT) {
-            return false; // as nearly always: asking costs less than an open that fails
-        }
-        if (MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0) {
-            return true;
-        }
-        const int error = MLIBCErrGet();
-        if (error != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
-            failure = error;
-            return true;
-        }
-        return error == MLIBC_ERR_NOT_FOUND || (errno != ENOENT && IsThere(path));
-    };
-    bool isFound = false;
+    Reading reading = Reading::NoFile;
+    int error = 0;
     {
         const ErrorKeeper keeper; // a key that is missing is no error
-        isFound = !FirstUnitPath(unit, isRead).empty();
+        VisitUnitPaths(unit, [&](const std::string& path) {
+            reading = ReadKey(path, section, key, value);
+            return reading != Reading::NoFile;
+        });
+        error = MLIBCErrGet();
     }
-    if (failure != 0) {
-        Fail(failure, "Unit cannot be read [" + unit + "]");
+    if (reading == Reading::Failed) {
+        Fail(error, "Unit cannot be read [" + unit + "]");
     }
-    if (!isFound) {
+    if (reading == Reading::NoFile) {
         Fail(MLIBC_ERR_NOT_FOUND, "Unit is not found [" + unit + "]");
     }
     return value;
@@ -123,6 +136,27 @@ std::string XTarvixKeyGet(const std::string& unit, const std::string& key)
     }
     const std::string prefix = unit.substr(0, at + 1); // of an instance, its template's file holds the metadata
     return UnitSectionKeyGet(HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix, "X-Tarvix", key);
+}
+
+std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines)
+{
+    std::vector<std::string> paths;
+    for (const std::string& line : lines) {
+        const std::size_t equals = line.find('=');
+        const std::string property = line.substr(0, equals);
+        std::vector<std::string> values;
+        // A fragment is one path, whatever blanks it holds: the drop-ins' values are the ones that hold several.
+        const char* const separators = property == "FragmentPath" ? "\n" : " ";
+        if (equals == line.npos || (property != "FragmentPath" && property != "DropInPaths")) {
+            continue;
+        }
+        if (!Split(line.substr(equals + 1), values, separators)) {
+            throw std::bad_alloc(); // a file that is not named would not be removed
+        }
+        std::copy_if(values.begin(), values.end(), std::back_inserter(paths),
+                     [](const std::string& value) { return !value.empty(); });
+    }
+    return paths;
 }
 
 bool AddUnitSection(const std::string& directory, const std::string& fileName, const std::string& section,
@@ -139,18 +173,17 @@ bool AddUnitSection(const std::string& directory, const std::string& fileName, c
     }
     const std::string path = directory + "/" + fileName;
     for (const auto& [key, value] : values) {
-        const SourceLine here = MERO_HERE;
         const bool canBeSet = CanBeSet(key, value);
         if (!canBeSet) {
-            MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+            SetError(MERO_HERE, MLIBC_ERR_INVALID_ARGUMENT);
         }
         if (!canBeSet || MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
             MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashSetValue to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
-                     MERO_CORE_ERROR_VALUES); // and what can be set is written, deliberately
+                     MERO_CORE_ERROR_VALUES); // the others are written all the same
         }
     }
     if (MLIBCFileAddSection(path.c_str(), section.c_str(), hash.get(), 0) < 0) {
-        // "SetSection", although a section is added: the text that the logs have always had.
+        // "SetSection", although a section is added: programs that read the log match this text.
         MERO_LOG(LOG_ERR, "Fail to MLIBCFileSetSection to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
                  MERO_CORE_ERROR_VALUES);
         return false;

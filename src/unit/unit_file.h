@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace MERO::Systemd {
 
@@ -15,6 +16,10 @@ std::string UnitSectionKeyGet(const std::string& unit, const std::string& sectio
 
 /// The value of a key in section X-Tarvix; an instance's keys are read from its template. Throws as UnitPathGet.
 std::string XTarvixKeyGet(const std::string& unit, const std::string& key);
+
+/// The unit's file and drop-ins, as systemctl's `show` prints the properties FragmentPath and DropInPaths: in any
+/// order, a value empty where there is none, several drop-ins with blanks between. Throws std::bad_alloc.
+std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines);
 
 /// Writes a section into `directory`/`fileName`, making the directory and its parents. A section of that name that
 /// is there is replaced. Failures are logged and give false.

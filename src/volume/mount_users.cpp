@@ -1,12 +1,11 @@
 #define MERO_SOURCE_NAME "systemd_service_list_by_mount_path"
 #include "volume/mount_users.h"
 
-#include "core/log.h"
-#include "resource/process_cgroup.h"
-#include "unit/unit_name.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "resource/proc_texts.h"
 #include "volume/mount_path.h"
 
-#include <merocore/error.h>
 #include <merosystemd/systemd.hpp>
 
 #include <map>
@@ -67,8 +66,7 @@ bool ForEachMountUser(const std::string& mountPath, const std::function<void(Pro
     MountPath mount(mountPath);
     ProcessFiles files;
     if (!files) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_OPEN_DIRECTORY, here.file, here.line);
+        SetError(MERO_HERE, MLIBC_ERR_OPEN_DIRECTORY);
         return false;
     }
     OptOuts optOuts;

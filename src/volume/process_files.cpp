@@ -1,7 +1,7 @@
 #include "volume/process_files.h"
 
-#include "core/split.h"
-#include "resource/process_cgroup.h"
+#include "core/text.h"
+#include "resource/proc_texts.h"
 
 #include <fcntl.h>
 
@@ -12,7 +12,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// What stands behind the last newline.
+/// What follows the last newline.
 std::string_view LastLine(std::string_view text)
 {
     const auto* newline = static_cast<const char*>(memrchr(text.data(), '\n', text.size())); // rfind is a loop

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/descriptor.h"
-#include "core/directory_names.h"
+#include "core/directory_entries.h"
 #include "core/text_reader.h"
+#include "platform/core/owners.h"
 
 #include <merosystemd/volume.hpp>
 
@@ -32,7 +32,7 @@ class ProcessFiles {
 public:
     ProcessFiles();
 
-    /// False, with errno, when /proc cannot be opened: there are no processes to see then.
+    /// False when /proc cannot be opened: there are no processes to see then.
     explicit operator bool() const { return static_cast<bool>(proc_); }
 
     /// Hands every process to `take`.

@@ -1,13 +1,11 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
 #include "volume/reason_store.h"
 
-#include "core/core_error.h"
 #include "core/directory_entries.h"
 #include "core/directory_walk.h"
-#include "core/file_name.h"
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/make_directory.h"
-#include "unit/unit_name.h"
+#include "core/names.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -26,8 +24,7 @@ constexpr const char* kRoot = "/run/merosystemd/reasons/";
 bool Allow(bool allowed)
 {
     if (!allowed) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+        SetError(MERO_HERE, MLIBC_ERR_INVALID_ARGUMENT);
     }
     return allowed;
 }
@@ -45,12 +42,27 @@ bool CanHaveReasons(const std::string& service)
     return Allow(!service.empty() && IsFileName(name) && UnitTypeGet(name) == "service");
 }
 
+ReasonChange::ReasonChange(const std::vector<std::string>& services)
+{
+    for (const std::string& service : services) {
+        hadReason_[service] = CheckServiceHasReason(service);
+    }
+}
+
+bool ReasonChange::HappenedTo(const std::vector<std::string>& services) const
+{
+    return std::any_of(services.begin(), services.end(), [this](const std::string& service) {
+        return hadReason_.at(service) != CheckServiceHasReason(service);
+    });
+}
+
 bool CheckServiceHasReason(const std::string& service)
 {
     const ErrorKeeper keeper;         // "no" is an answer
     std::vector<std::string> reasons; // not by glob(), which frees names twice where memory is out
-    if (!DirectoryEntries(ReasonDirectory(service), reasons)) {
-        return errno != ENOTDIR; // a folder that cannot be read counts as one with reasons, deliberately
+    const int error = DirectoryEntries(ReasonDirectory(service), reasons);
+    if (error != 0) {
+        return error != ENOTDIR; // who cannot see whether a service is held must not take it for free
     }
     return std::any_of(reasons.begin(), reasons.end(), [](const std::string& name) { return !name.starts_with('.'); });
 }
@@ -58,7 +70,7 @@ bool CheckServiceHasReason(const std::string& service)
 bool ListServicesWithReason(std::vector<std::string>& services)
 {
     std::vector<std::string> entries;
-    if (!DirectoryEntries(kRoot, entries)) {
+    if (DirectoryEntries(kRoot, entries) != 0) {
         return false;
     }
     std::copy_if(entries.begin(), entries.end(), std::back_inserter(services), [](const std::string& entry) {
@@ -85,8 +97,7 @@ bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& se
             removed.push_back(service);
         } else {
             MERO_LOG(LOG_ERR, "failed to unlink reason file [%s] (%m)", file.c_str());
-            const SourceLine here = MERO_HERE;
-            MLIBCErrSetEx(MLIBC_ERR_UNLINK, here.file, here.line);
+            SetError(MERO_HERE, MLIBC_ERR_UNLINK);
             failed.push_back(service);
             done = false;
         }

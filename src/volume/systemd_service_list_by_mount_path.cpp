@@ -1,6 +1,5 @@
-#include "core/argument_check.h"
-#include "core/no_exceptions.h"
-#include "unit/c_list.h"
+#include "core/c_values.h"
+#include "core/errors.h"
 #include "volume/mount_users.h"
 
 #include <merosystemd/systemd.hpp>
@@ -21,12 +20,8 @@ bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<
 
 int MEROCSystemdServiceListByMntPath(const char* szMntPath, MLIBCSzList** ppListServices)
 {
-    if (!MERO_VALID(nullptr != szMntPath) || !MERO_VALID(nullptr != ppListServices) ||
-        !MERO_VALID(nullptr != *ppListServices)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::vector<std::string> services;
-        return MEROSystemdServiceListByMntPath(szMntPath, services) && PushToList(services, ppListServices);
-    });
+    return MERO_VALID(nullptr != szMntPath) && MERO_VALID(nullptr != ppListServices) &&
+           MERO_VALID(nullptr != *ppListServices) && TextsForC(MERO_HERE, ppListServices, [=](auto& services) {
+               return MEROSystemdServiceListByMntPath(szMntPath, services);
+           });
 }

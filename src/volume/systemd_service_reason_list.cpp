@@ -1,7 +1,6 @@
-#include "core/argument_check.h"
+#include "core/c_values.h"
 #include "core/directory_entries.h"
-#include "core/no_exceptions.h"
-#include "unit/c_list.h"
+#include "core/errors.h"
 #include "volume/reason_store.h"
 
 #include <merosystemd/systemd.hpp>
@@ -11,17 +10,13 @@ using namespace MERO::Systemd;
 bool MEROSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons)
 {
     return MERO_VALID(!strService.empty()) && CanHaveReasons(strService) &&
-           DirectoryEntries(ReasonDirectory(strService), vecReasons);
+           DirectoryEntries(ReasonDirectory(strService), vecReasons) == 0;
 }
 
 int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListReasons)
 {
-    if (!MERO_VALID(nullptr != szService) || !MERO_VALID(nullptr != ppListReasons) ||
-        !MERO_VALID(nullptr != *ppListReasons)) {
-        return 0;
-    }
-    return WithoutExceptions(MERO_HERE, [&] {
-        std::vector<std::string> reasons;
-        return MEROSystemdServiceReasonList(szService, reasons) && PushToList(reasons, ppListReasons);
-    });
+    return MERO_VALID(nullptr != szService) && MERO_VALID(nullptr != ppListReasons) &&
+           MERO_VALID(nullptr != *ppListReasons) && TextsForC(MERO_HERE, ppListReasons, [=](auto& reasons) {
+               return MEROSystemdServiceReasonList(szService, reasons);
+           });
 }

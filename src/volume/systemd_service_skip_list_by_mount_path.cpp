@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "unit/metadata_key.h"
 
 #include <merosystemd/systemd.hpp>

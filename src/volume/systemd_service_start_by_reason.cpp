@@ -1,5 +1,4 @@
-#include "volume/reason_forms.h"
-#include "volume/reason_release.h"
+#include "volume/reason_operation.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -1,8 +1,7 @@
-#include "core/core_error.h"
-#include "core/join.h"
-#include "core/make_directory.h"
-#include "volume/reason_change.h"
-#include "volume/reason_forms.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
+#include "core/text.h"
+#include "volume/reason_operation.h"
 #include "volume/reason_store.h"
 
 #include <merocore/file.h>

@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "core/no_exceptions.h"
 #include "unit/metadata_key.h"
 
@@ -31,8 +31,6 @@ bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOL
 
 int MEROCSystemdVolumeDependencyGet(const char* szUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY* pDependency)
 {
-    return WithoutExceptions(MERO_HERE, [&] {
-        return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pDependency) &&
-               MEROSystemdVolumeDependencyGet(szUnit, *pDependency);
-    });
+    return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pDependency) &&
+           WithoutExceptions(MERO_HERE, [=] { return MEROSystemdVolumeDependencyGet(szUnit, *pDependency); });
 }

@@ -1,9 +1,7 @@
-#include "core/argument_check.h"
-#include "core/core_error.h"
 #include "core/directory_entries.h"
-#include "core/file_name.h"
+#include "core/errors.h"
+#include "core/names.h"
 #include "core/no_exceptions.h"
-#include "unit/unit_name.h"
 #include "volume/volume_register.h"
 
 #include <merocore/file.h>
@@ -91,9 +89,13 @@ bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::ve
 {
     // Not by fs::directory_iterator, which ends the process where memory is out.
     std::vector<std::string> entries;
-    if (!DirectoryEntries(kPackagesDirectory, entries) || !std::filesystem::exists(kPackagesDirectory)) {
+    int error = DirectoryEntries(kPackagesDirectory, entries);
+    if (error == 0 && !std::filesystem::exists(kPackagesDirectory)) {
+        error = ENOENT;
+    }
+    if (error != 0) {
         throw std::filesystem::filesystem_error("cannot open directory", kPackagesDirectory,
-                                                std::error_code(errno, std::generic_category()));
+                                                std::error_code(error, std::generic_category()));
     }
     for (const std::string& package : entries) {
         const std::string path = PackageRegisterDirectory(package) + kPackageRegister;

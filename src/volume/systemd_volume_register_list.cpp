@@ -1,5 +1,5 @@
-#include "core/core_error.h"
 #include "core/directory_entries.h"
+#include "core/errors.h"
 #include "core/log.h"
 #include "volume/volume_register.h"
 
@@ -33,7 +33,7 @@ bool IsTemporary(const std::string& name)
 /// The owners of the registers in a folder, which are named after them.
 bool ListOwners(const char* directory, std::vector<std::string>& owners)
 {
-    const bool listed = DirectoryEntries(directory, owners);
+    const bool listed = DirectoryEntries(directory, owners) == 0;
     if (!listed) {
         MERO_LOG(LOG_ERR, "Fail to open [%s] " MERO_CORE_ERROR_FORMAT, directory, MERO_CORE_ERROR_VALUES);
     }

@@ -1,17 +1,14 @@
-#include "core/argument_check.h"
-#include "core/cancel_block.h"
-#include "core/join.h"
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/interruption.h"
 #include "core/lock.h"
 #include "core/no_exceptions.h"
-#include "core/sleep.h"
 #include "core/status_monitor.h"
-#include "unit/c_list.h"
+#include "core/text.h"
 #include "unit/unit_file.h"
 #include "volume/volume_stops.h"
 
 #include <merosystemd/systemd.hpp>
-
-#include <boost/algorithm/string/join.hpp>
 
 #include <unistd.h>
 
@@ -42,7 +39,7 @@ bool RemoveTarget(const std::string& target)
 
 bool WriteTarget(const std::string& target, const char* relation, const Texts& services)
 {
-    const std::string units = boost::algorithm::join(services, " ");
+    const std::string units = Join(services, " ");
     const bool written = AddUnitSection(kDirectory, target, "Unit",
                                         {{relation, units}, {"After", units}, {"DefaultDependencies", "no"}});
     if (!written) {
@@ -87,14 +84,8 @@ bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const s
     }
     MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",
              Join(volumes).c_str(), Join(services).c_str());
-    bool done = false;
-    try {
-        done = MEROSystemdStartIrreversibly(kBeginTarget) && action();
-    } catch (...) { // or the thread ends in the action
-        (void)StartAgain(services);
-        throw;
-    }
-    return StartAgain(services) && done;
+    return RunAndGoBack([&] { return MEROSystemdStartIrreversibly(kBeginTarget) && action(); },
+                        [&] { return StartAgain(services); });
 }
 
 } // namespace
@@ -108,7 +99,7 @@ bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
     FileLock unmountLock("/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout);
     FileLock isolateLock(kIsolateAndVolumeUnmountLock, false, kLockTimeout);
     if (!block.LiftFor([&] { return unmountLock.Acquire() && isolateLock.Acquire(); })) {
-        // Names the first lock in either case, deliberately.
+        // In either case names the first lock, which programs that read the log match.
         MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmountLock.PathGet().c_str());
         return false;
     }

@@ -1,4 +1,4 @@
-#include "core/argument_check.h"
+#include "core/errors.h"
 #include "volume/volume_blockers.h"
 #include "volume/volume_stops.h"
 

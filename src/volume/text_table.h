@@ -13,14 +13,14 @@ namespace MERO::Systemd {
 class TextTable {
 public:
     struct Entry {
-        std::string_view text; ///< with a NUL behind it
+        std::string_view text; ///< a NUL follows it
         std::string_view value;
     };
 
     /// The entry of the text, which is new when its value is null. Good until the next call.
     Entry& operator[](std::string_view text);
 
-    /// A text of these pieces that lives as long as the table, with a NUL behind it.
+    /// A text of these pieces, and a NUL after it, that lives as long as the table.
     std::string_view Keep(std::initializer_list<std::string_view> pieces);
 
 private:

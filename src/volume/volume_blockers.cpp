@@ -1,9 +1,8 @@
 #include "volume/volume_blockers.h"
 
-#include "core/split.h"
-#include "resource/process_cgroup.h"
-#include "unit/unit_name.h"
-#include "volume/kernel_table.h"
+#include "core/names.h"
+#include "core/text.h"
+#include "resource/proc_texts.h"
 #include "volume/mount_path.h"
 #include "volume/process_files.h"
 

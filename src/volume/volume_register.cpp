@@ -1,14 +1,12 @@
 #define MERO_SOURCE_NAME "systemd_volume_register"
 #include "volume/volume_register.h"
 
-#include "core/core_error.h"
 #include "core/directory_walk.h"
+#include "core/errors.h"
 #include "core/json_file.h"
 #include "core/lock.h"
 #include "core/log.h"
-#include "core/make_directory.h"
 #include "core/no_exceptions.h"
-#include "core/passing_failure.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
 #define MERO_SOURCE_NAME "systemd_volume_unmount_action"
 #include "volume/volume_stops.h"
 
-#include "core/core_error.h"
+#include "core/errors.h"
 #include "core/log.h"
+#include "core/names.h"
 #include "unit/unit_file.h"
-#include "unit/unit_name.h"
 #include "volume/mount_users.h"
 
 #include <merosystemd/systemd.hpp>
@@ -131,8 +131,7 @@ bool AreVolumes(const Texts& volumes)
         return volume.starts_with('/') && !volume.ends_with('/');
     });
     if (!valid) {
-        const SourceLine here = MERO_HERE;
-        MLIBCErrSetEx(MLIBC_ERR_INVALID_ARGUMENT, here.file, here.line);
+        SetError(MERO_HERE, MLIBC_ERR_INVALID_ARGUMENT);
     }
     return valid;
 }

@@ -1,6 +1,5 @@
 #include "support/machine.h"
 #include "unit/job_info.h"
-#include "unit/job_string_map.h"
 
 #include <merocore/error.h>
 #include <merosystemd/systemd.hpp>

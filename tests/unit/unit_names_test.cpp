@@ -1,7 +1,7 @@
-#include "core/split.h"
+#include "core/names.h"
+#include "core/text.h"
 #include "support/machine.h"
 #include "unit/unit_file.h"
-#include "unit/unit_name.h"
 
 #include <merocore/error.h>
 

@@ -1,0 +1,34 @@
+#define MERO_SOURCE_NAME "systemd_internal_lib"
+#include "core/text.h"
+
+#include "core/errors.h"
+
+#include <boost/algorithm/string.hpp>
+
+namespace MERO::Systemd {
+
+std::string Join(const std::vector<std::string>& texts, const char* between)
+{
+    return boost::algorithm::join(texts, between);
+}
+
+std::string Concatenate(const std::vector<std::string>& lines)
+{
+    return Join(lines, "");
+}
+
+bool Split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters)
+{
+    try {
+        const std::string trimmed = boost::algorithm::trim_copy(text);
+        if (!trimmed.empty()) {
+            boost::algorithm::split(out, trimmed, boost::algorithm::is_any_of(delimiters));
+        }
+        return true;
+    } catch (const std::exception&) {
+        SetError(MERO_HERE, MLIBC_ERR_NO_MEMORY);
+        return false;
+    }
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,200 @@
+#include "resource/proc_texts.h"
+
+#include "core/text.h"
+
+#include <libgen.h>
+
+#include <algorithm>
+#include <charconv>
+
+namespace MERO::Systemd {
+namespace {
+
+using Text = std::string_view;
+
+constexpr int kSkippedFields = 13;    // of /proc/<pid>/stat, before utime and stime
+constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user to steal
+
+constexpr Text kBlanks = " \t\v\f\r"; // a number stands in its key's line
+
+Text Trim(Text text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text;
+}
+
+/// Takes an unsigned number off the text, blanks before it not counted.
+bool TakeNumber(Text& text, unsigned long& number)
+{
+    text = Trim(text);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc();
+}
+
+Text TakeLine(Text& text)
+{
+    const std::size_t end = text.find('\n');
+    const Text line = text.substr(0, end);
+    text.remove_prefix(std::min(end, text.size() - 1) + 1);
+    return line;
+}
+
+/// The number after `key` in a line that begins with it.
+bool NumberOf(Text line, Text key, unsigned long& number)
+{
+    if (!line.starts_with(key)) {
+        return false;
+    }
+    line.remove_prefix(key.size());
+    return TakeNumber(line, number);
+}
+
+bool IsOctal(char character)
+{
+    return character >= '0' && character <= '7';
+}
+
+std::string Unescape(std::string_view text)
+{
+    std::string plain;
+    while (!text.empty()) {
+        if (text.size() >= 4 && text[0] == '\\' && IsOctal(text[1]) && IsOctal(text[2]) && IsOctal(text[3])) {
+            plain += static_cast<char>((text[1] - '0') * 64 + (text[2] - '0') * 8 + (text[3] - '0'));
+            text.remove_prefix(4);
+        } else {
+            plain += text.front();
+            text.remove_prefix(1);
+        }
+    }
+    return plain;
+}
+
+/// What stands in a column of a line, whose columns any number of blanks part; empty where there is none.
+std::string_view Field(std::string_view line, std::size_t column)
+{
+    constexpr const char* kBlanks = " \t";
+    for (; column > 0; --column) {
+        const std::size_t blank = std::min(line.find_first_of(kBlanks), line.size());
+        line.remove_prefix(std::min(line.find_first_not_of(kBlanks, blank), line.size()));
+    }
+    return line.substr(0, line.find_first_of(kBlanks));
+}
+
+} // namespace
+
+std::string ScriptName(std::string_view line)
+{
+    std::string path(line.substr(0, line.find('\0')));
+    const char* name = basename(path.data());
+    return name != nullptr ? name : "(null)";
+}
+
+bool ProcessTicks(std::string_view line, unsigned long& user, unsigned long& system)
+{
+    // Words end at blanks. A blank in the command's name shifts the fields: that is what callers get.
+    for (int field = 0; field < kSkippedFields; ++field) {
+        line = Trim(line);
+        line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
+    }
+    return TakeNumber(line, user) && TakeNumber(line, system);
+}
+
+bool ProcessorTicks(std::string_view line, unsigned long& total)
+{
+    if (!line.starts_with("cpu")) {
+        return false;
+    }
+    line.remove_prefix(3);
+    total = 0;
+    for (int counter = 0; counter < kProcessorCounters; ++counter) {
+        unsigned long ticks = 0;
+        if (!TakeNumber(line, ticks)) {
+            return false;
+        }
+        total += ticks;
+    }
+    return true;
+}
+
+unsigned long SumOfPss(std::string_view lines)
+{
+    // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
+    unsigned long sum = 0;
+    for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
+        unsigned long value = 0;
+        if ((at == 0 || lines[at - 1] == '\n') && NumberOf(lines.substr(at), "Pss:", value)) {
+            sum += value;
+        }
+    }
+    return sum;
+}
+
+bool IoBytes(std::string_view text, unsigned long& readBytes, unsigned long& writeBytes)
+{
+    bool hasRead = false;
+    bool hasWrite = false;
+    while (!text.empty()) {
+        const Text line = TakeLine(text);
+        hasRead = NumberOf(line, "read_bytes:", readBytes) || hasRead;
+        hasWrite = NumberOf(line, "write_bytes:", writeBytes) || hasWrite;
+    }
+    return hasRead && hasWrite;
+}
+
+bool CgroupPathParse(const std::string& line, const std::string& controllers, std::string& path)
+{
+    std::vector<std::string> fields;
+    if (!Split(line, fields, ":") || fields.size() != 3 || fields[1] != controllers) {
+        return false;
+    }
+    path = fields[2];
+    return true;
+}
+
+bool FindCgroupPath(std::string_view lines, const std::string& controllers, std::string& path)
+{
+    while (!lines.empty()) {
+        const std::size_t end = lines.find('\n');
+        if (CgroupPathParse(std::string(lines.substr(0, end)), controllers, path)) {
+            return true;
+        }
+        lines.remove_prefix(end == lines.npos ? lines.size() : end + 1);
+    }
+    return false;
+}
+
+bool SystemdCgroupPath(std::string_view lines, std::string& path)
+{
+    // A machine with cgroup version 2 alone has no named hierarchies: its one hierarchy, "0::", is systemd's.
+    const bool isNamed = lines.find(":name=systemd:") != lines.npos;
+    return FindCgroupPath(lines, isNamed ? "name=systemd" : "", path);
+}
+
+std::string UnitOfCgroup(const std::string& path)
+{
+    std::vector<std::string> folders;
+    const bool isUnit = Split(path, folders, "/") && !folders.empty() && folders.back().find('.') != std::string::npos;
+    return isUnit ? UnitOfFolder(folders.back()) : std::string();
+}
+
+std::string UnitOfFolder(const std::string& folder)
+{
+    return folder.starts_with('_') ? folder.substr(1) : folder;
+}
+
+std::vector<std::string> PathsInColumn(std::string_view table, std::size_t column)
+{
+    std::vector<std::string> paths;
+    while (!table.empty()) {
+        const std::size_t end = std::min(table.find('\n'), table.size());
+        const std::string_view field = Field(table.substr(0, end), column);
+        if (field.starts_with('/')) {
+            paths.push_back(Unescape(field));
+        }
+        table.remove_prefix(std::min(end + 1, table.size()));
+    }
+    return paths;
+}
+
+} // namespace MERO::Systemd

@@ -1,0 +1,158 @@
+#include "unit/unit_operation.h"
+
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/failed_units.h"
+#include "core/names.h"
+#include "core/text.h"
+#include "unit/enable_status_flag.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+
+namespace MERO::Systemd {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
+                  Texts& failed)
+{
+    if (!MERO_VALID_AT(where, !vecUnits.empty())) {
+        return false;
+    }
+    if (words.changesFiles && !MERO_VALID_AT(where, EndInFileNames(vecUnits))) {
+        FailedUnitsCopy(vecUnits, failed);
+        return false;
+    }
+    const std::string units = Join(vecUnits);
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
+    const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(words.changesFiles).Build();
+    try {
+        return MEROSystemdSystemctlUltron(words.verb, opts, vecUnits, [&](int exitCode, const Texts& lines) {
+            if (words.changesFiles) {
+                std::for_each(vecUnits.begin(), vecUnits.end(), SetEnableStatusChanged);
+            }
+            if (exitCode == 0) {
+                MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
+                return true;
+            }
+            words.changesFiles ? FailedUnitsCopy(vecUnits, failed) : FailedUnitsGet(vecUnits, lines, failed);
+            MERO_LOG_OUTPUT_AT(where, LOG_ERR, Concatenate(lines), "[%s] %s: ret=[%d], reason:\n%s",
+                               (words.changesFiles ? units : Join(failed)).c_str(), words.failed, exitCode);
+            return false;
+        });
+    } catch (const std::exception&) {
+        FailedUnitsCopy(vecUnits, failed);
+        // The failed list of an action may have held others before: they are named too.
+        const bool isAction = !words.changesFiles && words.notRun == nullptr;
+        MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", (isAction ? Join(failed) : units).c_str(),
+                    words.notRun != nullptr ? words.notRun : words.failed);
+        return false;
+    }
+}
+
+bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpts& opts, const std::string& unit)
+{
+    try {
+        return MEROSystemdSystemctlUltron(words.verb, opts, {unit}, [&](int exitCode, const Texts& lines) {
+            if (exitCode != 0) {
+                MERO_LOG_OUTPUT_AT(where, LOG_ERR, Join(lines), "%s: ret=[%d], reason=[%s]", words.failed, exitCode);
+            }
+            return exitCode == 0;
+        });
+    } catch (const std::exception&) {
+        return false; // logged where it was thrown
+    }
+}
+
+} // namespace
+
+bool RunUnitAction(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
+                   Texts& failed)
+{
+    if (&failed == &vecUnits || &failed == &options) {
+        return AppendFailedUnits(failed,
+                                 [&](auto& own) { return RunUnitAction(where, words, options, vecUnits, own); });
+    }
+    const bool done = RunSystemctl(where, words, options, vecUnits, failed);
+    if (words.event != 0) {
+        MEROSystemdLogAction(words.event, done, vecUnits, failed);
+    }
+    return done;
+}
+
+bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const Texts& vecUnits, Texts& failed)
+{
+    if (&failed == &vecUnits) {
+        return AppendFailedUnits(failed, [&](auto& own) { return RunMasking(where, words, runtime, vecUnits, own); });
+    }
+    if (!MERO_VALID_AT(where, !vecUnits.empty())) {
+        return false;
+    }
+    const std::string units = Join(vecUnits);
+    MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
+    Texts options;
+    if (runtime) {
+        options.emplace_back("--runtime");
+    }
+    const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build();
+    bool done = true;
+    for (const std::string& unit : vecUnits) {
+        if (!RunMaskingOf(where, words, opts, unit)) {
+            failed.push_back(unit);
+            done = false;
+        }
+    }
+    if (done) {
+        MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
+    } else {
+        MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", units.c_str(), words.failed);
+    }
+    return done;
+}
+
+bool RunSingleForm(SourceLine where, ListForm* operation, const std::string& strUnit)
+{
+    if (!MERO_VALID_AT(where, !strUnit.empty())) {
+        return false;
+    }
+    Texts failed;
+    return operation({strUnit}, failed);
+}
+
+int RunCForm(SourceLine where, SingleForm* operation, const char* szUnit)
+{
+    return MERO_VALID_AT(where, nullptr != szUnit) &&
+           WithoutExceptions(where, [&] { return operation(szUnit); }, 0, {.what = szUnit, .isUnit = true});
+}
+
+int RunCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed)
+{
+    return MERO_VALID_AT(where, nullptr != pListUnits) &&
+           RunOnCList(where, {.what = "a list of units", .stopsNoMemoryOnly = true}, operation, pListUnits,
+                      ppListFailed);
+}
+
+int RunGuardedCGroupForm(SourceLine where, ListForm* operation, const MLIBCSzList* pListUnits)
+{
+    return MERO_VALID_AT(where, nullptr != pListUnits) &&
+           RunOnCList(where, {.what = "a list of units"}, operation, pListUnits, nullptr);
+}
+
+int RunOnCList(SourceLine where, const Boundary& boundary, const std::function<ListForm>& operation,
+               const MLIBCSzList* list, MLIBCSzList** ppListFailed)
+{
+    const auto run = [&] {
+        Texts failed;
+        const bool done = operation(FromList(list), failed);
+        if (!done) {
+            PushFailedUnits(failed, ppListFailed);
+        }
+        return done;
+    };
+    return WithoutExceptions(where, run, 0, boundary);
+}
+
+} // namespace MERO::Systemd
