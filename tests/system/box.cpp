@@ -1,10 +1,6 @@
 #include "system/box.h"
 
-#include <sys/wait.h>
-
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -33,22 +29,6 @@ std::string Line(std::string text)
 
 } // namespace
 
-ShellResult Shell(const std::string& command)
-{
-    FILE* stream = popen(("exec 2>&1; " + command).c_str(), "re");
-    if (stream == nullptr) {
-        throw std::runtime_error("no shell");
-    }
-    std::string output;
-    std::array<char, 4096> buffer;
-    std::size_t count;
-    while ((count = fread(buffer.data(), 1, buffer.size(), stream)) > 0) {
-        output.append(buffer.data(), count);
-    }
-    const int status = pclose(stream);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};
-}
-
 Box::Box()
 {
     SetDialect("current");
@@ -61,12 +41,12 @@ Box::Box()
 
 Box::~Box()
 {
-    Shell("systemctl cancel");
+    std::string units;
     for (const std::string& unit : units_) {
-        Shell("systemctl kill -s KILL " + unit + "; systemctl stop " + unit);
-        fs::remove("/run/systemd/system/" + unit);
+        units += " " + unit;
     }
-    Shell("systemctl reset-failed");
+    Shell("systemctl cancel; cd /run/systemd/system; for unit in" + units +
+          "; do systemctl kill -s KILL $unit; systemctl stop $unit; rm $unit; done; systemctl reset-failed");
     Load();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/shell.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,14 +10,6 @@
 #include <vector>
 
 namespace MERO::Test {
-
-/// What a shell command did.
-struct ShellResult {
-    int exitCode;
-    std::string output; ///< both outputs, in the order of arrival
-};
-
-ShellResult Shell(const std::string& command);
 
 /// A real systemd, for tests that run inside the sandbox. The library speaks its dialect, boot is over, and the event
 /// log's tool writes to /run/events.

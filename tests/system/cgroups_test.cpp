@@ -52,8 +52,6 @@ TEST_F(RealCgroups, ProcessesAreFoundAndMoveThemselvesInTheHierarchies)
         {[&] { return both("bulk.slice") && MEROSystemdRunAsSystemProcess(); }, "/ /bulk.slice bulk.slice"},
         {[&] { return !both("single.slice"); }, "/single.slice / none"},
         {[&] { return !both("missing.slice") && !monitor("missing.slice"); }, "/ / none"},
-        {[&] { return !both("") && !both("bulk") && !both("web.service") && !both("../systemd/bulk.slice"); },
-         "/ / none"},
     };
     for (const auto& [move, place] : moves) { // in a process of its own each
         const auto beMany = [] { std::thread(pause).detach(), std::thread(pause).detach(); };

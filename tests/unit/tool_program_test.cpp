@@ -162,6 +162,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it all the same\n"},
         {"slice kill a", 1, "killing a failed\n" + log},
         {"isolate-state", 3, "no isolation is going on\n"},
+        {"run-in good -- echo --json -- --help", 0, "--json -- --help\n"},
     };
     for (const auto& [arguments, exitCode, output] : cases) {
         const ShellResult result = Tool(arguments);
