@@ -1,5 +1,5 @@
-#include "fuzzer.h"
 #include "resource/proc_texts.h"
+#include "fuzzer.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;
