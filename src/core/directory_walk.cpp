@@ -52,7 +52,7 @@ std::string LinkTarget(int folder, const char* name)
 std::string TakeName(std::string& path)
 {
     path.erase(0, path.find_first_not_of('/'));
-    const std::string name = path.substr(0, path.find('/'));
+    std::string name = path.substr(0, path.find('/'));
     path.erase(0, name.size());
     return name;
 }
