@@ -127,7 +127,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\n"},
               {"b", "Id=b.service\nLoadState=loaded\n"},
               {"none", "Id=none.service\nLoadState=not-found\n"}});
-    Otherwise("for u; do case $u in -*|$1|good|default.target) ;; *) echo \"Job for $u.service failed.\"; code=1;; esac; done; "
+    Otherwise("for u; do case $u in -*|$1|good|default.target) ;; *) echo \"Job for $u.service failed.\"; code=1;; "
+              "esac; done; "
               "exit $code");
     const std::string log = kSeeLog;
     const std::tuple<std::string, int, std::string> cases[] = {
