@@ -129,7 +129,7 @@ void Torture(Run& run)
 {
     for (const Case& c : kCases) {
         World world;
-        c.systemctl.empty() ? void() : world.SystemctlScript(c.systemctl);
+        c.systemctl.empty() ? void() : World::WriteProgram("/usr/bin/systemctl", c.systemctl + "\n"); // writes no file
         run.InChild(c.name, [&] { CheckHost(run, c); });
         run.Done(8);
     }
