@@ -1,36 +1,29 @@
 #!/bin/bash
-# Checks a mero-sandbox: sandbox_test.sh PROGRAM. To be run as root; other sandboxes would be taken for
-# leftovers meanwhile.
+# Checks a mero-sandbox: sandbox_test.sh PROGRAM [--alone]. To be run as root. --alone: only what shows when there is no
+# other sandbox on the machine.
 set -u
 
-if [ $# -ne 1 ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
-    echo "usage (as root): $0 PATH-OF-MERO-SANDBOX" >&2
+if [ $# -lt 1 ] || [ "${2---alone}" != --alone ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
+    echo "usage (as root): $0 PATH-OF-MERO-SANDBOX [--alone]" >&2
     exit 2
 fi
 
-# Mounts, processes and a /tmp of its own make what a sandbox leaves stand out. As their pid 1, bash also
-# reaps what is orphaned here, which not every caller does.
-# The caller's environment, in which systemctl and bash may say other things, stays outside.
+# Mounts, processes, cgroups and temporary folders of its own make what a sandbox leaves stand out, whoever else runs
+# some. As pid 1, bash also reaps what is orphaned here, which not every caller does.
+# The caller's environment, in which systemctl and bash may say other things, stays outside, and so do the signals that
+# the caller ignores.
 # In a chroot, whose root need not be a mount point, unshare could not make the mounts private.
 apart=(unshare --mount --propagation unchanged)
 if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
-    exec env -i PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM=xterm PRIVATE_NAMESPACES=yes \
-        "${apart[@]}" --pid --fork --kill-child --mount-proc "$BASH" "$0" "$1"
+    exec env -i --default-signal PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM=xterm \
+        PRIVATE_NAMESPACES=yes "${apart[@]}" --pid --fork --kill-child --mount-proc "$BASH" "$0" "$@"
 fi
-nsenter --mount=/proc/self/ns/mnt mount --make-rprivate / || exit
-exec 9<"$1"
-mount -t tmpfs tmpfs /tmp
-cp /proc/self/fd/9 /tmp/mero-sandbox
-exec 9<&-
+# The caller's /tmp is hidden from here on.
 box=/tmp/mero-sandbox
+script=/tmp/sandbox_test.sh
+work=/tmp/work
 # A root that is no mount point; it is furnished later.
 root=/tmp/root
-mkdir -p $root/{dev,proc,sys,tmp,usr,var/log}
-cp -a /bin /sbin /lib* /etc $box $root
-work=/tmp/work
-mkdir $work
-# Jobs get process groups of their own, and SIGINT is not ignored in them.
-set -m
 
 passed=0
 failed=0
@@ -66,19 +59,12 @@ prints() {
     [[ $actual == $expected ]]
 }
 
-# What a sandbox could leave, one thing a line: mounts, hierarchies and cgroups, processes, files.
+# What a sandbox could leave, one thing a line: mounts, cgroups, processes, files.
 traces() {
     sed 's/^/mount /' /proc/self/mountinfo
-    sed -n 's/.*:\(name=[^:]*\):.*/hierarchy \1/p' /proc/self/cgroup
-    "${apart[@]}" bash -c '
-        mount -t tmpfs tmpfs /mnt
-        for name in systemd meromonitor; do
-            if grep -q ":name=$name:" /proc/self/cgroup; then
-                mkdir /mnt/$name && mount -t cgroup -o none,name=$name $name /mnt/$name
-            fi
-        done
-        find /mnt /sys/fs/cgroup -type d -regextype egrep \
-            -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"'
+    # The whole machine's view of what /mnt shows is not this test's.
+    find /mnt /sys/fs/cgroup -path /sys/fs/cgroup/systemd -prune -o -type d -regextype egrep \
+        -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"
     find /proc -maxdepth 3 -path '/proc/[0-9]*/ns/pid' -printf '%l process %h in a namespace\n' 2>/dev/null |
         grep -vF "$(readlink /proc/self/ns/pid)"
     ps -e -o stat=,pid=,comm= | awk '$1 !~ /^Z/ && $3 ~ /^mero-/ { print "process", $2, $3 }'
@@ -138,6 +124,77 @@ host_state() {
     cat /proc/sys/kernel/{core_pattern,panic,hostname} /proc/sys/vm/swappiness /proc/sys/fs/file-max
     find /etc /usr/lib/systemd /var/lib/systemd -printf '%p %m %u %s %T@\n' 2>/dev/null
 }
+
+finish() {
+    echo "$passed passed, $failed failed"
+    [ "$failed" -eq 0 ]
+    exit
+}
+
+has_hierarchy() {
+    grep -q ":name=$1:" /proc/self/cgroup
+}
+
+gives_up() {
+    for _ in {1..50}; do
+        has_hierarchy "$1" || return 0
+        sleep 0.1
+    done
+    return 1
+}
+
+if [ -z "${PRIVATE_CGROUPS:-}" ]; then
+    nsenter --mount=/proc/self/ns/mnt mount --make-rprivate / || exit
+    exec 8<"$0" 9<"$1"
+    for folder in /tmp /run /dev/shm; do
+        [ ! -d $folder ] || mount -t tmpfs tmpfs $folder
+    done
+    mkdir $work $root
+    cp /proc/self/fd/8 $script
+    cp /proc/self/fd/9 $box
+    exec 8<&- 9<&-
+    mkdir -p $root/{dev,proc,sys,tmp,usr,var/log}
+    cp -a /bin /sbin /lib* /etc $box $root
+
+    if [ $# -eq 2 ]; then
+        for name in systemd meromonitor; do
+            has_hierarchy $name && echo "     somebody else has the hierarchy $name" && continue
+            check "a sandbox that is to be killed" start sh -c 'echo up; exec sleep 60'
+            check "has the hierarchy $name" has_hierarchy $name
+            kill -KILL "$job"
+            check "and gives it up" gives_up $name
+        done
+        finish
+    fi
+
+    own=sandbox-test.$(readlink /proc/self/ns/pid | tr -dc 0-9)
+    mount -t tmpfs tmpfs /mnt
+    for name in systemd meromonitor; do
+        mkdir /mnt/$name
+        mount -t cgroup -o none,name=$name $name /mnt/$name
+        # What tests that were killed have left goes; a cgroup with processes cannot be removed.
+        exec 9</mnt/$name
+        flock 9
+        find /mnt/$name -path '*/sandbox-test.*' -depth -type d -exec rmdir {} + 2>/dev/null
+        mkdir "/mnt/$name/$own"
+        echo $$ >"/mnt/$name/$own/cgroup.procs"
+        exec 9<&-
+    done
+    PRIVATE_CGROUPS=yes "${apart[@]}" --cgroup "$BASH" $script $box
+    status=$?
+    for name in systemd meromonitor; do
+        echo $$ >/mnt/$name/cgroup.procs
+        rmdir "/mnt/$name/$own"
+    done
+    exit $status
+fi
+
+for name in systemd meromonitor; do
+    umount /mnt/$name
+    mount -t cgroup -o none,name=$name $name /mnt/$name
+done
+# Jobs get process groups of their own, and SIGINT is not ignored in them.
+set -m
 
 traces | sort >"$work/before"
 host_state >"$work/host"
@@ -278,5 +335,4 @@ several() {
 check "four at once do not disturb each other" several
 check "and leave nothing" leaves_nothing
 
-echo "$passed passed, $failed failed"
-[ "$failed" -eq 0 ]
+finish
