@@ -16,7 +16,8 @@ void MakeEnvironmentKnown()
         callers.emplace_back(*variable, std::strcspn(*variable, "="));
     }
     for (const std::string& name : callers) {
-        if (!name.starts_with("MERO_") && !name.starts_with("GCOV_") && !name.ends_with("SAN_OPTIONS")) {
+        if (!name.starts_with("MERO_") && !name.starts_with("GTEST_") && !name.starts_with("GCOV_") &&
+            !name.ends_with("SAN_OPTIONS")) {
             unsetenv(name.c_str());
         }
     }

@@ -2,6 +2,7 @@
 
 #include "sandbox/private_root.h"
 #include "support/environment.h"
+#include "support/texts.h"
 
 #include <poll.h>
 #include <sched.h>
@@ -12,11 +13,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <fstream>
 #include <mutex>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -92,7 +94,7 @@ void Empty(const fs::path& directory)
 
 std::string Quoted(const std::string& text)
 {
-    return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+    return "'" + Replaced(text, "'", "'\\''") + "'";
 }
 
 std::string PriorityName(int priority)
@@ -104,15 +106,11 @@ std::string PriorityName(int priority)
 /// "<11>Nov 21 10:00:00 program: systemd_start:41 merosystemd: message"
 std::string Readable(const std::string& datagram)
 {
-    static const std::regex envelope("^<([0-9]+)>.{15} [^:]*: ");
-    static const std::regex ours("^([a-z0-9_-]+):[0-9]+ merosystemd: ");
-    const std::string beginning = datagram.substr(0, 200); // a regular expression overflows the stack on a long text
-    std::smatch parts;
-    if (!std::regex_search(beginning, parts, envelope)) {
-        return datagram;
-    }
-    return PriorityName(std::stoi(parts[1])) + " " + std::regex_replace(parts.suffix().str(), ours, "$1: ") +
-           datagram.substr(beginning.size());
+    int priority = 0;
+    int end = 0;
+    std::sscanf(datagram.c_str(), "<%d>%*15c %*[^:]:%n", &priority, &end);
+    return end == 0 ? datagram
+                    : PriorityName(priority) + WithoutLineNumber(datagram.substr(static_cast<std::size_t>(end)));
 }
 
 } // namespace
@@ -152,7 +150,7 @@ void Machine::Systemctl(const std::vector<Answer>& answers)
     std::ostringstream script;
     script << "case \"$*\" in\n";
     for (const Answer& answer : answers) {
-        script << std::regex_replace(answer.arguments, std::regex(" "), "\\ ") << ")\n";
+        script << Replaced(answer.arguments, " ", "\\ ") << ")\n";
         script << "printf %s " << Quoted(answer.errors) << " >&2; printf %s " << Quoted(answer.output) << "; exit "
                << answer.exitCode << ";;\n";
     }
@@ -190,13 +188,16 @@ std::vector<std::string> Machine::Log()
 
 std::vector<std::string> Machine::Said(const std::string& file)
 {
-    const std::regex message("^([A-Z]+ )" + file + ": ");
-    const std::regex refusal("^ERR " + file + ":[0-9]+ Invaild Argument \\(([^]*)\\)=\\[0\\]\n$");
+    constexpr std::string_view kRefused = " Invaild Argument (";
+    constexpr std::string_view kRefusal = ")=[0]\n";
     std::vector<std::string> said;
-    for (const std::string& line : Log()) {
-        const std::string text = std::regex_replace(std::regex_replace(line, message, "$1"), refusal, "$1");
-        if (text != line) {
-            said.push_back(text);
+    for (std::string& line : Log()) {
+        const std::size_t name = line.find(' ') + 1;
+        if (line.compare(name, file.size() + 2, file + ": ") == 0) {
+            said.push_back(line.erase(name, file.size() + 2));
+        } else if (line.compare(name, file.size() + 1, file + ":") == 0 && line.ends_with(kRefusal)) {
+            const std::size_t condition = line.find(kRefused) + kRefused.size();
+            said.push_back(line.substr(condition, line.size() - kRefusal.size() - condition));
         }
     }
     return said;

@@ -1,8 +1,9 @@
 #include "system/box.h"
 
+#include "support/texts.h"
+
 #include <chrono>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -103,7 +104,7 @@ std::vector<std::string> Box::Journal()
     std::istringstream messages(Shell(command).output);
     std::vector<std::string> lines;
     for (std::string line; std::getline(messages, line);) {
-        lines.push_back(std::regex_replace(line, std::regex(":[0-9]+ merosystemd: "), ": "));
+        lines.push_back(WithoutLineNumber(line));
     }
     const std::size_t seen = std::exchange(linesSeen_, lines.size());
     return {lines.begin() + static_cast<std::ptrdiff_t>(seen), lines.end()};

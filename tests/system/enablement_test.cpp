@@ -47,7 +47,7 @@ protected:
     /// Everything on the machine that carries the unit's name. Empty folders are nothing.
     static std::string Traces()
     {
-        return Shell("find /etc /run/systemd /run/merosystemd /usr/local /usr/mero '(' -name 'life.service*' -o "
+        return Shell("find /etc /run /usr/local /usr/mero '(' -name 'life.service*' -o "
                      "-name 'vita.service*' ')' -not '(' -type d -empty ')'; find /etc /run -path '*life.service.d/*'")
             .output;
     }

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
 #include <sstream>
 
 using namespace MERO::Test;
@@ -25,11 +24,11 @@ struct Case {
 /// But for lines of progress, which come when the machine is slow.
 std::string WithoutProgress(const std::string& output)
 {
-    static const std::regex progress("[a-z][^ ]*( [^ ]+)* \\([0-9]+ s\\)(: .*)?");
+    const auto isProgress = ::testing::Matches(MatchesRegex("[a-z][^ ]*( [^ ]+)* \\([0-9]+ s\\)(: .*)?"));
     std::istringstream lines(output);
     std::string rest;
     for (std::string line; std::getline(lines, line);) {
-        rest += std::regex_match(line, progress) ? "" : line + "\n";
+        rest += isProgress(line) ? "" : line + "\n";
     }
     return rest;
 }

@@ -2,13 +2,13 @@
 #include "support/child.h"
 #include "support/operations.h"
 #include "support/sleeps.h"
+#include "support/texts.h"
 
 #include <merosystemd/resource.hpp>
 
 #include <sched.h>
 #include <sys/mount.h>
 
-#include <regex>
 #include <thread>
 
 using namespace MERO::Systemd;
@@ -27,7 +27,8 @@ struct KillSlice : Machine {
     static Texts InOrder(Texts texts)
     {
         for (std::string& text : texts) {
-            text = std::regex_replace(text, std::regex("(z.scope)(, | )(x.service)"), "$3$2$1");
+            text = Replaced(Replaced(text, "z.scope x.service", "x.service z.scope"), "z.scope, x.service",
+                            "x.service, z.scope");
         }
         return texts;
     }
