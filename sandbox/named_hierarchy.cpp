@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{1000};
+constexpr std::chrono::milliseconds kHierarchyPatience{1000};
 
 bool Contains(const char* file, const std::string& text)
 {
@@ -54,7 +54,7 @@ void GiveUp(const std::string& name)
     for (const char* mounts : {"/proc/self/mountinfo", "/proc/1/mountinfo"})
         if (Contains(mounts, "name=" + name))
             return;
-    (void)Await(kPatience, [&] {
+    (void)Await(kHierarchyPatience, [&] {
         if (!Contains("/proc/self/cgroup", ":name=" + name + ":"))
             return true;
         const Descriptor again = MakeUnlessDying(name);
@@ -67,7 +67,7 @@ void GiveUp(const std::string& name)
 Descriptor MakeNamedHierarchy(const std::string& name)
 {
     Descriptor hierarchy;
-    if (!Await(kPatience, [&] { return bool(hierarchy = MakeUnlessDying(name)); }))
+    if (!Await(kHierarchyPatience, [&] { return bool(hierarchy = MakeUnlessDying(name)); }))
         throw std::system_error(EBUSY, std::generic_category(), "cannot mount the hierarchy name=" + name);
     return hierarchy;
 }

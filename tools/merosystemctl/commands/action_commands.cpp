@@ -33,14 +33,14 @@ constexpr Action kActions[] = {
      Wanted::Running, true, false},
 };
 
-struct Arguments {
+struct ActionArguments {
     Texts units;
     bool noBlock = false;
     bool irreversibly = false;
     bool verify = false;
 };
 
-int Run(const Action& action, const Arguments& arguments)
+int Run(const Action& action, const ActionArguments& arguments)
 {
     if (arguments.verify && arguments.noBlock) {
         throw UsageError("--verify excludes --no-block"); // the help shows no line for it
@@ -68,7 +68,7 @@ int Run(const Action& action, const Arguments& arguments)
 void AddActionCommands(const Command& program)
 {
     for (const Action& action : kActions) {
-        const auto arguments = std::make_shared<Arguments>();
+        const auto arguments = std::make_shared<ActionArguments>();
         const Command command = program.AddCommand(action.verb, action.help);
         AddUnits(command, arguments->units);
         command.AddFlag("--verify", arguments->verify, "Look a second later how they are");

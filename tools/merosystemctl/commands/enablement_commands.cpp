@@ -63,13 +63,13 @@ bool Unmask(const Texts& options, const Texts& units, Texts& failed)
                            : RunEach("unmask", MEROSystemdUnmaskRunTime, options, units, failed);
 }
 
-struct Change {
+struct EnablementChange {
     const char* verb;
     const char* help;
     bool (*run)(const Texts& options, const Texts& units, Texts& failed);
 };
 
-constexpr Change kChanges[] = {
+constexpr EnablementChange kEnablementChanges[] = {
     {"enable", "Have units start at boot", MEROSystemdEnableWithOptionsInternal},
     {"disable", "Keep units from starting at boot", MEROSystemdDisableWithOptionsInternal},
     {"reenable", "Disable units, and enable them anew", Reenable},
@@ -77,7 +77,7 @@ constexpr Change kChanges[] = {
     {"unmask", "Undo mask", Unmask},
 };
 
-struct Arguments {
+struct EnablementArguments {
     Texts units;
     bool runtime = false;
     bool offline = false;
@@ -87,8 +87,8 @@ struct Arguments {
 
 void AddEnablementCommands(const Command& program)
 {
-    for (const Change& change : kChanges) {
-        const auto arguments = std::make_shared<Arguments>();
+    for (const EnablementChange& change : kEnablementChanges) {
+        const auto arguments = std::make_shared<EnablementArguments>();
         const Command command = program.AddCommand(change.verb, change.help);
         AddUnits(command, arguments->units);
         command.AddFlag("--runtime", arguments->runtime, "Until the next boot only");

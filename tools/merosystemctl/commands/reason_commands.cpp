@@ -11,19 +11,19 @@
 namespace MERO::Tool {
 namespace {
 
-struct Change {
+struct ReasonChange {
     const char* verb;
     const char* help;
     bool (*run)(const std::string& reason, const Texts& services, Texts& failed);
 };
 
-constexpr Change kChanges[] = {
+constexpr ReasonChange kReasonChanges[] = {
     {"add", "Give services a reason to be held, and stop them", MEROSystemdServiceStopByReason},
     {"release", "Take a reason from services, and start them", MEROSystemdServiceStartByReason},
     {"remove", "Take a reason from services, and leave them stopped", MEROSystemdServiceReasonRemove},
 };
 
-int List(Texts services, bool json)
+int ListReasons(Texts services, bool json)
 {
     if (services.empty() && !MERO::Systemd::ListServicesWithReason(services)) {
         return ReportFailure("listing the services that are held");
@@ -49,7 +49,7 @@ int List(Texts services, bool json)
 void AddReasonCommands(const Command& program)
 {
     const Command reason = program.AddGroup("reason", "Hold services stopped for reasons");
-    for (const Change& change : kChanges) {
+    for (const ReasonChange& change : kReasonChanges) {
         struct Arguments {
             std::string reason;
             Texts services;
@@ -76,7 +76,7 @@ void AddReasonCommands(const Command& program)
     const Command list = reason.AddCommand("list", "List the reasons of services");
     list.AddOptionalOperand("SERVICE", arguments->services, "Services; without any, all that are held");
     list.AddFlag("--json", arguments->json, "As a JSON object");
-    list.OnCall([arguments] { return List(arguments->services, arguments->json); });
+    list.OnCall([arguments] { return ListReasons(arguments->services, arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -62,7 +62,7 @@ void PrintSlicesAsJson(const std::vector<SliceUsage>& slices)
     PrintJson(list);
 }
 
-int List(bool json)
+int ListSlices(bool json)
 {
     SliceMonitor monitor(ThisMachine());
     monitor.Update(ReadTrackedSlices());
@@ -141,7 +141,7 @@ void AddSliceCommands(const Command& program)
 
     const Command list = slice.AddCommand("list", "List the slices that are tracked");
     list.AddFlag("--json", arguments->json, "As a JSON array");
-    list.OnCall([arguments] { return List(arguments->json); });
+    list.OnCall([arguments] { return ListSlices(arguments->json); });
 
     const Command show = slice.AddCommand("show", "Show what the processes of a slice use");
     show.AddOperand("SLICE", arguments->slice, "A slice that is tracked");

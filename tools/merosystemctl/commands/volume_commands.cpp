@@ -20,20 +20,20 @@ std::string NameFault(const std::string& name)
     return name.empty() ? "a name is missing" : "";
 }
 
-struct Change {
+struct VolumeChange {
     const char* verb;
     const char* help;
     bool (*forUnit)(const std::string& unit, const std::string& volume);
     bool (*forPackage)(const std::string& package, const std::string& volume);
 };
 
-constexpr Change kChanges[] = {
+constexpr VolumeChange kVolumeChanges[] = {
     {"register", "Have a unit or a package use a volume", MEROSystemdVolumeRegister, MEROSystemdPackageVolumeRegister},
     {"unregister", "Have it not use the volume any more", MEROSystemdVolumeUnregister,
      MEROSystemdPackageVolumeUnregister},
 };
 
-void AddChange(const Command& volumeCommand, const Change& change)
+void AddChange(const Command& volumeCommand, const VolumeChange& change)
 {
     struct Arguments {
         std::string volume, unit, package;
@@ -62,7 +62,7 @@ bool HoldsAny(const Texts& texts, const Texts& wanted)
     return std::find_first_of(texts.begin(), texts.end(), wanted.begin(), wanted.end()) != texts.end();
 }
 
-int List(const Texts& volumes, bool json)
+int ListVolumes(const Texts& volumes, bool json)
 {
     using Registration = MERO::Systemd::VolumeRegistration;
     std::vector<Registration> registrations;
@@ -122,7 +122,7 @@ int Dependency(const std::string& unit, bool json)
 void AddVolumeCommands(const Command& program)
 {
     const Command volume = program.AddGroup("volume", "Know who uses volumes, and unmount them");
-    for (const Change& change : kChanges) {
+    for (const VolumeChange& change : kVolumeChanges) {
         AddChange(volume, change);
     }
 
@@ -136,7 +136,7 @@ void AddVolumeCommands(const Command& program)
     const Command list = volume.AddCommand("list", "List who has registered volumes");
     list.AddOptionalOperand("VOLUME", arguments->volumes, "Only these volumes").MustPass(VolumeFault);
     list.AddFlag("--json", arguments->json, "As a JSON array");
-    list.OnCall([arguments] { return List(arguments->volumes, arguments->json); });
+    list.OnCall([arguments] { return ListVolumes(arguments->volumes, arguments->json); });
 
     const Command users = volume.AddCommand("users", "List the services that use files on a volume");
     users.AddOperand("MOUNT", arguments->name, "A mount path, or a device").MustPass(VolumeFault);

@@ -122,7 +122,7 @@ std::vector<Texts> BlockerRows(const VolumeUnmountPlan& plan)
     return rows;
 }
 
-Json::Value ToJson(const VolumeUser& user)
+Json::Value UserToJson(const VolumeUser& user)
 {
     Json::Value object(Json::objectValue);
     object["pid"] = user.pid;
@@ -132,7 +132,7 @@ Json::Value ToJson(const VolumeUser& user)
     return object;
 }
 
-Json::Value ToJson(const StopCause& cause)
+Json::Value CauseToJson(const StopCause& cause)
 {
     Json::Value object(Json::objectValue);
     object["cause"] = KindWord(cause.kind);
@@ -140,19 +140,19 @@ Json::Value ToJson(const StopCause& cause)
     object["package"] = cause.package;
     object["users"] = Json::Value(Json::arrayValue);
     for (const VolumeUser& user : cause.users) {
-        object["users"].append(ToJson(user));
+        object["users"].append(UserToJson(user));
     }
     return object;
 }
 
-Json::Value ToJson(const VolumeBlocker& blocker)
+Json::Value BlockerToJson(const VolumeBlocker& blocker)
 {
     Json::Value object(Json::objectValue);
     object["what"] = KindWord(blocker.kind);
     object["file"] = blocker.user.file;
     if (blocker.kind == VolumeBlocker::Kind::Process) {
         object["unit"] = blocker.unit;
-        object["user"] = ToJson(blocker.user);
+        object["user"] = UserToJson(blocker.user);
     }
     return object;
 }
@@ -179,12 +179,12 @@ void PrintPlanAsJson(const VolumeUnmountPlan& plan)
         entry["unit"] = stop.unit;
         entry["causes"] = Json::Value(Json::arrayValue);
         for (const StopCause& cause : stop.causes) {
-            entry["causes"].append(ToJson(cause));
+            entry["causes"].append(CauseToJson(cause));
         }
     }
     object["blockers"] = Json::Value(Json::arrayValue);
     for (const VolumeBlocker& blocker : plan.blockers) {
-        object["blockers"].append(ToJson(blocker));
+        object["blockers"].append(BlockerToJson(blocker));
     }
     PrintJson(object);
 }
