@@ -20,7 +20,7 @@ template <std::size_t N>
 struct SourceName {
     char text[N]{};
 
-    consteval explicit SourceName(const char (&path)[N])
+    consteval SourceName(const char (&path)[N])
     {
         std::size_t begin = 0;
         std::size_t end = N - 1;
@@ -44,6 +44,9 @@ struct SourceName {
 
 static_assert(SourceName("../src-7.0.0/b.d/systemd_daemon-reload.cpp") == std::string_view("systemd_daemon-reload"));
 static_assert(SourceName("systemd_internal_lib") == std::string_view("systemd_internal_lib"));
+
+template <SourceName kName>
+inline constexpr const char* kSourceText = kName.text;
 
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
@@ -118,14 +121,10 @@ void LimitLogging();
 
 // The name that this source file's lines carry. Files that log under another name define it before they include.
 #ifndef MERO_SOURCE_NAME
-#define MERO_SOURCE_NAME __BASE_FILE__
+#define MERO_SOURCE_NAME __FILE__ // of the place that logs: sources may be compiled together
 #endif
 
-namespace {
-[[maybe_unused]] constexpr MERO::Systemd::SourceName kSourceName(MERO_SOURCE_NAME);
-}
-
-#define MERO_HERE (::MERO::Systemd::SourceLine{kSourceName.text, __LINE__})
+#define MERO_HERE (::MERO::Systemd::SourceLine{::MERO::Systemd::kSourceText<MERO_SOURCE_NAME>, __LINE__})
 
 /// Logs with a place of its own; the first branch is there for the compiler's check of the format.
 #define MERO_LOG_AT(where, priority, ...)                                                                              \
