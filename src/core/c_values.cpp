@@ -1,7 +1,6 @@
 #include "core/c_values.h"
 
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -7,17 +7,17 @@
 
 namespace MERO::Systemd {
 
-std::string Join(const std::vector<std::string>& texts, const char* between)
+std::string Join(const Texts& texts, const char* between)
 {
     return boost::algorithm::join(texts, between);
 }
 
-std::string Concatenate(const std::vector<std::string>& lines)
+std::string Concatenate(const Texts& lines)
 {
     return Join(lines, "");
 }
 
-bool Split(const std::string& text, std::vector<std::string>& out, const std::string& delimiters)
+bool Split(const std::string& text, Texts& out, const std::string& delimiters)
 {
     try {
         const std::string trimmed = boost::algorithm::trim_copy(text);

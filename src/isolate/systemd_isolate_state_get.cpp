@@ -1,5 +1,4 @@
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 #include "isolate/isolate_state.h"
 
 #include <merocore/file.h>

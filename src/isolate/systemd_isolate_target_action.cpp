@@ -1,7 +1,6 @@
 #include "core/errors.h"
 #include "core/interruption.h"
 #include "core/lock.h"
-#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -4,7 +4,6 @@
 #include "core/directory_entries.h"
 #include "core/errors.h"
 #include "core/names.h"
-#include "core/no_exceptions.h"
 
 #include <merocore/file.h>
 

@@ -1,5 +1,4 @@
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>

@@ -16,8 +16,6 @@ using namespace MERO::Systemd;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 constexpr unsigned long kDefaultTimeout = 10; // seconds
 
 bool RunKillCommand(const std::string& slice, const Texts& options)

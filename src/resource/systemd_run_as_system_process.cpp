@@ -1,4 +1,4 @@
-#include "core/no_exceptions.h"
+#include "core/errors.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>

@@ -1,7 +1,6 @@
 #include "unit/status.h"
 
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 
 namespace MERO::Systemd {
 

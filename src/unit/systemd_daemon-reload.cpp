@@ -1,5 +1,5 @@
+#include "core/errors.h"
 #include "core/log.h"
-#include "core/no_exceptions.h"
 #include "core/text.h"
 
 #include <merosystemd/systemd.hpp>

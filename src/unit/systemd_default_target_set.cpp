@@ -1,5 +1,4 @@
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 #include "core/text.h"
 
 #include <merosystemd/systemd.hpp>

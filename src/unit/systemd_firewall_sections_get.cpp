@@ -1,7 +1,7 @@
 #include "core/c_values.h"
 #include "core/errors.h"
 #include "core/text.h"
-#include "unit/metadata_key.h"
+#include "unit/unit_file.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -1,5 +1,4 @@
 #include "core/errors.h"
-#include "core/no_exceptions.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -1,6 +1,6 @@
 #include "core/c_values.h"
 #include "core/errors.h"
-#include "unit/metadata_key.h"
+#include "unit/unit_file.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -1,4 +1,4 @@
-#include "unit/metadata_key.h"
+#include "unit/unit_file.h"
 
 #include <merosystemd/systemd.hpp>
 

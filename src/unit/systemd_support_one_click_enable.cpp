@@ -1,6 +1,5 @@
 #include "core/errors.h"
-#include "core/no_exceptions.h"
-#include "unit/metadata_key.h"
+#include "unit/unit_file.h"
 
 #include <merosystemd/systemd.hpp>
 

@@ -16,8 +16,6 @@ using namespace MERO::Systemd;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 /// A unit stands on the failed list once, however many steps failed for it.
 void AddFailed(const Texts& units, Texts& failed)
 {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "core/log.h"
+
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,18 @@ std::string UnitSectionKeyGet(const std::string& unit, const std::string& sectio
 
 /// The value of a key in section X-Tarvix; an instance's keys are read from its template. Throws as UnitPathGet.
 std::string XTarvixKeyGet(const std::string& unit, const std::string& key);
+
+// What the metadata getters have in common. `where` is the place that a refused argument's log line names.
+
+/// A key of the unit's X-Tarvix section, empty when it is missing; none for an empty unit name (0x0D00) and for a
+/// unit without a file (0x0700).
+std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& strUnit, const char* key);
+
+/// A key that says "yes" or anything else. False, with `answer` untouched, where MetadataKeyGet gives none.
+bool YesKeyGet(SourceLine where, const std::string& strUnit, const char* key, bool& answer);
+
+/// Appends the targets among the units that a key lists.
+bool TargetsKeyGet(SourceLine where, const std::string& strUnit, const char* key, std::vector<std::string>& targets);
 
 /// The unit's file and drop-ins, as systemctl's `show` prints the properties FragmentPath and DropInPaths: in any
 /// order, a value empty where there is none, several drop-ins with blanks between. Throws std::bad_alloc.

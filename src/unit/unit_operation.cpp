@@ -14,8 +14,6 @@
 namespace MERO::Systemd {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
                   Texts& failed)
 {

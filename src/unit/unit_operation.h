@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/action_log.h"
-#include "core/no_exceptions.h"
+#include "core/errors.h"
 
 #include <merocore/list.h>
 

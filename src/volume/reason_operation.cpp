@@ -10,8 +10,6 @@
 
 namespace MERO::Systemd {
 
-using Texts = std::vector<std::string>;
-
 bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, const std::string& reason,
                    const Texts& services, Texts& failed)
 {

@@ -1,3 +1,4 @@
+#include "core/text.h"
 #include "volume/reason_operation.h"
 
 #include <merosystemd/systemd.hpp>
@@ -5,8 +6,6 @@
 using namespace MERO::Systemd;
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 bool StartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {

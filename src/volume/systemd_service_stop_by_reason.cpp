@@ -11,8 +11,6 @@ using namespace MERO::Systemd;
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 bool AddReason(const std::string& reason, const std::string& service)
 {
     if (!CanHaveReasons(service)) {

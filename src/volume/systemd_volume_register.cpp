@@ -1,7 +1,6 @@
 #include "core/directory_entries.h"
 #include "core/errors.h"
 #include "core/names.h"
-#include "core/no_exceptions.h"
 #include "volume/volume_register.h"
 
 #include <merocore/file.h>

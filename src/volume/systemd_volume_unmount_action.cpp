@@ -2,7 +2,6 @@
 #include "core/errors.h"
 #include "core/interruption.h"
 #include "core/lock.h"
-#include "core/no_exceptions.h"
 #include "core/status_monitor.h"
 #include "core/text.h"
 #include "unit/unit_file.h"
@@ -18,8 +17,6 @@
 using namespace MERO::Systemd;
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 constexpr int kLockTimeout = 3600; // seconds
 constexpr int kMaxWait = 300;      // seconds

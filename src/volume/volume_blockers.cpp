@@ -15,8 +15,6 @@
 namespace MERO::Systemd {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 bool IsOnAny(std::string_view path, const Texts& volumes)
 {
     return std::any_of(volumes.begin(), volumes.end(),

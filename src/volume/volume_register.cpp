@@ -6,7 +6,6 @@
 #include "core/json_file.h"
 #include "core/lock.h"
 #include "core/log.h"
-#include "core/no_exceptions.h"
 
 #include <fcntl.h>
 #include <unistd.h>

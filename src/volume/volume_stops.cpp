@@ -4,6 +4,7 @@
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/names.h"
+#include "core/text.h"
 #include "unit/unit_file.h"
 #include "volume/mount_users.h"
 
@@ -14,8 +15,6 @@
 
 namespace MERO::Systemd {
 namespace {
-
-using Texts = std::vector<std::string>;
 
 constexpr std::string_view kPackagePrefix = "pkgctl-";
 
