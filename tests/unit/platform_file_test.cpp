@@ -64,8 +64,7 @@ std::set<std::string> Names(const fs::path& folder)
     return names;
 }
 
-class TextFiles : public Machine {
-protected:
+struct TextFiles : Machine {
     TextFiles() { fs::create_directory("/run/etc"); }
 };
 
@@ -197,29 +196,6 @@ TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
     EXPECT_EQ(Read(kFile), text);
 }
 
-TEST_F(TextFiles, WhatIsWrittenReadsBack)
-{
-    const std::string values[] = {"", "=", "#1", "[S]", "\\", "a\rb", "\xff\xc3", std::string(5000, 'x')};
-    const std::string keys[] = {"a", "a b", "a#", "a[b]", "]", "a\rb", "A"};
-    Pairs pairs;
-    for (const std::string& key : keys) {
-        for (const std::string& value : values) {
-            ASSERT_EQ(SetValue(key, value), 0) << key << "=" << value;
-            ASSERT_EQ(Value(none, key), value) << key;
-        }
-        pairs[key] = values[pairs.size()];
-    }
-    const std::string sections[] = {"S", "s", "S S", "[S", "]", "#S", "S=1"};
-    for (const std::string& section : sections) {
-        ASSERT_EQ(AddSection(section, pairs), 0) << section;
-    }
-    for (const auto& [key, value] : pairs) {
-        for (const std::string& section : sections) {
-            EXPECT_EQ(Value(section, key), value) << section << " " << key;
-        }
-    }
-}
-
 TEST_F(TextFiles, AFullDiskLeavesTheOldText)
 {
     ASSERT_EQ(mount("tmpfs", "/run/etc", "tmpfs", 0, "size=64k"), 0);
@@ -249,9 +225,7 @@ TEST_F(TextFiles, AReaderSeesTheOldOrTheNewText)
     }
 }
 
-class Paths : public Machine {};
-
-TEST_F(Paths, TouchCreatesAndSetsTheTimes)
+TEST_F(TextFiles, AreTouchedAndFound)
 {
     EXPECT_EQ(MLIBCFileTouch("/run/a"), 0);
     Write("/run/a", "text");
@@ -263,16 +237,8 @@ TEST_F(Paths, TouchCreatesAndSetsTheTimes)
     mkfifo("/run/fifo", 0600);
     EXPECT_LT(MLIBCFileTouch("/run/fifo"), 0);
     EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_OPEN_FILE);
-}
-
-TEST_F(Paths, ExistenceAndFolders)
-{
-    Write("/run/folder/file", "");
-    fs::create_symlink("folder", "/run/link");
-    EXPECT_EQ(MLIBCFileExist("/run/link"), 1);
-    EXPECT_EQ(MLIBCFileExist("/run/none"), 0);
-    EXPECT_EQ(MLIBCFileCheckDir("/run/link"), 0);
-    EXPECT_LT(MLIBCFileCheckDir("/run/folder/file"), 0);
+    EXPECT_TRUE(MLIBCFileExist("/run/a") == 1 && MLIBCFileExist("/run/none") == 0);
+    EXPECT_TRUE(MLIBCFileCheckDir("/run") == 0 && MLIBCFileCheckDir("/run/a") < 0);
     EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_OPEN_DIRECTORY);
 }
 
