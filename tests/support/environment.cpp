@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -25,6 +26,9 @@ void MakeEnvironmentKnown()
     setenv("HOME", "/root", 1);
     setenv("LANG", "C.UTF-8", 1);
     setenv("TERM", "xterm", 1);
+    for (int number = 1; number < NSIG; ++number) {
+        std::signal(number, SIG_DFL); // a shell ignores SIGINT for what it starts in the background
+    }
 }
 
 } // namespace MERO::Test
