@@ -52,9 +52,9 @@ void RemoveLeftovers(const fs::path& root)
 
 } // namespace
 
-BoxCgroup::BoxCgroup(const std::string& hierarchyName) : hierarchy(hierarchyName)
+BoxCgroup::BoxCgroup(const Hierarchy& owned) : hierarchy(owned)
 {
-    const std::string what = "cannot make a cgroup in name=" + hierarchyName;
+    const std::string what = std::string("cannot make a cgroup in ") + owned.mountPoint;
     // One at a time, or a cgroup that has just been made and is not locked yet would look like a leftover.
     const Descriptor turn = Lock(hierarchy.Root(), LOCK_EX);
     RemoveLeftovers(hierarchy.Root());

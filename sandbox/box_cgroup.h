@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "sandbox/named_hierarchy.h"
+#include "sandbox/hierarchy.h"
 
 namespace MERO::Sandbox {
 
@@ -11,7 +11,7 @@ namespace MERO::Sandbox {
 class BoxCgroup {
 public:
     /// Also removes the cgroups in the hierarchy whose owners were killed. Throws std::system_error.
-    explicit BoxCgroup(const std::string& hierarchyName);
+    explicit BoxCgroup(const Hierarchy& hierarchy);
     ~BoxCgroup();
     BoxCgroup(const BoxCgroup&) = delete;
     BoxCgroup& operator=(const BoxCgroup&) = delete;
@@ -20,7 +20,7 @@ public:
     void Enter() const;
 
 private:
-    NamedHierarchy hierarchy;
+    OwnedHierarchy hierarchy;
     std::filesystem::path path;
     /// Its lock tells that the cgroup has an owner: it goes with the process, however that ends.
     Descriptor locked;

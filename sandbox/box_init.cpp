@@ -48,28 +48,27 @@ void BindToNotifySocket(const Descriptor& socket)
           "cannot make " + std::string(kNotifySocket));
 }
 
-[[noreturn]] void ExecuteSystemd()
+[[noreturn]] void ExecuteSystemd(CgroupLayout layout)
 {
     // The descriptors that the caller was started with are no business of the box.
     Check(close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC), "cannot close descriptors");
     const std::string unit = std::string("--unit=") + kBootTarget;
     const std::string notifySocket = std::string("NOTIFY_SOCKET=") + kNotifySocket;
+    std::vector<const char*> arguments = {kSystemd, unit.c_str(), "--show-status=yes"};
     // In a container these count like the kernel's command line. systemd would otherwise mount the unified
     // hierarchy, whose cgroups are the host's.
-    const char* const arguments[] = {kSystemd,
-                                     unit.c_str(),
-                                     "--show-status=yes",
-                                     "systemd.unified_cgroup_hierarchy=no",
-                                     "systemd.legacy_systemd_cgroup_controller=yes",
-                                     nullptr};
+    if (layout == CgroupLayout::V1)
+        arguments.insert(arguments.end(),
+                         {"systemd.unified_cgroup_hierarchy=no", "systemd.legacy_systemd_cgroup_controller=yes"});
+    arguments.push_back(nullptr);
     const char* const environment[] = {"container=mero-sandbox", "TERM=dumb", notifySocket.c_str(), nullptr};
-    execve(kSystemd, const_cast<char**>(arguments), const_cast<char**>(environment));
+    execve(kSystemd, const_cast<char**>(arguments.data()), const_cast<char**>(environment));
     throw std::system_error(errno, std::generic_category(), std::string("cannot start ") + kSystemd);
 }
 
 /// The life of the new pid 1 until it is systemd.
 [[noreturn]] void BecomeSystemd(const Descriptor& keeper, const Descriptor& notifications,
-                                const std::list<BoxCgroup>& cgroups, const std::vector<std::filesystem::path>& binds)
+                                const std::list<BoxCgroup>& cgroups, const Box& box)
 {
     try {
         Check(prctl(PR_SET_PDEATHSIG, SIGKILL), "cannot follow the keeper's end");
@@ -81,12 +80,12 @@ void BindToNotifySocket(const Descriptor& socket)
         for (const BoxCgroup& cgroup : cgroups)
             cgroup.Enter();
         Check(unshare(CLONE_NEWCGROUP), "cannot make a cgroup namespace");
-        EnterPrivateRoot(binds);
-        FurnishForSystemd();
+        EnterPrivateRoot(box.binds, box.root);
+        FurnishForSystemd(box.cgroups);
         BindToNotifySocket(notifications);
         Send(keeper, "", OpenConsole().Get());
         DropHostCapabilities();
-        ExecuteSystemd();
+        ExecuteSystemd(box.cgroups);
     } catch (const std::exception& error) {
         Send(keeper, error.what());
     }
@@ -95,7 +94,7 @@ void BindToNotifySocket(const Descriptor& socket)
 
 } // namespace
 
-BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const std::vector<std::filesystem::path>& binds)
+BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const Box& box)
 {
     Descriptor notifications(
         Check(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "cannot make a socket"));
@@ -104,7 +103,7 @@ BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const std::vector<std::fi
         OwnedProcess::Fork(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC, "cannot make namespaces");
     if (!process) {
         keeperEnd.Close();
-        BecomeSystemd(initEnd, notifications, cgroups, binds);
+        BecomeSystemd(initEnd, notifications, cgroups, box);
     }
 
     initEnd.Close();

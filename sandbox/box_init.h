@@ -12,6 +12,13 @@ namespace MERO::Sandbox {
 
 inline constexpr const char* kSystemd = "/lib/systemd/systemd";
 
+/// What a box is made of.
+struct Box {
+    std::vector<std::filesystem::path> binds; ///< paths of the host that are seen in it, read-only
+    std::filesystem::path root = "/";         ///< what its root file system shows
+    CgroupLayout cgroups = CgroupLayout::V1;
+};
+
 /// The pid 1 of a box, a systemd that boots; all processes of the box end with the object.
 struct BoxInit {
     OwnedProcess process;
@@ -22,6 +29,6 @@ struct BoxInit {
 };
 
 /// Starts it in new namespaces, in `cgroups` and with a root of its own. Throws std::exception.
-BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const std::vector<std::filesystem::path>& binds);
+BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const Box& box);
 
 } // namespace MERO::Sandbox

@@ -6,7 +6,6 @@
 
 #include "sandbox/check.h"
 #include "sandbox/mounting.h"
-#include "sandbox/named_hierarchy.h"
 
 namespace MERO::Sandbox {
 
@@ -29,12 +28,15 @@ AllowIsolate=yes
 /// finds `/sys` or `/proc/sys` read-only or a capability missing, and is skipped by its own conditions.
 constexpr const char* kMaskedUnits[] = {"dev-hugepages.mount", "sys-fs-fuse-connections.mount"};
 
-void MountSys()
+void MountSys(CgroupLayout layout)
 {
     AttachNew(MakeMount("sysfs", {}, kDataOnly | MOUNT_ATTR_RDONLY), "/sys");
-    Attach(MakeMount("tmpfs", {{"mode", "0755"}}, kDataOnly), "/sys/fs/cgroup");
-    for (const char* hierarchy : kHierarchies)
-        AttachNew(MakeNamedHierarchy(hierarchy), fs::path("/sys/fs/cgroup") / hierarchy);
+    if (layout == CgroupLayout::V1)
+        Attach(MakeMount("tmpfs", {{"mode", "0755"}}, kDataOnly), "/sys/fs/cgroup");
+    for (const Hierarchy& hierarchy : HierarchiesOf(layout)) {
+        AttachNew(MakeHierarchy(hierarchy), hierarchy.mountPoint);
+        fs::create_directory(hierarchy.commands);
+    }
 }
 
 /// Keeps the kernel's settings, which all boxes and the host share, from being written by accident.
@@ -95,10 +97,10 @@ void WriteUnits()
 
 } // namespace
 
-void FurnishForSystemd()
+void FurnishForSystemd(CgroupLayout layout)
 {
     fs::create_directory(kOwnFolder);
-    MountSys();
+    MountSys(layout);
     ShieldProc();
     WriteEtc();
     WriteUnits();

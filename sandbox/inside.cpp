@@ -12,19 +12,18 @@
 #include "sandbox/check.h"
 #include "sandbox/message.h"
 #include "sandbox/mounting.h"
-#include "sandbox/named_hierarchy.h"
 
 namespace MERO::Sandbox {
 
 namespace {
 
-void EnterBox(const Descriptor& boxInit)
+void EnterBox(const Descriptor& boxInit, CgroupLayout cgroups)
 {
     std::error_code unknown;
     const std::filesystem::path workingDirectory = std::filesystem::current_path(unknown);
     Check(setns(boxInit.Get(), CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWCGROUP), "cannot enter the box");
-    for (const char* hierarchy : kHierarchies)
-        WriteFile(std::filesystem::path("/sys/fs/cgroup") / hierarchy / "cgroup.procs", "0");
+    for (const Hierarchy& hierarchy : HierarchiesOf(cgroups))
+        WriteFile(std::filesystem::path(hierarchy.commands) / "cgroup.procs", "0");
     if (chdir(workingDirectory.c_str()) != 0)
         Check(chdir("/"), "cannot enter /");
     DropHostCapabilities();
@@ -42,12 +41,12 @@ void EnterBox(const Descriptor& boxInit)
     _exit(error == ENOENT ? kNotFound : kCannotRun);
 }
 
-[[noreturn]] void BecomeCommand(const Descriptor& boxInit, const std::vector<std::string>& command,
-                                const sigset_t& signalMask, int output)
+[[noreturn]] void BecomeCommand(const Descriptor& boxInit, CgroupLayout cgroups,
+                                const std::vector<std::string>& command, const sigset_t& signalMask, int output)
 {
     try {
         Check(dup2(output, STDOUT_FILENO), "cannot redirect standard output");
-        EnterBox(boxInit);
+        EnterBox(boxInit, cgroups);
         Check(sigprocmask(SIG_SETMASK, &signalMask, nullptr), "cannot restore the signal mask");
         Execute(command);
     } catch (const std::exception& error) {
@@ -66,14 +65,14 @@ void CloseAllBut(int kept)
 
 /// Runs the command as a child of this process, and ends as it does.
 /// @param user  is sent the command's pidfd
-[[noreturn]] void BecomeParent(const Descriptor& user, const Descriptor& boxInit,
+[[noreturn]] void BecomeParent(const Descriptor& user, const Descriptor& boxInit, CgroupLayout cgroups,
                                const std::vector<std::string>& command, const sigset_t& signalMask, int output)
 {
     try {
         Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the box");
         std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the box");
         if (!process)
-            BecomeCommand(boxInit, command, signalMask, output);
+            BecomeCommand(boxInit, cgroups, command, signalMask, output);
         Send(user, "", process->Get());
         CloseAllBut(process->Get());
         const siginfo_t end = process->Reap();
@@ -86,8 +85,8 @@ void CloseAllBut(int kept)
 
 } // namespace
 
-OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::string>& command, const sigset_t& signalMask,
-                         int output)
+OwnedProcess StartInside(const Descriptor& boxInit, CgroupLayout cgroups, const std::vector<std::string>& command,
+                         const sigset_t& signalMask, int output)
 {
     // The box does not end before the command is reaped. Its parent has to live on when this process is
     // killed: the host's pid 1, whose child it would become, reaps nothing in many a container.
@@ -95,7 +94,7 @@ OwnedProcess StartInside(const Descriptor& boxInit, const std::vector<std::strin
     std::optional<OwnedProcess> parent = OwnedProcess::Fork(0, "cannot start a process");
     if (!parent) {
         ownEnd.Close();
-        BecomeParent(parentEnd, boxInit, command, signalMask, output);
+        BecomeParent(parentEnd, boxInit, cgroups, command, signalMask, output);
     }
     parentEnd.Close();
     std::optional<Message> started = Receive(ownEnd);

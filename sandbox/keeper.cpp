@@ -6,7 +6,6 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
-#include "sandbox/box_init.h"
 #include "sandbox/check.h"
 #include "sandbox/console.h"
 
@@ -48,13 +47,13 @@ int MillisecondsUntil(steady_clock::time_point deadline)
 }
 
 /// Makes a box and watches it until `user` closes the connection.
-void KeepBox(const Descriptor& user, const std::vector<std::filesystem::path>& binds, milliseconds bootTime)
+void KeepBox(const Descriptor& user, const Box& box, milliseconds bootTime)
 {
     const auto deadline = steady_clock::now() + bootTime;
     std::list<BoxCgroup> cgroups;
-    for (const char* hierarchy : kHierarchies)
+    for (const Hierarchy& hierarchy : HierarchiesOf(box.cgroups))
         cgroups.emplace_back(hierarchy);
-    BoxInit init = StartInit(cgroups, binds);
+    BoxInit init = StartInit(cgroups, box);
     Console console(std::move(init.console));
     bool isBooted = false;
 
@@ -84,7 +83,7 @@ void KeepBox(const Descriptor& user, const std::vector<std::filesystem::path>& b
 
 } // namespace
 
-Keeper::Keeper(const std::vector<std::filesystem::path>& binds, milliseconds bootTime)
+Keeper::Keeper(const Box& box, milliseconds bootTime)
 {
     auto [userEnd, keeperEnd] = MakeMessagePair();
     pid = Check(fork(), "cannot start the keeper");
@@ -92,7 +91,7 @@ Keeper::Keeper(const std::vector<std::filesystem::path>& binds, milliseconds boo
         userEnd.Close();
         try {
             LeaveUser();
-            KeepBox(keeperEnd, binds, bootTime);
+            KeepBox(keeperEnd, box, bootTime);
         } catch (const std::exception& error) {
             Send(keeperEnd, error.what());
         }

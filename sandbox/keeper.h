@@ -1,10 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <sys/types.h>
-#include <vector>
 
+#include "sandbox/box_init.h"
 #include "sandbox/message.h"
 
 namespace MERO::Sandbox {
@@ -14,7 +13,7 @@ namespace MERO::Sandbox {
 class Keeper {
 public:
     /// Starts it; signals that shall not disturb it are blocked. Throws std::system_error.
-    Keeper(const std::vector<std::filesystem::path>& binds, std::chrono::milliseconds bootTime);
+    Keeper(const Box& box, std::chrono::milliseconds bootTime);
     /// Lets the box go, and waits until nothing of it is left.
     ~Keeper();
     Keeper(const Keeper&) = delete;

@@ -1,5 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <linux/magic.h>
+#include <map>
+#include <sys/vfs.h>
 
 #include "sandbox/inside.h"
 #include "sandbox/sandbox.h"
@@ -26,7 +29,16 @@ constexpr const char* kFooter = "The sandbox shows the root file system, writabl
                                 "  mero-sandbox --bind /tmp/build -- /tmp/build/bin/some-test --verbose\n"
                                 "  mero-sandbox sh -c 'systemctl stop dbus.socket; systemctl --failed'\n";
 
+using MERO::Sandbox::CgroupLayout;
 using MERO::Sandbox::Options;
+
+/// A machine of today has version 2 alone, and systemd 258 and newer do not know the other.
+CgroupLayout HostsLayout()
+{
+    struct statfs found {};
+    const bool isV2 = statfs("/sys/fs/cgroup", &found) == 0 && found.f_type == CGROUP2_SUPER_MAGIC;
+    return isV2 ? CgroupLayout::V2 : CgroupLayout::V1;
+}
 
 /// The command is no option of the parser's, so that it may have options of its own.
 class HelpWithCommand : public CLI::Formatter {
@@ -41,6 +53,7 @@ public:
 Options ParseCommandLine(int argc, char** argv)
 {
     Options options;
+    options.box.cgroups = HostsLayout();
     double seconds = std::chrono::duration<double>(options.bootTime).count();
     std::vector<std::string> binds;
     CLI::App app(kDescription, "mero-sandbox");
@@ -52,6 +65,15 @@ Options ParseCommandLine(int argc, char** argv)
         ->option_text("PATH")
         ->check(CLI::ExistingPath)
         ->allow_extra_args(false);
+    app.add_option("--root", options.box.root, "Show this folder as the root file system;\ndefault: /")
+        ->option_text("DIR")
+        ->check(CLI::ExistingDirectory);
+    app.add_option("--cgroup", options.box.cgroups,
+                   "Version of the cgroup hierarchies: v1, v2, or mixed\n(v2 and the resource monitor's of v1); "
+                   "default: the host's")
+        ->option_text("VERSION")
+        ->transform(CLI::Transformer(std::map<std::string, CgroupLayout>{
+            {"v1", CgroupLayout::V1}, {"v2", CgroupLayout::V2}, {"mixed", CgroupLayout::Mixed}}));
     app.add_option("--timeout", seconds, "How long booting may take; default: 30")
         ->option_text("SECONDS")
         ->check(CLI::Range(0.01, 3600.0));
@@ -63,7 +85,7 @@ Options ParseCommandLine(int argc, char** argv)
         std::exit(app.exit(help));
     }
 
-    options.binds.assign(binds.begin(), binds.end());
+    options.box.binds.assign(binds.begin(), binds.end());
     options.bootTime = std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     options.command = app.remaining();
     // An option that is not known ends the options just as a command does.

@@ -49,15 +49,20 @@ std::vector<PathTree> CopyDevices()
     return copies;
 }
 
-/// Makes an overlay of `/` with its upper layer in memory, and makes it the root.
-void SwitchToOverlay()
+/// Makes an overlay of `shown` with its upper layer in memory, and makes it the root.
+void SwitchToOverlay(const fs::path& shown)
 {
     // Any folder that every system has would do: the tmpfs on it is lost with the old root.
     const fs::path layers = "/tmp";
+    const Descriptor lower = shown == "/" ? Descriptor() : CopyMount(shown); // it may lie in /tmp
     Attach(MakeMount("tmpfs", {{"mode", "0755"}}), layers);
     for (const char* name : {"upper", "work", "root"})
         fs::create_directory(layers / name);
-    Attach(MakeMount("overlay", {{"lowerdir", "/"}, {"upperdir", layers / "upper"}, {"workdir", layers / "work"}}),
+    if (lower)
+        AttachNew(lower, layers / "lower");
+    Attach(MakeMount("overlay", {{"lowerdir", lower ? layers / "lower" : "/"},
+                                 {"upperdir", layers / "upper"},
+                                 {"workdir", layers / "work"}}),
            layers / "root");
 
     // Where the namespace's root is, so that others who enter it find themselves in the overlay.
@@ -87,14 +92,14 @@ void FillDev(const std::vector<PathTree>& devices)
 
 } // namespace
 
-void EnterPrivateRoot(const std::vector<fs::path>& binds)
+void EnterPrivateRoot(const std::vector<fs::path>& binds, const fs::path& root)
 {
     const DefaultUmask defaultUmask;
     KeepMountsPrivate();
     const std::vector<PathTree> boundTrees = CopyBinds(binds);
     const std::vector<PathTree> devices = CopyDevices();
 
-    SwitchToOverlay();
+    SwitchToOverlay(root);
     AttachNew(MakeMount("proc", {}, kDataOnly), "/proc");
     AttachNew(MakeMount("tmpfs", {{"mode", "0755"}}, MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV), "/run");
     AttachNew(MakeMount("tmpfs", {{"mode", "1777"}}, MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV), "/tmp");

@@ -34,13 +34,14 @@ struct Interrupted {
     int signal;
 };
 
-void RequireHost()
+void RequireHost(const std::filesystem::path& root)
 {
     if (geteuid() != 0)
         throw std::runtime_error("only root can make a sandbox");
     for (const char* program : {kSystemd, kSystemctl})
-        if (access(program, X_OK) != 0)
-            throw std::runtime_error(std::string(program) + " is missing: systemd has to be installed");
+        if (access((root.string() + program).c_str(), X_OK) != 0)
+            throw std::runtime_error((root == "/" ? program : root.string() + program) +
+                                     " is missing: systemd has to be installed");
 }
 
 /// A stream that the caller closed would let another descriptor take its number.
@@ -66,7 +67,7 @@ std::string ContentOf(const Descriptor& file)
 }
 
 /// @return the pidfd of the box's pid 1
-Descriptor AwaitBoot(const Keeper& keeper, const HeldSignals& signals)
+Descriptor AwaitBoot(const Keeper& keeper, CgroupLayout cgroups, const HeldSignals& signals)
 {
     AwaitUnlessInterrupted(keeper.Connection().Get(), signals);
     std::optional<Message> message = Receive(keeper.Connection());
@@ -78,7 +79,7 @@ Descriptor AwaitBoot(const Keeper& keeper, const HeldSignals& signals)
     // What the caller's environment says to systemctl is not meant for this one.
     const std::vector<std::string> checkCommand = {"/usr/bin/env", "-i", "/bin/sh", "-c", kBootCheck};
     const Descriptor answer(Check(memfd_create("boot-check", MFD_CLOEXEC), "cannot make a file in memory"));
-    OwnedProcess check = StartInside(message->descriptor, checkCommand, signals.CallersMask(), answer.Get());
+    OwnedProcess check = StartInside(message->descriptor, cgroups, checkCommand, signals.CallersMask(), answer.Get());
     AwaitUnlessInterrupted(check.Get(), signals);
     const siginfo_t end = check.Reap();
     if (end.si_code != CLD_EXITED || end.si_status != 0)
@@ -99,7 +100,7 @@ void ReportEndOfBox(const Keeper& keeper)
 
 int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& boxInit, const HeldSignals& signals)
 {
-    OwnedProcess command = StartInside(boxInit, options.command, signals.CallersMask());
+    OwnedProcess command = StartInside(boxInit, options.box.cgroups, options.command, signals.CallersMask());
     int passedOn = 0;
     while (const std::optional<HeldSignal> signal = signals.Await(command.Get())) {
         // What the terminal sends, it sends to the command too.
@@ -122,15 +123,15 @@ int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& b
 int RunInSandbox(const Options& options)
 {
     const auto start = steady_clock::now();
-    RequireHost();
+    RequireHost(options.box.root);
     FurnishBareRoot();
     OpenMissingStreams();
     // Who ignores it could not learn how the command ended.
     signal(SIGCHLD, SIG_DFL);
     const HeldSignals signals;
     try {
-        const Keeper keeper(options.binds, options.bootTime);
-        const Descriptor boxInit = AwaitBoot(keeper, signals);
+        const Keeper keeper(options.box, options.bootTime);
+        const Descriptor boxInit = AwaitBoot(keeper, options.box.cgroups, signals);
         const std::chrono::duration<double> taken = steady_clock::now() - start;
         if (options.isVerbose)
             std::fprintf(stderr, "mero-sandbox: booted in %.2f s\n", taken.count());

@@ -1,14 +1,15 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <string>
 #include <vector>
+
+#include "sandbox/box_init.h"
 
 namespace MERO::Sandbox {
 
 struct Options {
-    std::vector<std::filesystem::path> binds;
+    Box box;
     std::chrono::milliseconds bootTime = std::chrono::seconds(30);
     bool isVerbose = false;
     std::vector<std::string> command;

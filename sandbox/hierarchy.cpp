@@ -1,4 +1,4 @@
-#include "sandbox/named_hierarchy.h"
+#include "sandbox/hierarchy.h"
 
 #include <algorithm>
 #include <fstream>
@@ -15,6 +15,11 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::milliseconds kHierarchyPatience{1000};
+
+constexpr Hierarchy kMonitor{"meromonitor", "/sys/fs/cgroup/meromonitor", "/sys/fs/cgroup/meromonitor"};
+constexpr Hierarchy kV1[] = {{"systemd", "/sys/fs/cgroup/systemd", "/sys/fs/cgroup/systemd"}, kMonitor};
+// With controllers in use, the kernel lets no process into the root of version 2.
+constexpr Hierarchy kV2[] = {{nullptr, "/sys/fs/cgroup", "/sys/fs/cgroup/mero-sandbox"}, kMonitor};
 
 bool Contains(const char* file, const std::string& text)
 {
@@ -64,30 +69,39 @@ void GiveUp(const std::string& name)
 
 } // namespace
 
-Descriptor MakeNamedHierarchy(const std::string& name)
+std::span<const Hierarchy> HierarchiesOf(CgroupLayout layout)
 {
-    Descriptor hierarchy;
-    if (!Await(kHierarchyPatience, [&] { return bool(hierarchy = MakeUnlessDying(name)); }))
-        throw std::system_error(EBUSY, std::generic_category(), "cannot mount the hierarchy name=" + name);
-    return hierarchy;
+    if (layout == CgroupLayout::V1)
+        return kV1;
+    return std::span(kV2).first(layout == CgroupLayout::V2 ? 1 : 2);
 }
 
-NamedHierarchy::NamedHierarchy(const std::string& hierarchyName)
-    : name(hierarchyName), mounted(MakeNamedHierarchy(hierarchyName))
+Descriptor MakeHierarchy(const Hierarchy& hierarchy)
 {
+    if (hierarchy.name == nullptr)
+        return MakeMount("cgroup2", {}, kDataOnly);
+    Descriptor made;
+    if (!Await(kHierarchyPatience, [&] { return bool(made = MakeUnlessDying(hierarchy.name)); }))
+        throw std::system_error(EBUSY, std::generic_category(),
+                                std::string("cannot mount the hierarchy name=") + hierarchy.name);
+    return made;
 }
 
-NamedHierarchy::~NamedHierarchy()
+OwnedHierarchy::OwnedHierarchy(const Hierarchy& owned) : hierarchy(owned), mounted(MakeHierarchy(owned)) {}
+
+OwnedHierarchy::~OwnedHierarchy()
 {
     mounted.Close();
+    if (hierarchy.name == nullptr)
+        return;
     try {
-        GiveUp(name);
+        GiveUp(hierarchy.name);
     } catch (const std::exception&) {
         // An empty hierarchy is left, which the next box uses.
     }
 }
 
-fs::path NamedHierarchy::Root() const
+fs::path OwnedHierarchy::Root() const
 {
     return RootOf(mounted);
 }
