@@ -106,7 +106,7 @@ TEST_F(Operations, EveryFormRunsItsCommand)
         std::erase_if(calls, [](const std::string& call) { return call.starts_with("list-jobs "); });
         EXPECT_EQ(calls, expected);
     }
-    const CommandOptions options = std::move(CommandOptions().SetNoReload().SetRunTime());
+    CommandOptions moved, options = std::move(moved.SetNoReload().SetRunTime());
     Texts failed;
     EXPECT_TRUE(MEROSystemdEnableWithOptions({"a", "b"}, options, failed) &&
                 MEROSystemdDisableWithOptions({"a", "b"}, options, failed) &&
@@ -121,6 +121,8 @@ TEST_F(Operations, EveryFormRunsItsCommand)
                                      "start --job-mode=replace-irreversibly b", "reload-or-restart --quiet a b"));
     EXPECT_TRUE(MEROSystemdReloadWithOptions({"--quiet"}, {"a"}, failed));
     EXPECT_EQ(Calls().back(), "reload --quiet --no-block a");
+    EXPECT_TRUE(MEROSystemdEnableWithOptions({"a"}, moved.SetRunTime().SetNoReload(), failed)); // NOLINT: moved from
+    EXPECT_EQ(Calls().back(), "enable a");
 }
 
 TEST_F(Operations, FailuresNameTheirUnits)
