@@ -1,13 +1,16 @@
+#include "core/text_reader.h"
 #include "support/child.h"
 #include "support/operations.h"
 #include "volume/mount_path.h"
 #include "volume/text_table.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
+using namespace std::string_literals;
 namespace fs = std::filesystem;
 
 namespace {
@@ -22,32 +25,35 @@ TEST_F(MountUsers, APathIsBelowByWhatItLeadsTo)
 {
     fs::create_symlink(b, "/run/link"), fs::create_symlink(kVolume + "/d", "/run/into");
     fs::create_symlink("/etc", kVolume + "/out"), fs::create_symlink("/etc/passwd", kVolume + "/away");
-    const std::pair<std::string, std::string> cases[] = {
+    std::vector<std::pair<std::string, std::string>> cases{
         {kVolume, kVolume},
         {a, a},
         {b, b},
-        {kVolume + "0", ""},
-        {kVolume + "0/c", ""},
-        {"/run", ""},
-        {"/", ""},
         {"/run/link", b},
         {"/run/into", kVolume + "/d"},
         {"/run/into/b", b},
         {"/run/into/../a", a},
-        {a + "/", ""},
-        {kVolume + "/out", ""},
-        {kVolume + "/out/passwd", ""},
-        {kVolume + "/away", ""},
-        {kVolume + "/none/a", ""},
-        {kVolume + "/none", ""},
-        {a + "/x", ""},
         {kVolume + "/", kVolume},
         {kVolume + "/d/..", kVolume},
-        {a + " (deleted)", ""},
-        {a.substr(1), ""},
-        {"", ""},
-        {"pipe:[1]", ""},
     };
+    const Texts elsewhere{kVolume + "0",
+                          kVolume + "0/c",
+                          "/run",
+                          "/",
+                          a + "/",
+                          kVolume + "/out",
+                          kVolume + "/out/passwd",
+                          kVolume + "/away",
+                          kVolume + "/none/a",
+                          kVolume + "/none",
+                          a + "/x",
+                          a + " (deleted)",
+                          a.substr(1),
+                          "",
+                          "pipe:[1]"};
+    for (const std::string& path : elsewhere) {
+        cases.emplace_back(path, "");
+    }
     MountPath known(kVolume), trailing(kVolume + "/"), root("/");
     for (const auto& [path, resolved] : cases) {
         EXPECT_TRUE(MountPath(kVolume).Match(path) == resolved && known.Match(path) == resolved) << path;
@@ -63,7 +69,34 @@ TEST_F(MountUsers, APathIsBelowByWhatItLeadsTo)
                 device.Match("/run/none").empty());
 }
 
-TEST(TextTable, KeepsItsTextsWhileItGrows)
+TEST_F(MountUsers, TextsAreHandedOutInWholeLines)
+{
+    const std::string path = "/run/lines";
+    std::string many;
+    for (int i = 0; i < 50'000; ++i) {
+        many += "line " + std::to_string(i) + "\n";
+    }
+    const std::string longerThanTheBuffer = many + "end", line(300'000, 'x'), inTheMiddle = "a\n" + line + "\nend";
+    TextReader reader;
+    for (const std::string& text :
+         {""s, "\n"s, "end"s, "a\nb\n"s, "a\nend"s, many, longerThanTheBuffer, line, inTheMiddle}) {
+        Write(path, text);
+        std::string seen;
+        EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), [&](std::string_view lines) {
+            seen += lines;
+            EXPECT_TRUE(lines.ends_with('\n') || seen.size() == text.size());
+            return !lines.empty();
+        }));
+        EXPECT_TRUE(seen == text && reader.Read(AT_FDCWD, path.c_str()) == text) << text.substr(0, 20);
+    }
+    int pieces = 0;
+    const auto one = [&](std::string_view) { return ++pieces < 1; };
+    EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), one) && pieces == 1);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/run/none", one) || errno != ENOENT);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/", one) || errno != EISDIR);
+}
+
+TEST_F(MountUsers, ATableKeepsItsTextsWhileItGrows)
 {
     TextTable table;
     for (const char* round : {"new", "known"}) {
