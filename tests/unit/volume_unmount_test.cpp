@@ -8,6 +8,7 @@
 #include <sys/mount.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <thread>
@@ -42,12 +43,14 @@ struct Holder {
 };
 
 struct VolumeUnmount : Machine {
-    /// Unit files by name, with their keys. systemctl lists them; `failing` is a command of its that fails.
-    void SetUnits(const std::vector<std::pair<std::string, std::string>>& units, const std::string& failing = "none")
+    /// Unit files by their keys. systemctl lists them; `failing` is a command of its that fails.
+    void SetUnits(const std::vector<std::pair<std::string, Texts>>& files, const std::string& failing = "none")
     {
         std::string script = "case \"$*\" in '" + failing + "') exit 3;; list-unit-files*) echo '";
-        for (const auto& [unit, keys] : units) {
-            Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys + "\n"), script += unit + " enabled\n";
+        for (const auto& [keys, units] : files) {
+            for (const std::string& unit : units) {
+                Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys + "\n"), script += unit + " enabled\n";
+            }
         }
         SystemctlScript(script +
                         "';; show*ing.service) echo ActiveState=${4%.service};; show*) echo ActiveState=active;; "
@@ -59,19 +62,12 @@ struct VolumeUnmount : Machine {
 TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 {
     const std::string some = "VolumeDependency=partial", program = kVolume + "/sleeps-very-long", d = kVolume + "/d/e";
-    SetUnits({{"all.service", kAll},
-              {"activating.service", kAll},
-              {"reloading.service", kAll},
-              {"none.service", ""},
-              {"deactivating.service", kAll},
-              {"slave.service", kAll + "\nMaster=all.service"},
-              {"b.mount", some},
-              {"other.service", some},
-              {"pkgctl-Foo.service", some},
-              {"pkgctl-Bar.service", some},
-              {"pkgctl-Baz.socket", some},
-              {"deaf.service", "SkipListByMntPath=yes"},
-              {"keen.service", "SkipListByMntPath=Yes"}});
+    SetUnits({{kAll, {"all.service", "activating.service", "reloading.service", "deactivating.service"}},
+              {some, {"b.mount", "other.service", "pkgctl-Foo.service", "pkgctl-Bar.service", "pkgctl-Baz.socket"}},
+              {kAll + "\nMaster=all.service", {"slave.service"}},
+              {"", {"none.service"}},
+              {"SkipListByMntPath=yes", {"deaf.service"}},
+              {"SkipListByMntPath=Yes", {"keen.service"}}});
     for (const char* unit : {"b.mount", "pkgctl-Bar.service", "pkgctl-Baz.socket", "none.service"}) {
         EXPECT_TRUE(MEROSystemdVolumeRegister(unit, kVolume) && MEROSystemdVolumeRegister("other", kVolume + "0"));
     }
@@ -90,7 +86,6 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     };
     const Holder blank("b.service", maps("/a b")), mapper("map.service", maps("/d/f")),
         keen("keen.service", reads("/c"));
-    const Holder next("next.service", [] { fs::current_path(kVolume + "0"); });
     fs::remove(kVolume + "/x"),
         Write("/run/swaps", "Filename Type\n/dev/sda2 partition\n" + kVolume + "/s\\040w file 1 0\n");
     const Texts points{kVolume + "/m", kVolume + "0/m", "/proc/fs", "/proc/swaps"};
@@ -113,36 +108,39 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     EXPECT_EQ(dependency, MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL);
     EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/none", kVolume}, plan) && fs::remove_all("/sys/block") > 0);
     std::for_each(points.begin(), points.end(), [](const std::string& point) { umount(point.c_str()); });
-    Texts stops, blockers;
-    const auto text = [](auto kind, const std::string& unit, const VolumeUser& user) {
+    Texts words;
+    const auto inWords = [](const VolumeUser& user) {
         const std::string file = user.file.starts_with(kVolume) ? user.file.substr(kVolume.size()) : "elsewhere";
-        return std::to_string(static_cast<int>(kind)) + unit + " " + std::to_string(user.pid) + " " + user.command +
-               " " + std::to_string(static_cast<int>(user.use)) + file;
+        return " " + std::to_string(user.pid) + " " + user.command + " " + std::to_string(static_cast<int>(user.use)) +
+               file;
     };
-    for (const auto& [unit, causes] : plan.stops) {
-        stops.push_back(unit);
-        for (const StopCause& cause : causes) {
-            stops.back() += " " + std::to_string(static_cast<int>(cause.kind)) + cause.unit + cause.package;
-            std::for_each(cause.users.begin(), cause.users.end(),
-                          [&](auto& user) { stops.back() += text(3, "", user); });
+    for (const PlannedStop& stop : plan.stops) {
+        for (const StopCause& cause : stop.causes) {
+            words.push_back(stop.unit + ": " + std::to_string(static_cast<int>(cause.kind)) + cause.unit +
+                            cause.package);
+            for (const VolumeUser& user : cause.users) {
+                words.back() += inWords(user);
+            }
         }
     }
-    std::for_each(plan.blockers.begin(), plan.blockers.end(),
-                  [&](auto& b) { blockers.push_back(text(b.kind, b.unit, b.user)); });
+    for (const VolumeBlocker& blocker : plan.blockers) {
+        words.push_back(std::to_string(static_cast<int>(blocker.kind)) + blocker.unit + inWords(blocker.user));
+    }
     const auto by = [](const Holder& holder, const std::string& rest) {
         return " " + holder.pid + " library_test " + rest;
     };
-    EXPECT_THAT(stops,
-                ElementsAre("activating.service 0activating.service", "all.service 0all.service 0slave.service",
-                            "b.mount 1b.mount", "keen.service 3keen.service3" + by(keen, "2/c"),
-                            "map.service 3map.service3" + by(mapper, "3/d/f"), "pkgctl-Baz.socket 1pkgctl-Baz.socket",
-                            "pkgctl-Foo.service 2pkgctl-Foo.serviceFoo", "reloading.service 0reloading.service",
-                            "user.service 3user.service3 " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long3" +
-                                by(user, "2/c")));
-    EXPECT_THAT(blockers, UnorderedElementsAre("01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
-                                               "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"),
-                                               "0b.service" + by(blank, "3/a b"), "1 0  2/m", "2 0  2/d/e",
-                                               "3 0  2/s w", "4 0  2"));
+    EXPECT_THAT(
+        words,
+        UnorderedElementsAre(
+            "activating.service: 0activating.service", "all.service: 0all.service", "all.service: 0slave.service",
+            "b.mount: 1b.mount", "keen.service: 3keen.service" + by(keen, "2/c"),
+            "map.service: 3map.service" + by(mapper, "3/d/f"), "pkgctl-Baz.socket: 1pkgctl-Baz.socket",
+            "pkgctl-Foo.service: 2pkgctl-Foo.serviceFoo", "reloading.service: 0reloading.service",
+            "user.service: 3user.service " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long" + by(user, "2/c"),
+            "01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
+            "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"), "0b.service" + by(blank, "3/a b"),
+            "1 0  2/m", "2 0  2/d/e", "3 0  2/s w", "4 0  2"));
+    EXPECT_TRUE(std::ranges::is_sorted(plan.stops, {}, &PlannedStop::unit));
     EXPECT_FALSE(Said("systemd_volume_unmount_action").size() != 2 || fs::exists(kTargets + "end.target") ||
                  fs::exists(kLock));
 }
@@ -182,9 +180,7 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         fs::remove_all(kRun), fs::remove_all("/run/systemd"),
             fs::create_directories(c.folder.empty() ? kRun : c.folder);
         c.folder.empty() ? Write(kTargets + "begin.target", "[Old]\nold=1\n") : void();
-        SetUnits(
-            {{"a.service", kAll + "\nMaster=m.service"}, {"b.mount", kAll}, {"c.service", kAll + "\nMaster=m.service"}},
-            c.failing);
+        SetUnits({{kAll + "\nMaster=m.service", {"a.service", "c.service"}}, {kAll, {"b.mount"}}}, c.failing);
         const auto action = [](void* acts) {
             const bool held = !IsFree(kLock, 0, LOCK_SH) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, 0, LOCK_SH) &&
                               !IsFree(kMonitorLock);
