@@ -27,7 +27,7 @@ public:
     void Systemctl(const std::vector<Answer>& answers);
     /// Makes /usr/bin/systemctl this shell script, or takes it away.
     void SystemctlScript(const std::string& body);
-    void RemoveSystemctl();
+    void RemoveSystemctl() { std::filesystem::remove("/usr/bin/systemctl"); }
 
     /// The stand-in's calls since the last question, each its arguments with one blank between.
     std::vector<std::string> Calls();
