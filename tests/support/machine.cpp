@@ -25,8 +25,6 @@
 namespace MERO::Test {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* kEmptied[] = {"/run",
                                     "/usr/mero",
                                     "/var/packages",

@@ -1,14 +1,9 @@
 #include "support/operations.h"
 
-#include <merosystemd/resource.hpp>
-
 #include <sys/stat.h>
-
-#include <set>
 
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -23,15 +18,6 @@ const std::string kNames[] = {
     "\xff\xfe",    "\xc3",      "%s%n",      "x@",
     "@",           "-.mount",
 };
-
-std::set<std::string> Files(const char* folder)
-{
-    std::set<std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        files.insert(entry.path());
-    }
-    return files;
-}
 
 class HostileNames : public Machine {};
 
@@ -57,39 +43,6 @@ TEST_F(HostileNames, AreOneArgumentNoOptionAndNoLineOfTheLog)
             EXPECT_THAT(line, Not(HasSubstr("\nNov 21"))) << line;
         }
     }
-}
-
-TEST_F(HostileNames, LeadToNoFileOutsideTheirFolders)
-{
-    Write("/etc/passwd.service", "[X-Tarvix]\nName=root\n");
-    fs::create_directories("/var/packages/p");
-    const std::set<std::string> etc = Files("/etc");
-    Systemctl({{"show *", "FragmentPath=/etc/passwd/../none\nDropInPaths=relative -rf /etc\n"}});
-    for (const std::string& name : kNames) {
-        if (name.find('/') == name.npos) {
-            continue; // with its type behind it, it is a file of its own ("...service")
-        }
-        std::string value;
-        bool is = false;
-        EXPECT_FALSE(MEROSystemdServiceStopByReason(name, std::string("nfs")) ||
-                     MEROSystemdServiceStopByReason("reason", name) ||
-                     MEROSystemdServiceReasonRemove(name, std::string("nfs")))
-            << name;
-        EXPECT_FALSE(!MEROSystemdEnable(name) || MEROSystemdUninstall(name)) << name;
-        EXPECT_FALSE(MEROSystemdVolumeRegister(name, "/volume1") || MEROSystemdKillSlice(name)) << name;
-        EXPECT_FALSE(MEROSystemdNameGet(name, value) || MEROSystemdIsSupportGet(name, is)) << name;
-    }
-    for (const std::string package : {"..", ".", "", "../../etc", "p/..", "/etc"}) {
-        EXPECT_FALSE(MEROSystemdPackageVolumeRegister(package, "/volume1") ||
-                     MEROSystemdVolumeIsRegisteredByPackage(package, {"/volume1"}))
-            << package;
-    }
-    EXPECT_EQ(Files("/etc"), etc);
-    const std::string flags = "/usr/mero/etc/merosystemd/enable-status-changed";
-    EXPECT_THAT(Files("/usr/mero/etc/merosystemd"),
-                ElementsAre(flags, flags + "/b.service", flags + "/passwd.service", flags + "/tmp.service"));
-    EXPECT_THAT(Files("/var/packages"), ElementsAre("/var/packages/p"));
-    EXPECT_FALSE(fs::exists("/run/merosystemd/reasons"));
 }
 
 TEST_F(HostileNames, FoldersKeepTheUmaskAndAreNobodyElses)

@@ -13,7 +13,6 @@ using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
 using namespace std::string_literals;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -69,15 +68,12 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
     const std::string isFolder = "[Is a directory]", noFlag = "ERR Failed to delete " + kFlag + ": " + isFolder;
     const std::string noState = "ERR Failed to unlink [" + kState + "], reason: " + isFolder;
     const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
+    const std::string failed = "ERR isolate to [a.target] failed: ret=[4], reason=[a\n, b\n]";
+    const Texts unwaited{kList, "isolate a.target"};
     const Case cases[] = {
         {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, " with option [--no-block]"},
-        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }",
-         "",
-         false,
-         kUntouched,
-         {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"},
-         {kList, "isolate a.target"}},
-        {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
+        {"[ $1 = list-jobs ] || { echo a; echo b; exit 4; }", "", false, kUntouched, {failed}, unwaited},
+        {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, unwaited},
         {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
         {"", kFlag, false, kUntouched, {badFlag}, {}},
         {busy, "", true, 0, {noFlag, noFlag}},

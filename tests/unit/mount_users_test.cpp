@@ -11,7 +11,6 @@ using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
 using namespace std::string_literals;
-namespace fs = std::filesystem;
 
 namespace {
 

@@ -203,7 +203,7 @@ TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
 {
     Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
     Write("/run/systemctl.calls", "");
-    std::filesystem::permissions("/run/systemctl.calls", std::filesystem::perms(0666));
+    fs::permissions("/run/systemctl.calls", fs::perms(0666));
     const auto ask = [] {
         std::for_each(std::begin(kQuestions), std::end(kQuestions), [](auto& question) { question.get("u"); });
         return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;

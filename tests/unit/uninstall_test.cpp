@@ -4,7 +4,6 @@
 
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 

@@ -61,8 +61,8 @@ TEST_F(UnitFiles, SplitTrimsTheTextAndKeepsEmptyPieces)
 
 TEST_F(UnitFiles, AreFoundAndReadWithTheirTemplates)
 {
-    std::filesystem::create_symlink("/nowhere", "/usr/local/lib/systemd/system/a.service"); // it does not exist
-    for (const std::string folder : {"/run", "/etc", "/usr/lib"}) {                         // each goes before the last
+    fs::create_symlink("/nowhere", "/usr/local/lib/systemd/system/a.service"); // it does not exist
+    for (const std::string folder : {"/run", "/etc", "/usr/lib"}) {            // each goes before the last
         const std::string path = folder + "/systemd/system/a.service";
         Write(path, "");
         EXPECT_EQ(UnitPathGet("a"), path);
@@ -73,6 +73,11 @@ TEST_F(UnitFiles, AreFoundAndReadWithTheirTemplates)
     EXPECT_EQ(XTarvixKeyGet("a", "Name"), std::string(1023, 'x'));
     EXPECT_THROW((void)XTarvixKeyGet("nfs", "Name"), std::runtime_error);
     EXPECT_TRUE(MLIBCErrGet() == 0x0700 && MLIBCErrorGetFile() == std::string("systemd_internal_lib"));
+    Write("/etc/passwd.service", "[X-Tarvix]\nName=root\n");
+    for (const std::string unit : {"/etc/passwd", "../../../etc/passwd", "a/../a"}) {
+        EXPECT_THROW((void)XTarvixKeyGet(unit, "Name"), std::runtime_error) << "a folder has no such file";
+        EXPECT_THROW((void)UnitPathGet(unit), std::runtime_error);
+    }
 
     SetKeys("Name=template\n", "foo@.service"), SetKeys("Name=instance\n", "foo@bar.service");
     SetKeys("Name=timer\n", "foo@.timer"), SetKeys("[Socket]\nName=no\n[X-Tarvix]\nName=socket\n", "foo.socket");
@@ -175,7 +180,7 @@ TEST_F(UnitFiles, ASectionIsReplacedOrWhatFailedIsLogged)
     const Texts said = Said("systemd_internal_lib");
     EXPECT_THAT(said, AllOf(SizeIs(4), Each(StartsWith("ERR Fail to MLIBCSzHashSetValue to [" + file + "] [0x0D00 "))));
 
-    Write("/run/file", ""), std::filesystem::create_directories("/run/d/a.conf");
+    Write("/run/file", ""), fs::create_directories("/run/d/a.conf");
     EXPECT_FALSE(AddUnitSection("/run/file/x", "a.conf", "Unit", {}) || AddUnitSection("/run/d", "a.conf", "Unit", {}));
     EXPECT_THAT(Said("systemd_internal_lib"),
                 ElementsAre(MatchesRegex("ERR Fail to mkdir \\[/run/file/x\\] \\[0x0F00 exec:[0-9]+\\]"),

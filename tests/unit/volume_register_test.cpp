@@ -10,7 +10,6 @@
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -83,14 +82,17 @@ TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
     Write("/usr/mero/etc/merosystemd/x.service", "[\"/v\"]");
     EXPECT_FALSE(MEROSystemdVolumeRegister(std::string("a.service\0b", 11), "/v")) << "a file's name ends at the NUL";
     for (const auto& [name, volume] :
-         {std::pair("a", "v"), {"a", "/v/"}, {"a", "/"}, {"../x", "/v"}, {"a/b", "/v"}, {"..", "/v"}}) {
+         {std::pair("a", "v"), {"a", "/v/"}, {"a", "/"}, {"../x", "/v"}, {"a/b", "/v"}, {"..", "/v"}, {"/x", "/v"}}) {
         EXPECT_FALSE(MEROSystemdVolumeRegister(name, volume) || MEROSystemdVolumeUnregister(name, volume) ||
                      MEROSystemdPackageVolumeRegister(name, volume) ||
                      MEROSystemdPackageVolumeUnregister(name, volume));
         EXPECT_EQ(MLIBCErrGet(), 0x0D00) << name << volume;
     }
+    Write("/var/packages" + kEnd, "[\"/v\"]");
     EXPECT_FALSE(MEROSystemdVolumeIsRegisteredByUnit("../x", {"/v"}) || fs::exists("/run/merosystemd") ||
-                 Log().size() != 25);
+                 MEROSystemdVolumeIsRegisteredByPackage(".", {"/v"}) ||
+                 MEROSystemdVolumeIsRegisteredByPackage("Foo/..", {"/v"}) || Log().size() != 29);
+    fs::remove_all("/var/packages/etc");
 
     const std::string temporary = kNfs + ".tmp." + std::to_string(getpid()), noDump = "ERR Fail to dump json file to [";
     EXPECT_FALSE(MEROSystemdPackageVolumeRegister("Bar", "/v") || MEROSystemdVolumeUnregister("nfs", "/v") ||
