@@ -216,4 +216,29 @@ TEST_F(Processes, ASystemctlSeesACleanStart)
     EXPECT_EQ(Read("/run/seen"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n/dev/null\n0 1 2 ");
 }
 
+TEST_F(Processes, FoldersKeepTheUmaskAndAreNobodyElses)
+{
+    fs::rename("/bin/mkdir", "/bin/mkdir.real");
+    WriteProgram("/bin/mkdir", "echo $(umask) $* >> /run/masks; exec /bin/mkdir.real \"$@\"");
+    for (const mode_t mask : {0, 0750, 0777}) {
+        const mode_t before = umask(mask);
+        EXPECT_TRUE(MEROSystemdServiceStopByReason("check", std::string("nfs")) &&
+                    MEROSystemdVolumeRegister("nfs", "/volume1"));
+        EXPECT_EQ(umask(before), mask);
+        for (const char* folder : {"/run/merosystemd", "/usr/mero/etc"}) {
+            for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+                struct stat status;
+                ASSERT_EQ(lstat(entry.path().c_str(), &status), 0);
+                EXPECT_EQ(status.st_mode & 022, 0U) << entry.path();
+                EXPECT_TRUE(!S_ISDIR(status.st_mode) || (status.st_mode & 0777) == (0755 & ~mask)) << entry.path();
+            }
+        }
+        fs::remove_all("/run/merosystemd"), fs::remove_all("/usr/mero/etc");
+        const std::string runs = Read("/run/masks"), first = mask == 0 ? "0022" : mask == 0750 ? "0772" : "0777";
+        EXPECT_TRUE(runs.starts_with(first + " -p /run/merosystemd/reasons/nfs.service\n")) << runs;
+        fs::remove("/run/masks");
+    }
+    fs::rename("/bin/mkdir.real", "/bin/mkdir");
+}
+
 } // namespace

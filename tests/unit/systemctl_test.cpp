@@ -165,4 +165,39 @@ TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
     }
 }
 
+TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)
+{
+    const std::string forged = "x\nNov 21 00:00:00 nas sshd[1]: Accepted password for root", tooLong(5'000, 'x');
+    const std::string names[] = {
+        "..",          ".",         "a/../b",    "../../../etc/passwd",
+        "/etc/passwd", "-",         "--version", "--root=/tmp",
+        "-rf",         "a b",       " ",         "a\tb",
+        "a\nb",        forged,      "\r",        "\x1b[2J",
+        "*",           "n?s",       "[a-z]*",    "\\",
+        "a'b\"c",      "$(reboot)", ";reboot",   tooLong,
+        "\xff\xfe",    "\xc3",      "%s%n",      "x@",
+        "@",           "-.mount",
+    };
+    // The stand-in notes how many arguments it got, which options, and how many arguments stand behind "--".
+    SystemctlScript("behind=0\nfor word; do\n  if [ \"$ended\" ]; then behind=$((behind + 1)); continue; fi\n"
+                    "  case $word in --) ended=1 ;; -*) options=\"$options $word\" ;; esac\ndone\n"
+                    "echo \"$#|$options|$behind\" >> /run/seen\nexit 1\n");
+    for (const std::string& name : names) {
+        Texts failed;
+        std::string value;
+        EXPECT_FALSE(MEROSystemdStart(name) || MEROSystemdStop({name}, failed) || MEROSystemdMask(name) ||
+                     MEROSystemdResetFailed({name}, failed) || MEROSystemdShow(name, "Id", value))
+            << name;
+        EXPECT_EQ(MEROSystemdActiveStatusGet(name), -1);
+        const std::string verb = name.starts_with('-') ? "3||1\n" : "2||0\n";
+        const std::string question = name.starts_with('-') ? "5| --property|1\n" : "4| --property|0\n";
+        EXPECT_EQ(Read("/run/seen"), verb + verb + verb + verb + question + question) << name;
+        fs::remove("/run/seen");
+        for (const std::string& line : Log()) {
+            EXPECT_THAT(line, Not(MatchesRegex("(.|\n)*[\x01-\x08\x0b-\x1f].*"))) << line;
+            EXPECT_THAT(line, Not(HasSubstr("\nNov 21"))) << line;
+        }
+    }
+}
+
 } // namespace

@@ -1,12 +1,17 @@
 #include "core/lock.h"
+#include "core/text_reader.h"
 #include "support/acting.h"
+#include "support/child.h"
 #include "support/lock.h"
 #include "support/operations.h"
+#include "support/waiting.h"
+#include "volume/mount_path.h"
+#include "volume/text_table.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <csignal>
@@ -16,6 +21,7 @@
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
+using namespace std::string_literals;
 
 namespace {
 
@@ -26,19 +32,13 @@ const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmou
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock = kIsolateAndVolumeUnmountLock;
 
 /// A process with a cgroup that uses files until it goes.
-struct Holder {
-    Holder(const std::string& cgroup, const std::function<void()>& use)
+struct Holder : Waiting {
+    Holder(const std::string& cgroup, const std::function<void()>& use) : Waiting(use)
     {
-        int ends[2];
-        EXPECT_TRUE(pipe2(ends, O_CLOEXEC) == 0 && (id = fork()) >= 0);
-        id == 0 ? (use(), close(ends[1]), pause()) : close(ends[1]);
-        (void)!read(ends[0], ends, 1), close(ends[0]); // until it uses them, or is another program
-        Machine::Write("/run/cgroup-" + (pid = std::to_string(id)), "0::/" + cgroup);
-        EXPECT_EQ(mount(("/run/cgroup-" + pid).c_str(), ("/proc/" + pid + "/cgroup").c_str(), "", MS_BIND, ""), 0);
+        Machine::Write("/run/cgroup-" + id, "0::/" + cgroup);
+        EXPECT_EQ(mount(("/run/cgroup-" + id).c_str(), File("cgroup").c_str(), "", MS_BIND, ""), 0); // goes with it
     }
-    ~Holder() { kill(id, SIGKILL), waitpid(id, nullptr, 0); } // the mount goes with it
-    pid_t id;
-    std::string pid;
+    const std::string id = std::to_string(pid);
 };
 
 struct VolumeUnmount : Machine {
@@ -57,6 +57,108 @@ struct VolumeUnmount : Machine {
                         kTargets + "* | sort > /run/seen;; esac");
     }
 };
+
+TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
+{
+    const std::string a = kVolume + "/a", b = kVolume + "/d/b";
+    Write(a, "text"), Write(b, "text"), Write(kVolume + "0/c", "text");
+    fs::create_symlink(b, "/run/link"), fs::create_symlink(kVolume + "/d", "/run/into");
+    fs::create_symlink("/etc", kVolume + "/out"), fs::create_symlink("/etc/passwd", kVolume + "/away");
+    std::vector<std::pair<std::string, std::string>> cases{
+        {kVolume, kVolume},
+        {a, a},
+        {b, b},
+        {"/run/link", b},
+        {"/run/into", kVolume + "/d"},
+        {"/run/into/b", b},
+        {"/run/into/../a", a},
+        {kVolume + "/", kVolume},
+        {kVolume + "/d/..", kVolume},
+    };
+    const Texts elsewhere{kVolume + "0",
+                          kVolume + "0/c",
+                          "/run",
+                          "/",
+                          a + "/",
+                          kVolume + "/out",
+                          kVolume + "/out/passwd",
+                          kVolume + "/away",
+                          kVolume + "/none/a",
+                          kVolume + "/none",
+                          a + "/x",
+                          a + " (deleted)",
+                          a.substr(1),
+                          "",
+                          "pipe:[1]"};
+    for (const std::string& path : elsewhere) {
+        cases.emplace_back(path, "");
+    }
+    MountPath known(kVolume), trailing(kVolume + "/"), root("/");
+    for (const auto& [path, resolved] : cases) {
+        EXPECT_TRUE(MountPath(kVolume).Match(path) == resolved && known.Match(path) == resolved) << path;
+        EXPECT_TRUE(trailing.Match(path).empty() && root.Match(path) == (path == "/" ? "/" : "")) << path;
+    }
+    fs::create_symlink("/", "/run/root");
+    EXPECT_EQ(MountPath("/run").Match("/run/root/run"), "/run");
+    struct stat status;
+    ASSERT_TRUE(stat(kVolume.c_str(), &status) == 0 && mknod("/run/node", S_IFBLK | 0600, status.st_dev) == 0);
+    MountPath device("/run/node");
+    EXPECT_TRUE(device.Match(a) == a && device.Match("/run/into/b") == b && device.Match("/run/node") == "/run/node");
+    EXPECT_TRUE(device.Match("/etc/passwd").empty() && device.Match("/usr/mero").empty() &&
+                device.Match("/run/none").empty());
+}
+
+TEST_F(VolumeUnmount, TextsAreHandedOutInWholeLines)
+{
+    const std::string path = "/run/lines";
+    std::string many;
+    for (int i = 0; i < 50'000; ++i) {
+        many += "line " + std::to_string(i) + "\n";
+    }
+    const std::string longerThanTheBuffer = many + "end", line(300'000, 'x'), inTheMiddle = "a\n" + line + "\nend";
+    TextReader reader;
+    for (const std::string& text :
+         {""s, "\n"s, "end"s, "a\nb\n"s, "a\nend"s, many, longerThanTheBuffer, line, inTheMiddle}) {
+        Write(path, text);
+        std::string seen;
+        EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), [&](std::string_view lines) {
+            seen += lines;
+            EXPECT_TRUE(lines.ends_with('\n') || seen.size() == text.size());
+            return !lines.empty();
+        }));
+        EXPECT_TRUE(seen == text && reader.Read(AT_FDCWD, path.c_str()) == text) << text.substr(0, 20);
+    }
+    int pieces = 0;
+    const auto one = [&](std::string_view) { return ++pieces < 1; };
+    EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), one) && pieces == 1);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/run/none", one) || errno != ENOENT);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/", one) || errno != EISDIR);
+}
+
+TEST_F(VolumeUnmount, ATableKeepsItsTextsWhileItGrows)
+{
+    TextTable table;
+    for (const char* round : {"new", "known"}) {
+        for (int i = 0; i < 5000; ++i) {
+            const std::string number = std::to_string(i);
+            TextTable::Entry& entry = table["text " + number];
+            EXPECT_EQ(entry.value, round == std::string("new") ? "" : "value " + number);
+            entry.value = table.Keep({"value ", number});
+        }
+    }
+}
+
+TEST_F(VolumeUnmount, UsersCannotBeToldWithoutProc)
+{
+    const auto list = [] {
+        Texts services{"before"};
+        return chroot("/run") == 0 && !MEROSystemdServiceListByMntPath("/", services) && MLIBCErrGet() == 0x0900 &&
+               services.size() == 1;
+    };
+    EXPECT_EQ(RunAs(0, list), 1);
+    bool skip = true;
+    EXPECT_TRUE(!MEROSystemdServiceSkipListByMntPath("none", skip) && MLIBCErrGet() == 0x0700 && skip);
+}
 
 TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 {
@@ -126,7 +228,7 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
         words.push_back(std::to_string(static_cast<int>(blocker.kind)) + blocker.unit + inWords(blocker.user));
     }
     const auto by = [](const Holder& holder, const std::string& rest) {
-        return " " + holder.pid + " library_test " + rest;
+        return " " + holder.id + " library_test " + rest;
     };
     EXPECT_THAT(
         words,
@@ -135,7 +237,7 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
             "b.mount: 1b.mount", "keen.service: 3keen.service" + by(keen, "2/c"),
             "map.service: 3map.service" + by(mapper, "3/d/f"), "pkgctl-Baz.socket: 1pkgctl-Baz.socket",
             "pkgctl-Foo.service: 2pkgctl-Foo.serviceFoo", "reloading.service: 0reloading.service",
-            "user.service: 3user.service " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long" + by(user, "2/c"),
+            "user.service: 3user.service " + sleeper.id + " sleeps-very-lon 1/sleeps-very-long" + by(user, "2/c"),
             "01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
             "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"), "0b.service" + by(blank, "3/a b"),
             "1 0  2/m", "2 0  2/d/e", "3 0  2/s w", "4 0  2"));
