@@ -161,12 +161,6 @@ TEST_F(Operations, FailuresNameTheirUnits)
     EXPECT_FALSE(MEROSystemdEnableWithOptionsInternal(list, list, list) ||
                  MEROSystemdEnableWithOptions(list, CommandOptions(), list));
     EXPECT_EQ(list, Texts(4, "a"));
-
-    Write("/run/merobootseq/boot-step", "2\n");
-    Systemctl({{"list-jobs * b.service", "3 b.service start waiting\n", 1}});
-    MLIBCSzList* pushed = MLIBCSzListAlloc();
-    EXPECT_FALSE(kOperations[0].RunGroup(&pushed));
-    EXPECT_THAT(Items(List(pushed).get()), ElementsAre("a", "b")) << "a skipped group fails whole";
 }
 
 TEST_F(Operations, UnitsMayBeEnabledByTheirFiles)
