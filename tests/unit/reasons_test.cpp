@@ -130,9 +130,10 @@ TEST_F(Reasons, AFileSystemThatRefusesIsLogged)
     Write(kRoot + "d.service/r", "");
     EXPECT_FALSE(UnlinkReasons("../d.service/r", {"b"}, removed, failed) || !fs::exists(kRoot + "d.service/r"));
     EXPECT_TRUE(removed.size() == 1 && failed.back() == "b");
-    Texts all{"b", "c.mount"};
-    EXPECT_FALSE(UnlinkReasons("r", all, all, all));
-    EXPECT_THAT(all, ElementsAre("b", "c.mount", "b", "c.mount"));
+    Texts all{"c.mount", "b"}, held = all;
+    EXPECT_FALSE(UnlinkReasons("r", all, all, all) || UnlinkReasons("r", held, removed, held));
+    EXPECT_THAT(all, ElementsAre("c.mount", "b", "c.mount", "b"));
+    EXPECT_THAT(held, ElementsAre("c.mount", "b", "c.mount"));
 }
 
 TEST_F(Reasons, AreListed)
