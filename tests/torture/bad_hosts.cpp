@@ -1,6 +1,5 @@
 // Hosts that behave badly, and a systemctl that does: every caller gets an answer, and nothing stays behind.
 #include "support/child.h"
-#include "torture/functions.h"
 #include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>

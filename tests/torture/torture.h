@@ -114,4 +114,44 @@ void Kill(pid_t pid);
 /// Whether all of the library's locks are free within a second.
 bool AreLocksFree();
 
+struct Answer {
+    bool done = false;
+    std::string text = {};   ///< what its outputs hold
+    bool isUntouched = true; ///< as before
+    std::string thrown = {}; ///< the type of what it threw
+    std::string way = {};    ///< in which an argument was bad: "1 is a null text"
+};
+
+/// An exported function and how it is called.
+struct Function {
+    std::string name;    ///< with its parameters, as a demangler writes it
+    const void* address; ///< of a member of a class: null
+    bool mayThrow;       ///< its header tells that it throws
+    /// Calls it with an argument that is bad in one of the ways, counted from 0, unless it has no such way; -1: with
+    /// good ones.
+    std::function<Answer(int bad)> call;
+};
+
+/// What happens right before and right after each call: its arguments are there, its outputs are not looked at.
+inline std::function<void()> beforeCall = [] {}, afterCall = [] {};
+
+/// All of them.
+const std::vector<Function>& Functions();
+
+/// How the stand-in for systemctl is.
+enum class StandIn { Works, Fails, Missing };
+
+/// The machine in which every function succeeds that is called well, when systemctl works.
+class World : public Test::Machine {
+public:
+    explicit World(StandIn systemctl = StandIn::Works);
+    ~World() override;
+
+    /// Gives this process cgroups; the world's maker has them.
+    static void InCgroups();
+
+private:
+    void TestBody() override {}
+};
+
 } // namespace MERO::Torture
