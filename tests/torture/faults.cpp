@@ -5,8 +5,7 @@
 #include <sys/mman.h>
 
 #include <cmath>
-#include <cstring>
-#include <iterator>
+#include <regex>
 #include <sstream>
 
 namespace MERO::Torture {
@@ -19,10 +18,6 @@ namespace {
 constexpr const char* kCalls = "/run/systemctl.calls";
 constexpr long kMostFaults = 400; ///< of one function and kind: more calls than these are sampled
 
-FaultKind kind{};
-long nth = 0; ///< the call that fails; 0: none does
-long calls = 0;
-
 /// A run without a fault, as the forked child tells it.
 struct GoodRun {
     long calls;
@@ -33,33 +28,27 @@ struct GoodRun {
 /// What an operation leaves undone, and says so in the log only, as its header or its source tells.
 struct BestEffort {
     const char* function; ///< a part of its name
-    const char* undone;   ///< the beginning of a file's path, or of systemctl's arguments
+    std::regex undone;    ///< the beginning of a file's path, or of systemctl's arguments
 };
-constexpr BestEffort kBestEffort[] = {
-    {"", "list-jobs"}, // asks for jobs that may be in the way
-    {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
-    {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Reason", "reset-failed"},
-    {"Reason", "daemon-reload"},
-    {"Uninstall", "is-enabled"},
-    {"Uninstall", "reset-failed"},
-    {"Uninstall", "/run/merosystemd/reasons/"},
-    {"Uninstall", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Isolate", "/run/merosystemd/status_monitor.exit.lock"},
-    {"Isolate", "/run/merosystemd/isolate-state"},
-    {"KillSlice", "stop"},
-    {"KillSlice", "kill a.slice"},
-    {"Unmount", "/run"},
-    {"Unmount", "s"},
-    {"Unmount", "daemon-reload"}, // units that cannot be asked do not stop
+const BestEffort kBestEffort[] = {
+    {"", std::regex("list-jobs")}, // asks for jobs that may be in the way
+    {"nable", std::regex("/usr/mero/etc/merosystemd/enable-status-changed")},
+    {"Disable", std::regex("/usr/mero/etc/merosystemd/enable-status")},
+    {"Reason", std::regex("reset-failed|daemon-reload")},
+    {"Uninstall",
+     std::regex("is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status")},
+    {"Isolate", std::regex("/run/merosystemd/(status_monitor.exit.lock|isolate-state)")},
+    {"KillSlice", std::regex("stop|kill a.slice")},
+    {"Unmount", std::regex("/run|s|daemon-reload")}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
-constexpr const char* kPartialAnswers[] = {"IsolateTarget", "UnmountPlan", "IsSupportGet", "ServiceListByMntPath"};
+const std::regex kPartialAnswers("IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath");
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
+    constexpr auto kBegin = std::regex_constants::match_continuous;
     return std::ranges::any_of(kBestEffort, [&](const BestEffort& left) {
-        return function.name.find(left.function) != std::string::npos && what.starts_with(left.undone);
+        return function.name.find(left.function) != std::string::npos && std::regex_search(what, left.undone, kBegin);
     });
 }
 
@@ -98,7 +87,7 @@ std::string FileFault(const Function& function, const Files& before, const Files
     };
     for (const auto& file : now) {
         const bool mayDiffer =
-            FailedCall() == std::string("unlink") || file.first == kCalls || // what cannot be removed
+            faults.failed == std::string("unlink") || file.first == kCalls || // what cannot be removed
             (file.first.starts_with("/run/systemd/system/unmount-volume-") && good.contains(file.first));
         const bool mustBeNew = done && !MayBeUndone(function, file.first);
         if (!mayDiffer && !isSame(good, file) && (mustBeNew || !isSame(before, file))) {
@@ -122,44 +111,45 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     World::InCgroups();
     const std::string footprint = Footprint();
     const Answer answer = function.call(-1);
-    const std::string said = what + FailedCall() + "): ", difference = Difference(footprint, Footprint());
-    run.Expect(difference.empty(), said + difference);
+    const auto expect = [&](bool holds, const std::string& otherwise) {
+        run.Expect(holds, what + (faults.failed == nullptr ? "nothing" : faults.failed) + "): " + otherwise);
+    };
+    const std::string difference = Difference(footprint, Footprint());
+    expect(difference.empty(), difference);
     const bool mayThrow =
         !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
-    run.Expect(answer.thrown.empty() || mayThrow, said + "throws " + answer.thrown);
-    const bool isPartial = std::ranges::any_of(
-        kPartialAnswers, [&](const char* name) { return function.name.find(name) != std::string::npos; });
-    run.Expect(!answer.done || answer.text == good.text || isPartial, said + "succeeds, and answers " + answer.text);
+    expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
+    const bool isPartial = std::regex_search(function.name, kPartialAnswers);
+    expect(!answer.done || answer.text == good.text || isPartial, "succeeds, and answers " + answer.text);
     const std::string fileFault = FileFault(function, before, after, answer.done);
-    run.Expect(fileFault.empty(), said + fileFault);
-    nth = 0;
-    run.Expect(!good.isDoneAgain || function.call(-1).done, said + "the next call fails");
+    expect(fileFault.empty(), fileFault);
+    beforeCall = [] {};
+    expect(!good.isDoneAgain || function.call(-1).done, "the next call fails");
 }
 
-void RunFaults(Run& run, const Function& function, FaultKind aKind)
+void RunFaults(Run& run, const Function& function, FaultKind kind)
 {
     static auto& good = *static_cast<GoodRun*>(
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    const std::string name = function.name + (aKind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    const std::string name = function.name + (kind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    long nth = 0;
+    beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = nullptr}; };
     Files before, after;
     {
         const World world;
         before = FilesNow();
-        kind = aKind, nth = 0;
         run.InChild(name, [&] {
             World::InCgroups();
             const Answer answer = function.call(-1);
-            good = {.calls = calls, .isDone = answer.done, .isDoneAgain = false, .text = {}};
-            std::strncpy(good.text, answer.text.c_str(), sizeof good.text - 1);
+            good = {.calls = faults.count, .isDone = answer.done, .isDoneAgain = false, .text = {}};
+            answer.text.copy(good.text, sizeof good.text - 1);
         });
         after = FilesNow();
         run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
-    if (!run.Expect(good.isDone, name + "0: fails")) {
-        return;
-    }
+    run.Expect(good.isDone, name + "0: fails");
     const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * run.Scale()));
-    for (double at = 1; at < static_cast<double>(good.calls) + 1; at += step) {
+    for (double at = 1; good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
         const World world;
         nth = std::lround(std::floor(at));
         const std::string what = name + std::to_string(nth) + " of " + std::to_string(good.calls) + " (";
@@ -172,8 +162,7 @@ void RunFaults(Run& run, const Function& function, FaultKind aKind)
 
 void Torture(Run& run)
 {
-    beforeCall = [] { ArmFaults(kind, nth); };
-    afterCall = [] { calls = DisarmFaults(); };
+    afterCall = [] { faults.isArmed = false; };
     for (const Function& function : Functions()) {
         RunFaults(run, function, FaultKind::SystemCall);
         RunFaults(run, function, FaultKind::Allocation);
