@@ -53,22 +53,19 @@ bool MayBeUndone(const Function& function, const std::string& what)
 }
 
 /// Process IDs differ from run to run.
-Files FilesNow()
+Files FilesButIDs()
 {
-    Files files = FilesBelow({"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"});
+    Files files = FilesNow();
     for (auto& [path, text] : files) {
-        if (!text.empty() && text.find_first_not_of("0123456789") == text.npos) {
-            text = "a process ID";
-        }
+        text = std::regex_replace(text, std::regex("^[0-9]+$"), "a process ID");
     }
     return files;
 }
 
 /// systemctl's runs that count.
-std::string EssentialCalls(const Function& function, const Files& files)
+std::string EssentialCalls(const Function& function, Files& files)
 {
-    const auto found = files.find(kCalls);
-    std::istringstream lines(found != files.end() ? found->second : "");
+    std::istringstream lines(files[kCalls]);
     std::string calls;
     for (std::string line; std::getline(lines, line);) {
         MayBeUndone(function, line) ? calls : calls += line + ",";
@@ -78,30 +75,34 @@ std::string EssentialCalls(const Function& function, const Files& files)
 
 /// What a call has left on the disk: each file is whole, as it was before or as it is after a success; and after a
 /// success all are as they should be. A unit that the library makes lacks a key for which there was no memory.
-std::string FileFault(const Function& function, const Files& before, const Files& good, bool done)
+std::string FileFault(const Function& function, const Files& before, Files good, bool done)
 {
-    const Files now = FilesNow();
-    const auto isSame = [](const Files& files, const auto& file) {
+    Files now = FilesButIDs();
+    const std::string calls = EssentialCalls(function, now);
+    if (done && calls != EssentialCalls(function, good)) {
+        return "systemctl has only run: " + calls;
+    }
+    now.erase(kCalls), good.erase(kCalls);
+    const auto has = [](const Files& files, const auto& file) {
         const auto found = files.find(file.first);
         return found != files.end() && found->second == file.second;
     };
     for (const auto& file : now) {
         const bool mayDiffer =
-            faults.failed == std::string("unlink") || file.first == kCalls || // what cannot be removed
+            faults.failed == std::string("unlink") || // what cannot be removed
             (file.first.starts_with("/run/systemd/system/unmount-volume-") && good.contains(file.first));
         const bool mustBeNew = done && !MayBeUndone(function, file.first);
-        if (!mayDiffer && !isSame(good, file) && (mustBeNew || !isSame(before, file))) {
+        if (!mayDiffer && !has(good, file) && (mustBeNew || !has(before, file))) {
             return file.first + " is wrong: " + file.second;
         }
     }
     for (const auto& [path, text] : good) {
         const bool mustBe = (done && !MayBeUndone(function, path)) || before.contains(path);
-        if (path != kCalls && mustBe && !now.contains(path)) {
+        if (mustBe && !now.contains(path)) {
             return path + " is missing";
         }
     }
-    const std::string calls = EssentialCalls(function, now);
-    return done && calls != EssentialCalls(function, good) ? "systemctl has only run: " + calls : "";
+    return "";
 }
 
 /// How the first call ends, and that the next one works.
@@ -112,7 +113,7 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     const std::string footprint = Footprint();
     const Answer answer = function.call(-1);
     const auto expect = [&](bool holds, const std::string& otherwise) {
-        run.Expect(holds, what + (faults.failed == nullptr ? "nothing" : faults.failed) + "): " + otherwise);
+        run.Expect(holds, what + faults.failed + "): " + otherwise);
     };
     const std::string difference = Difference(footprint, Footprint());
     expect(difference.empty(), difference);
@@ -133,18 +134,18 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const std::string name = function.name + (kind == FaultKind::Allocation ? ", allocation " : ", system call ");
     long nth = 0;
-    beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = nullptr}; };
+    beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = "nothing"}; };
     Files before, after;
     {
         const World world;
-        before = FilesNow();
+        before = FilesButIDs();
         run.InChild(name, [&] {
             World::InCgroups();
             const Answer answer = function.call(-1);
             good = {.calls = faults.count, .isDone = answer.done, .isDoneAgain = false, .text = {}};
             answer.text.copy(good.text, sizeof good.text - 1);
         });
-        after = FilesNow();
+        after = FilesButIDs();
         run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
     run.Expect(good.isDone, name + "0: fails");

@@ -144,10 +144,10 @@ const std::regex kOwners("Slice|Service|Reason|Package|DefaultTarget|Target");
 const std::regex kCalled("Slice|Service|Reason|Package|DefaultTarget|Target|Unit|NameI18n|Name|FirewallSections|Volume|"
                          "Support|DefaultEnable|OneClickEnable|Display|Dependency|MntPath");
 
-/// What calls write, but for lock files, which stay.
+/// Lock files stay.
 Files Written()
 {
-    Files files = FilesBelow({"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"});
+    Files files = FilesNow();
     std::erase_if(files, [](const auto& file) { return file.first.find("lock") != std::string::npos; });
     return files;
 }

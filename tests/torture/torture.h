@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <random>
 #include <string>
@@ -53,8 +52,7 @@ private:
     std::size_t printed_ = 0;
     double scale_;
     pid_t owner_ = getpid();
-    unsigned seed_ = std::random_device()();
-    std::mt19937 random_{seed_};
+    std::mt19937 random_{std::random_device()()};
     Clock::time_point start_ = Clock::now();
 };
 
@@ -64,9 +62,9 @@ enum class Place { Machine, Systemd };
 extern const Place kPlace;
 void Torture(Run& run);
 
-/// Every file below the folders, by path: "folder" or its text.
+/// Every file where the library writes, by path: "folder" or its text.
 using Files = std::map<std::string, std::string>;
-Files FilesBelow(std::initializer_list<const char*> folders);
+Files FilesNow();
 
 /// The open descriptors of this process and what they lead to, and whether it has children: what a call must not leave.
 std::string Footprint();
@@ -104,15 +102,6 @@ std::string Joined(const Container& texts, const std::string& separator = " ")
 /// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
 /// boot.
 inline const std::string kUnits = "/usr/local/lib/systemd/system/";
-
-/// Whether all that this process has started has ended.
-bool HasNoChild();
-
-/// Kills a child of this process.
-void Kill(pid_t pid);
-
-/// Whether all of the library's locks are free within a second.
-bool AreLocksFree();
 
 struct Answer {
     bool done = false;
