@@ -186,15 +186,4 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
 }
 
-TEST_F(Merosystemctl, TheExamplesRun)
-{
-    EXPECT_THAT(Shell(EXAMPLE_START_UNIT " web").output, "web runs\n");
-    EXPECT_EQ(ActiveState("web"), "active");
-    EXPECT_EQ(Shell(EXAMPLE_START_UNIT " unknown").exitCode, 1);
-    EXPECT_EQ(Shell(EXAMPLE_RESTART_UNITS " web").exitCode, 0);
-    const ShellResult result = Shell(EXAMPLE_RESTART_UNITS " web unknown");
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.output, "unknown was not restarted; syslog tells why\n");
-}
-
 } // namespace
