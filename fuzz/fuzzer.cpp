@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <system_error>
@@ -23,15 +24,6 @@ extern "C" const char* __ubsan_default_options()
 }
 
 namespace MERO::Fuzz {
-namespace {
-
-[[noreturn]] void ThrowErrno(const char* what)
-{
-    throw std::system_error(errno, std::generic_category(), what);
-}
-
-} // namespace
-
 int Choose(std::span<Parser* const> parsers, const std::uint8_t* data, std::size_t size)
 {
     if (size > 0) {
@@ -77,30 +69,17 @@ bool Holds(std::string_view whole, std::string_view part)
     return whole.find(part) != whole.npos;
 }
 
-FolderFile::FolderFile()
+FolderFile::FolderFile() : path_(std::filesystem::temp_directory_path() / "fuzz.XXXXXX")
 {
-    std::string name = std::filesystem::temp_directory_path() / "fuzz.XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        ThrowErrno(name.c_str());
+    if (mkdtemp(path_.data()) == nullptr) {
+        throw std::system_error(errno, std::generic_category(), path_);
     }
-    folder_ = name;
-    path_ = folder_ / "file";
+    path_ += "/file";
 }
 
-FolderFile::~FolderFile()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-}
-
-void FolderFile::Put(std::string_view text)
+void FolderFile::Put(std::string_view text) const
 {
     std::ofstream(path_, std::ios::trunc) << text;
-}
-
-void FolderFile::Remove()
-{
-    std::filesystem::remove(path_);
 }
 
 std::string FolderFile::Text() const

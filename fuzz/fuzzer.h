@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
@@ -32,22 +31,16 @@ std::string_view Trim(std::string_view text);
 /// Whether `part` is found in `whole`.
 bool Holds(std::string_view whole, std::string_view part);
 
-/// A file in a folder of its own, whose text each input replaces.
+/// A file whose text each input replaces, in a folder that goes with the caller's TMPDIR.
 class FolderFile {
 public:
     FolderFile();
-    FolderFile(const FolderFile&) = delete;
-    FolderFile& operator=(const FolderFile&) = delete;
-    ~FolderFile();
-
-    void Put(std::string_view text);
-    void Remove();
+    void Put(std::string_view text) const;
     std::string Text() const;
     const char* Path() const { return path_.c_str(); }
 
 private:
-    std::filesystem::path folder_;
-    std::filesystem::path path_;
+    std::string path_;
 };
 
 } // namespace MERO::Fuzz

@@ -2,6 +2,8 @@
 #include "fuzzer.h"
 #include "volume/volume_register.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 using namespace MERO::Systemd;
@@ -19,7 +21,7 @@ void JsonFile(std::string_view input)
     if (!ReadJsonFile({}, file.Path(), value)) {
         return;
     }
-    written.Remove();
+    unlink(written.Path());
     MERO_REQUIRE(WriteJsonFile({}, written.Path(), file.Path(), value));
     Json::Value again;
     MERO_REQUIRE(ReadJsonFile({}, written.Path(), again) && again == value);

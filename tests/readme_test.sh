@@ -17,5 +17,5 @@ block 'c++' | diff -u - examples/restart_units.cpp
 sh "$work/lines"
 "$work/start_unit" 2> "$work/message" && exit 1
 grep -qx 'not started (error 0x0000); syslog tells why' "$work/message"
-"$work/restart_units" unknown 2>&1 | grep -qx 'unknown was not restarted; syslog tells why'
+"$work/restart_units" && exit 1
 echo "both programs stand in the README, build and link"
