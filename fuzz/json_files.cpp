@@ -14,8 +14,7 @@ namespace {
 /// A file's text.
 void JsonFile(std::string_view input)
 {
-    static FolderFile file;
-    static FolderFile written;
+    static FolderFile file, written;
     file.Put(input);
     Json::Value value;
     if (!ReadJsonFile({}, file.Path(), value)) {
@@ -36,8 +35,7 @@ void VolumeRegister(std::string_view input)
     std::vector<std::string> volumes;
     const bool isRead = ReadVolumes(file.Path(), volumes);
     MERO_REQUIRE(isRead || volumes.empty());
-    const bool isHeld = std::find(volumes.begin(), volumes.end(), volume) != volumes.end();
-    MERO_REQUIRE(IsAnyVolumeRegistered(file.Path(), {volume}) == isHeld);
+    MERO_REQUIRE(IsAnyVolumeRegistered(file.Path(), {volume}) == (std::ranges::count(volumes, volume) > 0));
 }
 
 } // namespace

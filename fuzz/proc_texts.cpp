@@ -10,8 +10,7 @@ namespace {
 /// The line of /proc/<pid>/stat.
 void ProcessStat(std::string_view input)
 {
-    unsigned long user = 0;
-    unsigned long system = 0;
+    unsigned long user = 0, system = 0;
     const std::string line = TakeLine(input);
     MERO_REQUIRE(!ProcessTicks(line, user, system) || line.size() > 28); // 13 words before the two numbers
 }
@@ -37,8 +36,7 @@ void Smaps(std::string_view input)
 /// The text of /proc/<pid>/io.
 void ProcessIo(std::string_view input)
 {
-    unsigned long read = 0;
-    unsigned long written = 0;
+    unsigned long read = 0, written = 0;
     MERO_REQUIRE(!IoBytes(input, read, written) || (Holds(input, "read_bytes:") && Holds(input, "write_bytes:")));
     const std::string text = std::string(input) + "\nread_bytes: 17\nwrite_bytes:\t18446744073709551615\n";
     MERO_REQUIRE(IoBytes(text, read, written) && read == 17 && written == ~0UL);
