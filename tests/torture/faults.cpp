@@ -5,7 +5,6 @@
 #include <sys/mman.h>
 
 #include <cmath>
-#include <regex>
 #include <sstream>
 
 namespace MERO::Torture {
@@ -28,27 +27,25 @@ struct GoodRun {
 /// What an operation leaves undone, and says so in the log only, as its header or its source tells.
 struct BestEffort {
     const char* function; ///< a part of its name
-    std::regex undone;    ///< the beginning of a file's path, or of systemctl's arguments
+    const char* undone;   ///< the beginning of a file's path, or of systemctl's arguments
 };
 const BestEffort kBestEffort[] = {
-    {"", std::regex("list-jobs")}, // asks for jobs that may be in the way
-    {"nable", std::regex("/usr/mero/etc/merosystemd/enable-status-changed")},
-    {"Disable", std::regex("/usr/mero/etc/merosystemd/enable-status")},
-    {"Reason", std::regex("reset-failed|daemon-reload")},
-    {"Uninstall",
-     std::regex("is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status")},
-    {"Isolate", std::regex("/run/merosystemd/(status_monitor.exit.lock|isolate-state)")},
-    {"KillSlice", std::regex("stop|kill a.slice")},
-    {"Unmount", std::regex("/run|s|daemon-reload")}, // units that cannot be asked do not stop
+    {"", "list-jobs"}, // asks for jobs that may be in the way
+    {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
+    {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
+    {"Reason", "reset-failed|daemon-reload"},
+    {"Uninstall", "is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status"},
+    {"Isolate", "/run/merosystemd/(status_monitor.exit.lock|isolate-state)"},
+    {"KillSlice", "stop|kill a.slice"},
+    {"Unmount", "/run|s|daemon-reload"}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
-const std::regex kPartialAnswers("IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath");
+constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath";
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
-    constexpr auto kBegin = std::regex_constants::match_continuous;
     return std::ranges::any_of(kBestEffort, [&](const BestEffort& left) {
-        return function.name.find(left.function) != std::string::npos && std::regex_search(what, left.undone, kBegin);
+        return Has(function.name, left.function) && Has(what, "^(" + std::string(left.undone) + ")");
     });
 }
 
@@ -57,7 +54,7 @@ Files FilesButIDs()
 {
     Files files = FilesNow();
     for (auto& [path, text] : files) {
-        text = std::regex_replace(text, std::regex("^[0-9]+$"), "a process ID");
+        text = Fits(text, "[0-9]+") ? "a process ID" : text;
     }
     return files;
 }
@@ -120,7 +117,7 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     const bool mayThrow =
         !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
-    const bool isPartial = std::regex_search(function.name, kPartialAnswers);
+    const bool isPartial = Has(function.name, kPartialAnswers);
     expect(!answer.done || answer.text == good.text || isPartial, "succeeds, and answers " + answer.text);
     const std::string fileFault = FileFault(function, before, after, answer.done);
     expect(fileFault.empty(), fileFault);

@@ -1,4 +1,5 @@
 #include "support/operations.h"
+#include "support/texts.h"
 #include "torture/torture.h"
 
 #include <merosystemd/resource.hpp>
@@ -9,7 +10,6 @@
 
 #include <array>
 #include <memory>
-#include <regex>
 #include <tuple>
 #include <type_traits>
 #include <typeinfo>
@@ -18,6 +18,7 @@ namespace MERO::Torture {
 namespace {
 
 using namespace MERO::Systemd;
+using namespace std::string_literals;
 using Action = bool (*)(void*);
 using Text = const std::string&;
 using Result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
@@ -26,8 +27,8 @@ const std::string kVolume = "/run/pool";
 
 std::string Demangled(const char* name)
 {
-    static const std::regex string("std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >");
-    return std::regex_replace(boost::core::demangle(name), string, "string");
+    const std::string string = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >";
+    return Test::Replaced(boost::core::demangle(name), string, "string");
 }
 
 /// What an output holds; of options and actions nothing.
@@ -199,11 +200,6 @@ void Add(const Texts& texts, Shapes*... functions)
     (AddOne(texts, functions), ...);
 }
 
-void AddMembers(const std::string& name, const std::function<bool()>& body)
-{
-    table.push_back({name, nullptr, true, [=](int bad) { return bad < 0 ? Guarded(body) : Answer(); }});
-}
-
 template <typename Shape>
 Shape* As(Shape* function)
 {
@@ -275,18 +271,18 @@ void AddFunctions()
     Add({"start", "a"}, MEROSystemdSystemctlUltron,
         As<bool(Text, const Texts&, SystemctlCallback&&)>(MEROSystemdSystemctl));
     Add({"stop", "", "a"}, As<bool(Text, const Texts&, const Texts&, SystemctlCallback&&)>(MEROSystemdSystemctl));
-    AddMembers("Process::Process, and what it tells", [] {
+    const auto members = [] {
         const Process process(getpid());
-        return process.CPUTimeGet() >= 0 && process.CPUUtilizationGet() >= 0 && process.IOUtilizationGet().first >= 0;
-    });
-    AddMembers("Slice::Slice", [] { return Slice("a.slice").IconGet().name == "i"; });
-    AddMembers("CommandOptions, SystemctlOptsBuilder, JobInfo::ToString", [] {
         CommandOptions options;
         options = std::move(CommandOptions().SetNoReload().SetRunTime());
         const JobInfo job{1, "a.service", JobType::Start, JobState::Waiting};
-        return CommandOptions(std::move(options)).GetImp() != nullptr && !job.ToString().empty() &&
+        return process.CPUTimeGet() >= 0 && process.CPUUtilizationGet() >= 0 && process.IOUtilizationGet().first >= 0 &&
+               Slice("a.slice").IconGet().name == "i" && CommandOptions(std::move(options)).GetImp() != nullptr &&
+               !job.ToString().empty() &&
                SystemctlOptsBuilder().SetCmdOpts(nullptr).SetCalRunTime(true).SetForceSystem(true).Build().calRunTime;
-    });
+    };
+    table.push_back(
+        {"members of classes", nullptr, true, [=](int bad) { return bad < 0 ? Guarded(members) : Answer(); }});
 }
 
 constexpr const char* kWorking = R"(case "$*" in
@@ -325,19 +321,16 @@ World::World(StandIn systemctl)
              {"/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"},
              {"/usr/mero/etc/merosystemd/volume-register/a.service", "[\"/old\"]\n"},
              {"/var/packages/P/etc/meropkg_conf/reg_volume", "[\"/old\"]\n"},
-             {"/run/merosystemd/reasons/a.service/old", ""},
              {"/run/merosystemd/isolate-state", "target=b.target\npid=" + std::to_string(getpid()) + "\n"},
-             {"/run/fragment", ""},
-             {"/run/one", ""},
-             {"/run/two", ""},
-             {"/run/drop-in", ""},
-             {kVolume + "/file", ""},
-             {"/sys/fs/cgroup/systemd/a.slice/tasks", ""},
              {"/sys/fs/cgroup/systemd/a.slice/cgroup.procs", "1\n"},
-             {"/sys/fs/cgroup/systemd/tasks", ""},
-             {"/sys/fs/cgroup/meromonitor/a.slice/tasks", ""},
          }) {
         Write(path, text);
+    }
+    const std::string cgroups = "/sys/fs/cgroup/";
+    for (const std::string& path : {"/run/merosystemd/reasons/a.service/old"s, "/run/fragment"s, "/run/one"s,
+                                    "/run/two"s, "/run/drop-in"s, kVolume + "/file", cgroups + "systemd/a.slice/tasks",
+                                    cgroups + "systemd/tasks", cgroups + "meromonitor/a.slice/tasks"}) {
+        Write(path, "");
     }
     WriteProgram("/usr/mero/bin/merologset", "exit 0\n");
     WriteProgram("/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh", "exit 0\n");

@@ -19,7 +19,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -94,12 +93,12 @@ void CheckTable(Run& run)
     for (const Function& function : Functions()) {
         known.insert(function.address);
     }
-    const std::regex member("_ZNK?4MERO7Systemd\\d+(SystemctlOptsBuilder|CommandOptions|JobInfo|Process|Slice).*");
+    const char* const member = "_ZNK?4MERO7Systemd[0-9]+(SystemctlOptsBuilder|CommandOptions|JobInfo|Process|Slice)";
     std::istringstream symbols(Test::Shell("nm -DP --defined-only " + std::string(library.dli_fname)).output);
     for (std::string symbol, type, rest; symbols >> symbol >> type && std::getline(symbols, rest);) {
         symbol = symbol.substr(0, symbol.find('@'));
         const bool isKnown = known.contains(dlsym(RTLD_DEFAULT, symbol.c_str()));
-        run.Expect(type != "T" || isKnown || std::regex_match(symbol, member), "the table lacks " + symbol);
+        run.Expect(type != "T" || isKnown || Has(symbol, member), "the table lacks " + symbol);
     }
     run.Expect(known.size() > 150, "the exported functions cannot be listed");
 }
@@ -139,10 +138,11 @@ const std::map<std::string, std::string> kConditions{
     {"is -1", "0 < cb@"},
     {"is 0", "0 < cb@"},
 };
-/// A function's name holds that; without one of the first line, an argument may be called a unit or its property, too.
-const std::regex kOwners("Slice|Service|Reason|Package|DefaultTarget|Target");
-const std::regex kCalled("Slice|Service|Reason|Package|DefaultTarget|Target|Unit|NameI18n|Name|FirewallSections|Volume|"
-                         "Support|DefaultEnable|OneClickEnable|Display|Dependency|MntPath");
+/// What the arguments of a function are called stands in its name; where none of the first six does, a unit, or its
+/// property, is meant, too.
+const char* const kNouns[] = {"Slice",    "Service", "Reason",           "Package", "DefaultTarget", "Target",
+                              "NameI18n", "Name",    "FirewallSections", "Volume",  "DefaultEnable", "OneClickEnable",
+                              "Support",  "Display", "Dependency",       "MntPath"};
 
 /// Lock files stay.
 Files Written()
@@ -157,14 +157,19 @@ bool IsRefusal(World& world, const Function& function, const Answer& answer, con
 {
     std::string name = function.name.substr(function.name.find("Systemd") + 7), called, source = "systemd";
     name = Test::Replaced(Test::Replaced(name.substr(0, name.find('(')), "Dislay", "Display"), "Unreg", "Reg");
-    for (std::sregex_iterator noun(name.begin(), name.end(), kCalled), end; noun != end; ++noun) {
-        called += noun->str() + "|";
+    std::string rest = name;
+    for (const char* const& noun : kNouns) {
+        called += &noun == kNouns + 6 && called.empty() ? "Unit|Property|" : "";
+        called += rest.find(noun) != rest.npos ? std::string(noun) + "|" : "";
+        rest = Test::Replaced(rest, noun, "");
     }
-    called += std::regex_search(name, kOwners) ? "" : "Unit|Property|";
     const std::string way = answer.way.substr(answer.way.find(' ') + 1);
     const std::string condition =
         Test::Replaced(kConditions.at(way), "@", "(" + called.substr(0, called.size() - 1) + ")");
-    name = std::regex_replace(Test::Replaced(name, "Mnt", "Mount"), std::regex("Group|Int|Try|Package"), "");
+    name = Test::Replaced(name, "Mnt", "Mount");
+    for (const char* part : {"Group", "Int", "Try", "Package"}) {
+        name = Test::Replaced(name, part, "");
+    }
     for (const char c : name) {
         source += std::isupper(c) ? std::string("_") + static_cast<char>(std::tolower(c)) : std::string(1, c);
     }
@@ -172,10 +177,9 @@ bool IsRefusal(World& world, const Function& function, const Answer& answer, con
     const bool isItsFile =
         (file.size() > 8 && source.starts_with(file)) || file == "systemd_internal_lib" ||
         (function.name == "MEROCSystemdSupportOneClickEnableGet" && file == "systemd_is_default_enable");
-    const std::regex line("ERR " + file + ":" + std::to_string(MLIBCErrorGetLine()) + R"( Invaild Argument \((?:)" +
-                          condition + R"()\)=\[0\]\n)");
-    return MLIBCErrGet() == 0x0D00 && isItsFile && std::regex_match(log, line) && answer.isUntouched &&
-           world.Calls().empty();
+    const std::string head = "ERR " + file + ":" + std::to_string(MLIBCErrorGetLine()) + " Invaild Argument ";
+    const std::string line = head + "\\((" + condition + ")\\)=\\[0\\]\n";
+    return MLIBCErrGet() == 0x0D00 && isItsFile && Fits(log, line) && answer.isUntouched && world.Calls().empty();
 }
 
 void CallBadly(Run& run)
@@ -194,8 +198,7 @@ void CallBadly(Run& run)
             const std::string log = Joined(world.Log()), difference = Difference(host, HostState());
             const std::string what = function.name + ", whose argument " + answer.way + ": ";
             const auto* const exception = std::ranges::find_if(kExceptions, [&](const Exception& one) {
-                return std::regex_search(function.name, std::regex(one.function)) &&
-                       std::regex_search(answer.way, std::regex(one.way));
+                return Has(function.name, one.function) && Has(answer.way, one.way);
             });
             const bool isRefused = exception == std::end(kExceptions);
             const Instead instead = isRefused ? Instead::Fails : exception->instead;

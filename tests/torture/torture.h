@@ -2,6 +2,8 @@
 
 #include "support/machine.h"
 
+#include <gmock/gmock.h>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -97,6 +99,16 @@ std::string Joined(const Container& texts, const std::string& separator = " ")
         joined += (joined.empty() ? "" : separator) + text;
     }
     return joined;
+}
+
+/// Whether the whole text, or a part of it, fits an extended regular expression of POSIX.
+inline bool Fits(const std::string& text, const std::string& pattern)
+{
+    return ::testing::Value(text, ::testing::MatchesRegex(pattern));
+}
+inline bool Has(const std::string& text, const std::string& pattern)
+{
+    return ::testing::Value(text, ::testing::ContainsRegex(pattern));
 }
 
 /// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
