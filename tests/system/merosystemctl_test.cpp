@@ -165,8 +165,6 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
     const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
     const std::string kInSlice = " -- grep -c ':name=.*:/bulk.slice$' /proc/self/cgroup";
     Expect({
-        {"volume plan /vol1", 0,
-         "SERVICE .*\nuser.service +uses files +[0-9]+ .*\nWHAT .*\nprocess +holder.scope +[0-9]+ .*"},
         {"volume unmount /vol1", 32,
          kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
         {"stop holder.scope", 0, ""},
