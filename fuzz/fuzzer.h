@@ -1,64 +1,108 @@
 #pragma once
 
-#include <cstddef>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
-#include <span>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
-/// What the fuzzers share. Each is a program of libFuzzer's for a family of texts: the first byte of its input chooses
-/// the parser, the rest is the text. What must hold of an answer are its bounds, and that it is read back as written.
+/// Found before the C library's: the messages are made, and nothing is logged.
+extern "C" void vsyslog(int, const char* format, va_list values)
+{
+    char message[1024];
+    std::vsnprintf(message, sizeof message, format, values);
+}
+
+/// Undefined behaviour is a finding like any other.
+extern "C" const char* __ubsan_default_options()
+{
+    return "halt_on_error=1:print_stacktrace=1";
+}
+
+/// What the fuzzers share. Each is a program of libFuzzer's for a family of texts, of one source: the first byte of its
+/// input chooses the parser, "0" the first one, and the rest is the text. What must hold of an answer are its bounds,
+/// and that it is read back as written.
 namespace MERO::Fuzz {
 
 using Parser = void(std::string_view input);
 
-/// Hands the rest of the input to the parser that its first byte names: "0" is the first.
-int Choose(std::span<Parser* const> parsers, const std::uint8_t* data, std::size_t size);
-
-/// Prints which condition does not hold, and aborts.
-[[noreturn]] void Fail(const char* condition, const char* file, int line);
-
 /// Takes the first line off the input, and returns it without its newline: what a parser needs besides its text.
-std::string TakeLine(std::string_view& input);
+inline std::string TakeLine(std::string_view& input)
+{
+    const std::size_t end = std::min(input.find('\n'), input.size());
+    std::string line(input.substr(0, end));
+    input.remove_prefix(std::min(end + 1, input.size()));
+    return line;
+}
 
 /// The text's lines, with their newlines; the last one may lack it.
-std::vector<std::string> Lines(std::string_view text);
+inline std::vector<std::string> Lines(std::string_view text)
+{
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t size = std::min(text.find('\n'), text.size() - 1) + 1;
+        lines.emplace_back(text.substr(0, size));
+        text.remove_prefix(size);
+    }
+    return lines;
+}
 
 /// Without the C locale's blanks at either end.
-std::string_view Trim(std::string_view text);
+inline std::string_view Trim(std::string_view text)
+{
+    constexpr std::string_view kBlanks = " \t\n\v\f\r";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
 
-/// Whether `part` is found in `whole`.
-bool Holds(std::string_view whole, std::string_view part);
+inline bool Holds(std::string_view whole, std::string_view part)
+{
+    return whole.find(part) != whole.npos;
+}
 
-/// A file in a folder of its own, whose text each input replaces.
+/// A file whose text each input replaces, in a folder that goes with the caller's TMPDIR.
 class FolderFile {
 public:
-    FolderFile();
-    FolderFile(const FolderFile&) = delete;
-    FolderFile& operator=(const FolderFile&) = delete;
-    ~FolderFile();
-
-    void Put(std::string_view text);
-    void Remove();
-    std::string Text() const;
+    FolderFile() : path_(std::filesystem::temp_directory_path() / "fuzz.XXXXXX")
+    {
+        if (mkdtemp(path_.data()) == nullptr) {
+            throw std::system_error(errno, std::generic_category(), path_);
+        }
+        path_ += "/file";
+    }
+    void Put(std::string_view text) const { std::ofstream(path_, std::ios::trunc) << text; }
+    std::string Text() const
+    {
+        std::ifstream file(path_);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     const char* Path() const { return path_.c_str(); }
 
 private:
-    std::filesystem::path folder_;
-    std::filesystem::path path_;
+    std::string path_;
 };
 
 } // namespace MERO::Fuzz
 
-/// The parsers of a program, in the order of their first bytes.
 #define MERO_FUZZ(...)                                                                                                 \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)                                  \
     {                                                                                                                  \
         static constexpr ::MERO::Fuzz::Parser* parsers[]{__VA_ARGS__};                                                 \
-        return ::MERO::Fuzz::Choose(parsers, data, size);                                                              \
+        if (size > 0) {                                                                                                \
+            parsers[(data[0] + 256U - '0') % std::size(parsers)]({reinterpret_cast<const char*>(data) + 1, size - 1}); \
+        }                                                                                                              \
+        return 0;                                                                                                      \
     }
 
 /// Unlike assert, also in a release.
-#define MERO_REQUIRE(condition) ((condition) ? void() : ::MERO::Fuzz::Fail(#condition, __FILE__, __LINE__))
+#define MERO_REQUIRE(condition)                                                                                        \
+    ((condition) ? void() : (std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition), abort()))

@@ -15,12 +15,12 @@ using namespace MERO::Fuzz;
 
 namespace {
 
-using Keys = std::map<std::string, std::string>;
+using Settings = std::map<std::optional<std::string>, std::map<std::string, std::string>>;
 
 /// All that a text sets, by section; without one, the lines before the first header.
-std::map<std::optional<std::string>, Keys> SettingsOf(std::string_view text)
+Settings SettingsOf(std::string_view text)
 {
-    std::map<std::optional<std::string>, Keys> settings;
+    Settings settings;
     std::optional<std::string> section;
     while (!text.empty()) {
         const IniLine line = TakeIniLine(text);
@@ -36,15 +36,12 @@ std::map<std::optional<std::string>, Keys> SettingsOf(std::string_view text)
 /// A section, a key, and a file's text: the search for one value against the reading of all lines.
 void IniText(std::string_view input)
 {
-    const std::string section = TakeLine(input);
-    const std::string key = TakeLine(input);
+    const std::string section = TakeLine(input), key = TakeLine(input);
     auto settings = SettingsOf(input);
     for (const std::optional<std::string>& place : {std::optional(section), std::optional<std::string>()}) {
-        const Keys& keys = settings[place];
-        const auto wanted = keys.find(key);
         const auto found = FindIniValue(input, place, key);
-        MERO_REQUIRE(found.has_value() == (wanted != keys.end()));
-        MERO_REQUIRE(!found || *found == wanted->second);
+        MERO_REQUIRE(found.has_value() == settings[place].contains(key));
+        MERO_REQUIRE(!found || *found == settings[place][key]);
     }
 }
 
@@ -52,8 +49,7 @@ void IniText(std::string_view input)
 void KeyValueFile(std::string_view input)
 {
     static FolderFile file;
-    const std::string key = TakeLine(input).c_str(); // to the first NUL, as the functions see it
-    const std::string value = TakeLine(input).c_str();
+    const std::string key = TakeLine(input).c_str(), value = TakeLine(input).c_str(); // to a NUL, as functions see it
     file.Put(input);
     if (MLIBCFileSetKeyValue(file.Path(), key.c_str(), value.c_str(), 0) != 0) {
         MERO_REQUIRE(MLIBCErrGet() == MLIBC_ERR_INVALID_ARGUMENT && file.Text() == input);
@@ -71,9 +67,7 @@ void KeyValueFile(std::string_view input)
 void SectionFile(std::string_view input)
 {
     static FolderFile file;
-    const std::string section = TakeLine(input).c_str();
-    const std::string key = TakeLine(input).c_str();
-    const std::string value = TakeLine(input).c_str();
+    const std::string section = TakeLine(input).c_str(), key = TakeLine(input).c_str(), value = TakeLine(input).c_str();
     file.Put(input);
     const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
     MERO_REQUIRE(MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) == 0);

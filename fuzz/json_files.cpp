@@ -2,6 +2,8 @@
 #include "fuzzer.h"
 #include "volume/volume_register.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 using namespace MERO::Systemd;
@@ -12,14 +14,13 @@ namespace {
 /// A file's text.
 void JsonFile(std::string_view input)
 {
-    static FolderFile file;
-    static FolderFile written;
+    static FolderFile file, written;
     file.Put(input);
     Json::Value value;
     if (!ReadJsonFile({}, file.Path(), value)) {
         return;
     }
-    written.Remove();
+    unlink(written.Path());
     MERO_REQUIRE(WriteJsonFile({}, written.Path(), file.Path(), value));
     Json::Value again;
     MERO_REQUIRE(ReadJsonFile({}, written.Path(), again) && again == value);
@@ -34,8 +35,7 @@ void VolumeRegister(std::string_view input)
     std::vector<std::string> volumes;
     const bool isRead = ReadVolumes(file.Path(), volumes);
     MERO_REQUIRE(isRead || volumes.empty());
-    const bool isHeld = std::find(volumes.begin(), volumes.end(), volume) != volumes.end();
-    MERO_REQUIRE(IsAnyVolumeRegistered(file.Path(), {volume}) == isHeld);
+    MERO_REQUIRE(IsAnyVolumeRegistered(file.Path(), {volume}) == (std::ranges::count(volumes, volume) > 0));
 }
 
 } // namespace

@@ -1,25 +1,18 @@
 #include "resource/proc_texts.h"
 #include "fuzzer.h"
+#include "volume/process_files.h"
 
 using namespace MERO::Systemd;
 using namespace MERO::Fuzz;
 
 namespace {
 
-/// The line of /proc/<pid>/stat.
-void ProcessStat(std::string_view input)
+/// The line of /proc/<pid>/stat, or the first one of /proc/stat.
+void Stat(std::string_view input)
 {
-    unsigned long user = 0;
-    unsigned long system = 0;
+    unsigned long user = 0, system = 0, total = 0;
     const std::string line = TakeLine(input);
     MERO_REQUIRE(!ProcessTicks(line, user, system) || line.size() > 28); // 13 words before the two numbers
-}
-
-/// The first line of /proc/stat.
-void ProcessorStat(std::string_view input)
-{
-    const std::string line = TakeLine(input);
-    unsigned long total = 0;
     MERO_REQUIRE(!ProcessorTicks(line, total) || line.starts_with("cpu"));
 }
 
@@ -36,8 +29,7 @@ void Smaps(std::string_view input)
 /// The text of /proc/<pid>/io.
 void ProcessIo(std::string_view input)
 {
-    unsigned long read = 0;
-    unsigned long written = 0;
+    unsigned long read = 0, written = 0;
     MERO_REQUIRE(!IoBytes(input, read, written) || (Holds(input, "read_bytes:") && Holds(input, "write_bytes:")));
     const std::string text = std::string(input) + "\nread_bytes: 17\nwrite_bytes:\t18446744073709551615\n";
     MERO_REQUIRE(IoBytes(text, read, written) && read == 17 && written == ~0UL);
@@ -75,6 +67,19 @@ void KernelTable(std::string_view input)
     }
 }
 
+/// The text of /proc/<pid>/maps.
+void MemoryMap(std::string_view input)
+{
+    const std::string_view whole = input;
+    for (std::size_t left = input.size(); const auto path = TakeMapPath(input); left = input.size()) {
+        MERO_REQUIRE(input.size() < left && path->starts_with('/') && !Holds(*path, "\n"));
+        MERO_REQUIRE(path->data() > whole.data() && path->data()[-1] == ' ');
+        const std::string_view cut = UpToBlank(*path);
+        MERO_REQUIRE(path->starts_with(cut) && cut == Trim(cut));
+        MERO_REQUIRE(cut.size() == path->size() || Trim(path->substr(cut.size(), 1)).empty());
+    }
+}
+
 } // namespace
 
-MERO_FUZZ(ProcessStat, ProcessorStat, Smaps, ProcessIo, Script, Cgroup, KernelTable)
+MERO_FUZZ(Stat, MemoryMap, Smaps, ProcessIo, Script, Cgroup, KernelTable)

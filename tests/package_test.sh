@@ -62,6 +62,8 @@ runs() {
     "$2" packaged && systemctl is-active packaged && [ "$(systemctl show --value -p MainPID packaged)" != "$first" ]
 }
 
+names_failed() { "$work/restart_units" packaged unknown 2>&1 | grep -x 'unknown was not restarted; syslog tells why'; }
+
 plan() {
     merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
 }
@@ -91,6 +93,7 @@ check "nothing has a search path for libraries" no_search_path
 check "all is hardened" hardened
 check "examples are built with pkg-config" by_pkg_config
 check "what pkg-config built manages a service" runs "$work/start_unit" "$work/restart_units"
+check "and names what was not restarted" names_failed
 check "examples are built with CMake's find_package" by_cmake
 check "what CMake built manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
 [ "$failed" = 0 ]

@@ -3,10 +3,12 @@
 #include "core/errors.h"
 #include "core/interruption.h"
 #include "core/log.h"
+#include "platform/core/owners.h"
 
 #include <merocore/process.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,11 +46,39 @@ void ResetSignals()
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-[[noreturn]] void RunChild(const std::function<void()>& func)
+/// Where a child says that it has left the host's working directory: the host may unmount its file system at once.
+class Departure {
+public:
+    Departure()
+    {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) == 0) { // without one the child is not waited for
+            awaited_ = Descriptor(ends[0]);
+            announced_ = Descriptor(ends[1]);
+        }
+    }
+    void Announce() { announced_.Close(); }
+    void Await()
+    {
+        announced_.Close();
+        pollfd end{awaited_.Get(), POLLIN, 0};
+        if (awaited_) {
+            (void)poll(&end, 1, kPatience);
+        }
+    }
+
+private:
+    static constexpr int kPatience = 1000; // milliseconds: a child of another thread may have the end too
+    Descriptor awaited_;
+    Descriptor announced_;
+};
+
+[[noreturn]] void RunChild(const std::function<void()>& func, Departure& departure)
 {
     ResetSignals();
     LimitLogging();
-    (void)!chdir("/"); // or the file system that the host stood on could not be unmounted
+    (void)!chdir("/");
+    departure.Announce();
     try {
         func();
     } catch (const std::exception& exception) {
@@ -65,14 +95,16 @@ bool ForkAndRun(std::function<void()> func, unsigned long long flags)
 {
     const SignalBlock block;
     const CancelBlock noCancel; // in the child neither
+    Departure departure;
     const int pid = MLIBCProcForkEx(flags | MLIBC_FORK_DETACHED);
     if (pid < 0) {
         MERO_LOG(LOG_ERR, "Failed to fork" MERO_CORE_ERROR_FORMAT, MERO_CORE_ERROR_VALUES);
         return false;
     }
     if (pid == 0) {
-        RunChild(func);
+        RunChild(func, departure);
     }
+    departure.Await();
     return true;
 }
 

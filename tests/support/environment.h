@@ -1,9 +1,36 @@
 #pragma once
 
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
 namespace MERO::Test {
 
-/// Gives this process the same environment whatever its caller's is: a language, a terminal and a path of their own.
-/// What tells the tests and sanitizers how to run stays.
-void MakeEnvironmentKnown();
+/// Gives this process the same environment whatever its caller's is: a language, a terminal and a path of their own,
+/// and all signals as they are by default: a shell ignores SIGINT for what it starts in the background. What tells the
+/// tests and sanitizers how to run stays.
+inline void MakeEnvironmentKnown()
+{
+    std::vector<std::string> variables{"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
+                                       "HOME=/root", "LANG=C.UTF-8", "TERM=xterm"};
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        const std::string text = *variable, name = text.substr(0, text.find('='));
+        if (name.starts_with("MERO_") || name.starts_with("GTEST_") || name.starts_with("GCOV_") ||
+            name.ends_with("SAN_OPTIONS")) {
+            variables.push_back(text);
+        }
+    }
+    clearenv();
+    for (const std::string& variable : variables) {
+        const std::size_t equals = variable.find('=');
+        setenv(variable.substr(0, equals).c_str(), variable.c_str() + equals + 1, 1);
+    }
+    for (int number = 1; number < NSIG; ++number) {
+        std::signal(number, SIG_DFL);
+    }
+}
 
 } // namespace MERO::Test

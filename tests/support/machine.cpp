@@ -17,7 +17,6 @@
 #include <fstream>
 #include <mutex>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -26,16 +25,21 @@
 namespace MERO::Test {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr std::array kEmptied{"/run",
-                              "/usr/mero",
-                              "/var/packages",
-                              "/usr/local/lib/systemd/system",
-                              "/usr/lib/systemd/system",
-                              "/etc/systemd/system"};
+constexpr const char* kEmptied[] = {"/run",
+                                    "/usr/mero",
+                                    "/var/packages",
+                                    "/usr/local/lib/systemd/system",
+                                    "/usr/lib/systemd/system",
+                                    "/etc/systemd/system"};
 
 constexpr const char* kCalls = "/run/systemctl.calls";
+
+void Require(bool isDone, const char* what)
+{
+    if (!isDone) {
+        throw std::system_error(errno, std::generic_category(), what);
+    }
+}
 
 /// The socket at /dev/log. A thread reads it: the library must never wait for the test.
 class LogReader {
@@ -44,9 +48,7 @@ public:
     {
         socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         const sockaddr_un address{.sun_family = AF_UNIX, .sun_path = "/dev/log"};
-        if (bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-            throw std::system_error(errno, std::generic_category(), "/dev/log");
-        }
+        Require(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "/dev/log");
         fs::permissions("/dev/log", fs::perms::all);
         std::thread([this] {
             pollfd readable{.fd = socket_, .events = POLLIN, .revents = 0};
@@ -85,32 +87,19 @@ LogReader& TheLog()
     return *log;
 }
 
-void Empty(const fs::path& directory)
-{
-    for (const auto& entry : fs::directory_iterator(directory)) {
-        fs::remove_all(entry.path());
-    }
-}
-
 std::string Quoted(const std::string& text)
 {
     return "'" + Replaced(text, "'", "'\\''") + "'";
 }
 
-std::string PriorityName(int priority)
-{
-    constexpr std::array kNames{"EMERG", "ALERT", "CRIT", "ERR", "WARNING", "NOTICE", "INFO", "DEBUG"};
-    return kNames.at(static_cast<std::size_t>(LOG_PRI(priority)));
-}
-
 /// "<11>Nov 21 10:00:00 program: systemd_start:41 merosystemd: message"
 std::string Readable(const std::string& datagram)
 {
-    int priority = 0;
+    constexpr std::array kNames{"EMERG", "ALERT", "CRIT", "ERR", "WARNING", "NOTICE", "INFO", "DEBUG"};
+    unsigned priority = 0;
     int end = 0;
-    std::sscanf(datagram.c_str(), "<%d>%*15c %*[^:]:%n", &priority, &end);
-    return end == 0 ? datagram
-                    : PriorityName(priority) + WithoutLineNumber(datagram.substr(static_cast<std::size_t>(end)));
+    std::sscanf(datagram.c_str(), "<%u>%*15c %*[^:]:%n", &priority, &end);
+    return end == 0 ? datagram : kNames.at(LOG_PRI(priority)) + WithoutLineNumber(datagram.substr(end));
 }
 
 } // namespace
@@ -119,9 +108,7 @@ void EnterMachine()
 {
     MakeEnvironmentKnown();
     const fs::path program = fs::canonical("/proc/self/exe");
-    if (unshare(CLONE_NEWNS) != 0) {
-        throw std::system_error(errno, std::generic_category(), "no mount namespace (are you root?)");
-    }
+    Require(unshare(CLONE_NEWNS) == 0, "no mount namespace (are you root?)");
     Sandbox::EnterPrivateRoot({program.parent_path().parent_path()});
     // A program that was started in a chroot has its path outside of it now; there has to be a file.
     if (const fs::path path = fs::read_symlink("/proc/self/exe"); !fs::exists(path)) {
@@ -129,9 +116,7 @@ void EnterMachine()
     }
     for (const char* directory : kEmptied) {
         fs::create_directories(directory);
-        if (mount("tmpfs", directory, "tmpfs", 0, "mode=755") != 0) {
-            throw std::system_error(errno, std::generic_category(), directory);
-        }
+        Require(mount("tmpfs", directory, "tmpfs", 0, "mode=755") == 0, directory);
     }
     TheLog().Start();
 }
@@ -139,7 +124,7 @@ void EnterMachine()
 Machine::Machine()
 {
     for (const char* directory : kEmptied) {
-        Empty(directory);
+        std::ranges::for_each(fs::directory_iterator(directory), [](auto& entry) { fs::remove_all(entry.path()); });
     }
     Systemctl({});
     (void)Log();
@@ -147,15 +132,12 @@ Machine::Machine()
 
 void Machine::Systemctl(const std::vector<Answer>& answers)
 {
-    std::ostringstream script;
-    script << "case \"$*\" in\n";
+    std::string script = "case \"$*\" in\n";
     for (const Answer& answer : answers) {
-        script << Replaced(answer.arguments, " ", "\\ ") << ")\n";
-        script << "printf %s " << Quoted(answer.errors) << " >&2; printf %s " << Quoted(answer.output) << "; exit "
-               << answer.exitCode << ";;\n";
+        script += Replaced(answer.arguments, " ", "\\ ") + ") printf %s " + Quoted(answer.errors) + " >&2; printf %s " +
+                  Quoted(answer.output) + "; exit " + std::to_string(answer.exitCode) + ";;\n";
     }
-    script << "esac\n";
-    SystemctlScript(script.str());
+    SystemctlScript(script + "esac\n");
 }
 
 void Machine::SystemctlScript(const std::string& body)
@@ -163,16 +145,11 @@ void Machine::SystemctlScript(const std::string& body)
     WriteProgram("/usr/bin/systemctl", std::string("echo \"$*\" >> ") + kCalls + "\n" + body);
 }
 
-void Machine::RemoveSystemctl()
-{
-    fs::remove("/usr/bin/systemctl");
-}
-
 std::vector<std::string> Machine::Calls()
 {
-    std::ifstream file(kCalls);
+    std::istringstream text(Read(kCalls));
     std::vector<std::string> calls;
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(text, line);) {
         calls.push_back(line);
     }
     fs::remove(kCalls);
@@ -206,10 +183,7 @@ std::vector<std::string> Machine::Said(const std::string& file)
 void Machine::Write(const fs::path& path, const std::string& text)
 {
     fs::create_directories(path.parent_path());
-    std::ofstream file(path, std::ios::binary);
-    if (!(file << text << std::flush)) {
-        throw std::runtime_error("cannot write " + path.string());
-    }
+    Require(bool(std::ofstream(path, std::ios::binary) << text << std::flush), path.c_str());
 }
 
 void Machine::WriteProgram(const fs::path& path, const std::string& script)
@@ -223,9 +197,7 @@ void Machine::WriteProgram(const fs::path& path, const std::string& script)
 std::string Machine::Read(const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 } // namespace MERO::Test

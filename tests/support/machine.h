@@ -8,6 +8,8 @@
 
 namespace MERO::Test {
 
+namespace fs = std::filesystem;
+
 /// One answer of the stand-in for systemctl.
 struct Answer {
     std::string arguments;   ///< a shell pattern over all arguments with one blank between, such as "list-jobs *"
@@ -27,7 +29,7 @@ public:
     void Systemctl(const std::vector<Answer>& answers);
     /// Makes /usr/bin/systemctl this shell script, or takes it away.
     void SystemctlScript(const std::string& body);
-    void RemoveSystemctl();
+    void RemoveSystemctl() { fs::remove("/usr/bin/systemctl"); }
 
     /// The stand-in's calls since the last question, each its arguments with one blank between.
     std::vector<std::string> Calls();
@@ -39,9 +41,9 @@ public:
     /// Those of one source file, as "ERR message"; a refused argument as its condition.
     std::vector<std::string> Said(const std::string& file);
 
-    static void Write(const std::filesystem::path& path, const std::string& text);
-    static void WriteProgram(const std::filesystem::path& path, const std::string& script);
-    static std::string Read(const std::filesystem::path& path);
+    static void Write(const fs::path& path, const std::string& text);
+    static void WriteProgram(const fs::path& path, const std::string& script);
+    static std::string Read(const fs::path& path);
 };
 
 /// Gives this process, which must be root and have no threads yet, the machine and a known environment. Called by the

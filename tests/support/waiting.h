@@ -7,23 +7,27 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 #include <string>
 
 namespace MERO::Test {
 
-/// A process that runs a copy of the program sleep, until it is told to end.
+/// A process that waits until it is told to end, after it did something, or as a copy of the program sleep.
 class Waiting {
 public:
-    explicit Waiting(const std::string& program = "/bin/sleep", const std::string& name = "sleep")
+    explicit Waiting(const std::function<void()>& begin)
     {
         int ready[2];
         EXPECT_EQ(pipe2(ready, O_CLOEXEC), 0);
         if ((pid = fork()) == 0) {
-            execl(program.c_str(), name.c_str(), "1000", nullptr);
-            _exit(1);
+            begin(), close(ready[1]), pause();
         }
-        char nothing; // comes not, but the end of the file does: the program runs
+        char nothing; // comes not, but the end of the file does: it waits, or the program runs
         EXPECT_TRUE(close(ready[1]) == 0 && read(ready[0], &nothing, 1) == 0 && close(ready[0]) == 0);
+    }
+    explicit Waiting(const std::string& program = "/bin/sleep", const std::string& name = "sleep")
+        : Waiting([&] { execl(program.c_str(), name.c_str(), "1000", nullptr); })
+    {
     }
     Waiting(const Waiting&) = delete;
     Waiting& operator=(const Waiting&) = delete;

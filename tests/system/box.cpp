@@ -1,60 +1,44 @@
 #include "system/box.h"
 
-#include "support/texts.h"
+#include "support/environment.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iostream>
 #include <stdexcept>
 #include <thread>
-#include <utility>
 
 namespace MERO::Test {
-namespace {
-
-namespace fs = std::filesystem;
-
-void WriteFile(const fs::path& path, const std::string& text)
-{
-    fs::create_directories(path.parent_path());
-    std::ofstream file(path);
-    if (!(file << text << std::flush)) {
-        throw std::runtime_error("cannot write " + path.string());
-    }
-}
-
-std::string Line(std::string text)
-{
-    return text.substr(0, text.find('\n'));
-}
-
-} // namespace
 
 Box::Box()
 {
-    SetDialect("current");
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     SetBootStep(6);
-    WriteFile("/usr/mero/bin/merologset", "#!/bin/sh\necho \"$1 $2 $3\" >> /run/events\n");
-    fs::permissions("/usr/mero/bin/merologset", fs::perms(0755));
-    fs::remove("/run/events");
-    (void)Journal();
+    Write("/usr/mero/bin/merologset", "#!/bin/sh\necho \"$1 $2 $3\" >> /run/events\n");
+    Shell("chmod 755 /usr/mero/bin/merologset; rm -f /run/events");
 }
 
 Box::~Box()
 {
-    std::string units;
-    for (const std::string& unit : units_) {
-        units += " " + unit;
-    }
-    Shell("systemctl cancel; cd /run/systemd/system; for unit in" + units +
+    Shell("systemctl cancel; cd /run/systemd/system; for unit in" + units_ +
           "; do systemctl kill -s KILL $unit; systemctl stop $unit; rm $unit; done; systemctl reset-failed");
     Load();
 }
 
+void Box::Write(const std::string& path, const std::string& text)
+{
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream file(path);
+    if (!(file << text << std::flush)) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
 void Box::Unit(const std::string& name, const std::string& text)
 {
-    WriteFile("/run/systemd/system/" + name, text);
-    units_.push_back(name);
+    Write("/run/systemd/system/" + name, text);
+    units_ += " " + name;
 }
 
 void Box::Load()
@@ -64,19 +48,15 @@ void Box::Load()
     }
 }
 
-void Box::SetDialect(const std::string& dialect)
-{
-    WriteFile("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=" + dialect + "\n");
-}
-
 void Box::SetBootStep(int step)
 {
-    WriteFile("/run/merobootseq/boot-step", std::to_string(step) + "\n");
+    Write("/run/merobootseq/boot-step", std::to_string(step) + "\n");
 }
 
 std::string Box::ActiveState(const std::string& unit)
 {
-    return Line(Shell("systemctl show --value -p ActiveState " + unit).output);
+    const std::string output = Shell("systemctl show --value -p ActiveState " + unit).output;
+    return output.substr(0, output.find('\n'));
 }
 
 bool Box::Comes(const std::function<bool()>& condition)
@@ -96,18 +76,15 @@ bool Box::Reaches(const std::string& unit, const std::string& state)
     return Comes([&] { return ActiveState(unit) == state; });
 }
 
-std::vector<std::string> Box::Journal()
-{
-    // JSON keeps a message of several lines in one.
-    const std::string command = std::string("journalctl --sync; journalctl -o json SYSLOG_IDENTIFIER=") +
-                                program_invocation_short_name + " | jq -c .MESSAGE | sed 's/^\"//; s/\"$//'";
-    std::istringstream messages(Shell(command).output);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(messages, line);) {
-        lines.push_back(WithoutLineNumber(line));
-    }
-    const std::size_t seen = std::exchange(linesSeen_, lines.size());
-    return {lines.begin() + static_cast<std::ptrdiff_t>(seen), lines.end()};
-}
-
 } // namespace MERO::Test
+
+int main(int argc, char* argv[])
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    if (std::getenv("MERO_IN_SANDBOX") == nullptr && !::testing::GTEST_FLAG(list_tests)) {
+        std::cerr << argv[0] << ": starts and stops units as it likes; run it by way of ctest, inside mero-sandbox\n";
+        return 1;
+    }
+    MERO::Test::MakeEnvironmentKnown();
+    return RUN_ALL_TESTS();
+}

@@ -19,11 +19,10 @@ protected:
     /// Stops and removes the test's units and jobs.
     ~Box() override;
 
+    static void Write(const std::string& path, const std::string& text);
     /// Writes a unit file to /run/systemd/system; Load tells systemd of all that were written.
     void Unit(const std::string& name, const std::string& text);
     void Load();
-
-    static void SetDialect(const std::string& dialect);
     static void SetBootStep(int step);
 
     static std::string ActiveState(const std::string& unit);
@@ -32,12 +31,8 @@ protected:
     /// Waits until `unit` has that state; false after ten seconds.
     static bool Reaches(const std::string& unit, const std::string& state);
 
-    /// The library's lines in the journal since the last question, as "systemd_start: message".
-    std::vector<std::string> Journal();
-
 private:
-    std::vector<std::string> units_;
-    std::size_t linesSeen_ = 0;
+    std::string units_;
 };
 
 } // namespace MERO::Test

@@ -34,16 +34,11 @@ protected:
 
     void Install()
     {
-        File("/usr/local/lib/systemd/system/life.service",
-             "[Service]\nExecStart=/bin/sleep infinity\n"
-             "[Install]\nWantedBy=multi-user.target\nAlias=vita.service\n");
+        Write("/usr/local/lib/systemd/system/life.service",
+              "[Service]\nExecStart=/bin/sleep infinity\n"
+              "[Install]\nWantedBy=multi-user.target\nAlias=vita.service\n");
         Load();
     }
-    static void File(const std::string& path, const std::string& text)
-    {
-        Shell("install -D -m 644 /dev/stdin " + path + " <<'END'\n" + text + "END");
-    }
-
     /// Everything on the machine that carries the unit's name. Empty folders are nothing.
     static std::string Traces()
     {
@@ -55,8 +50,8 @@ protected:
 
 TEST_F(RealEnablement, AUnitsWholeLifeLeavesNothing)
 {
-    File("/etc/systemd/system/life.service.d/first.conf", "[Service]\nNice=1\n");
-    File("/run/systemd/system/life.service.d/second.conf", "[Service]\nNice=2\n");
+    Write("/etc/systemd/system/life.service.d/first.conf", "[Service]\nNice=1\n");
+    Write("/run/systemd/system/life.service.d/second.conf", "[Service]\nNice=2\n");
     Load();
     EXPECT_EQ(MEROSystemdEnableStatusGet("life"), MERO_SYSTEMD_ENABLE_STATUS_DISABLED);
     EXPECT_TRUE(MEROSystemdEnable("life") && MEROSystemdReenable("life") && MEROSystemdStart("life"));
@@ -101,7 +96,7 @@ TEST_F(RealEnablement, FailuresAreToldPerUnitOrForAll)
     Texts failed;
     EXPECT_FALSE(MEROSystemdEnable({"life", "never-was"}, failed));
     EXPECT_THAT(failed, ElementsAre("life", "never-was"));
-    File("/etc/systemd/system/real.service", "");
+    Write("/etc/systemd/system/real.service", "");
     EXPECT_FALSE(MEROSystemdMask({"life", "real", "never-was"}, failed = {}));
     EXPECT_THAT(failed, ElementsAre("real")) << "where its file is, no link can be made";
     EXPECT_TRUE(MEROSystemdUnmask({"life", "never-was"}, failed = {}));

@@ -105,7 +105,7 @@ TEST_F(RealIsolation, ItIsSeenUntilTheLastStop)
 
 TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
 {
-    for (const useconds_t milliseconds : {0, 10, 30, 80, 400}) { // before, in the middle of and behind its steps
+    for (const useconds_t milliseconds : {0, 3, 7, 10, 15, 20, 30, 50, 80, 400}) { // before, amid and after its steps
         ASSERT_TRUE(MEROSystemdStart("last"));
         Hold("last");
         const pid_t pid = StartIsolation("quiet.target");

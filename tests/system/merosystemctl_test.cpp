@@ -165,8 +165,6 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
     const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
     const std::string kInSlice = " -- grep -c ':name=.*:/bulk.slice$' /proc/self/cgroup";
     Expect({
-        {"volume plan /vol1", 0,
-         "SERVICE .*\nuser.service +uses files +[0-9]+ .*\nWHAT .*\nprocess +holder.scope +[0-9]+ .*"},
         {"volume unmount /vol1", 32,
          kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
         {"stop holder.scope", 0, ""},
@@ -184,17 +182,6 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
     EXPECT_THAT(Shell("systemd-run --quiet --pipe --slice=bulk.slice " MEROSYSTEMCTL " slice kill bulk.slice").output,
                 HasSubstr("bulk.slice is not killed: this process runs in it"));
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
-}
-
-TEST_F(Merosystemctl, TheExamplesRun)
-{
-    EXPECT_THAT(Shell(EXAMPLE_START_UNIT " web").output, "web runs\n");
-    EXPECT_EQ(ActiveState("web"), "active");
-    EXPECT_EQ(Shell(EXAMPLE_START_UNIT " unknown").exitCode, 1);
-    EXPECT_EQ(Shell(EXAMPLE_RESTART_UNITS " web").exitCode, 0);
-    const ShellResult result = Shell(EXAMPLE_RESTART_UNITS " web unknown");
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.output, "unknown was not restarted; syslog tells why\n");
 }
 
 } // namespace

@@ -1,14 +1,16 @@
 #include "system/box.h"
 
 #include <merosystemd/resource.hpp>
+#include <merosystemd/systemd.hpp>
 
 #include <gmock/gmock.h>
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
+#include <iostream>
 #include <thread>
 
 using namespace MERO::Systemd;
@@ -25,16 +27,6 @@ double Number(const std::string& command)
     return std::strtod(Shell(command).output.c_str(), nullptr);
 }
 
-/// What the kernel has counted at a time.
-struct Counted {
-    explicit Counted(int pid) : folder("/proc/" + std::to_string(pid)) {}
-    std::string folder;
-    double processor = Number("awk '{ print $14 + $15 }' " + folder + "/stat");
-    double machine = Number("awk 'NR == 1 { print $2 + $3 + $4 + $5 + $6 + $7 + $8 + $9 }' /proc/stat");
-    double read = Number("awk '/^read_bytes/ { print $2 }' " + folder + "/io");
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-};
-
 struct RealSlices : Box {
     ~RealSlices() override { Shell("rmdir " + kMonitor + "/sub " + kMonitor); }
 };
@@ -42,51 +34,37 @@ struct RealSlices : Box {
 TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
 {
     Unit("load.slice", "[Slice]\n[X-Tarvix]\nName=Load\n");
-    Unit("busy.service", "[Service]\nSlice=load.slice\nExecStart=/bin/sh -c 'while :; do :; done'\n");
-    Unit("big.service", "[Service]\nSlice=load.slice\nExecStart=perl -e '$$x = \"a\" x shift; sleep' 209715200\n");
+    Unit("busy.service", "[Service]\nSlice=load.slice\nExecStart=perl -e '$$x = \"a\" x shift; 1 while 1' 209715200\n");
     Load();
-    // Only the host's files are on a disk, and they cannot be written. A shell counts what its children have read.
-    Shell("mkdir -p " + kMonitor +
-          "/sub; systemctl start busy big; systemd-run --scope -u reader --slice=load.slice"
-          " sh -c 'while :; do dd if=/usr/bin/perl of=/run/copy bs=64k iflag=direct; done' > /dev/null 2>&1 &");
-    const std::string tasks = " | tee -a " + kMonitor, first = "head -n 1 " + kSystemd + "/reader.scope/cgroup.procs";
-    ASSERT_TRUE(Comes([&] { return Number(first) > 0; }));
-    const int busy = static_cast<int>(Number("systemctl show --value -p MainPID busy" + tasks + "/tasks"));
-    const int big = static_cast<int>(Number("systemctl show --value -p MainPID big" + tasks + "/sub/tasks"));
-    const int reader = static_cast<int>(Number(first + tasks + "/sub/tasks"));
-    const std::string ofBig = "ps -o pss= " + std::to_string(big);
-    ASSERT_TRUE(Comes([&] { return Counted(reader).read > 0 && Number(ofBig) > 200 * 1024; }));
+    Shell("mkdir -p " + kMonitor + "/sub; systemctl start busy");
+    const std::string pid =
+        std::to_string(std::lround(Number("systemctl show --value -p MainPID busy | tee " + kMonitor + "/sub/tasks")));
+    ASSERT_TRUE(Comes([&] { return Number("ps -o pss= " + pid) > 200 * 1024; }));
 
-    const std::vector pids{busy, big, reader};
-    std::vector<Counted> before(pids.begin(), pids.end());
-    const Slice slice("load.slice");
-    const std::vector<Counted> start(pids.begin(), pids.end());
-    std::this_thread::sleep_for(1s);
-    const auto processes = slice.ProcessesGet();
-    for (std::size_t i = 0; i < pids.size(); ++i) {
-        const auto process = std::ranges::find(processes, pids[i], &Process::PidGet);
-        ASSERT_NE(process, processes.end()) << i;
-        EXPECT_EQ(process->NameGet() + "\n", Shell("basename $(readlink -f " + start[i].folder + "/exe)").output);
-        const double ticks = process->CPUTimeGet() * static_cast<double>(sysconf(_SC_CLK_TCK));
-        EXPECT_TRUE(ticks > before[i].processor - 0.5 && ticks < start[i].processor + 0.5) << i << " " << ticks;
-        if (pids[i] == big) {
-            const double pss = Number("awk '/^Pss:/ { sum += $2 } END { print sum }' " + start[i].folder + "/smaps");
-            EXPECT_NEAR(static_cast<double>(process->MemoryPssGet()), pss, pss / 20);
-            EXPECT_NEAR(static_cast<double>(process->MemoryPssGet()), Number(ofBig), pss / 20);
-        }
-        // What the kernel counted before and after each reading bounds what the reading can have seen.
-        const Counted end(pids[i]);
-        const double share = process->CPUUtilizationGet(), read = process->IOUtilizationGet().first;
-        const Counted after(pids[i]);
-        const auto isBound = [&](double figure, auto what, auto per) {
-            return figure >= (end.*what - start[i].*what) / (after.*per - before[i].*per) &&
-                   figure <= (after.*what - before[i].*what) / (end.*per - start[i].*per);
-        };
-        EXPECT_TRUE(isBound(share, &Counted::processor, &Counted::machine)) << i << " " << share;
-        EXPECT_TRUE(isBound(read, &Counted::read, &Counted::seconds)) << i << " " << read;
+    const auto ticks = [&] { return Number("awk '{ print $14 + $15 }' /proc/" + pid + "/stat"); };
+    const auto allTicks = [] {
+        return Number("awk 'NR == 1 { for (i = 2; i < 10; ++i) t += $i; print t }' /proc/stat");
+    };
+    const double before = ticks(), allBefore = allTicks();
+    const auto processes = Slice("load.slice").ProcessesGet();
+    const double start = ticks(), allStart = allTicks();
+    ASSERT_EQ(processes.size(), 1U);
+    const Process& process = *processes.begin();
+    EXPECT_EQ(std::to_string(process.PidGet()) + process.NameGet(), pid + "perl");
+    const double used = process.CPUTimeGet() * static_cast<double>(sysconf(_SC_CLK_TCK));
+    EXPECT_TRUE(used > before - 0.5 && used < start + 0.5) << used;
+    for (const std::string& command :
+         {"ps -o pss= " + pid, "awk '/^Pss:/ { p += $2 } END { print p }' /proc/" + pid + "/smaps"}) {
+        EXPECT_NEAR(static_cast<double>(process.MemoryPssGet()), Number(command), 10 * 1024);
     }
+    std::this_thread::sleep_for(1s);
+    // What the kernel counted before and after each reading bounds what the reading can have seen.
+    const double end = ticks(), allEnd = allTicks(), share = process.CPUUtilizationGet();
+    const double after = ticks(), allAfter = allTicks();
+    EXPECT_GE(share, (end - start) / (allAfter - allBefore));
+    EXPECT_LE(share, (after - before) / (allEnd - allStart));
     Shell("systemctl kill -s KILL load.slice");
-    EXPECT_TRUE(Comes([] { return Shell("cat " + kMonitor + "/tasks " + kMonitor + "/sub/tasks").output.empty(); }));
+    EXPECT_TRUE(Comes([] { return Shell("cat " + kMonitor + "/sub/tasks").output.empty(); }));
 }
 
 TEST_F(RealSlices, StubbornProcessesAreKilled)
@@ -107,6 +85,53 @@ TEST_F(RealSlices, StubbornProcessesAreKilled)
     EXPECT_EQ(Shell("cat /run/asked").output, "asked\n");
     EXPECT_TRUE(Comes([] { return Shell("find " + kSystemd + " -name cgroup.procs | xargs cat").output.empty(); }));
     EXPECT_TRUE(MEROSystemdKillSlice("load.slice", [](KillPhase) { FAIL() << "there is nothing to kill"; }));
+}
+
+/// The calling process' cgroup of systemd's, that of the monitor's, and the slice that it is accounted to.
+std::string Place()
+{
+    if (Shell("cat /proc/" + std::to_string(getpid()) + "/task/*/cgroup | sort | uniq -u").output != "") {
+        return "the threads are not together";
+    }
+    std::string systemd, monitor, slice;
+    return MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", systemd) &&
+                   MEROSystemdCgroupPathnameGet(getpid(), "name=meromonitor", monitor)
+               ? systemd + " " + monitor + " " + (MEROSystemdCgroupMonitorSliceGet(slice) ? slice : "none")
+               : "nowhere";
+}
+
+using RealCgroups = Box;
+
+TEST_F(RealCgroups, ProcessesAreFoundAndMoveThemselvesInTheHierarchies)
+{
+    Unit("bulk.slice", "[Slice]\n");
+    Unit("single.slice", "[Slice]\n"); // the monitor does not have it
+    Unit("web.service", "[Service]\nExecStart=/bin/sleep infinity\n");
+    Load();
+    Shell("systemctl start bulk.slice single.slice web; mkdir /sys/fs/cgroup/meromonitor/bulk.slice");
+    const auto unitOf = [](const std::string& pid) {
+        std::string unit = "none";
+        return MEROSystemdGetByPid(std::stoi(pid), unit) == (unit != "none") ? unit : "contradiction";
+    };
+    EXPECT_EQ(unitOf(Shell("systemctl show --value -p MainPID web").output), "web.service");
+    EXPECT_EQ(unitOf("1"), "init.scope");
+    EXPECT_EQ(unitOf(std::to_string(getpid())), "none") << "it is in the root";
+    EXPECT_EQ(unitOf(Shell("echo $$").output), "none") << "it has ended";
+
+    const auto both = MEROSystemdCgroupSystemdSliceMove;
+    const auto monitor = MEROSystemdCgroupMonitorSliceMove;
+    const std::pair<std::function<bool()>, std::string> moves[] = {
+        {[&] { return both("bulk.slice"); }, "/bulk.slice /bulk.slice bulk.slice"},
+        {[&] { return monitor("bulk.slice"); }, "/ /bulk.slice bulk.slice"},
+        {[&] { return both("bulk.slice") && MEROSystemdRunAsSystemProcess(); }, "/ /bulk.slice bulk.slice"},
+        {[&] { return !both("single.slice"); }, "/single.slice / none"},
+        {[&] { return !both("missing.slice") && !monitor("missing.slice"); }, "/ / none"},
+    };
+    for (const auto& [move, place] : moves) { // in a process of its own each
+        const auto beMany = [] { std::thread(pause).detach(), std::thread(pause).detach(); };
+        EXPECT_EXIT((beMany(), std::cerr << (move() ? Place() : "not so"), _exit(0)), ExitedWithCode(0), Eq(place));
+    }
+    Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
 }
 
 } // namespace

@@ -10,50 +10,20 @@
 
 struct stat;
 
-namespace MERO::Torture {
-namespace {
+using namespace MERO::Torture;
 
-struct State {
-    bool isArmed = false;
-    FaultKind kind{};
-    long nth = 0;
-    long count = 0;
-    const char* failed = "nothing";
-};
-__attribute__((tls_model("initial-exec"))) thread_local State state;
+constinit thread_local Faults MERO::Torture::faults{};
 
 /// Whether this call is the one that fails.
-bool Fails(FaultKind kind, const char* name, int error)
+static bool Fails(FaultKind kind, const char* name, int error)
 {
-    if (!state.isArmed || state.kind != kind || ++state.count != state.nth) {
+    if (!faults.isArmed || faults.kind != kind || ++faults.count != faults.nth) {
         return false;
     }
-    state.failed = name;
+    faults.failed = name;
     errno = error;
     return true;
 }
-
-} // namespace
-
-void ArmFaults(FaultKind kind, long nth)
-{
-    state = {.isArmed = true, .kind = kind, .nth = nth};
-}
-
-long DisarmFaults()
-{
-    state.isArmed = false;
-    return state.count;
-}
-
-const char* FailedCall()
-{
-    return state.failed;
-}
-
-} // namespace MERO::Torture
-
-using namespace MERO::Torture;
 
 /// A function of the C library, under another name here, that fails with `error`, which some return instead of -1.
 #define FAULT_POINT(result, name, parameters, arguments, error, failure)                                               \

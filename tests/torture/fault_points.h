@@ -6,13 +6,14 @@ namespace MERO::Torture {
 
 enum class FaultKind { Allocation, SystemCall };
 
-/// From now on the calls of one kind in this thread are counted, and call `nth` fails; 0: none does.
-void ArmFaults(FaultKind kind, long nth);
-
-/// The number of calls since.
-long DisarmFaults();
-
-/// The function that failed, or "nothing".
-const char* FailedCall();
+struct Faults {
+    FaultKind kind; ///< of the calls that are counted, while it is armed
+    bool isArmed;
+    long nth; ///< the call that fails; 0: none does
+    long count;
+    const char* failed; ///< the function
+};
+/// Of this thread.
+extern __attribute__((tls_model("initial-exec"))) constinit thread_local Faults faults;
 
 } // namespace MERO::Torture

@@ -1,13 +1,10 @@
 // Each call into the system that an exported function makes fails once: the 1st, the 2nd, ... the last one.
 #include "torture/fault_points.h"
-#include "torture/functions.h"
 #include "torture/torture.h"
 
 #include <sys/mman.h>
 
 #include <cmath>
-#include <cstring>
-#include <iterator>
 #include <sstream>
 
 namespace MERO::Torture {
@@ -19,10 +16,6 @@ namespace {
 
 constexpr const char* kCalls = "/run/systemctl.calls";
 constexpr long kMostFaults = 400; ///< of one function and kind: more calls than these are sampled
-
-FaultKind kind{};
-long nth = 0; ///< the call that fails; 0: none does
-long calls = 0;
 
 /// A run without a fault, as the forked child tells it.
 struct GoodRun {
@@ -36,51 +29,40 @@ struct BestEffort {
     const char* function; ///< a part of its name
     const char* undone;   ///< the beginning of a file's path, or of systemctl's arguments
 };
-constexpr BestEffort kBestEffort[] = {
+const BestEffort kBestEffort[] = {
     {"", "list-jobs"}, // asks for jobs that may be in the way
     {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
     {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Reason", "reset-failed"},
-    {"Reason", "daemon-reload"},
-    {"Uninstall", "is-enabled"},
-    {"Uninstall", "reset-failed"},
-    {"Uninstall", "/run/merosystemd/reasons/"},
-    {"Uninstall", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Isolate", "/run/merosystemd/status_monitor.exit.lock"},
-    {"Isolate", "/run/merosystemd/isolate-state"},
-    {"KillSlice", "stop"},
-    {"KillSlice", "kill a.slice"},
-    {"Unmount", "/run"},
-    {"Unmount", "s"},
-    {"Unmount", "daemon-reload"}, // units that cannot be asked do not stop
+    {"Reason", "reset-failed|daemon-reload"},
+    {"Uninstall", "is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status"},
+    {"Isolate", "/run/merosystemd/(status_monitor.exit.lock|isolate-state)"},
+    {"KillSlice", "stop|kill a.slice"},
+    {"Unmount", "/run|s|daemon-reload"}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
-constexpr const char* kPartialAnswers[] = {"IsolateTarget", "UnmountPlan", "IsSupportGet", "ServiceListByMntPath"};
+constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath";
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
     return std::ranges::any_of(kBestEffort, [&](const BestEffort& left) {
-        return function.name.find(left.function) != std::string::npos && what.starts_with(left.undone);
+        return Has(function.name, left.function) && Has(what, "^(" + std::string(left.undone) + ")");
     });
 }
 
 /// Process IDs differ from run to run.
-Files FilesNow()
+Files FilesButIDs()
 {
-    Files files = FilesBelow({"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"});
+    Files files = FilesNow();
     for (auto& [path, text] : files) {
-        if (!text.empty() && text.find_first_not_of("0123456789") == text.npos) {
-            text = "a process ID";
-        }
+        text = Fits(text, "[0-9]+") ? "a process ID" : text;
     }
     return files;
 }
 
 /// systemctl's runs that count.
-std::string EssentialCalls(const Function& function, const Files& files)
+std::string EssentialCalls(const Function& function, Files& files)
 {
-    const auto found = files.find(kCalls);
-    std::istringstream lines(found != files.end() ? found->second : "");
+    std::istringstream lines(files[kCalls]);
     std::string calls;
     for (std::string line; std::getline(lines, line);) {
         MayBeUndone(function, line) ? calls : calls += line + ",";
@@ -90,30 +72,34 @@ std::string EssentialCalls(const Function& function, const Files& files)
 
 /// What a call has left on the disk: each file is whole, as it was before or as it is after a success; and after a
 /// success all are as they should be. A unit that the library makes lacks a key for which there was no memory.
-std::string FileFault(const Function& function, const Files& before, const Files& good, bool done)
+std::string FileFault(const Function& function, const Files& before, Files good, bool done)
 {
-    const Files now = FilesNow();
-    const auto isSame = [](const Files& files, const auto& file) {
+    Files now = FilesButIDs();
+    const std::string calls = EssentialCalls(function, now);
+    if (done && calls != EssentialCalls(function, good)) {
+        return "systemctl has only run: " + calls;
+    }
+    now.erase(kCalls), good.erase(kCalls);
+    const auto has = [](const Files& files, const auto& file) {
         const auto found = files.find(file.first);
         return found != files.end() && found->second == file.second;
     };
     for (const auto& file : now) {
         const bool mayDiffer =
-            FailedCall() == std::string("unlink") || file.first == kCalls || // what cannot be removed
+            faults.failed == std::string("unlink") || // what cannot be removed
             (file.first.starts_with("/run/systemd/system/unmount-volume-") && good.contains(file.first));
         const bool mustBeNew = done && !MayBeUndone(function, file.first);
-        if (!mayDiffer && !isSame(good, file) && (mustBeNew || !isSame(before, file))) {
+        if (!mayDiffer && !has(good, file) && (mustBeNew || !has(before, file))) {
             return file.first + " is wrong: " + file.second;
         }
     }
     for (const auto& [path, text] : good) {
         const bool mustBe = (done && !MayBeUndone(function, path)) || before.contains(path);
-        if (path != kCalls && mustBe && !now.contains(path)) {
+        if (mustBe && !now.contains(path)) {
             return path + " is missing";
         }
     }
-    const std::string calls = EssentialCalls(function, now);
-    return done && calls != EssentialCalls(function, good) ? "systemctl has only run: " + calls : "";
+    return "";
 }
 
 /// How the first call ends, and that the next one works.
@@ -123,43 +109,45 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     World::InCgroups();
     const std::string footprint = Footprint();
     const Answer answer = function.call(-1);
-    const std::string said = what + FailedCall() + "): ", difference = Difference(footprint, Footprint());
-    run.Expect(difference.empty(), said + difference);
-    const bool mayThrow = !function.isC && (function.mayThrow || answer.thrown == "std::bad_alloc");
-    run.Expect(answer.thrown.empty() || mayThrow, said + "throws " + answer.thrown);
-    const bool isPartial = std::ranges::any_of(
-        kPartialAnswers, [&](const char* name) { return function.name.find(name) != std::string::npos; });
-    run.Expect(!answer.done || answer.text == good.text || isPartial, said + "succeeds, and answers " + answer.text);
+    const auto expect = [&](bool holds, const std::string& otherwise) {
+        run.Expect(holds, what + faults.failed + "): " + otherwise);
+    };
+    const std::string difference = Difference(footprint, Footprint());
+    expect(difference.empty(), difference);
+    const bool mayThrow =
+        !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
+    expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
+    const bool isPartial = Has(function.name, kPartialAnswers);
+    expect(!answer.done || answer.text == good.text || isPartial, "succeeds, and answers " + answer.text);
     const std::string fileFault = FileFault(function, before, after, answer.done);
-    run.Expect(fileFault.empty(), said + fileFault);
-    nth = 0;
-    run.Expect(!good.isDoneAgain || function.call(-1).done, said + "the next call fails");
+    expect(fileFault.empty(), fileFault);
+    beforeCall = [] {};
+    expect(!good.isDoneAgain || function.call(-1).done, "the next call fails");
 }
 
-void RunFaults(Run& run, const Function& function, FaultKind aKind)
+void RunFaults(Run& run, const Function& function, FaultKind kind)
 {
     static auto& good = *static_cast<GoodRun*>(
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    const std::string name = function.name + (aKind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    const std::string name = function.name + (kind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    long nth = 0;
+    beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = "nothing"}; };
     Files before, after;
     {
         const World world;
-        before = FilesNow();
-        kind = aKind, nth = 0;
+        before = FilesButIDs();
         run.InChild(name, [&] {
             World::InCgroups();
             const Answer answer = function.call(-1);
-            good = {.calls = calls, .isDone = answer.done, .isDoneAgain = false, .text = {}};
-            std::strncpy(good.text, answer.text.c_str(), sizeof good.text - 1);
+            good = {.calls = faults.count, .isDone = answer.done, .isDoneAgain = false, .text = {}};
+            answer.text.copy(good.text, sizeof good.text - 1);
         });
-        after = FilesNow();
+        after = FilesButIDs();
         run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
-    if (!run.Expect(good.isDone, name + "0: fails")) {
-        return;
-    }
+    run.Expect(good.isDone, name + "0: fails");
     const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * run.Scale()));
-    for (double at = 1; at < static_cast<double>(good.calls) + 1; at += step) {
+    for (double at = 1; good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
         const World world;
         nth = std::lround(std::floor(at));
         const std::string what = name + std::to_string(nth) + " of " + std::to_string(good.calls) + " (";
@@ -172,7 +160,7 @@ void RunFaults(Run& run, const Function& function, FaultKind aKind)
 
 void Torture(Run& run)
 {
-    AroundEachCall([] { ArmFaults(kind, nth); }, [] { calls = DisarmFaults(); });
+    afterCall = [] { faults.isArmed = false; };
     for (const Function& function : Functions()) {
         RunFaults(run, function, FaultKind::SystemCall);
         RunFaults(run, function, FaultKind::Allocation);

@@ -1,5 +1,6 @@
 // Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
 // those that require them along, and the former run again.
+#include "support/shell.h"
 #include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
@@ -8,6 +9,7 @@
 
 #include <fstream>
 #include <set>
+#include <sstream>
 
 namespace MERO::Torture {
 
@@ -16,31 +18,28 @@ const Place kPlace = Place::Systemd;
 
 namespace {
 
-using namespace Systemd;
-
-constexpr int kSize = 30; // units
-const std::string kVolume = "/vol";
-
 using Names = std::set<std::string>;
+
+const std::string kService = "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n", kKeys = "[X-Tarvix]\n";
+const std::string kPartial = kKeys + "VolumeDependency=partial\n";
 
 /// How a unit of the graph depends on the volume.
 struct Way {
-    const char* prefix; ///< of its name
-    const char* text;
-    const char* registered; ///< the volume that it, or its package, registers
+    std::string prefix; ///< of its name: a package's, or not
+    std::string text;
+    std::string registered; ///< the volume that it, or its package, registers
     bool stops;
 };
 const Way kWays[] = {
-    {"g", "[X-Tarvix]\nVolumeDependency=all\n", nullptr, true},
-    {"g", "[X-Tarvix]\nVolumeDependency=partial\n", "/vol", true},
-    {"g", "[X-Tarvix]\nVolumeDependency=partial\n", "/vol2", false},
-    {"pkgctl-G", "[X-Tarvix]\nVolumeDependency=partial\n", "/vol", true},
-    {"pkgctl-G", "[X-Tarvix]\nVolumeDependency=partial\n", "/vol2", false},
-    {"g", "WorkingDirectory=/vol\n", nullptr, true},
-    {"g", "StandardInput=file:/vol/file\n", nullptr, true},
-    {"g", "[X-Tarvix]\nSkipListByMntPath=yes\n", nullptr, false},
+    {"g", kKeys + "VolumeDependency=all\n", "", true},
+    {"g", kPartial, "/vol", true},
+    {"g", kPartial, "/vol2", false},
+    {"pkgctl-G", kPartial, "/vol", true},
+    {"pkgctl-G", kPartial, "/vol2", false},
+    {"g", "WorkingDirectory=/vol\n", "", true},
+    {"g", "StandardInput=file:/vol/file\n", "", true},
+    {"g", kKeys + "SkipListByMntPath=yes\n", "", false},
 };
-constexpr Way kNoWay{"g", "", nullptr, false};
 
 struct Graph {
     Texts services;
@@ -50,22 +49,8 @@ struct Graph {
 
 bool MountAnew()
 {
-    return (umount(kVolume.c_str()) == 0 || errno == EINVAL) &&
-           mount("torture", kVolume.c_str(), "tmpfs", 0, nullptr) == 0 && std::ofstream(kVolume + "/file").good();
-}
-
-void Register(const Way& way, int number)
-{
-    if (way.registered == nullptr) {
-        return;
-    }
-    if (way.prefix == std::string("g")) {
-        MEROSystemdVolumeRegister("g" + std::to_string(number), way.registered);
-        return;
-    }
-    const std::string package = "G" + std::to_string(number);
-    std::filesystem::create_directories("/var/packages/" + package);
-    MEROSystemdPackageVolumeRegister(package, way.registered);
+    return (umount("/vol") == 0 || errno == EINVAL) && mount("torture", "/vol", "tmpfs", 0, nullptr) == 0 &&
+           std::ofstream("/vol/file").good();
 }
 
 /// Edges lead to smaller numbers.
@@ -73,15 +58,19 @@ Graph MakeGraph(Run& run)
 {
     Graph graph;
     const int density = run.Random(8);
-    std::vector<Texts> requirements(kSize);
-    for (int i = 0; i < kSize; ++i) {
-        const Way& way = run.Random(2) == 0 ? kNoWay : kWays[run.Random(static_cast<int>(std::size(kWays)))];
-        const std::string service = way.prefix + std::to_string(i) + ".service";
-        std::string text = std::string("[Service]\nType=exec\nExecStart=/bin/sleep infinity\n") + way.text;
-        Register(way, i);
+    std::vector<Texts> requirements(30);
+    for (int i = 0; i < 30; ++i) {
+        const Way way = run.Random(2) == 0 ? Way{"g", "", "", false} : kWays[run.Random(std::size(kWays))];
+        const std::string number = std::to_string(i), service = way.prefix + number + ".service";
+        std::string text = kService + way.text;
+        if (!way.registered.empty()) {
+            Machine::Write(way.prefix == "g" ? "/usr/mero/etc/merosystemd/volume-register/" + service
+                                             : "/var/packages/G" + number + "/etc/meropkg_conf/reg_volume",
+                           "[\"" + way.registered + "\"]");
+        }
         if (way.stops) {
             graph.stops.insert(service);
-        } else if (&way == &kNoWay && i > 0 && run.Random(8) == 0) {
+        } else if (way.text.empty() && i > 0 && run.Random(8) == 0) {
             const std::string master = graph.services[run.Random(i)];
             text += "WorkingDirectory=/vol\n[X-Tarvix]\nMaster=" + master + "\n[Unit]\nPartOf=" + master + "\n";
             requirements[i].push_back(master);
@@ -90,8 +79,9 @@ Graph MakeGraph(Run& run)
         text += "[Unit]\n";
         for (int edges = run.Random(density + 1); i > 0 && edges > 0; --edges) {
             const std::string other = graph.services[run.Random(i)];
+            const char* const kinds[] = {"After=", "After=", "Wants=", "Requires="};
             const int kind = run.Random(4);
-            text += "After=" + other + "\n" + (kind < 2 ? "" : (kind == 2 ? "Wants=" : "Requires=") + other + "\n");
+            text += "After=" + other + "\n" + kinds[kind] + other + "\n";
             if (kind == 3) {
                 requirements[i].push_back(other);
             }
@@ -100,7 +90,7 @@ Graph MakeGraph(Run& run)
         graph.services.push_back(service);
     }
     graph.falls = graph.stops;
-    for (int i = 0; i < kSize; ++i) {
+    for (int i = 0; i < 30; ++i) {
         if (std::ranges::any_of(requirements[i], [&](const auto& other) { return graph.falls.contains(other); })) {
             graph.falls.insert(graph.services[i]);
         }
@@ -111,32 +101,22 @@ Graph MakeGraph(Run& run)
 /// The graph's services that run now, and which run it is.
 std::map<std::string, std::string> Running(const Graph& graph)
 {
-    std::map<std::string, std::string> running, unit;
-    FILE* output = popen(("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services)).c_str(), "re");
-    for (char key[32], value[256]; fscanf(output, " %31[^=]=%255[^\n]", key, value) > 0;) {
-        unit[key] = value;
-        if (unit.size() == 3) {
-            unit["ActiveState"] == "active" ? void(running[unit["Id"]] = unit["InvocationID"]) : void();
-            unit.clear();
-        }
+    std::istringstream lines(Test::Shell("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services) +
+                                         " | awk -v RS= '/State=active/ { print $1, $3 }'")
+                                 .output);
+    std::map<std::string, std::string> running;
+    for (std::string id, invocation; lines >> id >> invocation;) {
+        running[id.substr(3)] = invocation;
     }
-    pclose(output);
     return running;
-}
-
-bool StartAll(const Graph& graph)
-{
-    Texts failed;
-    const bool started = MEROSystemdStart(graph.services, failed);
-    return started && Comes(10s, [&] { return Running(graph).size() == graph.services.size(); });
 }
 
 Names Plan()
 {
     Names stops;
-    VolumeUnmountPlan plan;
-    (void)MEROSystemdVolumeUnmountPlan({kVolume}, plan);
-    for (const PlannedStop& stop : plan.stops) {
+    Systemd::VolumeUnmountPlan plan;
+    (void)MEROSystemdVolumeUnmountPlan({"/vol"}, plan);
+    for (const Systemd::PlannedStop& stop : plan.stops) {
         stops.insert(stop.unit);
     }
     return stops;
@@ -147,17 +127,17 @@ void Unmount(Run& run, const Graph& graph)
     const auto before = Running(graph);
     auto during = before;
     bool isUnmounted = false;
-    const bool done = _MEROSystemdVolumeUnmountAction({kVolume}, [&] {
+    const bool done = _MEROSystemdVolumeUnmountAction({"/vol"}, [&] {
         during = Running(graph);
         return isUnmounted = MountAnew();
     });
     run.Expect(isUnmounted, "the volume was not unmounted");
     run.Expect(done, "the action failed");
+    auto after = before;
     (void)Comes(2s, [&] {
-        const auto now = Running(graph);
-        return std::ranges::all_of(graph.stops, [&](const std::string& service) { return now.contains(service); });
+        after = Running(graph);
+        return std::ranges::all_of(graph.stops, [&](const std::string& service) { return after.contains(service); });
     });
-    auto after = Running(graph);
     for (const std::string& service : graph.services) {
         const bool falls = graph.falls.contains(service), isBack = after.contains(service);
         run.Expect(during.contains(service) != falls, service + (falls ? " did not stop" : " stopped"));
@@ -168,35 +148,22 @@ void Unmount(Run& run, const Graph& graph)
     }
 }
 
-void RemoveGraph(const Graph& graph)
-{
-    Texts failed;
-    MEROSystemdStop(graph.services, failed);
-    for (const std::string& service : graph.services) {
-        std::filesystem::remove(kUnits + service);
-    }
-    std::filesystem::remove_all("/usr/mero/etc/merosystemd/volume-register");
-    std::filesystem::remove_all("/var/packages");
-    std::filesystem::create_directories("/var/packages");
-}
-
 } // namespace
 
 void Torture(Run& run)
 {
-    std::filesystem::create_directories(kVolume);
-    for (int left = run.Scaled(100); left > 0; --left) {
-        if (!run.Expect(MountAnew(), "the volume cannot be mounted anew")) {
-            break;
-        }
+    std::filesystem::create_directories("/vol");
+    for (int left = run.Scaled(100); left > 0 && run.Expect(MountAnew(), "the volume cannot be mounted anew"); --left) {
         const Graph graph = MakeGraph(run);
         MEROSystemdDaemonReload();
-        if (run.Expect(StartAll(graph), "the graph did not start") &&
+        Texts failed;
+        if (run.Expect(MEROSystemdStart(graph.services, failed), "the graph did not start") &&
             run.Expect(Comes(10s, [&] { return Plan() == graph.stops; }),
                        "the plan is to stop " + Joined(Plan()) + ", not " + Joined(graph.stops))) {
             Unmount(run, graph);
         }
-        RemoveGraph(graph);
+        MEROSystemdStop(graph.services, failed);
+        Test::Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
         run.Done();
     }
 }

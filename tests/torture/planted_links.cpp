@@ -1,5 +1,6 @@
 // A user who owns what packages own swaps it for links, while root writes there: nothing outside changes.
 #include "support/child.h"
+#include "support/shell.h"
 #include "torture/torture.h"
 
 #include <merosystemd/systemd.hpp>
@@ -22,22 +23,16 @@ const std::string kEtc = "/var/packages/Foo/etc/", kFolder = kEtc + "meropkg_con
 /// Mode, owner and text of everything that the user must not reach.
 std::string Outside()
 {
-    std::string text;
-    for (const auto& entry : fs::recursive_directory_iterator(kOutside)) {
-        struct stat status {};
-        lstat(entry.path().c_str(), &status);
-        text += entry.path().string() + " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_uid) +
-                " " + (entry.is_regular_file() ? Machine::Read(entry.path()) : "") + "\n";
-    }
-    return text;
+    return Test::Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
 }
 
 /// Swaps the register's folder, and the register in it, for links; makes them anew when they are gone.
 [[noreturn]] void Attack()
 {
     const std::string planted = kEtc + "planted", inside = kFolder + "/reg_volume", spare = kEtc + "spare";
+    const char* const targets[] = {"secret", "folder", "missing"};
     for (unsigned turn = 0;; ++turn) {
-        const std::string target = kOutside + (turn % 3 == 0 ? "secret" : turn % 3 == 1 ? "folder" : "missing");
+        const std::string target = kOutside + targets[turn % 3];
         unlink(planted.c_str());
         (void)symlink(target.c_str(), planted.c_str());
         for (int swap = 0; swap < 50; ++swap) {

@@ -26,7 +26,6 @@ Run::Run(double scale)
                     Counters{}),
       scale_(scale)
 {
-    std::cerr << kName << ": seed " << seed_ << "\n";
 }
 
 void Run::Done(long count)
@@ -60,8 +59,7 @@ void Run::Print()
 {
     if (getpid() == owner_) {
         const std::size_t size = std::min(counters_->size.load(), sizeof counters_->text);
-        std::fwrite(counters_->text + printed_, 1, size - printed_, stdout);
-        std::fflush(stdout);
+        std::cout.write(counters_->text + printed_, static_cast<std::streamsize>(size - printed_)).flush();
         printed_ = size;
     }
 }
@@ -69,21 +67,19 @@ void Run::Print()
 int Run::End()
 {
     Print();
-    std::printf("%s: %ld done, %ld faults, %.0f s\n", kName, counters_->done.load(), counters_->faults.load(),
-                Since(start_));
-    std::fflush(stdout);
+    std::cout << kName << ": " << counters_->done << " done, " << counters_->faults << " faults, "
+              << std::lround(Since(start_)) << " s" << std::endl;
     return counters_->faults == 0 ? 0 : 1;
 }
 
-Files FilesBelow(std::initializer_list<const char*> folders)
+Files FilesNow()
 {
     Files files;
-    for (const char* folder : folders) {
+    for (const char* folder : {"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"}) {
         std::error_code error;
-        for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;) {
-            const bool isFile = entry->is_regular_file();
-            files[entry->path()] = isFile ? Machine::Read(entry->path()) : "folder";
-            entry.increment(error);
+        for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            files[entry->path()] = entry->is_regular_file() ? Machine::Read(entry->path()) : "folder";
         }
     }
     return files;
@@ -91,87 +87,38 @@ Files FilesBelow(std::initializer_list<const char*> folders)
 
 std::string Footprint()
 {
-    std::ostringstream text;
+    std::string text;
     for (int fd = 0; fd < 100; ++fd) { // without a descriptor, of which there may be none left
-        char file[256];
-        const ssize_t size = readlink(("/proc/self/fd/" + std::to_string(fd)).c_str(), file, sizeof file);
-        size >= 0 ? text << fd << " " << std::string(file, static_cast<std::size_t>(size)) << "\n" : text;
+        char file[256]{};
+        const std::string number = std::to_string(fd);
+        text +=
+            readlink(("/proc/self/fd/" + number).c_str(), file, sizeof file - 1) >= 0 ? number + " " + file + "\n" : "";
     }
-    const int options = WNOHANG | WNOWAIT | WEXITED;
     siginfo_t child{};
-    text << (waitid(P_ALL, 0, &child, options) == 0 ? "a child\n" : "no child\n");
-    return text.str();
+    const bool hasChild = waitid(P_ALL, 0, &child, WNOHANG | WNOWAIT | WEXITED) == 0;
+    return text + (hasChild ? "a child\n" : "no child\n");
 }
 
 std::string Difference(const std::string& before, const std::string& now)
 {
-    const auto lines = [](const std::string& text) {
-        std::istringstream stream(text);
-        std::set<std::string> set;
+    std::set<std::string> lines[2];
+    for (const bool isNow : {false, true}) {
+        std::istringstream stream(isNow ? now : before);
         for (std::string line; std::getline(stream, line);) {
-            set.insert(line);
-        }
-        return set;
-    };
-    const auto old = lines(before);
-    const auto fresh = lines(now);
-    for (const std::string& line : fresh) {
-        if (!old.contains(line)) {
-            return "new: " + line;
+            lines[isNow].insert(line);
         }
     }
-    for (const std::string& line : old) {
-        if (!fresh.contains(line)) {
-            return "gone: " + line;
-        }
-    }
-    return "";
-}
-
-bool HasNoChild()
-{
-    return waitpid(-1, nullptr, WNOHANG) < 0;
-}
-
-void Kill(pid_t pid)
-{
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-}
-
-bool AreLocksFree()
-{
-    std::error_code none;
-    const fs::path run = "/run/merosystemd";
-    bool areFree = Test::IsFree(run / "status_monitor.exit.lock", 1);
-    for (const auto& lock : fs::directory_iterator(run / "locks", none)) {
-        areFree = Test::IsFree(lock.path(), 1) && areFree;
-    }
-    return areFree;
+    std::vector<std::string> differences;
+    std::ranges::set_symmetric_difference(lines[0], lines[1], std::back_inserter(differences));
+    return differences.empty() ? "" : (lines[1].contains(differences[0]) ? "new: " : "gone: ") + differences[0];
 }
 
 namespace {
 
-/// Becomes the second process of a namespace whose first one reaps what the library detaches, and ends all at the end.
-void EnterProcessNamespace()
-{
-    if (unshare(CLONE_NEWPID) != 0) {
-        throw std::runtime_error("no process namespace (are you root?)");
-    }
-    for (int level = 0; level < 2; ++level) {
-        const pid_t child = fork();
-        if (child == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            continue;
-        }
-        int status = 0;
-        while (waitpid(-1, &status, 0) != child) {
-        }
-        _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
-    }
-}
+/// A process namespace whose first process reaps what the library detaches.
+constexpr const char* kInside = "MERO_IN_PROCESS_NAMESPACE";
 
-void EnterPlace()
+void EnterPlace(char* argv[])
 {
     if (kPlace == Place::Systemd) {
         if (std::getenv("MERO_IN_SANDBOX") == nullptr) {
@@ -183,15 +130,17 @@ void EnterPlace()
         prctl(PR_SET_CHILD_SUBREAPER, 1);
         return;
     }
-    EnterProcessNamespace();
+    if (std::getenv(kInside) == nullptr) {
+        setenv(kInside, "yes", 1);
+        execlp("unshare", "unshare", "--pid", "--fork", "--kill-child", "--mount-proc", "sh", "-c", "\"$@\"; exit $?",
+               "sh", argv[0], argv[1], nullptr);
+        throw std::runtime_error("no unshare");
+    }
     sigset_t all, old; // of the log's reader, which a handler of the host's would end
     sigfillset(&all);
     sigprocmask(SIG_BLOCK, &all, &old);
     Test::EnterMachine();
     sigprocmask(SIG_SETMASK, &old, nullptr);
-    if (mount("proc", "/proc", "proc", 0, nullptr) != 0) {
-        throw std::runtime_error("cannot mount /proc");
-    }
     openlog(nullptr, LOG_NDELAY, LOG_USER); // its descriptor stays open
 }
 
@@ -202,14 +151,9 @@ void EnterPlace()
 int main(int argc, char* argv[])
 {
     using namespace MERO::Torture;
-    try {
-        EnterPlace();
-    } catch (const std::exception& error) {
-        std::cerr << "torture_" << kName << ": " << error.what() << "\n";
-        return 2;
-    }
     Run run(argc > 1 ? std::stod(argv[1]) : 1.0);
     try {
+        EnterPlace(argv);
         Torture(run);
     } catch (const std::exception& error) {
         run.Expect(false, error.what());

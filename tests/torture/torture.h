@@ -2,6 +2,8 @@
 
 #include "support/machine.h"
 
+#include <gmock/gmock.h>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <random>
 #include <string>
@@ -53,8 +54,7 @@ private:
     std::size_t printed_ = 0;
     double scale_;
     pid_t owner_ = getpid();
-    unsigned seed_ = std::random_device()();
-    std::mt19937 random_{seed_};
+    std::mt19937 random_{std::random_device()()};
     Clock::time_point start_ = Clock::now();
 };
 
@@ -64,9 +64,9 @@ enum class Place { Machine, Systemd };
 extern const Place kPlace;
 void Torture(Run& run);
 
-/// Every file below the folders, by path: "folder" or its text.
+/// Every file where the library writes, by path: "folder" or its text.
 using Files = std::map<std::string, std::string>;
-Files FilesBelow(std::initializer_list<const char*> folders);
+Files FilesNow();
 
 /// The open descriptors of this process and what they lead to, and whether it has children: what a call must not leave.
 std::string Footprint();
@@ -101,17 +101,58 @@ std::string Joined(const Container& texts, const std::string& separator = " ")
     return joined;
 }
 
+/// Whether the whole text, or a part of it, fits an extended regular expression of POSIX.
+inline bool Fits(const std::string& text, const std::string& pattern)
+{
+    return ::testing::Value(text, ::testing::MatchesRegex(pattern));
+}
+inline bool Has(const std::string& text, const std::string& pattern)
+{
+    return ::testing::Value(text, ::testing::ContainsRegex(pattern));
+}
+
 /// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
 /// boot.
 inline const std::string kUnits = "/usr/local/lib/systemd/system/";
 
-/// Whether all that this process has started has ended.
-bool HasNoChild();
+struct Answer {
+    bool done = false;
+    std::string text = {};   ///< what its outputs hold
+    bool isUntouched = true; ///< as before
+    std::string thrown = {}; ///< the type of what it threw
+    std::string way = {};    ///< in which an argument was bad: "1 is a null text"
+};
 
-/// Kills a child of this process.
-void Kill(pid_t pid);
+/// An exported function and how it is called.
+struct Function {
+    std::string name;    ///< with its parameters, as a demangler writes it
+    const void* address; ///< of a member of a class: null
+    bool mayThrow;       ///< its header tells that it throws
+    /// Calls it with an argument that is bad in one of the ways, counted from 0, unless it has no such way; -1: with
+    /// good ones.
+    std::function<Answer(int bad)> call;
+};
 
-/// Whether all of the library's locks are free within a second.
-bool AreLocksFree();
+/// What happens right before and right after each call: its arguments are there, its outputs are not looked at.
+inline std::function<void()> beforeCall = [] {}, afterCall = [] {};
+
+/// All of them.
+const std::vector<Function>& Functions();
+
+/// How the stand-in for systemctl is.
+enum class StandIn { Works, Fails, Missing };
+
+/// The machine in which every function succeeds that is called well, when systemctl works.
+class World : public Test::Machine {
+public:
+    explicit World(StandIn systemctl = StandIn::Works);
+    ~World() override;
+
+    /// Gives this process cgroups; the world's maker has them.
+    static void InCgroups();
+
+private:
+    void TestBody() override {}
+};
 
 } // namespace MERO::Torture

@@ -12,7 +12,7 @@
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
 
@@ -68,15 +68,12 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
     const std::string isFolder = "[Is a directory]", noFlag = "ERR Failed to delete " + kFlag + ": " + isFolder;
     const std::string noState = "ERR Failed to unlink [" + kState + "], reason: " + isFolder;
     const std::string noUpdate = "ERR Failed to update isolate state", badFlag = "ERR Failed to touch isolate flag";
+    const std::string failed = "ERR isolate to [a.target] failed: ret=[4], reason=[a\n, b\n]";
+    const Texts unwaited{kList, "isolate a.target"};
     const Case cases[] = {
         {"", "", true, 0, {}, {kList, "isolate --no-block a.target", kList}, " with option [--no-block]"},
-        {"[ $1 = list-jobs ] || { echo one; echo two; exit 4; }",
-         "",
-         false,
-         kUntouched,
-         {"ERR isolate to [a.target] failed: ret=[4], reason=[one\n, two\n]"},
-         {kList, "isolate a.target"}},
-        {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, {kList, "isolate a.target"}},
+        {"[ $1 = list-jobs ] || { echo a; echo b; exit 4; }", "", false, kUntouched, {failed}, unwaited},
+        {"[ $1 = isolate ]", "", true, 2, {kNoJobs}, unwaited},
         {"none", "", false, 2, {kNoJobs, "ERR isolate to [a.target] failed."}, {}},
         {"", kFlag, false, kUntouched, {badFlag}, {}},
         {busy, "", true, 0, {noFlag, noFlag}},
@@ -189,18 +186,12 @@ TEST_F(Isolation, ItsMonitorHoldsTheLockUntilTheCommandRuns)
 TEST_F(Isolation, TheStateIsTold)
 {
     const std::string pid = "\npid=" + std::to_string(getpid()), name(63, 'a'), no = "no", a = "target=a\npid=";
-    const std::pair<std::string, std::string> cases[] = {
-        {"target=a.target" + pid, "a.target"},
-        {"target=" + name + "b" + pid, name},
-        {"target=" + pid, ""},
-        {pid, no},
-        {"target=a", no},
-        {a + "x", no},
-        {a + "99999999999999999999", no},
-        {a + "2147483647", no},
-        {a + "-1", no},
-        {a + std::to_string(getpid() + (1L << 32)), no},
-    };
+    std::map<std::string, std::string> cases{
+        {"target=a.target" + pid, "a.target"}, {"target=" + name + "b" + pid, name}, {"target=" + pid, ""}};
+    for (const std::string& text : {pid, "target=a"s, a + "x", a + "99999999999999999999", a + "2147483647", a + "-1",
+                                    a + std::to_string(getpid() + (1L << 32))}) {
+        cases[text] = no;
+    }
     IsolateState state{.isolating = true, .target = "before"};
     MERO_SYSTEMD_ISOLATE_STATE record{7, "before"};
     EXPECT_TRUE(MEROSystemdIsolateStateGet(state) && !state.isolating && state.target.empty());
@@ -219,18 +210,18 @@ TEST_F(Isolation, IsNoneWhenItEndsWhileItIsLookedAt)
 {
     Write("/run/state", "target=a.target\npid=" + std::to_string(getpid()) + "\n");
     fs::create_directories(kRun);
-    const pid_t isolations = fork();
-    while (isolations == 0) {
-        (void)link("/run/state", kState.c_str()), (void)unlink(kState.c_str());
-    }
+    const pid_t isolations = Fork([] {
+        while (link("/run/state", kState.c_str()) == 0 && unlink(kState.c_str()) == 0) {
+        }
+        return 0;
+    });
     int failures = 0;
     for (int i = 0; i < 20'000; ++i) {
         IsolateState state;
         failures += MEROSystemdIsolateStateGet(state) ? 0 : 1;
     }
-    kill(isolations, SIGKILL), waitpid(isolations, nullptr, 0), fs::remove(kState);
-    EXPECT_EQ(failures, 0);
-    EXPECT_TRUE(Log().empty());
+    EXPECT_TRUE(kill(isolations, SIGKILL) == 0 && ResultOf(isolations) == 255 && failures == 0 && Log().empty());
+    fs::remove(kState);
 }
 
 TEST_F(Isolation, AnActionRunsBetweenTwo)
@@ -241,13 +232,11 @@ TEST_F(Isolation, AnActionRunsBetweenTwo)
         bool done;
         Texts calls{"isolate a.target", "action", "isolate default.target"};
     };
-    const Case cases[] = {{"", 1, true},
-                          {"", 0, false},
-                          {"default.target", 1, false},
-                          {"", 2, false},
-                          {"", 3, false},
-                          {"", 4, true},
-                          {"a.target", 1, false, {"isolate a.target", "isolate default.target"}}};
+    std::vector<Case> cases{{"default.target", 1, false},
+                            {"a.target", 1, false, {"isolate a.target", "isolate default.target"}}};
+    for (const int acts : {0, 1, 2, 3, 4}) {
+        cases.push_back({"", acts, acts == 1 || acts == 4});
+    }
     for (const Case& c : cases) {
         SystemctlScript("flock -n " + kSystemLock + " true && > /run/free; [ \"$2\" != '" + c.failing + "' ]");
         std::function<bool()> action = [&] {

@@ -10,7 +10,6 @@
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 

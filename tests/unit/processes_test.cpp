@@ -9,12 +9,13 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -115,12 +116,16 @@ TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
 TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
 {
     const std::string path = "/run/a/b/c.lock";
-    FileLock lock(path, true, 0);
-    EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire());
+    FileLock lock(path, true, 0), other("/run/file/b.lock", true, 0);
+    Write("/run/file", "");
+    signal(SIGCHLD, SIG_IGN); // how mkdir ended is lost
+    EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire() && !other.Acquire());
+    signal(SIGCHLD, SIG_DFL);
     const std::string descriptors = Descriptors();
     EXPECT_TRUE(lock.Acquire() && Descriptors() == descriptors && !FileLock(path, true, 0).Acquire());
     EXPECT_THAT(Said("lock"),
-                ElementsAre(MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
+                ElementsAre("ERR failed to mkdir [/run/file]",
+                            MatchesRegex("ERR failed to get lock \\[" + path + "\\] \\[0x1100 lock:[0-9]+\\]")));
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     EXPECT_TRUE(ForkAndRun([&] { close(ends[1]), (void)!read(ends[0], &ends[1], 1), lock.Release(); }, 0));
@@ -150,6 +155,90 @@ TEST_F(Processes, TheStatusMonitorsLockIsHeldUntilMonitorAndScriptAreGone)
     EXPECT_TRUE(monitor.Start() && Ended() == 0 && !IsFree(path) && Descriptors() == descriptors);
     EXPECT_THAT(Said("status_monitor"),
                 ElementsAre(failed + "[1], output: [a\n]", failed + "[-1], output: []", failed + "[-1], output: []"));
+}
+
+TEST_F(Processes, ThreadsMayCallAtOnce)
+{
+    // Each thread's unit has an answer of its own: no call may see another's.
+    SystemctlScript("case \"$2\" in u*) echo \"Job for $2.service failed.\"; exit 1;; esac");
+    std::vector<std::jthread> threads;
+    std::atomic<int> wrong = 0;
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([unit = "u" + std::to_string(t), &wrong] {
+            for (int i = 0; i < 25; ++i) {
+                Texts failed;
+                wrong += MEROSystemdRestart({unit}, failed) || failed != Texts{unit} || !MEROSystemdRestart("good");
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(Processes, ALineThatTheLogsSocketRefusesIsCutAndSaysSo)
+{
+    const auto starting = [&](const std::string& unit) {
+        EXPECT_FALSE(MEROSystemdStart(unit)) << "too long for an argument";
+        return Said("systemd_start").front();
+    };
+    for (const std::size_t size : {150'000, 212'000}) {
+        EXPECT_EQ(starting(std::string(size, 'x')), "INFO [" + std::string(size, 'x') + "] starting ...");
+    }
+    for (std::string unit : {"", "x"}) { // of one of them, a character would be cut in two
+        while (unit.size() < 300'000) {
+            unit += "\u00e9";
+        }
+        const std::string line = starting(unit), whole = "INFO [" + unit;
+        const std::size_t cut = std::min(line.find(" [cut: "), line.size());
+        EXPECT_TRUE(cut > 212'000 && whole.starts_with(line.substr(0, cut)));
+        EXPECT_TRUE(line.substr(0, cut).ends_with("\u00e9"));
+        EXPECT_EQ(line.substr(cut), " [cut: the message has " + std::to_string(unit.size() + 15) + " bytes]");
+    }
+}
+
+TEST_F(Processes, ASystemctlSeesACleanStart)
+{
+    // The shell itself uses descriptors from 10 on.
+    SystemctlScript("cd /proc/$$; cat status | grep -E '^Sig(Blk|Ign)' > /run/seen; "
+                    "[ -L fd/0 ] && readlink fd/0 >> /run/seen; ls /proc/$$/fd > /run/open; "
+                    "grep -v '^1.' /run/open | tr '\\n' ' ' >> /run/seen");
+    const int leaky = dup(0); // not close-on-exec
+    signal(SIGPIPE, SIG_IGN);
+    sigset_t all, old;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &old);
+    alarm(1'000);
+    (void)MEROSystemdStart("a");
+    EXPECT_GT(alarm(0), 0U) << "a line of the log leaves its host's alarm alone";
+    sigprocmask(SIG_SETMASK, &old, nullptr);
+    signal(SIGPIPE, SIG_DFL);
+    close(leaky);
+    EXPECT_EQ(Read("/run/seen"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n/dev/null\n0 1 2 ");
+}
+
+TEST_F(Processes, FoldersKeepTheUmaskAndAreNobodyElses)
+{
+    fs::rename("/bin/mkdir", "/bin/mkdir.real");
+    WriteProgram("/bin/mkdir", "echo $(umask) $* >> /run/masks; exec /bin/mkdir.real \"$@\"");
+    for (const mode_t mask : {0, 0750, 0777}) {
+        const mode_t before = umask(mask);
+        EXPECT_TRUE(MEROSystemdServiceStopByReason("check", std::string("nfs")) &&
+                    MEROSystemdVolumeRegister("nfs", "/volume1"));
+        EXPECT_EQ(umask(before), mask);
+        for (const char* folder : {"/run/merosystemd", "/usr/mero/etc"}) {
+            for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+                struct stat status;
+                ASSERT_EQ(lstat(entry.path().c_str(), &status), 0);
+                EXPECT_EQ(status.st_mode & 022, 0U) << entry.path();
+                EXPECT_TRUE(!S_ISDIR(status.st_mode) || (status.st_mode & 0777) == (0755 & ~mask)) << entry.path();
+            }
+        }
+        fs::remove_all("/run/merosystemd"), fs::remove_all("/usr/mero/etc");
+        const std::string runs = Read("/run/masks"), first = mask == 0 ? "0022" : mask == 0750 ? "0772" : "0777";
+        EXPECT_TRUE(runs.starts_with(first + " -p /run/merosystemd/reasons/nfs.service\n")) << runs;
+        fs::remove("/run/masks");
+    }
+    fs::rename("/bin/mkdir.real", "/bin/mkdir");
 }
 
 } // namespace

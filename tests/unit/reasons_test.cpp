@@ -1,11 +1,9 @@
+#include "core/text.h"
 #include "support/operations.h"
-
-#include <numeric>
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -22,21 +20,15 @@ struct Operation {
 
 #define FORMS(Name, Group) MEROSystemd##Name, MEROSystemd##Name, MEROCSystemd##Name, MEROCSystemd##Group
 
-const Operation kOperations[] = {
-    {"systemd_service_stop_by_reason",
-     "stopping by",
-     {"stop nfs"},
-     FORMS(ServiceStopByReason, ServiceStopGroupByReason)},
-    {"systemd_service_start_by_reason",
-     "starting by",
-     {"reset-failed nfs", "start nfs"},
-     FORMS(ServiceStartByReason, ServiceStartGroupByReason)},
-    {"systemd_service_reason_remove",
-     "clear",
-     {"reset-failed nfs"},
-     FORMS(ServiceReasonRemove, ServiceReasonRemoveGroup)},
-};
-const Operation &kStop = kOperations[0], &kStart = kOperations[1], &kRemove = kOperations[2];
+const std::string kFile = "systemd_service_";
+const Operation kStop{
+    kFile + "stop_by_reason", "stopping by", {"stop nfs"}, FORMS(ServiceStopByReason, ServiceStopGroupByReason)};
+const Operation kStart{kFile + "start_by_reason",
+                       "starting by",
+                       {"reset-failed nfs", "start nfs"},
+                       FORMS(ServiceStartByReason, ServiceStartGroupByReason)};
+const Operation kRemove{
+    kFile + "reason_remove", "clear", {"reset-failed nfs"}, FORMS(ServiceReasonRemove, ServiceReasonRemoveGroup)};
 
 class Reasons : public Machine {};
 
@@ -70,20 +62,18 @@ TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLas
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.operation.file + " " + PrintToString(c.before) + " " + c.failing);
-        fs::remove_all("/run/merosystemd");
+        fs::remove_all("/run/merosystemd"), fs::remove("/run/seen");
         fs::create_directories(kRoot + "nfs.service");
         for (const std::string& reason : c.before) {
             Write(kRoot + "nfs.service/" + reason, "");
         }
-        fs::remove("/run/seen");
-        SystemctlScript("[ -e /run/seen ] || LC_ALL=C ls -A " + kRoot + "nfs.service > /run/seen\n[ $1 != '" +
+        SystemctlScript("[ -e /run/seen ] || LC_ALL=C ls -Am " + kRoot + "nfs.service > /run/seen\n[ $1 != '" +
                         c.failing + "' ] || { echo Job for nfs.service failed.; exit 1; }");
         Texts failed, calls = c.operation.calls;
         calls.insert(calls.end(), c.reloads ? 1 : 0, "daemon-reload");
         EXPECT_EQ(c.operation.list("r", {"nfs"}, failed), c.done);
         EXPECT_EQ(Calls(), calls);
-        EXPECT_EQ(Read("/run/seen"), std::accumulate(c.after.begin(), c.after.end(), std::string(),
-                                                     [](auto sum, auto& name) { return sum + name + "\n"; }));
+        EXPECT_EQ(Read("/run/seen"), Join(c.after) + (c.after.empty() ? "" : "\n"));
         EXPECT_EQ(failed, c.failing.starts_with("st") ? Texts{"nfs"} : Texts());
         EXPECT_EQ(Said(c.operation.file).front(), "INFO [nfs] " + c.operation.doing + " reason [r] ...");
     }
@@ -91,23 +81,32 @@ TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLas
 
 TEST_F(Reasons, UnitsThatCannotHaveOneFailAndTheOthersGoOn)
 {
-    const List services = MakeList({"data.mount", "nfs", "../x", "b.service"});
-    for (const Operation& operation : kOperations) {
+    const std::string noSlash = "string::npos == strReason.find(\"/\")";
+    const std::string noDots = "\".\" != strReason && \"..\" != strReason";
+    for (const Operation& operation : {kStop, kStart, kRemove}) {
         SCOPED_TRACE(operation.file);
-        Texts failed;
+        Texts failed, list{"data.mount", "../x", ""};
+        list.shrink_to_fit(); // the first one that is appended moves it
         MLIBCErrSetEx(0, "", 0);
-        EXPECT_FALSE(operation.list("r", {"data.mount", "../x", ""}, failed));
-        EXPECT_THAT(failed, ElementsAre("data.mount", "../x", ""));
-        EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty() && Log().size() == 1);
-        MLIBCSzList* list = MakeList({"before"}).release();
-        EXPECT_FALSE(operation.group("r", services.get(), &list) || operation.group("r", services.get(), nullptr));
-        EXPECT_THAT(Items(list), ElementsAre("before", "data.mount", "../x"));
-        MLIBCSzListFree(list);
+        EXPECT_FALSE(operation.list("r", list, list) || MLIBCErrGet() != 0x0D00 || Log().size() != 1);
+        EXPECT_THAT(list, ElementsAre("data.mount", "../x", "", "data.mount", "../x", ""));
+        EXPECT_FALSE(operation.list("a/b", {}, failed) || operation.list("..", {}, failed) ||
+                     operation.list(".", {"a"}, failed) || MLIBCErrGet() != 0x0D00);
+        EXPECT_THAT(Said(operation.file), ElementsAre(noSlash, noDots, noDots));
+        EXPECT_TRUE(Calls().empty());
+
+        const List services = MakeList({"data.mount", "nfs", "../x", "b.service"});
+        MLIBCSzList* pushed = MakeList({"before"}).release();
+        EXPECT_FALSE(operation.group("r", services.get(), &pushed) || operation.group("r", services.get(), nullptr));
+        EXPECT_THAT(Items(List(pushed).get()), ElementsAre("before", "data.mount", "../x"));
         EXPECT_THAT(Calls(), Each(AnyOf("daemon-reload", EndsWith(" nfs b.service"))));
         EXPECT_TRUE(operation.single("r", "nfs") && operation.fromC("r", "nfs") && !Log().empty());
         EXPECT_THAT(Calls(), Each(AnyOf("daemon-reload", EndsWith(" nfs"))));
     }
     EXPECT_FALSE(fs::exists("/run/merosystemd/x.service") || fs::exists(kRoot + "data.mount"));
+    ASSERT_TRUE(MEROSystemdServiceStopByReason("check", std::string("nfs")) && !Calls().empty());
+    EXPECT_TRUE(MEROSystemdServiceStartByReason("check", std::string("n?s"))) << "nobody holds it: it is no pattern";
+    EXPECT_THAT(Calls(), Contains("start n?s"));
 }
 
 TEST_F(Reasons, AFileSystemThatRefusesIsLogged)
@@ -128,6 +127,13 @@ TEST_F(Reasons, AFileSystemThatRefusesIsLogged)
                 ElementsAre("ERR failed to unlink reason file [" + file + "/r] (Is a directory)"));
     EXPECT_FALSE(MEROSystemdServiceReasonRemove("r", "a") || MEROSystemdServiceStartByReason("r", "a"));
     EXPECT_TRUE(MLIBCErrGet() == 0x3900 && Calls().empty());
+    Write(kRoot + "d.service/r", "");
+    EXPECT_FALSE(UnlinkReasons("../d.service/r", {"b"}, removed, failed) || !fs::exists(kRoot + "d.service/r"));
+    EXPECT_TRUE(removed.size() == 1 && failed.back() == "b");
+    Texts all{"c.mount", "b"}, held = all;
+    EXPECT_FALSE(UnlinkReasons("r", all, all, all) || UnlinkReasons("r", held, removed, held));
+    EXPECT_THAT(all, ElementsAre("c.mount", "b", "c.mount", "b"));
+    EXPECT_THAT(held, ElementsAre("c.mount", "b", "c.mount"));
 }
 
 TEST_F(Reasons, AreListed)
@@ -163,26 +169,6 @@ TEST_F(Reasons, TheDropInIsLinkedHard)
                 ElementsAre("ERR Fail to create link from [/run/a.d/mero-reason.conf] to [/run/source] "
                             "(File exists).",
                             StartsWith("ERR Fail to mkdir [/run/source/] [0x0")));
-}
-
-TEST_F(Reasons, ReasonsThatAreNoNamesOfFilesAreRefused)
-{
-    const std::string noSlash = "string::npos == strReason.find(\"/\")";
-    const std::string noDots = "\".\" != strReason && \"..\" != strReason";
-    for (const Operation& operation : kOperations) {
-        Texts failed;
-        MLIBCErrSetEx(0, "", 0);
-        EXPECT_FALSE(operation.list("a/b", {}, failed) || operation.list("..", {}, failed) ||
-                     operation.list(".", {"a"}, failed) || MLIBCErrGet() != 0x0D00);
-        EXPECT_THAT(Said(operation.file), ElementsAre(noSlash, noDots, noDots));
-    }
-    EXPECT_TRUE(Calls().empty() && !fs::exists("/run/merosystemd"));
-
-    Write(kRoot + "a.service/r", "");
-    Texts removed, failed;
-    EXPECT_FALSE(UnlinkReasons("../a.service/r", {"b"}, removed, failed));
-    EXPECT_THAT(failed, ElementsAre("b"));
-    EXPECT_TRUE(fs::exists(kRoot + "a.service/r") && removed.empty());
 }
 
 } // namespace

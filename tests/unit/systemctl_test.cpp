@@ -1,21 +1,13 @@
-#include "core/command_options.h"
 #include "support/child.h"
-#include "support/machine.h"
+#include "support/operations.h"
 
-#include <merosystemd/systemd.hpp>
-
-#include <gmock/gmock.h>
+#include <cstdlib>
 
 using namespace MERO::Systemd;
 using namespace MERO::Test;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
+using namespace ::testing;
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 /// What the callback was given; exit code -1 when it was not called.
 struct Seen {
@@ -25,8 +17,6 @@ struct Seen {
 
 class SystemctlRuns : public Machine {
 protected:
-    void SetBootStep(const std::string& step) { Write("/run/merobootseq/boot-step", step + "\n"); }
-
     Seen Run(const std::string& verb, const Texts& units)
     {
         Seen seen;
@@ -38,119 +28,71 @@ protected:
     }
 };
 
-TEST_F(SystemctlRuns, TheCommandLineHasAFixedOrder)
+TEST_F(SystemctlRuns, TheCallbackGetsItsExitCodeAndBothOutputsAsLines)
 {
-    const auto yes = [](int, const Texts&) { return true; };
-    const Texts options{"--quiet", "--runtime"};
-    MEROSystemdSystemctl("enable", {"a.service", "b"}, yes);
-    MEROSystemdSystemctl("enable", options, {"a.service"}, yes);
-    MEROSystemdSystemctlUltron("enable", SystemctlOptsBuilder().SetCmdOpts(&options).Build(), {}, yes);
-    MEROSystemdSystemctl("daemon-reload", {}, yes);
-    EXPECT_THAT(Calls(), ElementsAre("enable a.service b", "enable --quiet --runtime a.service",
-                                     "enable --quiet --runtime", "daemon-reload"));
-}
-
-TEST_F(SystemctlRuns, AnOrdinaryUserTalksToTheirOwnManagerUnlessForced)
-{
-    Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
-    Write("/run/systemctl.calls", "");
-    std::filesystem::permissions("/run/systemctl.calls", std::filesystem::perms(0666));
-    const Texts options{"--quiet"};
-    const auto run = [&](bool forceSystem) {
-        const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetForceSystem(forceSystem).Build();
-        return MEROSystemdSystemctlUltron("start", opts, {"a"}, [](int, const Texts&) { return true; }) ? 0 : 1;
+    struct Case {
+        std::string script;
+        int exitCode;
+        Texts lines;
     };
-    EXPECT_EQ(RunAs(65534, [&] { return run(false) + run(true); }), 0);
-    EXPECT_THAT(Calls(), ElementsAre("start --user --quiet a", "start --quiet a"));
-    EXPECT_THAT(Log(), Contains("ERR systemd_putenv_by_pam_systemd: Failed to put env by pam systemd for 65534"));
-}
-
-TEST_F(SystemctlRuns, TheCallbackGetsBothOutputsAsLinesAndItsVerdictIsTheResult)
-{
-    SystemctlScript("echo one; echo two >&2; printf '\\nlast'; exit 3");
-    const Seen seen = Run("show", {"a"});
-    EXPECT_EQ(seen.exitCode, 3);
-    EXPECT_THAT(seen.lines, ElementsAre("one\n", "two\n", "\n", "last"));
-    EXPECT_FALSE(MEROSystemdSystemctl("show", {"a"}, [](int, const Texts&) { return false; }));
-}
-
-TEST_F(SystemctlRuns, ARunThatASignalEndsCountsAsExitCodeZero)
-{
-    SystemctlScript("echo begun; kill -9 $$");
-    const Seen seen = Run("show", {"a"});
-    EXPECT_EQ(seen.exitCode, 0);
-    EXPECT_THAT(seen.lines, ElementsAre("begun\n"));
-}
-
-TEST_F(SystemctlRuns, ALostWaitStatusCountsAsFailure)
-{
+    const Case cases[] = {
+        {"echo one; echo two >&2; printf '\\nlast'; exit 3", 3, {"one\n", "two\n", "\n", "last"}},
+        {"echo begun; kill -9 $$", 0, {"begun\n"}}, // as callers are promised
+    };
+    for (const Case& c : cases) {
+        SystemctlScript(c.script);
+        const Seen seen = Run("show", {"a"});
+        EXPECT_EQ(seen.exitCode, c.exitCode) << c.script;
+        EXPECT_EQ(seen.lines, c.lines) << c.script;
+    }
     signal(SIGCHLD, SIG_IGN);
-    const Seen seen = Run("show", {"a"});
+    EXPECT_EQ(Run("show", {"a"}).exitCode, 255) << "how it ended is lost";
     signal(SIGCHLD, SIG_DFL);
-    EXPECT_EQ(seen.exitCode, 255);
-}
-
-TEST_F(SystemctlRuns, AMissingProgramThrowsAndTheCallbackIsNotCalled)
-{
-    RemoveSystemctl();
-    EXPECT_THROW(MEROSystemdSystemctl("start", {"a", "b"},
-                                      [](int, const Texts&) -> bool {
-                                          ADD_FAILURE();
-                                          return true;
-                                      }),
-                 std::exception);
-    EXPECT_THAT(Log(), ElementsAre("ERR systemd_systemctl: fail to execute [/usr/bin/systemctl start a b]."));
-}
-
-TEST_F(SystemctlRuns, AnEmptyCallbackThrows)
-{
+    EXPECT_FALSE(MEROSystemdSystemctl("show", {"a"}, [](int, const Texts&) { return false; }));
     EXPECT_THROW(MEROSystemdSystemctl("show", {"a"}, nullptr), std::bad_function_call);
-}
 
-TEST_F(SystemctlRuns, TheRunTimeIsLoggedWhenWanted)
-{
-    const SystemctlOpts opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
     SystemctlScript("sleep 0.1");
-    MEROSystemdSystemctlUltron("show", opts, {"a"}, [](int, const Texts&) { return true; });
-    EXPECT_THAT(Log(), ElementsAre(MatchesRegex("INFO systemd_systemctl: Execute time for "
-                                                "\\[/usr/bin/systemctl show a\\] is [1-9][0-9]{2,4} ms")));
+    const SystemctlOpts timed = SystemctlOptsBuilder().SetCalRunTime(true).Build();
+    EXPECT_TRUE(MEROSystemdSystemctlUltron("show", timed, {"a"}, [](int, const Texts&) { return true; }));
+    RemoveSystemctl();
+    EXPECT_THROW(Run("start", {"a", "b"}), std::exception);
+    EXPECT_THAT(Said("systemd_systemctl"), ElementsAre(MatchesRegex("INFO Execute time for \\[/usr/bin/systemctl show "
+                                                                    "a\\] is [1-9][0-9]{2,4} ms"),
+                                                       "ERR fail to execute [/usr/bin/systemctl start a b]."));
 }
 
 TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
 {
-    const std::string kStart = "7 a.service start waiting\n";
-    const std::string kStop = "7 a.service stop running\n";
-    const std::string kRestart = "7 a.service restart waiting\n"; // a type that the tables do not know
+    const std::string start = "7 a.service start waiting\n", stop = "7 a.service stop running\n";
+    const std::string restart = "7 a.service restart waiting\n"; // a type that the tables do not know
     struct Case {
         std::string verb, step, job;
-        std::string run; ///< what is run in the end; empty: skipped
-        bool asked;      ///< whether the job was asked for
+        std::string run;       ///< what is run in the end; empty: skipped
+        std::size_t questions; ///< for the unit's job
     };
     const Case cases[] = {
-        {"start", "2", kStart, "", true},
-        {"start", "2", kStop, "start a", true},
-        {"start", "2", kRestart, "start a", true},
-        {"start", "2", "", "start a", true},
-        {"stop", "1", kStart, "stop a", true},
-        {"stop", "1", kStop, "", true},
-        {"restart", "3", kStart, "", true},
-        {"restart", "5", kRestart, "", true},
-        {"restart", "0", "", "restart a", true},
-        {"try-restart", "0", kRestart, "try-restart a", true}, // by its filter, not by the policy
-        {"reload-or-restart", "0", kStart, "reload-or-restart a", false},
-        {"start", "4", kStart, "start a", false},
-        {"start", "6", kStart, "start a", false},
-        {"start", "-1", kStart, "start a", false},
-        {"start", "none", kStart, "start a", false},
+        {"start", "2", start, "", 1},
+        {"start", "2", stop, "start a", 1},
+        {"start", "2", restart, "start a", 1},
+        {"start", "2", "", "start a", 1},
+        {"stop", "1", start, "stop a", 1},
+        {"stop", "1", stop, "", 1},
+        {"restart", "3", start, "", 1},
+        {"restart", "5", restart, "", 1},
+        {"restart", "0", "", "restart a", 1},
+        {"reload", "2", start, "reload --no-block a", 2},
+        {"try-restart", "0", restart, "try-restart a", 1}, // by its filter, not by the policy
+        {"reload-or-restart", "0", start, "reload-or-restart a", 0},
+        {"start", "4", start, "start a", 0},
+        {"start", "6", start, "start a", 0},
+        {"start", "-1", start, "start a", 0},
+        {"start", "none", start, "start a", 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.verb + " in step " + c.step + " with " + c.job);
-        SetBootStep(c.step);
+        Write("/run/merobootseq/boot-step", c.step + "\n");
         Systemctl({{"list-jobs *", c.job, 1}});
-        Texts expected;
-        if (c.asked) {
-            expected.push_back("list-jobs --no-legend a.service");
-        }
+        Texts expected(c.questions, "list-jobs --no-legend a.service");
         if (c.run.empty()) {
             EXPECT_THROW(Run(c.verb, {"a"}), std::exception);
         } else {
@@ -159,26 +101,14 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
         }
         EXPECT_EQ(Calls(), expected);
     }
-}
-
-TEST_F(SystemctlRuns, ASkippedCommandIsLoggedWhole)
-{
-    SetBootStep("2");
+    Write("/run/merobootseq/boot-step", "2\n");
     Systemctl({{"list-jobs * b.service", "42 b.service start waiting\n", 1}});
+    (void)Log();
     EXPECT_THROW(Run("start", {"a", "b", "c"}), std::exception);
-    EXPECT_THAT(Log(), ElementsAre("INFO systemd_systemctl: unit is in job list: [42 b.service start waiting]",
-                                   "INFO systemd_systemctl: Skip execute by service control policy: "
-                                   "[/usr/bin/systemctl start a b c]"));
-    EXPECT_THAT(Calls(), ElementsAre("list-jobs --no-legend a.service", "list-jobs --no-legend b.service"))
-        << "the first unit that decides ends the scan";
-}
-
-TEST_F(SystemctlRuns, AReloadOfAQueuedUnitDoesNotBlock)
-{
-    SetBootStep("2");
-    Systemctl({{"list-jobs * b.service", "42 b.service start waiting\n", 1}});
-    Run("reload", {"a.service", "b.service"});
-    EXPECT_EQ(Calls().back(), "reload --no-block a.service b.service");
+    EXPECT_THAT(Said("systemd_systemctl"),
+                ElementsAre("INFO unit is in job list: [42 b.service start waiting]",
+                            "INFO Skip execute by service control policy: [/usr/bin/systemctl start a b c]"));
+    EXPECT_EQ(Calls().size(), 2U) << "the first unit that decides ends the scan";
 }
 
 TEST_F(SystemctlRuns, UnitsThatAreAboutToStopAreNeitherTriedNorReloaded)
@@ -188,12 +118,11 @@ TEST_F(SystemctlRuns, UnitsThatAreAboutToStopAreNeitherTriedNorReloaded)
     for (const std::string verb : {"try-restart", "reload"}) {
         Run(verb, {"a", "b", "c"});
         EXPECT_EQ(Calls().back(), verb + " b c") << "an unknown type after a stop is not a stop";
-        EXPECT_THAT(Log(), ElementsAre("INFO systemd_systemctl: [a] type [2] state [2] is going to stop."));
+        EXPECT_THAT(Said("systemd_systemctl"), ElementsAre("INFO [a] type [2] state [2] is going to stop."));
         for (const Texts& none : {Texts{"a"}, Texts{}}) {
             const Seen seen = Run(verb, none);
-            EXPECT_EQ(seen.exitCode, 0);
-            EXPECT_THAT(seen.lines, IsEmpty());
-            EXPECT_THAT(Calls(), ::testing::Not(Contains(verb)));
+            EXPECT_TRUE(seen.exitCode == 0 && seen.lines.empty());
+            EXPECT_THAT(Calls(), Each(StartsWith("list-jobs")));
         }
         (void)Log();
     }
@@ -201,18 +130,74 @@ TEST_F(SystemctlRuns, UnitsThatAreAboutToStopAreNeitherTriedNorReloaded)
     EXPECT_THAT(Calls(), ElementsAre("reload-or-restart a"));
 }
 
-TEST(CommandOptions, AppendsItsOptionsInOrder)
+TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
 {
-    CommandOptions options;
-    Texts out{"before"};
-    GetEnableDisableOptions(options, out);
-    EXPECT_THAT(out, ElementsAre("before"));
-    GetEnableDisableOptions(options.SetNoReload().SetRunTime(), out);
-    EXPECT_THAT(out, ElementsAre("before", "--runtime", "--no-reload"));
+    constexpr uid_t kNobody = 65534, kStranger = 54321; // one that is not in passwd
+    struct Case {
+        uid_t uid;
+        std::string stack; ///< of the session
+        std::string after; ///< the variables
+        Texts said;
+    };
+    const std::string put = "ERR Failed to put env by pam systemd for ", kept = "before none";
+    const Case cases[] = {
+        {kNobody, "pam_env.so readenv=0 conffile=/run/pam_env.conf", "session fresh", {}},
+        {0, "pam_env.so readenv=0 conffile=/run/pam_env.conf", kept, {}},
+        {kStranger, "pam_permit.so", kept, {"ERR Failed to GetUsername", put + "54321"}},
+        {kNobody, "pam_permit.so", kept, {"ERR The pam_getenvlist is empty", put + "65534"}},
+        {kNobody, "pam_deny.so", kept, {"ERR Failed to pam_open_session", put + "65534"}},
+    };
+    Write("/run/pam_env.conf", "MERO_NEW DEFAULT=fresh\nMERO_OLD DEFAULT=session\n");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.stack + " " + std::to_string(c.uid));
+        Write("/etc/pam.d/systemd-user", "session required " + c.stack + "\n");
+        const auto changes = [&] {
+            setenv("MERO_OLD", "before", 1), setenv("MERO_NEW", "none", 1);
+            MEROSystemdPutEnvByPAMSystemd();
+            return std::string(std::getenv("MERO_OLD")) + " " + std::getenv("MERO_NEW") == c.after ? 0 : 1;
+        };
+        EXPECT_EQ(RunAs(c.uid, changes), 0);
+        Texts said = Said("systemd_putenv_by_pam_systemd");
+        for (std::string& line : said) {
+            line = line.substr(0, line.find(" (")); // PAM's own words
+        }
+        EXPECT_EQ(said, c.said);
+    }
+}
 
-    CommandOptions moved = std::move(options);
-    GetEnableDisableOptions(options.SetRunTime(), out); // NOLINT: a moved-from object must do nothing
-    EXPECT_THAT(out, ElementsAre("before", "--runtime", "--no-reload"));
+TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)
+{
+    const std::string forged = "x\nNov 21 00:00:00 nas sshd[1]: Accepted password for root", tooLong(5'000, 'x');
+    const std::string names[] = {
+        "..",          ".",         "a/../b",    "../../../etc/passwd",
+        "/etc/passwd", "-",         "--version", "--root=/tmp",
+        "-rf",         "a b",       " ",         "a\tb",
+        "a\nb",        forged,      "\r",        "\x1b[2J",
+        "*",           "n?s",       "[a-z]*",    "\\",
+        "a'b\"c",      "$(reboot)", ";reboot",   tooLong,
+        "\xff\xfe",    "\xc3",      "%s%n",      "x@",
+        "@",           "-.mount",
+    };
+    // The stand-in notes how many arguments it got, which options, and how many arguments stand behind "--".
+    SystemctlScript("behind=0\nfor word; do\n  if [ \"$ended\" ]; then behind=$((behind + 1)); continue; fi\n"
+                    "  case $word in --) ended=1 ;; -*) options=\"$options $word\" ;; esac\ndone\n"
+                    "echo \"$#|$options|$behind\" >> /run/seen\nexit 1\n");
+    for (const std::string& name : names) {
+        Texts failed;
+        std::string value;
+        EXPECT_FALSE(MEROSystemdStart(name) || MEROSystemdStop({name}, failed) || MEROSystemdMask(name) ||
+                     MEROSystemdResetFailed({name}, failed) || MEROSystemdShow(name, "Id", value))
+            << name;
+        EXPECT_EQ(MEROSystemdActiveStatusGet(name), -1);
+        const std::string verb = name.starts_with('-') ? "3||1\n" : "2||0\n";
+        const std::string question = name.starts_with('-') ? "5| --property|1\n" : "4| --property|0\n";
+        EXPECT_EQ(Read("/run/seen"), verb + verb + verb + verb + question + question) << name;
+        fs::remove("/run/seen");
+        for (const std::string& line : Log()) {
+            EXPECT_THAT(line, Not(MatchesRegex("(.|\n)*[\x01-\x08\x0b-\x1f].*"))) << line;
+            EXPECT_THAT(line, Not(HasSubstr("\nNov 21"))) << line;
+        }
+    }
 }
 
 } // namespace

@@ -335,6 +335,9 @@ TEST_F(FullProgram, PrintsTables)
     for (const auto& [command, table] : cases) {
         EXPECT_EQ(Table(command), table) << command;
     }
+    EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
+                HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s  0 B/s\n"))
+        << "figures end below each other";
 }
 
 TEST_F(FullProgram, PrintsJsonOfItsSchema)

@@ -3,9 +3,7 @@
 #include <set>
 
 using namespace MERO::Test;
-using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
-namespace fs = std::filesystem;
+using namespace ::testing;
 
 namespace {
 
@@ -19,22 +17,20 @@ class Uninstall : public Machine {};
 TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
 {
     const std::string output = "Failed to reset failed state of unit b.service: Unit b.service not loaded.\n";
+    const std::string units = " systemd_reset_failed: [a, b] ", reload = " systemd_daemon-reload: ";
+    const std::string doing = "INFO" + units + "doing reset-failed ...",
+                      start = "INFO" + reload + "start daemon reload";
+    const std::string unable = "ERR" + units + "is unabled to reset-failed, skipped: ret=[1], reason:\n" + output;
     Texts failed{"a"};
     const auto both = [&] { return MEROSystemdResetFailed({"a", "b"}, failed) + MEROCSystemdDaemonReload(); };
     EXPECT_EQ(both(), 2);
     EXPECT_THAT(Calls(), ElementsAre("reset-failed a b", "daemon-reload"));
     Systemctl({{"*", output + "two\n", 1}});
-    EXPECT_EQ(both(), 0);
-    EXPECT_THAT(failed, ElementsAre("a", "b"));
+    EXPECT_TRUE(both() == 0 && failed == (Texts{"a", "b"}));
     RemoveSystemctl();
-    EXPECT_EQ(both(), 0);
-    EXPECT_THAT(failed, ElementsAre("a", "b", "a", "b"));
+    EXPECT_TRUE(both() == 0 && failed == (Texts{"a", "b", "a", "b"}));
     Texts log = Log();
     std::erase_if(log, [](const std::string& line) { return line.find("systemd_systemctl: ") != line.npos; });
-    const std::string units = " systemd_reset_failed: [a, b] ", reload = " systemd_daemon-reload: ";
-    const std::string doing = "INFO" + units + "doing reset-failed ...";
-    const std::string start = "INFO" + reload + "start daemon reload";
-    const std::string unable = "ERR" + units + "is unabled to reset-failed, skipped: ret=[1], reason:\n" + output;
     EXPECT_EQ(log, (Texts{doing, "INFO" + units + "reset-failed done.", start,
                           "INFO" + reload + "daemon reload success!", doing, unable + "two\n", start,
                           "ERR" + reload + "daemon reload failed: ret=[1], reason=[" + output + ", two\n]", doing,
@@ -95,15 +91,21 @@ TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
     }
 }
 
-TEST_F(Uninstall, AStopThatThePolicySkipsIsAnException)
+TEST_F(Uninstall, WhatIsRefusedOrSkippedFailsWhole)
 {
+    Texts list{"a", "../b"}, failed{"a"};
+    EXPECT_FALSE(MEROSystemdUninstall(list, list) || MEROSystemdUninstall({"a", "../b"}, failed));
+    EXPECT_TRUE(list.size() == 2 && failed == list) << "each stands on the list once";
+    EXPECT_THAT(Said("systemd_uninstall"), Each("AreFileNames(vecUnits)"));
+    EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty());
+
     Write("/run/merobootseq/boot-step", "2\n");
     Systemctl({{"list-jobs * a.service", "3 a.service stop waiting\n", 1}});
     EXPECT_EQ(MEROCSystemdUninstall("a") + MEROCSystemdUninstallGroup(MakeList({"b", "a"}).get()), 0);
     EXPECT_THAT(Calls(), UnorderedElementsAre("list-jobs --no-legend a.service", "reset-failed a",
                                               "list-jobs --no-legend b.service", "list-jobs --no-legend a.service",
                                               "reset-failed b a"));
-    EXPECT_THAT(Said("systemd_uninstall"), ::testing::Contains("ERR [a] uninstalled failed on exception."));
+    EXPECT_THAT(Said("systemd_uninstall"), Contains("ERR [a] uninstalled failed on exception."));
 }
 
 TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
@@ -140,19 +142,10 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
             expected.insert({kFlags + "a.service", kReasons + "a.service/r"});
         }
         std::erase_if(paths, [](const std::string& path) { return fs::exists(path); });
-        EXPECT_THAT(paths, ::testing::UnorderedElementsAreArray(expected));
+        EXPECT_THAT(paths, UnorderedElementsAreArray(expected));
         EXPECT_EQ(Said("systemd_uninstall").back(),
                   removed ? "INFO [a, b] uninstalled." : "ERR Failed to remove unit and/or drop-in files for [a]");
     }
-}
-
-TEST_F(Uninstall, PathsAreRefused)
-{
-    Texts failed;
-    EXPECT_FALSE(MEROSystemdUninstall({"a", "../b"}, failed));
-    EXPECT_THAT(failed, ElementsAre("a", "../b"));
-    EXPECT_THAT(Said("systemd_uninstall"), ElementsAre("AreFileNames(vecUnits)"));
-    EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty());
 }
 
 } // namespace

@@ -1,13 +1,19 @@
 #include "core/lock.h"
+#include "core/text_reader.h"
 #include "support/acting.h"
+#include "support/child.h"
 #include "support/lock.h"
 #include "support/operations.h"
+#include "support/waiting.h"
+#include "volume/mount_path.h"
+#include "volume/text_table.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <thread>
@@ -15,7 +21,7 @@
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using namespace ::testing;
-namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
 
@@ -26,28 +32,24 @@ const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmou
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock = kIsolateAndVolumeUnmountLock;
 
 /// A process with a cgroup that uses files until it goes.
-struct Holder {
-    Holder(const std::string& cgroup, const std::function<void()>& use)
+struct Holder : Waiting {
+    Holder(const std::string& cgroup, const std::function<void()>& use) : Waiting(use)
     {
-        int ends[2];
-        EXPECT_TRUE(pipe2(ends, O_CLOEXEC) == 0 && (id = fork()) >= 0);
-        id == 0 ? (use(), close(ends[1]), pause()) : close(ends[1]);
-        (void)!read(ends[0], ends, 1), close(ends[0]); // until it uses them, or is another program
-        Machine::Write("/run/cgroup-" + (pid = std::to_string(id)), "0::/" + cgroup);
-        EXPECT_EQ(mount(("/run/cgroup-" + pid).c_str(), ("/proc/" + pid + "/cgroup").c_str(), "", MS_BIND, ""), 0);
+        Machine::Write("/run/cgroup-" + id, "0::/" + cgroup);
+        EXPECT_EQ(mount(("/run/cgroup-" + id).c_str(), File("cgroup").c_str(), "", MS_BIND, ""), 0); // goes with it
     }
-    ~Holder() { kill(id, SIGKILL), waitpid(id, nullptr, 0); } // the mount goes with it
-    pid_t id;
-    std::string pid;
+    const std::string id = std::to_string(pid);
 };
 
 struct VolumeUnmount : Machine {
-    /// Unit files by name, with their keys. systemctl lists them; `failing` is a command of its that fails.
-    void SetUnits(const std::vector<std::pair<std::string, std::string>>& units, const std::string& failing = "none")
+    /// Unit files by their keys. systemctl lists them; `failing` is a command of its that fails.
+    void SetUnits(const std::vector<std::pair<std::string, Texts>>& files, const std::string& failing = "none")
     {
         std::string script = "case \"$*\" in '" + failing + "') exit 3;; list-unit-files*) echo '";
-        for (const auto& [unit, keys] : units) {
-            Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys + "\n"), script += unit + " enabled\n";
+        for (const auto& [keys, units] : files) {
+            for (const std::string& unit : units) {
+                Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys + "\n"), script += unit + " enabled\n";
+            }
         }
         SystemctlScript(script +
                         "';; show*ing.service) echo ActiveState=${4%.service};; show*) echo ActiveState=active;; "
@@ -56,22 +58,117 @@ struct VolumeUnmount : Machine {
     }
 };
 
+TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
+{
+    const std::string a = kVolume + "/a", b = kVolume + "/d/b";
+    Write(a, "text"), Write(b, "text"), Write(kVolume + "0/c", "text");
+    fs::create_symlink(b, "/run/link"), fs::create_symlink(kVolume + "/d", "/run/into");
+    fs::create_symlink("/etc", kVolume + "/out"), fs::create_symlink("/etc/passwd", kVolume + "/away");
+    std::vector<std::pair<std::string, std::string>> cases{
+        {kVolume, kVolume},
+        {a, a},
+        {b, b},
+        {"/run/link", b},
+        {"/run/into", kVolume + "/d"},
+        {"/run/into/b", b},
+        {"/run/into/../a", a},
+        {kVolume + "/", kVolume},
+        {kVolume + "/d/..", kVolume},
+    };
+    const Texts elsewhere{kVolume + "0",
+                          kVolume + "0/c",
+                          "/run",
+                          "/",
+                          a + "/",
+                          kVolume + "/out",
+                          kVolume + "/out/passwd",
+                          kVolume + "/away",
+                          kVolume + "/none/a",
+                          kVolume + "/none",
+                          a + "/x",
+                          a + " (deleted)",
+                          a.substr(1),
+                          "",
+                          "pipe:[1]"};
+    for (const std::string& path : elsewhere) {
+        cases.emplace_back(path, "");
+    }
+    MountPath known(kVolume), trailing(kVolume + "/"), root("/");
+    for (const auto& [path, resolved] : cases) {
+        EXPECT_TRUE(MountPath(kVolume).Match(path) == resolved && known.Match(path) == resolved) << path;
+        EXPECT_TRUE(trailing.Match(path).empty() && root.Match(path) == (path == "/" ? "/" : "")) << path;
+    }
+    fs::create_symlink("/", "/run/root");
+    EXPECT_EQ(MountPath("/run").Match("/run/root/run"), "/run");
+    struct stat status;
+    ASSERT_TRUE(stat(kVolume.c_str(), &status) == 0 && mknod("/run/node", S_IFBLK | 0600, status.st_dev) == 0);
+    MountPath device("/run/node");
+    EXPECT_TRUE(device.Match(a) == a && device.Match("/run/into/b") == b && device.Match("/run/node") == "/run/node");
+    EXPECT_TRUE(device.Match("/etc/passwd").empty() && device.Match("/usr/mero").empty() &&
+                device.Match("/run/none").empty());
+}
+
+TEST_F(VolumeUnmount, TextsAreHandedOutInWholeLines)
+{
+    const std::string path = "/run/lines";
+    std::string many;
+    for (int i = 0; i < 50'000; ++i) {
+        many += "line " + std::to_string(i) + "\n";
+    }
+    const std::string longerThanTheBuffer = many + "end", line(300'000, 'x'), inTheMiddle = "a\n" + line + "\nend";
+    TextReader reader;
+    for (const std::string& text :
+         {""s, "\n"s, "end"s, "a\nb\n"s, "a\nend"s, many, longerThanTheBuffer, line, inTheMiddle}) {
+        Write(path, text);
+        std::string seen;
+        EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), [&](std::string_view lines) {
+            seen += lines;
+            EXPECT_TRUE(lines.ends_with('\n') || seen.size() == text.size());
+            return !lines.empty();
+        }));
+        EXPECT_TRUE(seen == text && reader.Read(AT_FDCWD, path.c_str()) == text) << text.substr(0, 20);
+    }
+    int pieces = 0;
+    const auto one = [&](std::string_view) { return ++pieces < 1; };
+    EXPECT_TRUE(reader.ReadLines(AT_FDCWD, path.c_str(), one) && pieces == 1);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/run/none", one) || errno != ENOENT);
+    EXPECT_FALSE(reader.ReadLines(AT_FDCWD, "/", one) || errno != EISDIR);
+}
+
+TEST_F(VolumeUnmount, ATableKeepsItsTextsWhileItGrows)
+{
+    TextTable table;
+    for (const char* round : {"new", "known"}) {
+        for (int i = 0; i < 5000; ++i) {
+            const std::string number = std::to_string(i);
+            TextTable::Entry& entry = table["text " + number];
+            EXPECT_EQ(entry.value, round == std::string("new") ? "" : "value " + number);
+            entry.value = table.Keep({"value ", number});
+        }
+    }
+}
+
+TEST_F(VolumeUnmount, UsersCannotBeToldWithoutProc)
+{
+    const auto list = [] {
+        Texts services{"before"};
+        return chroot("/run") == 0 && !MEROSystemdServiceListByMntPath("/", services) && MLIBCErrGet() == 0x0900 &&
+               services.size() == 1;
+    };
+    EXPECT_EQ(RunAs(0, list), 1);
+    bool skip = true;
+    EXPECT_TRUE(!MEROSystemdServiceSkipListByMntPath("none", skip) && MLIBCErrGet() == 0x0700 && skip);
+}
+
 TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 {
     const std::string some = "VolumeDependency=partial", program = kVolume + "/sleeps-very-long", d = kVolume + "/d/e";
-    SetUnits({{"all.service", kAll},
-              {"activating.service", kAll},
-              {"reloading.service", kAll},
-              {"none.service", ""},
-              {"deactivating.service", kAll},
-              {"slave.service", kAll + "\nMaster=all.service"},
-              {"b.mount", some},
-              {"other.service", some},
-              {"pkgctl-Foo.service", some},
-              {"pkgctl-Bar.service", some},
-              {"pkgctl-Baz.socket", some},
-              {"deaf.service", "SkipListByMntPath=yes"},
-              {"keen.service", "SkipListByMntPath=Yes"}});
+    SetUnits({{kAll, {"all.service", "activating.service", "reloading.service", "deactivating.service"}},
+              {some, {"b.mount", "other.service", "pkgctl-Foo.service", "pkgctl-Bar.service", "pkgctl-Baz.socket"}},
+              {kAll + "\nMaster=all.service", {"slave.service"}},
+              {"", {"none.service"}},
+              {"SkipListByMntPath=yes", {"deaf.service"}},
+              {"SkipListByMntPath=Yes", {"keen.service"}}});
     for (const char* unit : {"b.mount", "pkgctl-Bar.service", "pkgctl-Baz.socket", "none.service"}) {
         EXPECT_TRUE(MEROSystemdVolumeRegister(unit, kVolume) && MEROSystemdVolumeRegister("other", kVolume + "0"));
     }
@@ -90,7 +187,6 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     };
     const Holder blank("b.service", maps("/a b")), mapper("map.service", maps("/d/f")),
         keen("keen.service", reads("/c"));
-    const Holder next("next.service", [] { fs::current_path(kVolume + "0"); });
     fs::remove(kVolume + "/x"),
         Write("/run/swaps", "Filename Type\n/dev/sda2 partition\n" + kVolume + "/s\\040w file 1 0\n");
     const Texts points{kVolume + "/m", kVolume + "0/m", "/proc/fs", "/proc/swaps"};
@@ -113,36 +209,39 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     EXPECT_EQ(dependency, MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL);
     EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/none", kVolume}, plan) && fs::remove_all("/sys/block") > 0);
     std::for_each(points.begin(), points.end(), [](const std::string& point) { umount(point.c_str()); });
-    Texts stops, blockers;
-    const auto text = [](auto kind, const std::string& unit, const VolumeUser& user) {
+    Texts words;
+    const auto inWords = [](const VolumeUser& user) {
         const std::string file = user.file.starts_with(kVolume) ? user.file.substr(kVolume.size()) : "elsewhere";
-        return std::to_string(static_cast<int>(kind)) + unit + " " + std::to_string(user.pid) + " " + user.command +
-               " " + std::to_string(static_cast<int>(user.use)) + file;
+        return " " + std::to_string(user.pid) + " " + user.command + " " + std::to_string(static_cast<int>(user.use)) +
+               file;
     };
-    for (const auto& [unit, causes] : plan.stops) {
-        stops.push_back(unit);
-        for (const StopCause& cause : causes) {
-            stops.back() += " " + std::to_string(static_cast<int>(cause.kind)) + cause.unit + cause.package;
-            std::for_each(cause.users.begin(), cause.users.end(),
-                          [&](auto& user) { stops.back() += text(3, "", user); });
+    for (const PlannedStop& stop : plan.stops) {
+        for (const StopCause& cause : stop.causes) {
+            words.push_back(stop.unit + ": " + std::to_string(static_cast<int>(cause.kind)) + cause.unit +
+                            cause.package);
+            for (const VolumeUser& user : cause.users) {
+                words.back() += inWords(user);
+            }
         }
     }
-    std::for_each(plan.blockers.begin(), plan.blockers.end(),
-                  [&](auto& b) { blockers.push_back(text(b.kind, b.unit, b.user)); });
+    for (const VolumeBlocker& blocker : plan.blockers) {
+        words.push_back(std::to_string(static_cast<int>(blocker.kind)) + blocker.unit + inWords(blocker.user));
+    }
     const auto by = [](const Holder& holder, const std::string& rest) {
-        return " " + holder.pid + " library_test " + rest;
+        return " " + holder.id + " library_test " + rest;
     };
-    EXPECT_THAT(stops,
-                ElementsAre("activating.service 0activating.service", "all.service 0all.service 0slave.service",
-                            "b.mount 1b.mount", "keen.service 3keen.service3" + by(keen, "2/c"),
-                            "map.service 3map.service3" + by(mapper, "3/d/f"), "pkgctl-Baz.socket 1pkgctl-Baz.socket",
-                            "pkgctl-Foo.service 2pkgctl-Foo.serviceFoo", "reloading.service 0reloading.service",
-                            "user.service 3user.service3 " + sleeper.pid + " sleeps-very-lon 1/sleeps-very-long3" +
-                                by(user, "2/c")));
-    EXPECT_THAT(blockers, UnorderedElementsAre("01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
-                                               "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"),
-                                               "0b.service" + by(blank, "3/a b"), "1 0  2/m", "2 0  2/d/e",
-                                               "3 0  2/s w", "4 0  2"));
+    EXPECT_THAT(
+        words,
+        UnorderedElementsAre(
+            "activating.service: 0activating.service", "all.service: 0all.service", "all.service: 0slave.service",
+            "b.mount: 1b.mount", "keen.service: 3keen.service" + by(keen, "2/c"),
+            "map.service: 3map.service" + by(mapper, "3/d/f"), "pkgctl-Baz.socket: 1pkgctl-Baz.socket",
+            "pkgctl-Foo.service: 2pkgctl-Foo.serviceFoo", "reloading.service: 0reloading.service",
+            "user.service: 3user.service " + sleeper.id + " sleeps-very-lon 1/sleeps-very-long" + by(user, "2/c"),
+            "01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
+            "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"), "0b.service" + by(blank, "3/a b"),
+            "1 0  2/m", "2 0  2/d/e", "3 0  2/s w", "4 0  2"));
+    EXPECT_TRUE(std::ranges::is_sorted(plan.stops, {}, &PlannedStop::unit));
     EXPECT_FALSE(Said("systemd_volume_unmount_action").size() != 2 || fs::exists(kTargets + "end.target") ||
                  fs::exists(kLock));
 }
@@ -182,9 +281,7 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         fs::remove_all(kRun), fs::remove_all("/run/systemd"),
             fs::create_directories(c.folder.empty() ? kRun : c.folder);
         c.folder.empty() ? Write(kTargets + "begin.target", "[Old]\nold=1\n") : void();
-        SetUnits(
-            {{"a.service", kAll + "\nMaster=m.service"}, {"b.mount", kAll}, {"c.service", kAll + "\nMaster=m.service"}},
-            c.failing);
+        SetUnits({{kAll + "\nMaster=m.service", {"a.service", "c.service"}}, {kAll, {"b.mount"}}}, c.failing);
         const auto action = [](void* acts) {
             const bool held = !IsFree(kLock, 0, LOCK_SH) && !IsFree(kIsolateLock) && IsFree(kIsolateLock, 0, LOCK_SH) &&
                               !IsFree(kMonitorLock);

@@ -1,0 +1,271 @@
+#include "support/child.h"
+#include "support/operations.h"
+#include "unit/job_info.h"
+
+using namespace MERO::Systemd;
+using namespace MERO::Test;
+using namespace ::testing;
+
+namespace {
+
+constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf";
+
+class Questions : public Machine {
+protected:
+    static Texts Files()
+    {
+        Texts units;
+        return MEROSystemdListUnits(units, "") ? units : Texts{"failed"};
+    }
+    /// The queue as the list shows it, one job a line, or "failed".
+    static Texts Jobs()
+    {
+        std::map<std::uint32_t, JobInfo> jobs;
+        const bool isListed = MEROSystemdIntJobList(jobs);
+        Texts texts(isListed ? 0 : 1, "failed");
+        for (const auto& [id, job] : jobs) {
+            EXPECT_EQ(id, job.id);
+            texts.push_back(job.ToString());
+        }
+        return texts;
+    }
+};
+
+TEST_F(Questions, AJobHasFourFields)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        // of no job nothing is read
+        {"7 foo.service start running\n", "7 foo.service start running"},
+        {"8 bar.service stop waiting", "8 bar.service stop waiting"},
+        {"9 a.service restart waiting", "9 a.service stop waiting"}, // what was there, like the state of the next one
+        {"9 a.service start dancing", "9 a.service start running"},
+        {"12x a.service start running", "12 a.service start running"},
+        {"x a.service start running", "0 a.service start running"},
+        {"-1 a.service start running", "0 a.service start running"},
+        {"4294967295 a.service start running", "4294967295 a.service start running"},
+        {"4294967296 a.service start running", "0 a.service start running"},
+        {"9 a.service start", ""},
+        {"9 a.service start running now", ""},
+        {"9  a.service start running", ""}, // two blanks make an empty field
+        {" \n", ""},
+    };
+    for (const auto& [line, text] : cases) {
+        JobInfo info{.id = 1, .unit = "b", .type = JobType::Stop, .state = JobState::Running};
+        EXPECT_EQ(JobInfoParse(line, info), !text.empty()) << line;
+        EXPECT_EQ(info.ToString(), text.empty() ? "1 b stop running" : text);
+    }
+}
+
+TEST_F(Questions, JobsAreListedButForLinesThatCannotBeRead)
+{
+    Systemctl({{"list-jobs --no-legend", "9 b.service stop waiting\nrubbish\n7 a.service start running\n", 1}});
+    EXPECT_THAT(Jobs(), ElementsAre("7 a.service start running", "9 b.service stop waiting"));
+    EXPECT_THAT(Log(), ElementsAre("ERR systemd_internal_lib: Failed to parse job info: [rubbish\n]"));
+    MLIBCErrSetEx(0x1234, "mark", 1);
+    Systemctl({{"list-jobs *", "", 1}});
+    EXPECT_TRUE(Jobs().empty() && MLIBCErrGet() == 0x1234) << "a machine without a configuration is an ordinary one";
+
+    struct Case {
+        Answer answer;
+        bool found;
+        Texts said;
+    };
+    const std::string none = "ERR Failed to list-jobs", unread = "ERR Failed to parse job info: [no bus\n]";
+    const Case cases[] = {
+        {{"list-jobs --no-legend nfs.service", "7 nfs.service start running\n", 1}, true, {unread}},
+        {{"list-jobs *", "", 1}, false, {}},
+        {{"list-jobs *", "", 4}, false, {none + ", ret=[4], reason=[]"}},
+        {{"list-jobs *", "no bus\n", 4},
+         false,
+         {none + " [nfs], ret=[4], reason=[no bus\n]", none + ", ret=[4], reason=[no bus\n]"}},
+        {{"list-jobs *", "no bus\n", 1}, false, {unread, unread}},
+        {{"none"}, false, {"ERR list-jobs failed.", "ERR list-jobs failed."}},
+    };
+    for (const Case& c : cases) {
+        Systemctl({c.answer, {"*", "no bus\n", 1}});
+        c.answer.arguments == "none" ? RemoveSystemctl() : void();
+        JobInfo info;
+        EXPECT_EQ(MEROSystemdIntJobGet("nfs", info), c.found) << c.answer.output;
+        EXPECT_EQ(info.ToString(), c.found ? "7 nfs.service start running" : "0  unknow unknow");
+        EXPECT_EQ(Jobs(), Texts(c.said.empty() || c.said[0] == unread ? 0 : 1, "failed"));
+        EXPECT_EQ(Said("systemd_internal_lib"), c.said);
+    }
+}
+
+TEST_F(Questions, EachDialectHasItsColumnsAndItsExitCode)
+{
+    struct Case {
+        std::string configuration;
+        Texts (*ask)();
+        std::string output;
+        int exitCode;
+        Texts found;
+        std::string warning = "";
+    };
+    const std::string padded = "  7 a.service                  start running\n123 a-long-name.service stop  waiting\n";
+    const std::string single = "7 a.service start running\n123 a-long-name.service stop waiting\n";
+    const std::string two = "a.service enabled\nb.mount static\n", of = std::string("[") + kConfiguration + "]";
+    const std::string three = "a.service  enabled  disabled\nb.mount    static   -       \n";
+    const std::string odd = "WARNING systemctl does not seem to speak the dialect that " + of + " sets: ";
+    const std::string classic = "dialect=classic", current = "dialect=current";
+    const Texts jobs{"7 a.service start running", "123 a-long-name.service stop waiting"};
+    const Texts files{"a.service", "b.mount"}, failed{"failed"};
+    const Case cases[] = {
+        {classic, Jobs, single, 1, jobs},
+        {classic, Jobs, single, 0, failed},
+        {classic, Jobs, padded, 1, {}, odd + "[7 a.service                  start running]"},
+        {current, Jobs, padded, 0, jobs},
+        {current, Jobs, single, 0, jobs},
+        {current, Jobs, padded, 1, failed},
+        {"other=current", Jobs, single, 1, jobs},
+        {"dialect=klingon", Jobs, single, 1, jobs, "WARNING Unknown dialect [klingon] in " + of + ", using classic."},
+        {classic, Files, two, 0, files},
+        {classic, Files, two, 1, failed},
+        {classic, Files, three + "\nc.mount static", 0, {"c.mount"}},
+        {classic, Files, three, 0, {}, odd + "[a.service  enabled  disabled]"},
+        {classic, Files, "a.service  enabled  disabled\n", 0, {}}, // one line may be any table's
+        {current, Files, three, 0, files},
+        {current, Files, two, 0, {}},
+        {current, Files, "a  b c d\na b c d\n", 0, {}, odd + "[a  b c d]"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.configuration + c.output);
+        Write(kConfiguration, c.configuration + "\n");
+        Systemctl({{"list-*", c.output, c.exitCode}});
+        EXPECT_EQ(c.ask(), c.found);
+        EXPECT_EQ(Said("systemctl_dialect"), Texts(c.warning.empty() ? 0 : 1, c.warning));
+    }
+
+    Texts units{"before"};
+    MLIBCSzList* list = MakeList(units).release();
+    Systemctl({{"list-unit-files --no-legend --root=/. --type service", "nfs.service enabled x\na.b.service x x\n"}});
+    Write(kConfiguration, current);
+    EXPECT_TRUE(MEROSystemdServiceList(units) && MEROCSystemdServiceList(&list) == 1);
+    RemoveSystemctl();
+    EXPECT_FALSE(MEROSystemdServiceList(units) || MEROCSystemdServiceList(&list) ||
+                 MEROSystemdListUnits(units, "Service"));
+    EXPECT_THAT(Said("systemd_internal_lib"),
+                ElementsAre("ERR list-unit-files failed.", "ERR list-unit-files failed.",
+                            "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))"));
+    EXPECT_THAT(units, ElementsAre("before", "nfs", "a.b"));
+    EXPECT_EQ(Items(List(list).get()), units);
+}
+
+using Words = std::vector<std::pair<std::string, int>>;
+
+/// A question for a state: its command, what is printed before the state's word, and each word's number.
+struct Question {
+    std::string command, prefix;
+    Words words;
+    int (*get)(const std::string&);
+    int (*getFromC)(const char*);
+};
+
+const Words kLoad{{"stub", 0}, {"loaded", 1}, {"not-found", 2}, {"error", 3}, {"merged", 4}, {"masked", 5}};
+const Words kActive{{"inactive", 0},   {"active", 1},    {"deactivating", 2},
+                    {"activating", 3}, {"reloading", 4}, {"failed", 5}};
+const Words kEnabled{{"disabled", 0}, {"enabled", 1},        {"enabled-runtime", 1}, {"static", 2},
+                     {"masked", 3},   {"masked-runtime", 3}, {"linked", 4},          {"linked-runtime", 4}};
+
+#define FORMS(Name) MEROSystemd##Name, MEROCSystemd##Name
+
+const Question kQuestions[] = {
+    {"show --property LoadState u", "LoadState=", kLoad, FORMS(LoadStatusGet)},
+    {"show --property ActiveState u", "ActiveState=", kActive, FORMS(ActiveStatusGet)},
+    {"show --property ActiveState u", "ActiveState=", kActive, FORMS(ActiveStatusGetSystem)},
+    {"is-enabled u", " ", kEnabled, FORMS(EnableStatusGet)},
+    {"is-enabled u", " ", kEnabled, FORMS(EnableStatusGetSystem)},
+    {"is-enabled --root=/. u", "", kEnabled, FORMS(EnableStatusGetInGenerator)},
+};
+
+TEST_F(Questions, EveryStateHasItsNumberAndNoOtherHasOne)
+{
+    for (const Question& question : kQuestions) {
+        Words words = question.words;
+        words.insert(words.end(), {{"indirect", -1}, {"Masked", -1}, {"enabled x", -1}, {"", -1}});
+        const bool isShow = question.command.starts_with("show");
+        for (const auto& [word, number] : words) {
+            SCOPED_TRACE(question.command + ": " + word);
+            Systemctl({{question.command, question.prefix + word + "\nmasked\n", isShow ? 0 : 1}});
+            MLIBCErrSetEx(0, "", 0);
+            EXPECT_EQ(question.get("u"), number);
+            EXPECT_EQ(MLIBCErrGet(), number < 0 ? 0x8000 : 0);
+            EXPECT_EQ(question.getFromC("u"), number);
+        }
+        Systemctl({{"show *", question.prefix + "masked\n", 1}});
+        EXPECT_EQ(question.get("u"), -1);
+        RemoveSystemctl();
+        EXPECT_EQ(question.get("u"), -1);
+    }
+}
+
+TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
+{
+    Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
+    Write("/run/systemctl.calls", "");
+    fs::permissions("/run/systemctl.calls", fs::perms(0666));
+    const auto ask = [] {
+        std::for_each(std::begin(kQuestions), std::end(kQuestions), [](auto& question) { question.get("u"); });
+        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;
+    };
+    EXPECT_EQ(RunAs(65534, ask), 0);
+    EXPECT_THAT(Calls(), ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
+                                     "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
+                                     "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u"));
+    EXPECT_THAT(Log(), Contains("ERR systemd_putenv_by_pam_systemd: Failed to put env by pam systemd for 65534"));
+}
+
+TEST_F(Questions, ShowGivesTheValueOfTheFirstLine)
+{
+    struct Case {
+        std::string output, value;
+        int isEnqueued; ///< when the property is the job's
+        int error;
+    };
+    const Case cases[] = {
+        {"Main=0\n", "0", 1, 0},   {"A=b=c\n", "b=c", 1, 0}, {"A= \ttwo words \n", "two words", 1, 0},
+        {"A=1\nA=2\n", "1", 1, 0}, {"A=\n", "", 0, 0},       {" sign\n", "sign", 1, 0},
+        {"", "before", 0, 0x8100},
+    };
+    for (const Case& c : cases) {
+        Systemctl({{"show --property A u", c.output}, {"show --property Job u", c.output}});
+        std::string value = "before";
+        EXPECT_EQ(MEROSystemdShow("u", "A", value), c.error == 0) << c.output;
+        EXPECT_EQ(value, c.value) << c.output;
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_EQ(MEROCSystemdIsJobEnqueued("u"), c.isEnqueued) << c.output;
+        EXPECT_EQ(MLIBCErrGet(), c.error) << c.output;
+    }
+}
+
+TEST_F(Questions, TheDefaultTargetIsOneLineThatFitsAndMayBeSet)
+{
+    const std::string got = "ERR failed to get default target", set = "ERR failed to set default target to [bad]";
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"x.target\nat 2\n", 1, got + ": ret=[1], reason=[x.target\nat 2\n]"},
+        {"x.target\ny\n", 0, got + ": result is invalid. Result: x.target\ny\n"},
+        {"", 0, got + ": result is invalid. Result: "},
+        {"none", 1, got + "."},
+    };
+    char buffer[16] = "untouched";
+    for (const auto& [output, exitCode, message] : cases) {
+        Systemctl({{"get-default", output, exitCode}});
+        output == "none" ? RemoveSystemctl() : void();
+        EXPECT_EQ(MEROCSystemdDefaultTargetGet(buffer, sizeof buffer), 0);
+        EXPECT_THAT(Said("systemd_default_target_get"), ElementsAre(message));
+    }
+    Systemctl({{"get-default", " x.target \n"}, {"*bad", "one\ntwo\n", 1}});
+    EXPECT_TRUE(MEROCSystemdDefaultTargetGet(buffer, 8) == 0 && MLIBCErrGet() == 0x0100);
+    EXPECT_STREQ(buffer, "untouched");
+    EXPECT_EQ(MEROCSystemdDefaultTargetGet(buffer, 9), 1);
+    EXPECT_STREQ(buffer, "x.target");
+    (void)Calls();
+    EXPECT_TRUE(MEROCSystemdDefaultTargetSet("x") == 1 && MEROCSystemdDefaultTargetSetInGenerator("bad") == 0);
+    EXPECT_THAT(Calls(), ElementsAre("set-default x", "set-default --root=/. bad"));
+    RemoveSystemctl();
+    EXPECT_FALSE(MEROSystemdDefaultTargetSet("bad"));
+    EXPECT_THAT(Said("systemd_default_target_set"), ElementsAre("INFO successfully set default target to [x].",
+                                                                set + ": ret=[1], reason=[one\n, two\n]", set + "."));
+}
+
+} // namespace
