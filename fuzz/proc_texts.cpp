@@ -46,7 +46,7 @@ void Script(std::string_view input)
 void Cgroup(std::string_view input)
 {
     std::string path;
-    if (SystemdCgroupPath(input, path)) {
+    if (FindCgroupPath(input, SystemdControllers(true), path)) {
         MERO_REQUIRE(Holds(input, path) && !Holds(path, ":"));
     }
     const std::string unit = UnitOfCgroup(path);

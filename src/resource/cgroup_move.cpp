@@ -3,19 +3,28 @@
 
 #include "core/directory_entries.h"
 #include "core/errors.h"
+#include "core/executor.h"
 #include "core/names.h"
+#include "resource/cgroup_layout.h"
+#include "resource/slice_cgroup.h"
 
 #include <merocore/file.h>
+#include <merosystemd/systemd.hpp>
 
 #include <fcntl.h>
 #include <sys/single_threaded.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <set>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
+
+constexpr useconds_t kScopeWait = 10'000; // microseconds
+constexpr int kMaxScopeWaits = 1000;
 
 constexpr int kMaxPasses = 16; // a thread that comes later than that was made by one that had been moved
 
@@ -52,11 +61,25 @@ bool WriteOtherThreads(SourceLine where, int file, const char* shown)
     return true;
 }
 
+bool IsInScope(const std::string& scope)
+{
+    std::string unit;
+    return MEROSystemdGetByPid(getpid(), unit) && unit == scope;
+}
+
 } // namespace
 
 bool MoveToCgroupSlice(const std::string& strSlice, const std::string& hierarchy)
 {
     if (!MERO_VALID(!strSlice.empty() && IsSliceName(strSlice))) {
+        return false;
+    }
+    if (hierarchy == "systemd" && IsUnified()) {
+        return MoveToScope(MERO_HERE, strSlice);
+    }
+    if (hierarchy == "meromonitor" && AccountsSystemdSlices()) {
+        MERO_LOG(LOG_ERR, "The resource monitor's hierarchy is not mounted: [%s] cannot be moved to.",
+                 strSlice.c_str());
         return false;
     }
     const std::string tasksFile = "/sys/fs/cgroup/" + hierarchy + "/" + strSlice + "/tasks";
@@ -65,6 +88,55 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& hierarchy
         return false;
     }
     return MoveToCgroup(MERO_HERE, tasksFile.c_str(), tasksFile.c_str());
+}
+
+bool MoveToScope(SourceLine where, const std::string& slice)
+{
+    if (MLIBCFileCheckDir(SliceCgroup(slice).c_str()) != 0) {
+        MERO_LOG_AT(where, LOG_ERR, "%s not found", SliceCgroup(slice).c_str());
+        return false;
+    }
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const std::string pid = std::to_string(getpid());
+    const std::string scope =
+        "mero-" + pid + "-" + std::to_string(now.tv_sec) + "-" + std::to_string(now.tv_nsec) + ".scope";
+    // See StartTransientUnit() in org.freedesktop.systemd1(5): the name, the mode, three properties, no units besides.
+    Executor busctl;
+    const std::vector<std::string> call = {getuid() == 0 ? "--system" : "--user",
+                                           "--quiet",
+                                           "call",
+                                           "org.freedesktop.systemd1",
+                                           "/org/freedesktop/systemd1",
+                                           "org.freedesktop.systemd1.Manager",
+                                           "StartTransientUnit",
+                                           "ssa(sv)a(sa(sv))",
+                                           scope,
+                                           "fail",
+                                           "3",
+                                           "PIDs",
+                                           "au",
+                                           "1",
+                                           pid,
+                                           "Slice",
+                                           "s",
+                                           slice,
+                                           "CollectMode",
+                                           "s",
+                                           "inactive-or-failed",
+                                           "0"};
+    if (busctl.Execute("/usr/bin/busctl", call) != std::pair(true, 0)) {
+        MERO_LOG_AT(where, LOG_ERR, "Failed to make a scope in [%s] for pid[%s]", slice.c_str(), pid.c_str());
+        return false;
+    }
+    for (int waits = 0; waits < kMaxScopeWaits; ++waits) { // the call has queued the scope's start
+        if (IsInScope(scope)) {
+            return true;
+        }
+        usleep(kScopeWait);
+    }
+    MERO_LOG_AT(where, LOG_ERR, "[%s] has not got pid[%s] in time", scope.c_str(), pid.c_str());
+    return false;
 }
 
 bool MoveToCgroup(SourceLine where, const char* tasksFile, const char* shown)

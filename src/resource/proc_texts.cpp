@@ -164,13 +164,6 @@ bool FindCgroupPath(std::string_view lines, const std::string& controllers, std:
     return false;
 }
 
-bool SystemdCgroupPath(std::string_view lines, std::string& path)
-{
-    // A machine with cgroup version 2 alone has no named hierarchies: its one hierarchy, "0::", is systemd's.
-    const bool isNamed = lines.find(":name=systemd:") != lines.npos;
-    return FindCgroupPath(lines, isNamed ? "name=systemd" : "", path);
-}
-
 std::string UnitOfCgroup(const std::string& path)
 {
     std::vector<std::string> folders;

@@ -30,8 +30,11 @@ bool CgroupPathParse(const std::string& line, const std::string& controllers, st
 /// The path in the first of the lines that has these controllers.
 bool FindCgroupPath(std::string_view lines, const std::string& controllers, std::string& path);
 
-/// The path in systemd's own hierarchy.
-bool SystemdCgroupPath(std::string_view lines, std::string& path);
+/// The controllers of systemd's own hierarchy; of version 2 if it `isUnified`, whose lines name none.
+inline const char* SystemdControllers(bool isUnified)
+{
+    return isUnified ? "" : "name=systemd";
+}
 
 /// The unit whose processes have that path: its last folder, if the name holds a ".". Empty when there is none.
 std::string UnitOfCgroup(const std::string& path);

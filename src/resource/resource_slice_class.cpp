@@ -1,7 +1,10 @@
 #include "core/directory_entries.h"
+#include "core/errors.h"
 #include "core/names.h"
 #include "core/text_reader.h"
 #include "platform/core/owners.h"
+#include "resource/cgroup_layout.h"
+#include "resource/slice_cgroup.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
@@ -28,6 +31,32 @@ void AddTasks(std::string_view text, std::set<int>& tasks)
     }
 }
 
+/// The tasks of a slice in the monitor's hierarchy, and in the cgroups one level below it.
+bool MonitorTasks(const std::string& slice, TextReader& reader, std::set<int>& tasks)
+{
+    const std::string path = "/sys/fs/cgroup/meromonitor/" + slice;
+    const Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto own = reader.Read(folder.Get(), "tasks");
+    if (!own) {
+        return false;
+    }
+    AddTasks(*own, tasks);
+    DirectoryNames().ForEach(folder.Get(), [&](std::string_view name) {
+        const auto text = reader.Read(folder.Get(), (std::string(name) + "/tasks").c_str());
+        AddTasks(text.value_or(std::string_view()), tasks); // files of the folder have none
+        return true;
+    });
+    return true;
+}
+
+/// The processes of a slice of systemd's, and of the cgroups below it.
+bool SystemdTasks(const std::string& slice, std::set<int>& tasks)
+{
+    return WithoutExceptions(MERO_HERE, [&] {
+        return ForEachProcessOfSlice(slice, [&](std::string_view lines) { AddTasks(lines, tasks); });
+    });
+}
+
 /// Whether a task is a process, not another thread of one, which would count what the process uses once more.
 bool IsProcess(int task, TextReader& reader)
 {
@@ -42,20 +71,11 @@ bool Slice::ProcessList(const std::string& unitName, std::set<Process>& processe
     if (!IsSliceName(unitName)) {
         return false;
     }
-    const std::string path = "/sys/fs/cgroup/meromonitor/" + unitName;
-    const Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     TextReader reader;
-    const auto own = reader.Read(folder.Get(), "tasks");
-    if (!own) {
+    std::set<int> tasks;
+    if (!(AccountsSystemdSlices() ? SystemdTasks(unitName, tasks) : MonitorTasks(unitName, reader, tasks))) {
         return false;
     }
-    std::set<int> tasks;
-    AddTasks(*own, tasks);
-    DirectoryNames().ForEach(folder.Get(), [&](std::string_view name) {
-        const auto text = reader.Read(folder.Get(), (std::string(name) + "/tasks").c_str());
-        AddTasks(text.value_or(std::string_view()), tasks); // files of the folder have none
-        return true;
-    });
     for (const int task : tasks) {
         try {
             if (IsProcess(task, reader)) {

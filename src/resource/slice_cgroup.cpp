@@ -6,12 +6,16 @@
 #include "core/log.h"
 #include "core/names.h"
 #include "core/text_reader.h"
+#include "resource/cgroup_layout.h"
 #include "resource/proc_texts.h"
 
 #include <merocore/file.h>
+#include <merosystemd/systemd.hpp>
 
 #include <fcntl.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -20,7 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kHierarchy = "/sys/fs/cgroup/systemd/";
 constexpr const char* kRootSlice = "-.slice"; // of which every process is a part
 
 /// The name that a unit's folder has in `parent`.
@@ -49,6 +52,17 @@ std::vector<fs::path> FoldersIn(const fs::path& folder)
     return folders;
 }
 
+void AddSlices(const fs::path& folder, std::vector<std::string>& slices)
+{
+    for (const fs::path& path : FoldersIn(folder)) {
+        const std::string name = UnitOfFolder(path.filename().string());
+        if (UnitTypeGet(name) == "slice") {
+            slices.push_back(name);
+            AddSlices(path, slices);
+        }
+    }
+}
+
 void AddUnits(const fs::path& folder, std::vector<std::string>& units)
 {
     for (const fs::path& path : FoldersIn(folder)) {
@@ -61,22 +75,20 @@ void AddUnits(const fs::path& folder, std::vector<std::string>& units)
     }
 }
 
-bool HasProcess(const fs::path& folder, TextReader& reader)
+/// Calls `take` with the lines of each cgroup.procs of the folder and of those below it, until it returns false.
+bool ForEachProcs(const fs::path& folder, TextReader& reader, const std::function<bool(std::string_view)>& take)
 {
     int error = 0;
     const auto processes = reader.Read(AT_FDCWD, (folder / "cgroup.procs").c_str(), &error);
     if (!processes && IsPassingFailure(error)) {
         throw fs::filesystem_error("cannot be read", folder, std::error_code(error, std::generic_category()));
     }
-    if (processes && !processes->empty()) {
-        return true;
+    if (processes && !take(*processes)) {
+        return false;
     }
-    for (const fs::path& path : FoldersIn(folder)) {
-        if (HasProcess(path, reader)) {
-            return true;
-        }
-    }
-    return false;
+    const std::vector<fs::path> folders = FoldersIn(folder);
+    return std::all_of(folders.begin(), folders.end(),
+                       [&](const fs::path& path) { return ForEachProcs(path, reader, take); });
 }
 
 /// Whether a path that is the last thing in its line, or the whole text, leads through the slice.
@@ -98,7 +110,7 @@ bool LeadsThrough(std::string_view paths, const std::string& slice)
 
 std::string SliceCgroup(const std::string& slice)
 {
-    std::string path = kHierarchy;
+    std::string path = SystemdHierarchy();
     if (slice == kRootSlice) {
         return path;
     }
@@ -107,6 +119,24 @@ std::string SliceCgroup(const std::string& slice)
         path += FolderOfUnit(path, name.substr(0, dash) + ".slice") + "/";
     }
     return path + FolderOfUnit(path, slice);
+}
+
+bool SlicesOfSystemd(std::vector<std::string>& slices)
+{
+    std::vector<std::string> found;
+    AddSlices(SystemdHierarchy(), found);
+    slices.insert(slices.end(), found.begin(), found.end());
+    return !found.empty();
+}
+
+bool ForEachProcessOfSlice(const std::string& slice, const std::function<void(std::string_view)>& take)
+{
+    const std::string folder = SliceCgroup(slice);
+    TextReader reader;
+    return MLIBCFileCheckDir(folder.c_str()) == 0 && ForEachProcs(folder, reader, [&](std::string_view lines) {
+               take(lines);
+               return true;
+           });
 }
 
 std::vector<std::string> UnitsOfSlice(const std::string& slice)
@@ -124,7 +154,7 @@ bool HasLiveProcess(const std::string& slice)
 {
     try {
         TextReader reader;
-        return HasProcess(SliceCgroup(slice), reader);
+        return !ForEachProcs(SliceCgroup(slice), reader, [](std::string_view lines) { return lines.empty(); });
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to check cgruop procs: [%s]",
                  exception.what()); // so spelt: programs that read the log match it
@@ -136,7 +166,7 @@ bool HasLiveProcess(const std::string& slice)
 
 bool HasSystemdHierarchy()
 {
-    return MLIBCFileExist(kHierarchy) == 1;
+    return MLIBCFileExist(SystemdHierarchy().c_str()) == 1;
 }
 
 bool MayHaveProcess(const std::string& slice)
@@ -160,10 +190,9 @@ bool MayHaveProcess(const std::string& slice)
 
 bool RunsInSlice(const std::string& slice)
 {
-    TextReader reader;
     std::string path;
-    const auto lines = reader.Read(AT_FDCWD, "/proc/self/cgroup");
-    return slice == kRootSlice || (lines && SystemdCgroupPath(*lines, path) && LeadsThrough(path, slice));
+    return slice == kRootSlice ||
+           (MEROSystemdCgroupPathnameGet(getpid(), SystemdControllers(false), path) && LeadsThrough(path, slice));
 }
 
 } // namespace MERO::Systemd

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// A slice in systemd's hierarchy of cgroups.
@@ -8,6 +10,14 @@ namespace MERO::Systemd {
 
 /// The folder of a slice: those that its name implies come before it, as in a.slice/a-b.slice.
 std::string SliceCgroup(const std::string& slice);
+
+/// Appends the slices in systemd's hierarchy, those within others too. False when there are none. Throws
+/// std::filesystem::filesystem_error.
+bool SlicesOfSystemd(std::vector<std::string>& slices);
+
+/// Calls `take` with the process IDs in each cgroup of the slice, a line each. False when there is no such slice.
+/// Throws std::filesystem::filesystem_error.
+bool ForEachProcessOfSlice(const std::string& slice, const std::function<void(std::string_view)>& take);
 
 /// The units of the slice, and of those below it, that have cgroups. Slices themselves are not among them. A folder
 /// that cannot be read ends the list, and is logged.

@@ -2,6 +2,7 @@
 #include "core/errors.h"
 #include "core/names.h"
 #include "core/text.h"
+#include "resource/cgroup_layout.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -13,7 +14,8 @@ bool MEROSystemdCgroupMonitorSliceGet(std::string& slice)
 {
     std::string path;
     std::vector<std::string> folders; // the first is empty: the path begins with "/"
-    if (!MEROSystemdCgroupPathnameGet(getpid(), "name=meromonitor", path) || !Split(path, folders, "/") ||
+    const char* controllers = AccountsSystemdSlices() ? "name=systemd" : "name=meromonitor";
+    if (!MEROSystemdCgroupPathnameGet(getpid(), controllers, path) || !Split(path, folders, "/") ||
         folders.size() < 2 || UnitTypeGet(folders[1]) != "slice") {
         return false;
     }

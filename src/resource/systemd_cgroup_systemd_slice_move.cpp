@@ -1,4 +1,5 @@
 #include "core/errors.h"
+#include "resource/cgroup_layout.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>
@@ -7,7 +8,8 @@ using namespace MERO::Systemd;
 
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice)
 {
-    return MoveToCgroupSlice(strSlice, "systemd") && MoveToCgroupSlice(strSlice, "meromonitor");
+    return MoveToCgroupSlice(strSlice, "systemd") &&
+           (AccountsSystemdSlices() || MoveToCgroupSlice(strSlice, "meromonitor"));
 }
 
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice)

@@ -1,15 +1,20 @@
+#include "core/errors.h"
 #include "core/log.h"
+#include "core/systemctl_dialect.h"
 #include "platform/core/owners.h"
 
 #include <merosystemd/systemd.hpp>
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
@@ -63,18 +68,7 @@ public:
         return true;
     }
 
-    /// The session's environment; nullptr, logged, when there is none or an empty one.
-    TextList Environment()
-    {
-        TextList variables(pam_getenvlist(handle_));
-        if (variables == nullptr) {
-            MERO_LOG(LOG_ERR, "Failed to pam_getenvlist");
-        } else if (*variables == nullptr) {
-            MERO_LOG(LOG_ERR, "The pam_getenvlist is empty");
-            variables.reset();
-        }
-        return variables;
-    }
+    TextList Environment() { return TextList(pam_getenvlist(handle_)); }
 
     void End()
     {
@@ -92,6 +86,19 @@ private:
     int status_ = PAM_SUCCESS;
 };
 
+/// From systemd 257 on logind gives an ordinary process no session: its user's manager is found in the folder that
+/// belongs to the user alone.
+bool PutRuntimeDirectory(uid_t uid)
+{
+    const std::string path = "/run/user/" + std::to_string(uid);
+    const MERO::Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    const bool isOwn = folder && fstat(folder.Get(), &status) == 0 && status.st_uid == uid &&
+                       (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    const auto has = [&](const char* name) { return faccessat(folder.Get(), name, F_OK, 0) == 0; };
+    return isOwn && (has("systemd/private") || has("bus")) && setenv("XDG_RUNTIME_DIR", path.c_str(), 1) == 0;
+}
+
 bool PutEnvironment(PamHandle& session, uid_t uid)
 {
     const Text user = UserNameGet(uid);
@@ -103,7 +110,11 @@ bool PutEnvironment(PamHandle& session, uid_t uid)
         return false;
     }
     const TextList variables = session.Environment();
-    if (variables == nullptr) {
+    if (variables == nullptr || *variables == nullptr) {
+        if (ConfiguredSystemctlDialect().isOfToday && PutRuntimeDirectory(uid)) {
+            return true;
+        }
+        MERO_LOG(LOG_ERR, "%s", variables == nullptr ? "Failed to pam_getenvlist" : "The pam_getenvlist is empty");
         return false;
     }
     for (char** variable = variables.get(); *variable != nullptr; ++variable) {
@@ -123,7 +134,7 @@ void MEROSystemdPutEnvByPAMSystemd()
         return;
     }
     PamHandle session;
-    const bool done = PutEnvironment(session, uid);
+    const bool done = MERO::Systemd::WithoutExceptions(MERO_HERE, [&] { return PutEnvironment(session, uid); }) != 0;
     session.End();
     if (!done) {
         MERO_LOG(LOG_ERR, "Failed to put env by pam systemd for %lld", static_cast<long long>(uid));

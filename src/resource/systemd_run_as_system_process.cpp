@@ -1,4 +1,5 @@
 #include "core/errors.h"
+#include "resource/cgroup_layout.h"
 #include "resource/cgroup_move.h"
 
 #include <merosystemd/systemd.hpp>
@@ -10,6 +11,9 @@ using namespace MERO::Systemd;
 bool MEROSystemdRunAsSystemProcess()
 {
     MERO_LOG(LOG_INFO, "Start moving process pid[%d] out of cgroup", getpid());
+    if (IsUnified()) {
+        return MoveToScope(MERO_HERE, "system.slice");
+    }
     // The messages name this instead of the path: programs that read the log match them.
     return MoveToCgroup(MERO_HERE, "/sys/fs/cgroup/systemd/tasks", "szfDefaultTaskPath");
 }

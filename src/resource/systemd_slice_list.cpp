@@ -2,6 +2,8 @@
 #include "core/directory_entries.h"
 #include "core/errors.h"
 #include "core/names.h"
+#include "resource/cgroup_layout.h"
+#include "resource/slice_cgroup.h"
 
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.h>
@@ -13,7 +15,10 @@ using namespace MERO::Systemd;
 
 bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
-    const ErrorKeeper keeper;       // "none" is an answer
+    const ErrorKeeper keeper; // "none" is an answer
+    if (AccountsSystemdSlices()) {
+        return WithoutExceptions(MERO_HERE, [&] { return SlicesOfSystemd(slices); }) != 0;
+    }
     std::vector<std::string> names; // not by glob(), which frees names twice where memory is out
     if (DirectoryEntries("/sys/fs/cgroup/meromonitor/", names) != 0) {
         return false;

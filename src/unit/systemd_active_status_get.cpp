@@ -10,16 +10,18 @@ constexpr StatusWord kActiveStatus[] = {
     {"reloading", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING},       {"failed", MERO_SYSTEMD_ACTIVE_STATUS_FAILED},
 };
 
+constexpr StatusWord kOfToday[] = {{"refreshing", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING}};
+
 } // namespace
 
 int MEROSystemdActiveStatusGet(const std::string& strUnit)
 {
-    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "ActiveState", kActiveStatus);
+    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "ActiveState", kActiveStatus, kOfToday);
 }
 
 int MEROSystemdActiveStatusGetSystem(const std::string& strUnit)
 {
-    return ShownStatus(MERO_HERE, MEROSystemdShowSystem, strUnit, "ActiveState", kActiveStatus);
+    return ShownStatus(MERO_HERE, MEROSystemdShowSystem, strUnit, "ActiveState", kActiveStatus, kOfToday);
 }
 
 int MEROCSystemdActiveStatusGet(const char* szUnit)

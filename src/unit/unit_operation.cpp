@@ -4,15 +4,45 @@
 #include "core/errors.h"
 #include "core/failed_units.h"
 #include "core/names.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "unit/enable_status_flag.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
+
+/// Whether systemctl queued nothing because one unit of the list could not be.
+bool IsListRefused(const Texts& units, const Texts& lines)
+{
+    constexpr std::string_view kRefusal =
+        "Failed to enqueue jobs: "; // see start_unit() in systemd's systemctl-start-unit.c
+    return units.size() > 1 &&
+           std::any_of(lines.begin(), lines.end(), [&](const std::string& line) { return line.starts_with(kRefusal); });
+}
+
+/// Runs the action; once more, with each unit queued by itself, when the whole list was refused.
+bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts& units, SystemctlCallback&& callback)
+{
+    bool isRefused = false;
+    const bool done = MEROSystemdSystemctlUltron(words.verb, opts, units, [&](int exitCode, const Texts& lines) {
+        isRefused = exitCode != 0 && IsListRefused(units, lines) && ConfiguredSystemctlDialect().queueEach != nullptr;
+        return !isRefused && callback(exitCode, lines);
+    });
+    if (!isRefused) {
+        return done;
+    }
+    Texts options = *opts.cmdOpts;
+    options.emplace_back(ConfiguredSystemctlDialect().queueEach);
+    SystemctlOpts each = opts;
+    each.cmdOpts = &options;
+    return MEROSystemdSystemctlUltron(words.verb, each, units, std::move(callback));
+}
 
 bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
                   Texts& failed)
@@ -28,7 +58,7 @@ bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& optio
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(words.changesFiles).Build();
     try {
-        return MEROSystemdSystemctlUltron(words.verb, opts, vecUnits, [&](int exitCode, const Texts& lines) {
+        return RunOnList(words, opts, vecUnits, [&](int exitCode, const Texts& lines) {
             if (words.changesFiles) {
                 std::for_each(vecUnits.begin(), vecUnits.end(), SetEnableStatusChanged);
             }

@@ -1,6 +1,7 @@
 #include "volume/process_files.h"
 
 #include "core/text.h"
+#include "resource/cgroup_layout.h"
 #include "resource/proc_texts.h"
 
 #include <fcntl.h>
@@ -21,7 +22,10 @@ std::string_view LastLine(std::string_view text)
 
 } // namespace
 
-ProcessFiles::ProcessFiles() : proc_(OpenFolder(AT_FDCWD, "/proc/")) {}
+ProcessFiles::ProcessFiles()
+    : proc_(OpenFolder(AT_FDCWD, "/proc/")), systemdControllers_(SystemdControllers(IsUnified()))
+{
+}
 
 Descriptor ProcessFiles::OpenFolder(int parent, const char* name)
 {
@@ -44,7 +48,7 @@ std::string ProcessFiles::Cgroup(const ProcessFolder& process)
 {
     const auto lines = reader_.Read(process.descriptor, "cgroup");
     std::string path;
-    return lines && SystemdCgroupPath(*lines, path) ? path : std::string();
+    return lines && FindCgroupPath(*lines, systemdControllers_, path) ? path : std::string();
 }
 
 bool ProcessFiles::IsEnding(const ProcessFolder& process)

@@ -96,6 +96,7 @@ private:
     DirectoryNames processNames_;
     DirectoryNames linkNames_;
     TextReader reader_;
+    const char* systemdControllers_; ///< as in the lines of a process' cgroups
     char link_[PATH_MAX];
 };
 

@@ -4,6 +4,7 @@
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/names.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "unit/unit_file.h"
 #include "volume/mount_users.h"
@@ -76,6 +77,11 @@ std::optional<StopCause> FindDeclaration(const std::string& unit, const Texts& v
 bool IsRunning(const std::string& unit)
 {
     const int status = MEROSystemdActiveStatusGet(unit);
+    std::string state;
+    if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isOfToday &&
+        MEROSystemdShow(unit, "ActiveState", state) && state == "maintenance") {
+        MERO_LOG(LOG_WARNING, "[%s] is in maintenance: it counts as not running.", unit.c_str());
+    }
     return status == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE || status == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVATING ||
            status == MERO_SYSTEMD_ACTIVE_STATUS_RELOADING;
 }

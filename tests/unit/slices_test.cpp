@@ -53,12 +53,12 @@ TEST_F(Slices, AreReadFromTheCgroupsOfProcesses)
     };
     const Case cases[] = {
         {"2:cpu,cpuacct:/a b\n1:name=systemd:/a.slice/nfs.service\n0::/x.service\n", "/a b", "nfs.service"},
-        {"1:cpu,cpuacct:/a:b\n0::/a.slice/b@c.d.service\n3:cpu,cpuacct:/c", "/c", "b@c.d.service"},
-        {"2:cpu:/x.service\n0::/nfs.service\n1:name=meromonitor:/a.slice/b.slice\n", kNone, "nfs.service", "a.slice"},
+        {"1:cpu,cpuacct:/a:b\n1:name=systemd:/a.slice/b@c.d.service\n3:cpu,cpuacct:/c", "/c", "b@c.d.service"},
+        {"2:cpu:/x.service\n0::/nfs.service\n1:name=meromonitor:/a.slice/b.slice\n", kNone, kNone, "a.slice"},
         {"\n1:name=systemd:/\n0::/a.service\n2:name=meromonitor:/b/a.slice\n1:cpu,cpuacct:/\n", "/"},
         {"1:name=systemd:/a:b.service\n0::/c.service\n2:name=meromonitor:/a.service\n", kNone},
         {"1:name=systemd:/user.slice\n2:name=meromonitor:/\n", kNone, "user.slice"},
-        {"0::/a.service/worker", kNone},
+        {"1:name=systemd:/a.service/worker", kNone},
         {"1:name=meromonitor:/longer.slice", kNone, kNone, "longer.slice"},
         {"2:pids:/x.service", kNone},
     };
@@ -75,6 +75,19 @@ TEST_F(Slices, AreReadFromTheCgroupsOfProcesses)
         EXPECT_EQ(MEROCSystemdCgroupMonitorSliceGet(buffer, 8), c.slice == "a.slice") << "the other is too long";
         EXPECT_EQ(buffer, c.slice == "a.slice" ? c.slice : kNone);
     }
+    // What decides is the file system, not that hierarchies are named which nobody uses.
+    fs::create_directories("/sys/fs/cgroup");
+    ASSERT_EQ(mount("cgroup2", "/sys/fs/cgroup", "cgroup2", 0, nullptr), 0);
+    Write("/run/cgroup", "2:name=meromonitor:/\n1:name=systemd:/\n0::/a.slice/nfs.service\n");
+    for (const std::string dialect : {"classic", "current"}) {
+        Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=" + dialect + "\n");
+        std::string unit, slice, path;
+        const bool isFound = MEROSystemdGetByPid(getpid(), unit) && MEROSystemdCgroupMonitorSliceGet(slice);
+        EXPECT_TRUE(MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", path));
+        EXPECT_EQ(unit + slice + path, isFound ? "nfs.servicea.slice/a.slice/nfs.service" : "/");
+        EXPECT_EQ(isFound, dialect == "current");
+    }
+    umount("/sys/fs/cgroup");
     std::string text;
     EXPECT_FALSE(MEROSystemdGetByPid(2147483647, text) || MEROSystemdCgroupPathnameGet(-1, "", text));
 }
@@ -274,7 +287,7 @@ TEST_F(Slices, ThatCannotBeSeenAreNotKilled)
         const std::string shown = "/proc/" + std::to_string(getpid()) + "/cgroup";
         unshare(CLONE_NEWNS), mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
         std::string killed = kills();
-        Write("/run/cgroup", "0::/mero.slice/x.service\n"),
+        Write("/run/cgroup", "1:name=systemd:/mero.slice/x.service\n"),
             mount("/run/cgroup", shown.c_str(), nullptr, MS_BIND, nullptr);
         killed += kills(), mount("tmpfs", "/proc", "tmpfs", 0, nullptr);
         return killed + kills() == "100" ? 0 : 1;

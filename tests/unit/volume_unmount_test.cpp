@@ -35,7 +35,7 @@ const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock
 struct Holder : Waiting {
     Holder(const std::string& cgroup, const std::function<void()>& use) : Waiting(use)
     {
-        Machine::Write("/run/cgroup-" + id, "0::/" + cgroup);
+        Machine::Write("/run/cgroup-" + id, "1:name=systemd:/" + cgroup);
         EXPECT_EQ(mount(("/run/cgroup-" + id).c_str(), File("cgroup").c_str(), "", MS_BIND, ""), 0); // goes with it
     }
     const std::string id = std::to_string(pid);

@@ -16,8 +16,9 @@ namespace MERO::Tool {
 namespace {
 
 // From systemd's sd-messages.h.
+constexpr std::string_view kStarted = "39f53479d3a045ac8e11786248231fbf"; // also of a unit that was skipped
 constexpr std::string_view kEvents[] = {
-    "39f53479d3a045ac8e11786248231fbf", // SD_MESSAGE_UNIT_STARTED: also of a unit that was skipped
+    kStarted,                           // SD_MESSAGE_UNIT_STARTED
     "be02cf6855d2428ba40df7e9d022f03d", // SD_MESSAGE_UNIT_FAILED: a job did
     "9d1aaa27d60140bd96365438aad20286", // SD_MESSAGE_UNIT_STOPPED
     "7ad2d189f7e94e70a38c781354912448", // SD_MESSAGE_UNIT_SUCCESS
@@ -59,27 +60,46 @@ Texts Journal(const std::string& unit, const Texts& options)
     return lines;
 }
 
+/// An object; an empty one for a line that is none.
+Json::Value EntryOf(const std::string& line)
+{
+    std::istringstream text(line);
+    Json::Value entry;
+    const bool isRead = Json::parseFromStream(Json::CharReaderBuilder(), text, &entry, nullptr) && entry.isObject();
+    return isRead ? entry : Json::Value(Json::objectValue);
+}
+
+bool IsStarted(const Json::Value& entry)
+{
+    return entry["MESSAGE_ID"] == std::string(kStarted);
+}
+
+/// Whether a start that is done ran the unit. One that a condition kept from running says the same, with no invocation,
+/// or with that of an earlier start.
+bool WasRun(const Json::Value& started, const Json::Value& before)
+{
+    const Json::Value& invocation = started["INVOCATION_ID"];
+    return invocation.isString() && invocation != "" && !(IsStarted(before) && before["INVOCATION_ID"] == invocation);
+}
+
 } // namespace
 
 std::optional<UnitEvent> LastEvent(const std::string& unit)
 {
-    Texts options{"--lines=1", "--output=json"};
+    Texts options{"--lines=2", "--output=json"};
     for (std::string_view event : kEvents) {
         options.push_back("MESSAGE_ID=" + std::string(event));
     }
     const Texts lines = Journal(unit, options);
-    std::istringstream line(lines.empty() ? "" : lines.front());
-    Json::Value entry;
-    if (!Json::parseFromStream(Json::CharReaderBuilder(), line, &entry, nullptr) || !entry.isObject() ||
-        !entry["MESSAGE"].isString() || !entry["__REALTIME_TIMESTAMP"].isString()) {
+    const Json::Value entry = lines.empty() ? Json::Value() : EntryOf(lines.back());
+    const Json::Value before = lines.size() < 2 ? Json::Value() : EntryOf(lines.front());
+    if (!entry["MESSAGE"].isString() || !entry["__REALTIME_TIMESTAMP"].isString()) {
         return std::nullopt;
     }
     const long long microseconds = std::atoll(entry["__REALTIME_TIMESTAMP"].asCString());
-    const std::string message = entry["MESSAGE"].asString();
-    const bool isSkipped = message.find(" was skipped because ") != message.npos || entry["JOB_RESULT"] == "assert";
     return UnitEvent{.time = TimeText(static_cast<std::time_t>(microseconds / 1'000'000)),
-                     .message = message,
-                     .isSkipped = isSkipped,
+                     .message = entry["MESSAGE"].asString(),
+                     .isSkipped = IsStarted(entry) ? !WasRun(entry, before) : entry["JOB_RESULT"] == "assert",
                      .isDependency = entry["JOB_RESULT"] == "dependency"};
 }
 
