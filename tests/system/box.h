@@ -35,4 +35,8 @@ private:
     std::string units_;
 };
 
+/// Whether systemd's cgroups are of version 2, and whether the resource monitor's hierarchy is mounted.
+bool IsUnified();
+bool HasMonitor();
+
 } // namespace MERO::Test

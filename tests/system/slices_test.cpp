@@ -20,7 +20,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const std::string kMonitor = "/sys/fs/cgroup/meromonitor/load.slice", kSystemd = "/sys/fs/cgroup/systemd/load.slice";
+const std::string kMonitor = "/sys/fs/cgroup/meromonitor/load.slice";
+const std::string kSystemd = IsUnified() ? "/sys/fs/cgroup/load.slice" : "/sys/fs/cgroup/systemd/load.slice";
 
 double Number(const std::string& command)
 {
@@ -36,9 +37,10 @@ TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
     Unit("load.slice", "[Slice]\n[X-Tarvix]\nName=Load\n");
     Unit("busy.service", "[Service]\nSlice=load.slice\nExecStart=perl -e '$$x = \"a\" x shift; 1 while 1' 209715200\n");
     Load();
-    Shell("mkdir -p " + kMonitor + "/sub; systemctl start busy");
-    const std::string pid =
-        std::to_string(std::lround(Number("systemctl show --value -p MainPID busy | tee " + kMonitor + "/sub/tasks")));
+    Shell("systemctl start busy");
+    const std::string pid = std::to_string(std::lround(Number("systemctl show --value -p MainPID busy")));
+    HasMonitor() ? Shell("mkdir -p " + kMonitor + "/sub; echo " + pid + " > " + kMonitor + "/sub/tasks")
+                 : ShellResult();
     ASSERT_TRUE(Comes([&] { return Number("ps -o pss= " + pid) > 200 * 1024; }));
 
     const auto ticks = [&] { return Number("awk '{ print $14 + $15 }' /proc/" + pid + "/stat"); };
@@ -64,7 +66,7 @@ TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
     EXPECT_GE(share, (end - start) / (allAfter - allBefore));
     EXPECT_LE(share, (after - before) / (allEnd - allStart));
     Shell("systemctl kill -s KILL load.slice");
-    EXPECT_TRUE(Comes([] { return Shell("cat " + kMonitor + "/sub/tasks").output.empty(); }));
+    EXPECT_TRUE(Comes([] { return Slice("load.slice").ProcessesGet().empty(); }));
 }
 
 TEST_F(RealSlices, StubbornProcessesAreKilled)
@@ -83,7 +85,8 @@ TEST_F(RealSlices, StubbornProcessesAreKilled)
     EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_EQ(states + ActiveState("deep"), "active inactive inactive inactive inactive");
     EXPECT_EQ(Shell("cat /run/asked").output, "asked\n");
-    EXPECT_TRUE(Comes([] { return Shell("find " + kSystemd + " -name cgroup.procs | xargs cat").output.empty(); }));
+    EXPECT_TRUE(Comes(
+        [] { return Shell("find " + kSystemd + " -name cgroup.procs 2> /dev/null | xargs cat").output.empty(); }));
     EXPECT_TRUE(MEROSystemdKillSlice("load.slice", [](KillPhase) { FAIL() << "there is nothing to kill"; }));
 }
 
@@ -93,11 +96,13 @@ std::string Place()
     if (Shell("cat /proc/" + std::to_string(getpid()) + "/task/*/cgroup | sort | uniq -u").output != "") {
         return "the threads are not together";
     }
-    std::string systemd, monitor, slice;
-    return MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", systemd) &&
-                   MEROSystemdCgroupPathnameGet(getpid(), "name=meromonitor", monitor)
-               ? systemd + " " + monitor + " " + (MEROSystemdCgroupMonitorSliceGet(slice) ? slice : "none")
-               : "nowhere";
+    std::string systemd, monitor = "-", slice;
+    const bool isSomewhere = MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", systemd) &&
+                             (!HasMonitor() || MEROSystemdCgroupPathnameGet(getpid(), "name=meromonitor", monitor));
+    const std::size_t scope = std::min(systemd.find("/mero-" + std::to_string(getpid())), systemd.size());
+    return isSomewhere ? systemd.substr(0, scope) + (scope < systemd.size() ? "/scope " : " ") + monitor + " " +
+                             (MEROSystemdCgroupMonitorSliceGet(slice) ? slice : "none")
+                       : "nowhere";
 }
 
 using RealCgroups = Box;
@@ -108,7 +113,8 @@ TEST_F(RealCgroups, ProcessesAreFoundAndMoveThemselvesInTheHierarchies)
     Unit("single.slice", "[Slice]\n"); // the monitor does not have it
     Unit("web.service", "[Service]\nExecStart=/bin/sleep infinity\n");
     Load();
-    Shell("systemctl start bulk.slice single.slice web; mkdir /sys/fs/cgroup/meromonitor/bulk.slice");
+    Shell("systemctl start bulk.slice single.slice web");
+    HasMonitor() ? Shell("mkdir /sys/fs/cgroup/meromonitor/bulk.slice") : ShellResult();
     const auto unitOf = [](const std::string& pid) {
         std::string unit = "none";
         return MEROSystemdGetByPid(std::stoi(pid), unit) == (unit != "none") ? unit : "contradiction";
@@ -120,14 +126,20 @@ TEST_F(RealCgroups, ProcessesAreFoundAndMoveThemselvesInTheHierarchies)
 
     const auto both = MEROSystemdCgroupSystemdSliceMove;
     const auto monitor = MEROSystemdCgroupMonitorSliceMove;
-    const std::pair<std::function<bool()>, std::string> moves[] = {
-        {[&] { return both("bulk.slice"); }, "/bulk.slice /bulk.slice bulk.slice"},
-        {[&] { return monitor("bulk.slice"); }, "/ /bulk.slice bulk.slice"},
-        {[&] { return both("bulk.slice") && MEROSystemdRunAsSystemProcess(); }, "/ /bulk.slice bulk.slice"},
-        {[&] { return !both("single.slice"); }, "/single.slice / none"},
-        {[&] { return !both("missing.slice") && !monitor("missing.slice"); }, "/ / none"},
+    const std::string home = IsUnified() ? "/mero-sandbox" : "/", scope = IsUnified() ? "/scope" : "";
+    // A move, and the cgroups after it; without the monitor's hierarchy its slice is the first folder of systemd's.
+    const std::tuple<std::function<bool()>, std::string, std::string> moves[] = {
+        {[&] { return both("bulk.slice"); }, "/bulk.slice" + scope, "bulk.slice"},
+        {[&] { return monitor("bulk.slice") == HasMonitor(); }, home, HasMonitor() ? "bulk.slice" : "none"},
+        {[&] { return both("bulk.slice") && MEROSystemdRunAsSystemProcess(); },
+         IsUnified() ? "/system.slice/scope" : "/", HasMonitor() ? "bulk.slice" : "system.slice"},
+        {[&] { return both("single.slice") != HasMonitor(); }, "/single.slice" + scope,
+         HasMonitor() ? "none" : "single.slice"},
+        {[&] { return !both("missing.slice") && !monitor("missing.slice"); }, home, "none"},
     };
-    for (const auto& [move, place] : moves) { // in a process of its own each
+    for (const auto& [move, systemd, slice] : moves) { // in a process of its own each
+        const std::string monitors = !HasMonitor() ? "-" : slice == "none" ? "/" : "/" + slice;
+        const std::string place = systemd + " " + monitors + " " + slice;
         const auto beMany = [] { std::thread(pause).detach(), std::thread(pause).detach(); };
         EXPECT_EXIT((beMany(), std::cerr << (move() ? Place() : "not so"), _exit(0)), ExitedWithCode(0), Eq(place));
     }
