@@ -1,7 +1,12 @@
 #include <CLI/CLI.hpp>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <linux/magic.h>
 #include <map>
+#include <memory>
 #include <sys/vfs.h>
 
 #include "sandbox/inside.h"
@@ -29,15 +34,44 @@ constexpr const char* kFooter = "The sandbox shows the root file system, writabl
                                 "  mero-sandbox --bind /tmp/build -- /tmp/build/bin/some-test --verbose\n"
                                 "  mero-sandbox sh -c 'systemctl stop dbus.socket; systemctl --failed'\n";
 
+namespace fs = std::filesystem;
+
 using MERO::Sandbox::CgroupLayout;
 using MERO::Sandbox::Options;
 
-/// A machine of today has version 2 alone, and systemd 258 and newer do not know the other.
-CgroupLayout HostsLayout()
+/// The number of the systemd below `root`, which its private library is named after; 0 when there is none.
+int SystemdVersion(const fs::path& root)
+{
+    constexpr std::string_view kLibrary = "libsystemd-shared-";
+    std::error_code unreadable;
+    for (const fs::directory_entry& folder : fs::directory_iterator(root / "usr/lib", unreadable))
+        for (const fs::path& place : {folder.path(), folder.path() / "systemd"})
+            for (const fs::directory_entry& file : fs::directory_iterator(place, unreadable))
+                if (const std::string name = file.path().filename(); name.starts_with(kLibrary))
+                    return std::atoi(name.c_str() + kLibrary.size());
+    return 0;
+}
+
+const std::map<std::string, CgroupLayout> kLayouts = {
+    {"v1", CgroupLayout::V1}, {"v2", CgroupLayout::V2}, {"mixed", CgroupLayout::Mixed}};
+
+/// A machine of today has version 2 alone, and systemd 258 and newer know no other.
+CgroupLayout UsualLayout(const fs::path& root)
 {
     struct statfs found {};
-    const bool isV2 = statfs("/sys/fs/cgroup", &found) == 0 && found.f_type == CGROUP2_SUPER_MAGIC;
-    return isV2 ? CgroupLayout::V2 : CgroupLayout::V1;
+    const bool isHosts = statfs("/sys/fs/cgroup", &found) == 0 && found.f_type == CGROUP2_SUPER_MAGIC;
+    return isHosts || SystemdVersion(root) >= 258 ? CgroupLayout::V2 : CgroupLayout::V1;
+}
+
+/// The root file system of a Debian release, which is made when there is none yet.
+fs::path RootOfRelease(const std::string& release)
+{
+    const std::unique_ptr<FILE, decltype(&pclose)> script(popen((MERO_RELEASE_ROOT " " + release).c_str(), "re"),
+                                                          pclose);
+    char root[PATH_MAX] = "";
+    if (!script || fgets(root, sizeof root, script.get()) == nullptr)
+        throw std::runtime_error("there is no root file system of " + release);
+    return std::string_view(root).substr(0, std::strcspn(root, "\n"));
 }
 
 /// The command is no option of the parser's, so that it may have options of its own.
@@ -53,7 +87,6 @@ public:
 Options ParseCommandLine(int argc, char** argv)
 {
     Options options;
-    options.box.cgroups = HostsLayout();
     double seconds = std::chrono::duration<double>(options.bootTime).count();
     std::vector<std::string> binds;
     CLI::App app(kDescription, "mero-sandbox");
@@ -65,15 +98,22 @@ Options ParseCommandLine(int argc, char** argv)
         ->option_text("PATH")
         ->check(CLI::ExistingPath)
         ->allow_extra_args(false);
-    app.add_option("--root", options.box.root, "Show this folder as the root file system;\ndefault: /")
-        ->option_text("DIR")
-        ->check(CLI::ExistingDirectory);
-    app.add_option("--cgroup", options.box.cgroups,
-                   "Version of the cgroup hierarchies: v1, v2, or mixed\n(v2 and the resource monitor's of v1); "
-                   "default: the host's")
+    CLI::Option* root =
+        app.add_option("--root", options.box.root, "Show this folder as the root file system;\ndefault: /")
+            ->option_text("DIR")
+            ->check(CLI::ExistingDirectory);
+    std::string release;
+    app.add_option("--release", release,
+                   "Show a Debian release: bookworm, trixie, forky or sid;\nits root is made once")
+        ->option_text("NAME")
+        ->check(CLI::IsMember({"bookworm", "trixie", "forky", "sid"}))
+        ->excludes(root);
+    std::string version;
+    app.add_option("--cgroup", version,
+                   "Version of the cgroup hierarchies: v1, v2, or mixed\n(v2 and the resource monitor's of v1);\n"
+                   "default: v2 where the host or the systemd\nthat is shown has no other, else v1")
         ->option_text("VERSION")
-        ->transform(CLI::Transformer(std::map<std::string, CgroupLayout>{
-            {"v1", CgroupLayout::V1}, {"v2", CgroupLayout::V2}, {"mixed", CgroupLayout::Mixed}}));
+        ->check(CLI::IsMember({"v1", "v2", "mixed"}));
     app.add_option("--timeout", seconds, "How long booting may take; default: 30")
         ->option_text("SECONDS")
         ->check(CLI::Range(0.01, 3600.0));
@@ -85,6 +125,8 @@ Options ParseCommandLine(int argc, char** argv)
         std::exit(app.exit(help));
     }
 
+    options.box.root = release.empty() ? fs::canonical(options.box.root) : RootOfRelease(release);
+    options.box.cgroups = version.empty() ? UsualLayout(options.box.root) : kLayouts.at(version);
     options.box.binds.assign(binds.begin(), binds.end());
     options.bootTime = std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     options.command = app.remaining();

@@ -1,10 +1,10 @@
 #!/bin/bash
-# Checks a mero-sandbox: sandbox_test.sh PROGRAM [--alone]. To be run as root. --alone: only what shows when there is no
-# other sandbox on the machine.
+# Checks a mero-sandbox: sandbox_test.sh PROGRAM [v1 | v2 | --alone]. To be run as root. v1 and v2: the version of the
+# cgroups inside (v1). --alone: only what shows when there is no other sandbox on the machine.
 set -u
 
-if [ $# -lt 1 ] || [ "${2---alone}" != --alone ] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
-    echo "usage (as root): $0 PATH-OF-MERO-SANDBOX [--alone]" >&2
+if [ $# -lt 1 ] || [[ ${2-v1} != @(v1|v2|--alone) ]] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
+    echo "usage (as root): $0 PATH-OF-MERO-SANDBOX [v1 | v2 | --alone]" >&2
     exit 2
 fi
 
@@ -19,7 +19,11 @@ if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
         PRIVATE_NAMESPACES=yes "${apart[@]}" --pid --fork --kill-child --mount-proc "$BASH" "$0" "$@"
 fi
 # The caller's /tmp is hidden from here on.
-box=/tmp/mero-sandbox
+program=/tmp/mero-sandbox
+box=/tmp/box
+cgroups=${2-v1}
+[ "$cgroups" != --alone ] || cgroups=v1
+[ "$cgroups" = v2 ] && hierarchies=unified || hierarchies="systemd meromonitor"
 script=/tmp/sandbox_test.sh
 work=/tmp/work
 # A root that is no mount point; it is furnished later.
@@ -62,13 +66,13 @@ prints() {
 # What a sandbox could leave, one thing a line: mounts, cgroups, processes, files.
 traces() {
     sed 's/^/mount /' /proc/self/mountinfo
-    # The whole machine's view of what /mnt shows is not this test's.
-    find /mnt /sys/fs/cgroup -path /sys/fs/cgroup/systemd -prune -o -type d -regextype egrep \
+    # What /sys/fs/cgroup shows is the whole machine's.
+    find /mnt -type d -regextype egrep \
         -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"
     find /proc -maxdepth 3 -path '/proc/[0-9]*/ns/pid' -printf '%l process %h in a namespace\n' 2>/dev/null |
         grep -vF "$(readlink /proc/self/ns/pid)"
     ps -e -o stat=,pid=,comm= | awk '$1 !~ /^Z/ && $3 ~ /^mero-/ { print "process", $2, $3 }'
-    find /tmp /run /sys/fs/cgroup /dev/shm -maxdepth 1 -not -path $work -printf 'file %p\n'
+    find /tmp /run /dev/shm -maxdepth 1 -not -path $work -printf 'file %p\n'
 }
 
 # Traces that were not there at the start and stay: a dying process needs a moment.
@@ -132,6 +136,14 @@ finish() {
     exit
 }
 
+mount_hierarchy() {
+    if [ $1 = unified ]; then
+        mount -t cgroup2 cgroup2 /mnt/$1
+    else
+        mount -t cgroup -o none,name=$1 $1 /mnt/$1
+    fi
+}
+
 has_hierarchy() {
     grep -q ":name=$1:" /proc/self/cgroup
 }
@@ -152,12 +164,14 @@ if [ -z "${PRIVATE_CGROUPS:-}" ]; then
     done
     mkdir $work $root
     cp /proc/self/fd/8 $script
-    cp /proc/self/fd/9 $box
+    cp /proc/self/fd/9 $program
+    printf '#!/bin/sh\nexec %s --cgroup %s "$@"\n' $program $cgroups >$box
+    chmod +x $box
     exec 8<&- 9<&-
     mkdir -p $root/{dev,proc,sys,tmp,usr,var/log}
-    cp -a /bin /sbin /lib* /etc $box $root
+    cp -a /bin /sbin /lib* /etc $program $root
 
-    if [ $# -eq 2 ]; then
+    if [ "${2-}" = --alone ]; then
         for name in systemd meromonitor; do
             has_hierarchy $name && echo "     somebody else has the hierarchy $name" && continue
             check "a sandbox that is to be killed" start sh -c 'echo up; exec sleep 60'
@@ -170,9 +184,9 @@ if [ -z "${PRIVATE_CGROUPS:-}" ]; then
 
     own=sandbox-test.$(readlink /proc/self/ns/pid | tr -dc 0-9)
     mount -t tmpfs tmpfs /mnt
-    for name in systemd meromonitor; do
+    for name in $hierarchies; do
         mkdir /mnt/$name
-        mount -t cgroup -o none,name=$name $name /mnt/$name
+        mount_hierarchy $name
         # What tests that were killed have left goes; a cgroup with processes cannot be removed.
         exec 9</mnt/$name
         flock 9
@@ -181,18 +195,18 @@ if [ -z "${PRIVATE_CGROUPS:-}" ]; then
         echo $$ >"/mnt/$name/$own/cgroup.procs"
         exec 9<&-
     done
-    PRIVATE_CGROUPS=yes "${apart[@]}" --cgroup "$BASH" $script $box
+    PRIVATE_CGROUPS=yes "${apart[@]}" --cgroup "$BASH" $script $program $cgroups
     status=$?
-    for name in systemd meromonitor; do
+    for name in $hierarchies; do
         echo $$ >/mnt/$name/cgroup.procs
         rmdir "/mnt/$name/$own"
     done
     exit $status
 fi
 
-for name in systemd meromonitor; do
+for name in $hierarchies; do
     umount /mnt/$name
-    mount -t cgroup -o none,name=$name $name /mnt/$name
+    mount_hierarchy $name
 done
 # Jobs get process groups of their own, and SIGINT is not ignored in them.
 set -m
@@ -231,7 +245,7 @@ hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
 active|useradd -m tester; systemctl start user@$(id -u tester); systemctl is-active user@$(id -u tester)
 running|useradd -m tester; systemctl start user@$(id -u tester); XDG_RUNTIME_DIR=/run/user/$(id -u tester) setpriv --reuid=tester --clear-groups systemctl --user is-system-running
 mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.mount; umount /srv/m
-0::/system.slice/probe.scope|systemd-run -q --scope -u probe sed -n 's/.*name=systemd/0:/p' /proc/self/cgroup
+/system.slice/probe.scope|systemd-run -q --scope -u probe grep -o '/system[^:]*scope$' /proc/self/cgroup
 TABLE
 check "the environment and standard input pass through" \
     prints "value text" env VARIABLE=value bash -c \
@@ -320,7 +334,7 @@ check "and leaves nothing" leaves_nothing
 chrooted() {
     # shellcheck disable=SC2016 # expanded inside
     exec "${apart[@]}" sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
-        shift 2; exec chroot . /mero-sandbox --bind /usr "$@"' - "$root" "$bound" "$@"
+        shift 2; exec chroot . /mero-sandbox --cgroup "$0" --bind /usr "$@"' "$cgroups" "$root" "$bound" "$@"
 }
 for bound in usr "usr proc sys dev"; do
     check "a chroot that has $bound" prints running chrooted systemctl is-system-running
