@@ -129,20 +129,20 @@ TEST_F(Programs, SignalsCutNoLineAndNoWait)
 
 TEST_F(Programs, AProgramStartsCleanWhateverTheCallerIsLike)
 {
-    EXPECT_EQ(1, RunAs(0, [] {
-                  std::signal(SIGPIPE, SIG_IGN);
-                  std::signal(SIGCHLD, SIG_IGN);
-                  std::signal(SIGUSR1, [](int) {});
-                  sigset_t all;
-                  sigfillset(&all);
-                  sigprocmask(SIG_SETMASK, &all, nullptr);
-                  dup2(STDERR_FILENO, 3);
-                  dup2(STDERR_FILENO, 500);
-                  Shell("{ readlink /proc/self/fd/0; ls /proc/self/fd; } > /run/files");
-                  // Not by a shell, which puts its signals in order itself. Signals 32 and 33 must be at rest as well.
-                  MLIBCExec("/bin/sed", "-n", "/^Sig[BIC]/s/\t0*/ /w /run/signals", "/proc/self/status", nullptr);
-                  return true;
-              }));
+    const auto run = [] {
+        std::signal(SIGPIPE, SIG_IGN);
+        std::signal(SIGCHLD, SIG_IGN);
+        std::signal(SIGUSR1, [](int) {});
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, nullptr);
+        dup2(STDERR_FILENO, 3);
+        dup2(STDERR_FILENO, 500);
+        Shell("{ readlink /proc/self/fd/0; ls /proc/self/fd; } > /run/files");
+        // Not by a shell, which puts its signals in order itself. Signals 32 and 33 must be at rest as well.
+        return MLIBCExec("/bin/sed", "-n", "/^Sig[BIC]/s/\t0*/ /w /run/signals", "/proc/self/status", nullptr);
+    };
+    EXPECT_EQ(RunAs(0, run), 255) << "its exit code is lost";
     EXPECT_EQ(Read("/run/signals"), "SigBlk: \nSigIgn: \nSigCgt: \n");
     EXPECT_EQ(Read("/run/files"), "/dev/null\n0\n1\n2\n3\n"); // 3 is of ls
 }
@@ -242,7 +242,14 @@ TEST_F(Locks, OnlySharedOnesGoTogether)
         EXPECT_EQ(Lock(isAskedExclusive).fd >= 0, !isHeldExclusive && !isAskedExclusive);
         EXPECT_LT(Clock::now() - start, 500ms) << "0 s is one attempt";
     }
-    EXPECT_GE(Lock(true).fd, 0) << "given back by all";
+    const Lock lock(true); // given back by all
+    struct stat status;
+    EXPECT_EQ(fstat(lock.fd, &status), 0);
+    EXPECT_TRUE(status.st_mode == (S_IFREG | 0600) && fcntl(lock.fd, F_GETFD) == FD_CLOEXEC);
+    fs::create_symlink("/run/new", "/run/link");
+    int fd = -7;
+    EXPECT_LT(MLIBCFileLockTimeByFile("/run/link", 1, 0, &fd), 0);
+    EXPECT_TRUE(MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && fd == -7);
 }
 
 TEST_F(Locks, AWaitEndsWithTheLockOrItsTimeWhateverSignalsCome)
@@ -258,20 +265,6 @@ TEST_F(Locks, AWaitEndsWithTheLockOrItsTimeWhateverSignalsCome)
     EXPECT_TRUE(duration >= 1s && duration < 3s) << duration.count();
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-}
-
-TEST_F(Locks, TheLockFileIsAPlainFileOfItsOwner)
-{
-    const Lock lock(true);
-    struct stat status;
-    EXPECT_EQ(fstat(lock.fd, &status), 0);
-    EXPECT_EQ(status.st_mode, mode_t{S_IFREG | 0600});
-    EXPECT_EQ(fcntl(lock.fd, F_GETFD), FD_CLOEXEC);
-
-    fs::create_symlink("/run/new", "/run/link");
-    int fd = -7;
-    EXPECT_LT(MLIBCFileLockTimeByFile("/run/link", 1, 0, &fd), 0);
-    EXPECT_TRUE(MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && fd == -7);
 }
 
 } // namespace
