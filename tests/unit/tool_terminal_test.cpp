@@ -52,22 +52,16 @@ TEST_F(OnTerminal, UninstallAsksFirst)
     EXPECT_FALSE(Calls().empty());
 }
 
-struct TopOnTerminal : OnTerminal {
-    TopOnTerminal()
-    {
-        for (const std::string slice : {"a", "b"}) {
-            Write("/sys/fs/cgroup/meromonitor/" + slice + ".slice/tasks", std::to_string(getpid()) + "\n");
-        }
-    }
-    const std::string kTop = kXterm + "slice top --interval ";
-};
-
-TEST_F(TopOnTerminal, ObeysItsKeys)
+TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
 {
-    Terminal top(kTop + "100");
+    for (const std::string slice : {"a", "b"}) {
+        Write("/sys/fs/cgroup/meromonitor/" + slice + ".slice/tasks", std::to_string(getpid()) + "\n");
+    }
+    const std::string command = kXterm + "slice top --interval ";
+    Terminal top(command + "100");
     EXPECT_THAT(top.Until("q: quit"), AllOf(HasSubstr("> a.slice"), HasSubstr("Processes of a.slice: 1, by CPU")));
     // What changes is written over, behind the sequence that goes there.
-    const std::pair<std::string, std::string> cases[] = {
+    const std::pair<std::string, std::string> keys[] = {
         {"j", "> b.slice"},
         {"jk", "> a.slice"},
         {"\x1bOB", "> b.slice"},
@@ -80,29 +74,23 @@ TEST_F(TopOnTerminal, ObeysItsKeys)
         {"h", "\x1b[J"},
         {"h", "Up/Down j/k"},
     };
-    for (const auto& [keys, shown] : cases) {
-        top.Type(keys);
-        EXPECT_THAT(top.Until(shown), EndsWith(shown)) << keys;
+    for (const auto& [typed, shown] : keys) {
+        top.Type(typed);
+        EXPECT_THAT(top.Until(shown), EndsWith(shown)) << typed;
     }
-}
-
-TEST_F(TopOnTerminal, GivesTheTerminalBackHoweverItEnds)
-{
+    EXPECT_EQ(top.HangUp(), 128 + SIGHUP);
     const std::tuple<std::string, std::string, int> cases[] = {{"100", "q", 0},
                                                                {"100", "\x04", 0},
                                                                {"100", "\x03", 130},
                                                                {"100 < /dev/null", "", 0},
                                                                {"0.1 --count 2", "", 0}};
     for (const auto& [options, key, exitCode] : cases) {
-        Terminal top(kTop + options);
-        EXPECT_THAT(top.Until("q: quit"), StartsWith("\x1b[?1049h"));
-        top.Type(key);
-        EXPECT_THAT(top.Rest(), HasSubstr("\x1b[?1049l")) << exitCode;
-        EXPECT_EQ(top.HangUp(), exitCode);
+        Terminal ending(command + options);
+        EXPECT_THAT(ending.Until("q: quit"), StartsWith("\x1b[?1049h"));
+        ending.Type(key);
+        EXPECT_THAT(ending.Rest(), HasSubstr("\x1b[?1049l")) << exitCode;
+        EXPECT_EQ(ending.HangUp(), exitCode);
     }
-    Terminal top(kTop + "100");
-    (void)top.Until("q: quit");
-    EXPECT_EQ(top.HangUp(), 128 + SIGHUP);
     for (const std::string terminal : {"dumb", "", "unheard"}) {
         EXPECT_THAT(Terminal("TERM=" + terminal + " " + kTool + "slice top --interval 0.1 --count 1").Rest(),
                     MatchesRegex("([0-9:]+  [ab].slice  CPU +[0-9.]+%  memory .*\r\n){2}"))
