@@ -3,17 +3,255 @@
 #include <merobootseq/bootseq.h>
 #include <merocore/error.h>
 #include <merocore/file.h>
-#include <merocore/hash.h>
 #include <merocore/list.h>
 #include <merocore/string.h>
 #include <merocore/support.h>
 
-#include <cstring>
+#include <gmock/gmock.h>
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <optional>
 #include <thread>
+#include <tuple>
 
 using namespace MERO::Test;
+using ::testing::AnyOf;
+using ::testing::UnorderedElementsAre;
 
 namespace {
+
+constexpr const char* kFile = "/run/etc/a.conf";
+constexpr std::nullopt_t none = std::nullopt;
+
+/// Reads a key of kFile, of a section or of the lines before the first one.
+int GetValue(const std::optional<std::string>& section, const std::string& key, char* value, int size)
+{
+    return section ? MLIBCFileGetSectionValue(kFile, section->c_str(), key.c_str(), value, size)
+                   : MLIBCFileGetKeyValue(kFile, key.c_str(), value, size, 0);
+}
+
+std::optional<std::string> Value(const std::optional<std::string>& section, const std::string& key)
+{
+    char value[8192] = "untouched";
+    if (GetValue(section, key, value, sizeof value) == 0) {
+        return value;
+    }
+    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_NOT_FOUND);
+    EXPECT_STREQ(value, "untouched");
+    return none;
+}
+
+int SetValue(const std::string& key, const std::string& value, const char* path = kFile)
+{
+    return MLIBCFileSetKeyValue(path, key.c_str(), value.c_str(), 0);
+}
+
+/// By a hash, which keeps copies, and the last value of each key.
+int AddSection(const std::string& section, std::vector<std::pair<std::string, std::string>> pairs)
+{
+    const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(-1), MLIBCSzHashFree);
+    for (auto& [key, value] : pairs) {
+        EXPECT_EQ(MLIBCSzHashSetValue(hash.get(), key.c_str(), "old"), 0);
+        EXPECT_EQ(MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()), 0);
+        std::ranges::fill(key, '-');
+        std::ranges::fill(value, '-');
+    }
+    return MLIBCFileAddSection(kFile, section.c_str(), hash.get(), 0);
+}
+
+std::vector<std::string> Names(const fs::path& folder)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        names.push_back(entry.path().filename());
+    }
+    return names;
+}
+
+struct TextFiles : Machine {
+    TextFiles() { fs::create_directory("/run/etc"); }
+};
+
+TEST_F(TextFiles, AKeyIsFoundInItsSection)
+{
+    const std::tuple<std::string, std::optional<std::string>, std::string, std::optional<std::string>> cases[] = {
+        {"a=1\nb=2", none, "b", "2"},
+        {" \ta \t=\t 1 \t\n", none, "a", "1"},
+        {"a=1\r\nb=\r\n", none, "a", "1"},
+        {"a=1\r\nb=\r\n", none, "b", ""},
+        {"#a=1\n;a=2\n \t# a=3\n", none, "a", none},
+        {"a=1 # 2 ; 3\n", none, "a", "1 # 2 ; 3"},
+        {"a=1\nb=2\na=3\n", none, "a", "3"},
+        {"a=b=c=\n", none, "a", "b=c="},
+        {"=1\n = 2\n", none, "", none},
+        {"a\nab=1\nA=2\nb=a=3\n", none, "a", none},
+        {"a=1\n[S]\na=2\n", "S", "a", "2"},
+        {"[S]\na=1\n", none, "a", none},
+        {"[S]\na=1\n[T]\nb=2\n", "S", "b", none},
+        {"[S]\na=1\n[T]\na=2\n[S]\na=3\n", "S", "a", "3"},
+        {"[s]\na=1\n[SS]\na=2\n", "S", "a", none},
+        {" [S]\t\r\na=1\n", "S", "a", "1"},
+        {"[S]\n[T\n[T] b\na=1\n", "S", "a", "1"}, // no headers
+    };
+    for (const auto& [text, section, key, value] : cases) {
+        Write(kFile, text);
+        EXPECT_EQ(Value(section, key), value) << text << section.value_or("-") << " " << key;
+    }
+}
+
+TEST_F(TextFiles, AValueIsCutToItsBuffer)
+{
+    Write(kFile, "a=12345\n[S]\na=12345\n");
+    for (const auto& [size, expected] : {std::pair(6, "12345\0~"), {5, "1234\0~~"}, {1, "\0~~~~~~"}, {0, "~~~~~~~"}}) {
+        for (const auto& section : {std::optional<std::string>(), {"S"}}) {
+            std::string value(7, '~');
+            EXPECT_EQ(GetValue(section, "a", value.data(), size), size == 0 ? -1 : 0);
+            EXPECT_EQ(value, std::string(expected, 7));
+        }
+    }
+}
+
+TEST_F(TextFiles, WhatIsNoReadableFileIsRefusedAndLeftAlone)
+{
+    Write("/run/etc/large", "a=1\n");
+    fs::resize_file("/run/etc/large", (16 << 20) + 1);
+    mkfifo("/run/etc/fifo", 0600);
+    const std::tuple<const char*, int, int> cases[] = {
+        {"/run/etc/none/a", MLIBC_ERR_OPEN_FILE, MLIBC_ERR_WRITE_FILE},
+        {"/run/etc", MLIBC_ERR_READ_FILE, MLIBC_ERR_READ_FILE},
+        {"/run/etc/fifo", MLIBC_ERR_READ_FILE, MLIBC_ERR_READ_FILE},
+        {"/run/etc/large", MLIBC_ERR_READ_FILE, MLIBC_ERR_READ_FILE},
+    };
+    for (const auto& [path, reading, writing] : cases) {
+        SCOPED_TRACE(path);
+        char value[] = "~";
+        EXPECT_LT(MLIBCFileGetKeyValue(path, "a", value, sizeof value, 0), 0);
+        EXPECT_EQ(MLIBCErrGet(), reading);
+        EXPECT_LT(SetValue("a", "1", path), 0);
+        EXPECT_EQ(MLIBCErrGet(), writing);
+    }
+    EXPECT_LT(MLIBCFileTouch("/run/etc/fifo"), 0);
+    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_OPEN_FILE);
+    EXPECT_LT(MLIBCFileCheckDir("/run/etc/large"), 0);
+    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_OPEN_DIRECTORY);
+    EXPECT_THAT(Names("/run/etc"), UnorderedElementsAre("fifo", "large"));
+}
+
+TEST_F(TextFiles, SettingAKeyLeavesTheOtherLines)
+{
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"", "1", "a=1\n"},
+        {"b=2", "1", "b=2\na=1\n"},
+        {"b=2\na=1", "", "b=2\na=\n"},
+        {"# c\n\n;d\n a = 1 \nrubbish\n", "2", "# c\n\n;d\na=2\nrubbish\n"},
+        {"a=1\r\nb=2\r\n", "9", "a=9\nb=2\r\n"},
+        {"a=1\nb=2\na=3\n", "9", "a=1\nb=2\na=9\n"},
+        {"b=1\n[S]\na=1", "2", "b=1\na=2\n[S]\na=1"},
+    };
+    for (const auto& [before, value, after] : cases) {
+        Write(kFile, before);
+        EXPECT_EQ(SetValue("a", value), 0);
+        EXPECT_EQ(Read(kFile), after) << "from: " << before;
+    }
+}
+
+TEST_F(TextFiles, ASectionIsReplacedWholeOrAddedAtTheEnd)
+{
+    const std::string written = "[S]\na=1\nb=\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", written},
+        {"x=1", "x=1\n\n" + written},
+        {"x=1\n[S]\nold=1\n\n[T]\ny=1", "x=1\n" + written + "\n[T]\ny=1"},
+        {"[S]\nold=1\n[T]\ny=1\n[S]\nolder=1\n[U]\n", written + "\n[T]\ny=1\n\n[U]\n"},
+        {"# [S]\n[s]\n", "# [S]\n[s]\n\n" + written},
+    };
+    for (const auto& [before, after] : cases) {
+        Write(kFile, before);
+        EXPECT_EQ(AddSection("S", {{"b", ""}, {"a", "1"}}), 0);
+        EXPECT_EQ(Read(kFile), after) << "from: " << before;
+    }
+    fs::permissions(kFile, fs::perms(0751));
+    EXPECT_EQ(AddSection("T", {}), 0);
+    EXPECT_EQ(fs::status(kFile).permissions(), fs::perms(0751));
+    EXPECT_THAT(Names("/run/etc"), UnorderedElementsAre("a.conf"));
+}
+
+TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
+{
+    const std::string text = " a = 1\r\n\n[S]\nb=2";
+    Write(kFile, text);
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "1"},   {"a=b", "1"}, {"a\nb", "1"}, {"#a", "1"}, {";a", "1"},  {"[a", "1"},
+        {" a", "1"}, {"a\r", "1"}, {"a", "1\n"},  {"a", " 1"}, {"a", "1\r"},
+    };
+    for (const auto& [key, value] : cases) {
+        SCOPED_TRACE(key + "=" + value);
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_LT(SetValue(key, value), 0);
+        EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_INVALID_ARGUMENT);
+        MLIBCErrSetEx(0, "", 0);
+        EXPECT_LT(AddSection("S", {{"fine", "1"}, {key, value}}), 0);
+        EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_INVALID_ARGUMENT);
+    }
+    EXPECT_LT(AddSection("", {}), 0);
+    EXPECT_LT(AddSection("S\nb=3", {}), 0);
+    EXPECT_LT(SetValue("a", std::string(16 << 20, 'x')), 0) << "too large a file to be read";
+    EXPECT_EQ(Read(kFile), text);
+
+    ASSERT_EQ(mount("tmpfs", "/run/etc", "tmpfs", 0, "size=64k"), 0);
+    Write(kFile, text);
+    EXPECT_LT(SetValue("b", std::string(100'000, 'x')), 0) << "the disk is full";
+    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_WRITE_FILE);
+    EXPECT_EQ(Read(kFile), text);
+    EXPECT_THAT(Names("/run/etc"), UnorderedElementsAre("a.conf"));
+    umount("/run/etc");
+}
+
+TEST_F(TextFiles, AReaderSeesTheOldOrTheNewText)
+{
+    const std::string texts[] = {std::string(300, 'a'), std::string(7'000, 'b')};
+    ASSERT_EQ(SetValue("a", texts[0]), 0);
+    const std::jthread writer([&](const std::stop_token& end) {
+        for (int i = 0; !end.stop_requested(); ++i) {
+            EXPECT_EQ(SetValue("a", texts[i % 2]), 0);
+        }
+    });
+    for (int i = 0; i < 2'000; ++i) {
+        ASSERT_THAT(Value(none, "a"), AnyOf(texts[0], texts[1]));
+    }
+}
+
+TEST_F(TextFiles, AreTouchedAndFound)
+{
+    EXPECT_EQ(MLIBCFileTouch("/run/a"), 0);
+    Write("/run/a", "text");
+    fs::last_write_time("/run/a", fs::file_time_type::clock::now() - std::chrono::hours(1));
+    EXPECT_EQ(MLIBCFileTouch("/run/a"), 0);
+    EXPECT_GT(fs::last_write_time("/run/a"), fs::file_time_type::clock::now() - std::chrono::minutes(1));
+    EXPECT_EQ(Read("/run/a"), "text");
+    EXPECT_TRUE(MLIBCFileExist("/run/a") == 1 && MLIBCFileExist("/run/none") == 0 && MLIBCFileCheckDir("/run") == 0);
+}
+
+TEST_F(TextFiles, TellCapabilitiesAndTheBootStep)
+{
+    EXPECT_EQ(MLIBCSupportGet("a"), 0) << "no file";
+    for (const std::string text : {"a=no\n", "a=YES\n", "a=yes yes\n", "a=ye\n", "b=yes\n", "a = yes \r\n"}) {
+        Write("/usr/mero/etc/support.conf", text);
+        EXPECT_EQ(MLIBCSupportGet("a"), text.ends_with("yes \r\n") ? 1 : 0) << text;
+    }
+    EXPECT_LT(MEROSystemGetBootStep(), 0) << "no file";
+    const std::pair<std::string, int> steps[] = {
+        {"5\n", 5}, {"0", 0},     {"120 \r\n", 120}, {"-1\n", -1},         {"", -1},
+        {"x", -1},  {"5x\n", -1}, {"5 6\n", -1},     {"2147483648\n", -1}, {std::string(40, '0') + "5", -1},
+    };
+    for (const auto& [text, step] : steps) {
+        Write("/run/merobootseq/boot-step", text);
+        EXPECT_EQ(MEROSystemGetBootStep(), step) << text;
+    }
+}
 
 TEST(ErrorRegister, BelongsToItsThread)
 {
@@ -22,78 +260,31 @@ TEST(ErrorRegister, BelongsToItsThread)
         EXPECT_EQ(MLIBCErrGet(), 0);
         MLIBCErrSetEx(8, "other.cpp", 80);
     }).join();
-    EXPECT_EQ(MLIBCErrGet(), 7);
+    EXPECT_TRUE(MLIBCErrGet() == 7 && MLIBCErrorGetLine() == 70);
     EXPECT_STREQ(MLIBCErrorGetFile(), "mine");
-    EXPECT_EQ(MLIBCErrorGetLine(), 70);
     MLIBCErrSetEx(7, ("/a/b.d/" + std::string(64, 'x') + ".cpp").c_str(), 70);
     EXPECT_EQ(MLIBCErrorGetFile(), std::string(63, 'x'));
 }
 
-TEST(List, GrowsAndKeepsItsItems)
+TEST(Texts, GoIntoListsAndBuffersAsFarAsTheyFit)
 {
-    MLIBCSzList* list = MLIBCSzListAlloc();
+    const std::unique_ptr<MLIBCSzList, void (*)(MLIBCSzList*)> owner(MLIBCSzListAlloc(), MLIBCSzListFree);
+    MLIBCSzList* list = owner.get();
     for (int i = 0; i < 1'000; ++i) {
-        const std::string text = "item " + std::to_string(i);
-        ASSERT_EQ(MLIBCSzListPush(&list, i == 500 ? nullptr : text.c_str()), 0);
+        ASSERT_EQ(MLIBCSzListPush(&list, i == 500 ? nullptr : std::to_string(i).c_str()), 0);
     }
     EXPECT_EQ(MLIBCSzListCount(list), 1'000);
     for (const int index : {-1, 1'000, 500}) {
         EXPECT_EQ(MLIBCSzListGet(list, index), nullptr) << index;
     }
-    EXPECT_STREQ(MLIBCSzListGet(list, 0), "item 0");
-    EXPECT_STREQ(MLIBCSzListGet(list, 999), "item 999");
-    MLIBCSzListFree(list);
-}
+    EXPECT_STREQ(MLIBCSzListGet(list, 0), "0");
+    EXPECT_STREQ(MLIBCSzListGet(list, 999), "999");
 
-class Texts : public Machine {};
-
-TEST_F(Texts, AHashKeepsCopiesAndTheLastValue)
-{
-    MLIBCSzHash* hash = MLIBCSzHashAlloc(-1);
-    char key[] = "key";
-    char value[] = "new";
-    EXPECT_EQ(MLIBCSzHashSetValue(hash, key, "old"), 0);
-    EXPECT_EQ(MLIBCSzHashSetValue(hash, key, value), 0);
-    std::memset(key, '-', 3);
-    std::memset(value, '-', 3);
-    EXPECT_EQ(MLIBCSzHashSetValue(hash, "other", ""), 0);
-    EXPECT_EQ(MLIBCFileAddSection("/run/a", "S", hash, 0), 0);
-    EXPECT_EQ(Read("/run/a"), "[S]\nkey=new\nother=\n");
-    MLIBCSzHashFree(hash);
-}
-
-TEST(Snprintf, SaysWhetherTheTextFits)
-{
     char buffer[6];
     EXPECT_EQ(MLIBCStrSnprintf(buffer, 6, "%s %d", "ab", 12), 0);
     EXPECT_LT(MLIBCStrSnprintf(buffer, 5, "%s %d", "ab", 12), 0);
     EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_BUFFER_TOO_SMALL);
     EXPECT_STREQ(buffer, "ab 1");
-}
-
-TEST_F(Texts, ACapabilityIsSupportedWhenTheFileSaysYes)
-{
-    EXPECT_EQ(MLIBCSupportGet("a"), 0) << "no file";
-    const std::pair<const char*, int> cases[] = {
-        {"a = yes \r\n", 1}, {"a=no\n", 0}, {"a=YES\n", 0}, {"a=yes yes\n", 0}, {"a=ye\n", 0}, {"b=yes\n", 0},
-    };
-    for (const auto& [text, expected] : cases) {
-        Write("/usr/mero/etc/support.conf", text);
-        EXPECT_EQ(MLIBCSupportGet("a"), expected) << text;
-    }
-}
-
-TEST_F(Texts, TheBootStepIsTheNumberInItsFile)
-{
-    EXPECT_LT(MEROSystemGetBootStep(), 0) << "no file";
-    const std::pair<std::string, int> cases[] = {
-        {"5\n", 5}, {"0", 0},     {"120 \r\n", 120}, {"-1\n", -1},         {"", -1},
-        {"x", -1},  {"5x\n", -1}, {"5 6\n", -1},     {"2147483648\n", -1}, {std::string(40, '0') + "5", -1},
-    };
-    for (const auto& [text, step] : cases) {
-        Write("/run/merobootseq/boot-step", text);
-        EXPECT_EQ(MEROSystemGetBootStep(), step) << text;
-    }
 }
 
 } // namespace

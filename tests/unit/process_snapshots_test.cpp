@@ -48,9 +48,8 @@ TEST_F(Snapshots, AreReadFromTheirFiles)
 {
     const auto read = [](const std::string& file, int pid) {
         unsigned long a = 0, b = 0;
-        const bool done = file == "stat" ? Process::CPUTickGet(pid, a, b)
-                          : file == "io" ? Process::IOGet(pid, a, b)
-                                         : Process::PssGet(pid, a);
+        const auto get = file == "stat" ? Process::CPUTickGet : Process::IOGet;
+        const bool done = file == "smaps" ? Process::PssGet(pid, a) : get(pid, a, b);
         return done ? std::to_string(a) + " " + std::to_string(b) : kNone;
     };
     struct Case {

@@ -278,6 +278,10 @@ TEST_F(Slices, AreLeftAloneWhereThereIsNothingToKill)
     SystemctlScript("[ $1 != stop ] || > " + service + "cgroup.procs");
     EXPECT_TRUE(MEROSystemdKillSlice("io-deep.slice"));
     EXPECT_EQ(Calls(), (Texts{"stop memory.service", "kill io-deep.slice"}));
+    fs::create_symlink("loop.slice", kSystemd + "loop.slice"), SetKeys("loop.slice", "SliceKillTimeoutSec=0\n");
+    SystemctlScript("exit 1");
+    EXPECT_FALSE(MEROSystemdKillSlice("loop.slice")) << "nobody knows whether it has a process";
+    EXPECT_THAT(Said("systemd_kill_slice"), Contains(StartsWith("ERR Failed to check cgruop procs: [")));
 }
 
 TEST_F(Slices, ThatCannotBeSeenAreNotKilled)

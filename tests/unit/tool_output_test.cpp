@@ -1,19 +1,35 @@
 #include "commands/volume_report.h"
 #include "output/amounts.h"
-#include "output/progress_line.h"
 #include "output/text_width.h"
 #include "output/times.h"
+#include "top/top_page.h"
+#include "usage/slice_monitor.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
 #include <clocale>
 #include <tuple>
 
 using namespace MERO::Tool;
+using namespace std::chrono_literals;
+using namespace ::testing;
 
 namespace {
 
-TEST(TextWidth, CountsColumnsNotBytes)
+const Clock::time_point kBegin{1h};
+
+ProcessReading Process(int pid, double cpuSeconds, unsigned long read = 0, unsigned long written = 0)
+{
+    return {pid, "", cpuSeconds, 100, read, written};
+}
+
+struct Screen : Test {
+    Screen() { EXPECT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
+    ~Screen() override { std::setlocale(LC_CTYPE, "C"); }
+};
+
+TEST_F(Screen, HasColumnsNotBytes)
 {
     const std::tuple<std::string, std::size_t, const char*> cases[] = {
         // the last in four columns
@@ -25,7 +41,6 @@ TEST(TextWidth, CountsColumnsNotBytes)
         {"\xff\xe6\x97", 3, "??? "}, // no UTF-8, and only the beginning of a character
         {std::string("a\0b", 3), 3, "a?b "},
     };
-    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
     for (const auto& [text, width, fitted] : cases) {
         EXPECT_EQ(WidthOf(text), width) << text;
         EXPECT_EQ(FitLeft(text, 4), fitted);
@@ -35,7 +50,7 @@ TEST(TextWidth, CountsColumnsNotBytes)
     EXPECT_EQ(FitLeft("ü", 4), "??  ") << "another locale's characters";
 }
 
-TEST(Amounts, GoOverToTheNextUnitBeforeTheyGetTooLong)
+TEST(Figures, AreShortInTheirUnits)
 {
     const std::pair<unsigned long, const char*> memories[] = {
         {0, "0 B"},        {1, "1.0 KiB"},         {999, "999.0 KiB"},   {1000, "1.0 MiB"},
@@ -44,27 +59,12 @@ TEST(Amounts, GoOverToTheNextUnitBeforeTheyGetTooLong)
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;
     }
-}
-
-TEST(Times, AreToldInTheirLargestUnit)
-{
     const std::pair<std::time_t, const char*> ages[] = {{-5, "0 s"},       {58, "58 s"},       {60, "1 min"},
                                                         {3598, "59 min"},  {3600, "1 h"},      {86398, "23 h"},
                                                         {86400, "1 days"}, {864000, "10 days"}};
     for (const auto& [age, text] : ages) {
         EXPECT_EQ(AgeText(std::time(nullptr) - age), text);
     }
-}
-
-TEST(ProgressLine, IsPrintedAnewWhenItsMatterChanges)
-{
-    ::testing::internal::CaptureStderr();
-    ProgressLine line;
-    for (const auto& [matter, details] : {std::pair("a", "1"), {"a", "2"}, {"b", "3"}, {"b", "4"}, {"a", "5"}}) {
-        line.Show(matter, details);
-    }
-    line.Clear();
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "1\n3\n5\n");
 }
 
 TEST(VolumeReport, NamesEveryHolder)
@@ -86,6 +86,146 @@ TEST(VolumeReport, NamesEveryHolder)
               "merosystemctl: in use by process 1 (sh), exe: /a\n" + user + "cwd: /b\n" + user + "map: /b\n" + user +
                   "root: /b\n" + user + "fd: /b\n" + kernel + "mount: /c\n" + kernel + "loop device: /c\n" + kernel +
                   "swap file: /c\n" + kernel + "kernel export: /c\n");
+}
+
+SliceUsage Slice(const std::string& unit, const std::vector<ProcessUsage>& processes, const History& cpuHistory)
+{
+    return {unit, processes, TotalOf(processes), 0.5, cpuHistory, {0.25, 0.5}};
+}
+
+std::string Text(const Line& line)
+{
+    std::string text;
+    for (const Span& span : line) {
+        text += span.text;
+    }
+    return text;
+}
+
+TEST_F(Screen, ShowsSlicesAndTheProcessesOfTheChosenOneInOrder)
+{
+    const auto page = [](const std::vector<SliceUsage>& slices, const TopView& view, const PageSize& size) {
+        std::vector<std::string> lines;
+        std::ranges::transform(ComposePage(slices, view, size, kAsciiGlyphs), std::back_inserter(lines), Text);
+        return lines;
+    };
+    const std::vector<ProcessUsage> processes{{{41, "writer", 0, 2048, 0, 0}, 0.25},
+                                              {{4194304, "日本語\x1b[2J\n", 0, 1UL << 20, 0, 0}, 1}};
+    EXPECT_THAT(page({}, {"", Order::Cpu, false}, {9, 2}), ElementsAre("no slice ", ""));
+    EXPECT_THAT(page({Slice("db.slice", processes, {0, 0.5, 1}), Slice("web.slice", {}, {})}, {"gone.slice"}, {80, 10}),
+                ElementsAre("  SLICE      CPU                               MEMORY",
+                            "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
+                            "  web.slice  ............      -               #####.....       0 B          =#", "",
+                            "Processes of db.slice: 2, by CPU",
+                            "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
+                            " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
+                            "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s", "",
+                            "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
+    const std::vector<ProcessUsage> alike{{{3, "b", 0, 50, 0, 0}, 0.1},
+                                          {{1, "c", 0, 10, 0, 0}, 0.2},
+                                          {{4, "a", 0, 50, 0, 0}, 0.2},
+                                          {{2, "b", 0, 50, 0, 0}, 0.1}};
+    const std::pair<Order, const char*> orders[] = {
+        {Order::Cpu, "4123"}, {Order::Memory, "4231"}, {Order::Pid, "1234"}, {Order::Name, "4231"}};
+    for (const auto& [order, expected] : orders) {
+        const auto lines = page({Slice("a.slice", alike, {})}, {"", order, false}, {20, 9});
+        std::string pids;
+        std::for_each(lines.begin() + 5, lines.end(), [&](const std::string& line) { pids += line[7]; });
+        EXPECT_EQ(pids, expected) << lines[3];
+    }
+}
+
+TEST_F(Screen, FitsEveryScreenAndHoldsTheChosenSlice)
+{
+    std::vector<SliceUsage> slices;
+    for (int i = 0; i < 40; ++i) {
+        slices.push_back(Slice("größe-データ" + std::to_string(i), {{{i, "データベース", 0, 100, 0, 0}, 0.5}}, {0.5}));
+    }
+    for (std::size_t i = 0; i < 2000; ++i) {
+        const PageSize size{i / 20, i % 31};
+        const auto page = ComposePage(slices, {.unit = slices[i % 40].unit}, size, kBlockGlyphs);
+        ASSERT_EQ(page.size(), size.height);
+        std::size_t chosen = 0;
+        for (const Line& line : page) {
+            ASSERT_LE(WidthOf(Text(line)), size.width) << size.height;
+            chosen += !line.empty() && line[0].style == Style::Chosen ? 1 : 0;
+        }
+        ASSERT_EQ(chosen, size.height < 3 ? 0 : 1) << i % 40 << " in " << size.width << "x" << size.height;
+    }
+}
+
+TEST(Plot, ShowsTheNewestValuesAtTheRight)
+{
+    EXPECT_EQ(Plot({1, 0, 0.1, 0.2}, 0.2, 3, kAsciiGlyphs), "_=#");
+    EXPECT_EQ(Plot({-1, 3}, 1, 4, kBlockGlyphs), "  ▁█") << "beyond the plot";
+    EXPECT_EQ(Plot({0, 0}, 0, 2, kAsciiGlyphs), "__");
+    EXPECT_EQ(Plot({1}, 1, 0, kAsciiGlyphs), "");
+}
+
+TEST(Usage, IsWhatWasAddedInTheTimeBetween)
+{
+    struct Case {
+        const char* what;
+        ProcessReading before, after;
+        Clock::duration between;
+        double cpuShare, readRate, writeRate;
+    };
+    const Case cases[] = {
+        {"busy", Process(7, 10, 1000, 50), Process(7, 12, 5000, 50), 2s, 0.25, 2000, 0},
+        {"shorter than a second", Process(7, 1), Process(7, 1.5, 0, 300), 500ms, 0.25, 0, 600},
+        {"more than all processors", Process(7, 0), Process(7, 9), 1s, 1, 0, 0},
+        {"a new process", Process(8, 0), Process(7, 5, 500, 500), 1s, 0, 0, 0},
+        {"no time between", Process(7, 1, 1, 1), Process(7, 2, 2, 2), 0s, 0, 0, 0},
+        {"backwards", Process(7, 1, 1, 1), Process(7, 2, 2, 2), -1s, 0, 0, 0},
+        {"another process' ID that has used less CPU", Process(7, 10, 0, 0), Process(7, 1, 900, 900), 1s, 0, 0, 0},
+        {"another process' ID that has read less", Process(7, 1, 9, 0), Process(7, 2, 8, 1), 1s, 0, 0, 0},
+        {"another process' ID that has written less", Process(7, 1, 9, 9), Process(7, 2, 10, 8), 1s, 0, 0, 0},
+    };
+    for (const Case& c : cases) {
+        const auto usages = UsageBetween({"", kBegin, {c.before}}, {"", kBegin + c.between, {c.after}}, 4);
+        ASSERT_EQ(usages.size(), 1U) << c.what;
+        EXPECT_THAT((std::array{usages[0].cpuSeconds, usages[0].cpuShare, usages[0].readRate, usages[0].writeRate}),
+                    ElementsAre(c.after.cpuSeconds, c.cpuShare, c.readRate, c.writeRate))
+            << c.what;
+    }
+}
+
+TEST(SliceMonitor, KeepsTheHistoryOfEachSliceWhileItIsThere)
+{
+    SliceMonitor monitor({.processors = 2, .memory = 1000});
+    // A round is a second, in which each process uses the CPU for a quarter of it.
+    const auto update = [&](int round, bool hasB, int processes) {
+        const Clock::time_point time = kBegin + round * 1s;
+        std::vector<Reading> readings;
+        if (hasB) {
+            readings.push_back({"b.slice", time, {Process(99, round * 0.25)}});
+        }
+        readings.push_back({"a.slice", time, {}});
+        for (int pid = 1; pid <= processes; ++pid) {
+            readings.back().processes.push_back(Process(pid, round * 0.25));
+        }
+        monitor.Update(readings);
+    };
+    update(0, true, 1);
+    ASSERT_EQ(monitor.Slices().size(), 2U);
+    EXPECT_EQ(monitor.Slices()[0].unit, "a.slice");
+    EXPECT_THAT(monitor.Slices()[0].cpuHistory, IsEmpty()) << "of one reading no share is known";
+
+    update(1, true, 4);
+    EXPECT_THAT(monitor.Slices()[0].cpuHistory, ElementsAre(0.125)) << "three processes are new";
+    update(2, false, 4);
+    ASSERT_EQ(monitor.Slices().size(), 1U);
+    update(3, true, 0);
+    EXPECT_THAT(monitor.Slices()[0].cpuHistory, ElementsAre(0.125, 0.5, 0));
+    EXPECT_THAT(monitor.Slices()[0].memoryHistory, ElementsAre(0.1, 0.4, 0.4, 0));
+    EXPECT_THAT(monitor.Slices()[1].cpuHistory, IsEmpty()) << "what was read before it went is not counted";
+
+    for (int round = 4; round < 400; ++round) {
+        update(round, true, 20);
+    }
+    EXPECT_THAT(monitor.Slices()[0].cpuHistory, SizeIs(240));
+    EXPECT_EQ(monitor.Slices()[0].cpuHistory.back(), 1) << "no more than the machine";
+    EXPECT_EQ(monitor.Slices()[0].memoryShare, 1);
 }
 
 } // namespace
