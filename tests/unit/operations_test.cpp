@@ -163,6 +163,23 @@ TEST_F(Operations, FailuresNameTheirUnits)
     EXPECT_EQ(list, Texts(4, "a"));
 }
 
+TEST_F(Operations, AListThatIsRefusedWholeIsQueuedUnitByUnitInTheDialectOfToday)
+{
+    const std::string reason = ": Unit b.service not found.\n";
+    for (const std::string dialect : {"classic", "current"}) {
+        Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=" + dialect + "\n");
+        Systemctl({{"*--show-transaction*", "Failed to start b.service" + reason, 5},
+                   {"* a b", "Failed to enqueue jobs" + reason, 5},
+                   {"* b", "Failed to start b.service" + reason, 5}});
+        Texts failed;
+        EXPECT_FALSE(MEROSystemdStartNoBlock({"a", "b"}, failed) || MEROSystemdStart({"b"}, failed));
+        EXPECT_EQ(failed, dialect == "current" ? (Texts{"b", "b"}) : Texts{"b"});
+        Texts calls{"start --no-block a b", "start --no-block --show-transaction a b", "start b"};
+        dialect == "classic" ? calls.erase(calls.begin() + 1) : calls.end();
+        EXPECT_EQ(Calls(), calls);
+    }
+}
+
 TEST_F(Operations, UnitsMayBeEnabledByTheirFiles)
 {
     const Texts units{"/opt/a.service", "pkg/b", "../c.mount", "//d@e", "/opt/../..x"};

@@ -197,6 +197,10 @@ TEST_F(Questions, EveryStateHasItsNumberAndNoOtherHasOne)
         RemoveSystemctl();
         EXPECT_EQ(question.get("u"), -1);
     }
+    Systemctl({{"show *", "ActiveState=refreshing\n"}});
+    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), -1) << "a state of today";
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), MERO_SYSTEMD_ACTIVE_STATUS_RELOADING);
 }
 
 TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)

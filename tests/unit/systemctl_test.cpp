@@ -163,6 +163,26 @@ TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
         }
         EXPECT_EQ(said, c.said);
     }
+    // From systemd 257 on PAM gives nothing: the user's own folder does, unless it could be somebody else's.
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
+    const std::string folder = "/run/user/65534";
+    const std::tuple<std::string, mode_t, uid_t, bool> folders[] = {
+        {"bus", 0700, kNobody, true},  {"systemd/private", 0755, kNobody, true},
+        {"bus", 0700, 0, false},       {"bus", 0720, kNobody, false},
+        {"bus", 0702, kNobody, false}, {"other", 0700, kNobody, false}};
+    for (const auto& [holds, mode, owner, isTaken] : folders) {
+        std::filesystem::remove_all(folder);
+        Write(folder + "/" + holds, "");
+        EXPECT_EQ(chmod(folder.c_str(), mode) + chown(folder.c_str(), owner, 0), 0);
+        const auto finds = [&] {
+            MEROSystemdPutEnvByPAMSystemd();
+            const char* found = std::getenv("XDG_RUNTIME_DIR");
+            return found != nullptr && found == folder ? 1 : 0;
+        };
+        EXPECT_EQ(RunAs(kNobody, finds), isTaken) << holds << " " << mode;
+        EXPECT_EQ(Said("systemd_putenv_by_pam_systemd").empty(), isTaken);
+    }
 }
 
 TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)

@@ -246,6 +246,19 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
                  fs::exists(kLock));
 }
 
+TEST_F(VolumeUnmount, StatesOfTodayAreKnownInTheDialectOfToday)
+{
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    SetUnits({{kAll, {"refreshing.service", "maintenance.service"}}});
+    SystemctlScript("case $1 in list*) printf '%s enabled enabled\\n' maintenance.service refreshing.service;; "
+                    "*) echo ActiveState=${4%.service};; esac");
+    VolumeUnmountPlan plan;
+    EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/v"}, plan) && plan.stops.size() == 1);
+    EXPECT_EQ(plan.stops.at(0).unit, "refreshing.service");
+    EXPECT_EQ(Said("systemd_volume_unmount_action").front(),
+              "WARNING [maintenance.service] is in maintenance: it counts as not running.");
+}
+
 TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
 {
     struct Case {
