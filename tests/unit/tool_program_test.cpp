@@ -208,7 +208,12 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
               "volume register /v --unit a");
     EXPECT_THAT(busy, FieldsAre(5, "merosystemctl: a: volume register failed: another process holds a lock that it "
                                    "needs; try again later\n"));
-    RemoveSystemctl();
+    const std::string conf = "/usr/mero/etc/merosystemd/systemctl.conf", version = "echo 'systemd 257 (257.13-1)'";
+    Write(conf, ""), SystemctlScript("[ \"$1\" != --version ] || " + version);
+    EXPECT_EQ(Tool("daemon-reload").output,
+              "merosystemctl: systemd 257 speaks the current dialect: put dialect=current into " + conf + "\n");
+    EXPECT_EQ(Tool("complete -- daemon-r").output, "daemon-reload\n");
+    Write(conf, "dialect=current\n"), RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
                                       "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {
         const ShellResult result = Tool(command);

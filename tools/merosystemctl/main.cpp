@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "diagnosis/dialect.h"
 
 #include <algorithm>
 #include <clocale>
@@ -39,6 +40,7 @@ int main(int argc, char* argv[])
         .help = "Manages the services of this machine through libmerosystemd.",
         .version = MERO_VERSION,
         .note = kNote,
+        .before = MERO::Tool::WarnOfDialect,
     });
     const MERO::Tool::Command program = commandLine.Program();
     MERO::Tool::AddActionCommands(program);

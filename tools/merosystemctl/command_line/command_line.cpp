@@ -93,7 +93,7 @@ Texts CommandNames(const CLI::App& command)
 
 CommandLine::CommandLine(const Description& description)
     : app_(std::make_unique<CLI::App>(description.help, description.program)), calls_(std::make_unique<Calls>()),
-      note_(description.note)
+      note_(description.note), before_(description.before)
 {
     app_->set_version_flag("--version", description.program + " " + description.version);
     app_->set_help_flag("-h,--help", "Print this help and exit");
@@ -117,6 +117,9 @@ int CommandLine::Run(Texts words)
     std::reverse(words.begin(), words.end()); // as the parser wants them
     try {
         app_->parse(words);
+        if (before_ && !app_->get_subcommands().front()->get_group().empty()) {
+            before_();
+        }
         return calls_->called();
     } catch (const CLI::Success& wanted) { // --help and --version
         return app_->exit(wanted);

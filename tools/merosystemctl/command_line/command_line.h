@@ -2,6 +2,7 @@
 
 #include "command_line/command.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -21,7 +22,8 @@ public:
         std::string program;
         std::string help;
         std::string version;
-        std::string note; ///< below the help
+        std::string note;             ///< below the help
+        std::function<void()> before; ///< runs before each command, but for those that are hidden
     };
 
     explicit CommandLine(const Description& description);
@@ -40,6 +42,7 @@ private:
     std::unique_ptr<CLI::App> app_;
     std::unique_ptr<Calls> calls_;
     std::string note_;
+    std::function<void()> before_;
 };
 
 } // namespace MERO::Tool

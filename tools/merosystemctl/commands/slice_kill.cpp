@@ -74,8 +74,7 @@ private:
 bool HoldsThisProcess(const std::string& slice)
 {
     std::string path;
-    const bool isKnown = MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", path) ||
-                         MEROSystemdCgroupPathnameGet(getpid(), "", path); // cgroup v2 alone
+    const bool isKnown = MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", path);
     return slice == "-.slice" || (isKnown && (path + "/").find("/" + slice + "/") != path.npos);
 }
 
