@@ -105,8 +105,9 @@ public:
     Icon IconGet() const { return icon_; }                        ///< of the unit
     std::set<Process> ProcessesGet() const { return processes_; } ///< ordered by process ID
 
-    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it. Those that end
-    /// meanwhile are left out. False when there is no such slice.
+    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it; of a slice of
+    /// systemd's where that is accounted (see "Cgroups"), and in all cgroups below it. Those that end meanwhile are left
+    /// out. False when there is no such slice.
     static bool ProcessList(const std::string& unitName, std::set<Process>& processes);
 
 private:
@@ -136,14 +137,14 @@ enum class KillPhase {
 bool MEROSystemdIconGet(std::string strUnit, MERO::Systemd::Icon& icon);
 
 /// @ingroup cgroups
-/// Appends the slices that the resource monitor tracks. False when there are none.
+/// Appends the slices that the resource monitor tracks; systemd's where those are accounted. False when there are none.
 bool MEROSystemdSliceList(std::vector<std::string>& slices);
 
 /// @ingroup cgroups
 /// Ends all that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as many
 /// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
 /// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
-/// waited for. A name that is no slice's is an invalid argument (0x0D00). Processes are looked for in systemd's named
+/// waited for. A name that is no slice's is an invalid argument (0x0D00). Processes are looked for in systemd's
 /// hierarchy; where it is not mounted, and /proc shows a process in the slice or cannot be read, nothing is done and
 /// the result is false. A slice that holds the calling process is killed as well, after a warning in the log.
 bool MEROSystemdKillSlice(const std::string& strSlice);

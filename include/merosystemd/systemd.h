@@ -341,6 +341,12 @@ int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (
    (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends with ".slice" and holds no "/" (0x0D00). What
    moves the calling process moves all its threads, whichever thread calls it; its children stay where they are. When it
    fails, some of the threads may have been moved.
+
+   Where /sys/fs/cgroup is the hierarchy of cgroup version 2, and the dialect is the current one, that hierarchy is
+   systemd's. No process can be written into its slices: systemd moves the calling process into a new transient scope of
+   the slice (StartTransientUnit, called by /usr/bin/busctl; see org.freedesktop.systemd1(5)), which ends with its last
+   process. The monitor's hierarchy may be mounted in it, at the same path. Where it is not, the slices of systemd are
+   the ones that are accounted, and a move into the monitor's hierarchy fails.
    @{ */
 
 /** The slice that the calling process is accounted to. `cbSlice` counts bytes; a name that does not fit with its NUL
@@ -350,14 +356,15 @@ int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
 /** Moves the calling process into a slice of the resource monitor's hierarchy. */
 int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice);
 
-/** Moves the calling process into a slice of systemd's hierarchy, and then of the monitor's. */
+/** Moves the calling process into a slice of systemd's hierarchy, and then of the monitor's, if that is mounted or
+   cgroups are of version 1. */
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 
 /** Pushes the slices that the resource monitor tracks onto the list, which must exist. 0 when there are none. */
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
-/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
-   unit still ends its main process. */
+/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on cgroup
+   version 2 into a scope of system.slice. The unit still ends its main process. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

@@ -457,12 +457,11 @@ bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, ME
 /// @addtogroup cgroups
 /// @{
 
-/// The path of a process' cgroup in the hierarchy with these controllers, "name=systemd" say. False when there is no
-/// such process or hierarchy, and for a path that holds ":".
+/// The path of a process' cgroup in the hierarchy with these controllers; "name=systemd" means systemd's, of version 2
+/// too. False when there is no such process or hierarchy, and for a path that holds ":".
 bool MEROSystemdCgroupPathnameGet(int pid, const std::string& controller, std::string& path);
 
-/// The unit of a process: the last folder of its path in systemd's hierarchy, which is the one of cgroup version 2 on
-/// a machine that has no other. False when there is no such process, or the folder's name holds no ".".
+/// The unit of a process: the last folder of its path in systemd's hierarchy. False when there is no such process, or the folder's name holds no ".".
 bool MEROSystemdGetByPid(int pid, std::string& unit);
 
 /// The slice that the calling process is accounted to.
@@ -470,13 +469,13 @@ bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
 
 /** @{ */
 /// Moves the calling process into a slice of the monitor's hierarchy; of systemd's hierarchy, and then of the
-/// monitor's.
+/// monitor's, if that is mounted or cgroups are of version 1.
 bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. The
-/// unit still ends its main process.
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on cgroup
+/// version 2 into a scope of system.slice. The unit still ends its main process.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}
