@@ -7,10 +7,7 @@
 #include <cmath>
 #include <sstream>
 
-namespace MERO::Torture {
-
-const char* const kName = "faults";
-const Place kPlace = Place::Machine;
+using namespace MERO::Torture;
 
 namespace {
 
@@ -112,8 +109,7 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     const auto expect = [&](bool holds, const std::string& otherwise) {
         run.Expect(holds, what + faults.failed + "): " + otherwise);
     };
-    const std::string difference = Difference(footprint, Footprint());
-    expect(difference.empty(), difference);
+    run.ExpectSame(footprint, Footprint(), what + faults.failed + "): ");
     const bool mayThrow =
         !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
@@ -158,7 +154,7 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(faults, Machine)
 {
     afterCall = [] { faults.isArmed = false; };
     for (const Function& function : Functions()) {
@@ -166,5 +162,3 @@ void Torture(Run& run)
         RunFaults(run, function, FaultKind::Allocation);
     }
 }
-
-} // namespace MERO::Torture
