@@ -213,7 +213,11 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
 {
     Unit("user.service",
          "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n[X-Tarvix]\nVolumeDependency=partial\n");
-    Unit("bulk.slice", "[Slice]\n");
+    Unit("bulk.slice", "[Slice]\n[X-Tarvix]\nSliceKillTimeoutSec=1\n");
+    Unit("bulk-deep.slice", "[Slice]\n");
+    Unit("deep.service", "[Service]\nSlice=bulk-deep.slice\nExecStart=/bin/sleep infinity\n");
+    Unit("stubborn.service", "[Service]\nSlice=bulk.slice\nKillMode=none\nExecStart=/bin/sh -c "
+                             "'trap \"echo asked >> /run/asked\" TERM; : > /run/asked; while :; do sleep 0.1; done'\n");
     Load();
     Shell("mkdir -p /vol1 /vol3 /sys/fs/cgroup/meromonitor/bulk.slice; mount -t tmpfs tmpfs /vol1; touch /vol1/file; "
           "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null "
@@ -228,15 +232,20 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
         {"stop holder.scope", 0, ""},
         {"volume unmount /vol1", 0, kStopping + kAgain},
         {"volume unmount /vol3 -- false", 1, "no service stops\nmerosystemctl: false: exit code 1\n"},
+        {"start web deep stubborn", 0, ""},
+        {"cgroup show $(systemctl show --value -p MainPID web)", 0, "Unit +web.service\n.*"},
+        {"cgroup show $$", 0, "Unit +-\nsystemd +/\nmeromonitor +/\n"},
         {"cgroup show 1", 0, "Unit +init.scope\nsystemd +/init.scope\nmeromonitor +/\n"},
         {"cgroup move bulk.slice" + kInSlice, 0, "2\n"},
         {"cgroup move --monitor-only bulk.slice" + kInSlice, 0, "1\n"},
         {"cgroup move bulk.slice -- " MEROSYSTEMCTL " cgroup move --root" + kInSlice, 0, "1\n"},
         {"cgroup move none.slice -- true", 1, "merosystemctl: moving to none.slice failed\n.*"},
-        {"start web; systemd-run --quiet --slice=bulk.slice sleep infinity", 0, ""},
         {"slice kill bulk.slice", 0, "stopping its units\n.*bulk.slice: killed\n"},
+        {"status deep stubborn web", 3,
+         "UNIT .*\ndeep +loaded +inactive .*\nstubborn +loaded +inactive .*\nweb +loaded +active .*"},
         {"slice kill bulk.slice", 0, "bulk.slice: nothing runs there in systemd's hierarchy\n"},
     });
+    EXPECT_EQ(Shell("cat /run/asked").output, "asked\n");
     EXPECT_THAT(Shell("systemd-run --quiet --pipe --slice=bulk.slice " MEROSYSTEMCTL " slice kill bulk.slice").output,
                 HasSubstr("bulk.slice is not killed: this process runs in it"));
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
