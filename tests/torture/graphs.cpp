@@ -42,7 +42,7 @@ bool MountAnew()
 {
     const char* const anew =
         "! mountpoint -q /vol || umount /vol || exit; mount -t tmpfs torture /vol && touch /vol/file";
-    return MERO::Test::Shell(anew).exitCode == 0;
+    return Shell(anew).exitCode == 0;
 }
 
 /// Edges lead to smaller numbers.
@@ -93,9 +93,8 @@ Graph MakeGraph(Run& run)
 /// The graph's services that run now, and which run it is.
 std::map<std::string, std::string> Running(const Graph& graph)
 {
-    std::istringstream lines(MERO::Test::Shell("systemctl show -p Id,ActiveState,InvocationID " +
-                                               Joined(graph.services) +
-                                               " | awk -v RS= '/State=active/ { print $1, $3 }'")
+    std::istringstream lines(Shell("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services) +
+                                   " | awk -v RS= '/State=active/ { print $1, $3 }'")
                                  .output);
     std::map<std::string, std::string> running;
     for (std::string id, invocation; lines >> id >> invocation;) {
@@ -156,7 +155,7 @@ MERO_TORTURE(graphs, Systemd)
             Unmount(run, graph);
         }
         MEROSystemdStop(graph.services, failed);
-        MERO::Test::Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
+        Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
         run.Done();
     }
 }

@@ -86,7 +86,7 @@ void CheckTable(Run& run)
         known.insert(function.address);
     }
     const char* const member = "_ZNK?4MERO7Systemd[0-9]+(SystemctlOptsBuilder|CommandOptions|JobInfo|Process|Slice)";
-    std::istringstream symbols(MERO::Test::Shell("nm -DP --defined-only " + std::string(library.dli_fname)).output);
+    std::istringstream symbols(Shell("nm -DP --defined-only " + std::string(library.dli_fname)).output);
     for (std::string symbol, type, rest; symbols >> symbol >> type && std::getline(symbols, rest);) {
         symbol = symbol.substr(0, symbol.find('@'));
         const bool isKnown = known.contains(dlsym(RTLD_DEFAULT, symbol.c_str()));

@@ -59,14 +59,14 @@ bool IsTargetWhole(const std::string& which, const std::string& relation)
 void KillOne(Run& run, const Victim& victim)
 {
     const double part = run.Random(1000) / 1000.0;
-    const pid_t pid = MERO::Test::Fork([&]() -> int {
+    const pid_t pid = Fork([&]() -> int {
         for (srandom(static_cast<unsigned>(getpid()));;) {
             victim.act();
         }
     });
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(part * part * victim.longest));
     kill(pid, SIGKILL);
-    MERO::Test::ResultOf(pid);
+    ResultOf(pid);
     const auto expect = [&](bool holds, const char* otherwise) { run.Expect(holds, victim.name + otherwise); };
     for (const auto& entry : std::filesystem::recursive_directory_iterator("/run/merosystemd")) {
         const std::string path = entry.path();

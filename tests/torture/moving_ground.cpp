@@ -81,7 +81,7 @@ MERO_TORTURE(moving_ground, Systemd)
     Texts failed;
     run.Expect(MEROSystemdStart({"on", "off"}, failed), "the services did not start");
     run.Expect(Comes(10s, [] { return Slice("steady.slice").ProcessesGet().size() > 4; }), "nothing is born");
-    const pid_t passing = MERO::Test::Fork([]() -> int { Passing(); });
+    const pid_t passing = Fork([]() -> int { Passing(); });
     for (int warmUp = 0; warmUp < 10; ++warmUp) {
         LookOnce(run);
     }
@@ -93,5 +93,5 @@ MERO_TORTURE(moving_ground, Systemd)
     run.ExpectSame(before, Footprint());
     run.Expect(ResidentPages() <= residentPages + 256, "the memory has grown");
     kill(passing, SIGKILL);
-    run.Expect(MERO::Test::ResultOf(passing) == 255 && wait(nullptr) < 0, "children are left");
+    run.Expect(ResultOf(passing) == 255 && wait(nullptr) < 0, "children are left");
 }

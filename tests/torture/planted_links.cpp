@@ -17,7 +17,7 @@ const std::string kEtc = "/var/packages/Foo/etc/", kFolder = kEtc + "meropkg_con
 /// Mode, owner and text of everything that the user must not reach.
 std::string Outside()
 {
-    return MERO::Test::Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
+    return Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
 }
 
 /// Swaps the register's folder, and the register in it, for links; makes them anew when they are gone.
@@ -49,7 +49,7 @@ MERO_TORTURE(planted_links, Machine)
     chmod((kOutside + "secret").c_str(), 0600), chmod((kOutside + "folder").c_str(), 0700);
     (void)chown(kEtc.c_str(), kUser, kUser);
     const std::string before = Outside();
-    const pid_t user = MERO::Test::Fork([]() -> int { Attack(); }, kUser);
+    const pid_t user = Fork([]() -> int { Attack(); }, kUser);
     umask(0);
     for (const auto begin = Clock::now(); Since(begin) < 30 * run.Scale(); run.Done(10)) {
         std::vector<VolumeRegistration> registers;
@@ -61,6 +61,6 @@ MERO_TORTURE(planted_links, Machine)
         run.Expect(!MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}), "a register was read through a link");
         (void)MEROSystemdVolumeRegisterList(registers);
     }
-    run.Expect(kill(user, SIGKILL) == 0 && MERO::Test::ResultOf(user) == 255, "the user has not attacked to the end");
+    run.Expect(kill(user, SIGKILL) == 0 && ResultOf(user) == 255, "the user has not attacked to the end");
     run.ExpectSame(before, Outside());
 }

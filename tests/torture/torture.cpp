@@ -54,7 +54,7 @@ void Run::ExpectSame(const std::string& before, const std::string& now, const st
 void Run::InChild(const std::string& what, const std::function<void()>& body)
 {
     int status = 0;
-    waitpid(Test::Fork([&] { return body(), 0; }), &status, 0);
+    waitpid(Fork([&] { return body(), 0; }), &status, 0);
     Expect(status == 0, what + ": ends by signal " + std::to_string(WTERMSIG(status)) + ", or with code " +
                             std::to_string(WEXITSTATUS(status)));
 }

@@ -18,7 +18,7 @@ namespace MERO::Torture {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Texts = std::vector<std::string>;
-using Test::Machine;
+using Test::Fork, Test::Machine, Test::ResultOf, Test::Shell;
 
 /// What has been done, and what was wrong. Child processes count too.
 class Run {
