@@ -15,8 +15,6 @@ Box::Box()
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     SetBootStep(6);
-    Write("/usr/mero/bin/merologset", "#!/bin/sh\necho \"$1 $2 $3\" >> /run/events\n");
-    Shell("chmod 755 /usr/mero/bin/merologset; rm -f /run/events");
 }
 
 Box::~Box()

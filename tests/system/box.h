@@ -11,8 +11,7 @@
 
 namespace MERO::Test {
 
-/// A real systemd, for tests that run inside the sandbox. The library speaks its dialect, boot is over, and the event
-/// log's tool writes to /run/events.
+/// A real systemd, for tests that run inside the sandbox. The library speaks its dialect, and boot is over.
 class Box : public ::testing::Test {
 protected:
     Box();

@@ -5,8 +5,6 @@
 #include <merosystemd/systemd.h>
 #include <merosystemd/systemd.hpp>
 
-#include <gmock/gmock.h>
-
 using namespace MERO::Systemd;
 using namespace MERO::Test;
 using std::filesystem::exists;
@@ -119,22 +117,6 @@ TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
         ASSERT_TRUE(MEROSystemdIsolateToDefaultTarget());
         ExpectDefaultTarget();
     }
-}
-
-TEST_F(RealIsolation, TheMachineComesBackFromAnAction)
-{
-    for (const bool done : {true, false}) {
-        EXPECT_EQ(_MEROSystemdIsolateTargetAction("quiet.target",
-                                                  [&] {
-                                                      EXPECT_EQ(Shell("systemctl is-active quiet.target daily").output,
-                                                                "active\ninactive\n");
-                                                      return done;
-                                                  }),
-                  done);
-        ExpectDefaultTarget();
-    }
-    EXPECT_FALSE(_MEROSystemdIsolateTargetAction("basic.target", nullptr)) << "cannot be isolated to";
-    ExpectDefaultTarget();
 }
 
 } // namespace

@@ -10,6 +10,8 @@ using ::testing::MatchesRegex;
 
 namespace {
 
+const std::string kSeeLog = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
+
 ShellResult Tool(const std::string& arguments)
 {
     return Shell(std::string(MEROSYSTEMCTL) + " " + arguments);
@@ -48,6 +50,7 @@ protected:
     {
         Unit("web.service", "[Service]\nExecStart=/bin/sleep infinity\nExecReload=/bin/true\n");
         Unit("slow.service", "[Service]\nType=oneshot\nExecStart=/bin/sleep 60\n");
+        Unit("slow-to-stop.service", "[Service]\nExecStart=/bin/sleep infinity\nExecStop=/bin/sleep 60\n");
         Unit("boot.service", "[Unit]\nDescription=A b\n[Service]\nExecStart=/bin/true\n"
                              "[Install]\nWantedBy=multi-user.target\n");
         Load();
@@ -56,16 +59,23 @@ protected:
 
 TEST_F(Merosystemctl, TellsWhatSystemdDid)
 {
-    const std::string kSeeLog = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
     Expect({
         {"start web", 0, ""},
         {"reload web", 0, ""},
+        {"restart web", 0, ""},
+        {"try-restart boot", 0, ""},
+        {"reload-or-restart boot", 0, ""},
         {"start web unknown other.socket", 4,
          "merosystemctl: other.socket: start failed: there is no such unit\n"
          "merosystemctl: unknown: start failed: there is no such unit\n"},
         {"start --irreversibly --no-block slow", 0, ""},
         {"jobs", 0, "JOB +UNIT +TYPE +STATE\n[0-9]+ +slow.service  start  running\n"},
         {"stop slow", 1, "merosystemctl: (slow: stop failed|stop failed, and systemctl named no unit)\n" + kSeeLog},
+        {"start slow-to-stop", 0, ""},
+        {"stop --no-block slow-to-stop", 0, ""},
+        {"try-restart slow-to-stop web", 0, ""},
+        {"reload slow-to-stop", 0, ""},
+        {"status slow-to-stop", 3, "UNIT .*\nslow-to-stop +loaded +deactivating +static +stop running .*"},
         {"reset-failed unknown", 4, "merosystemctl: unknown: reset-failed failed: there is no such unit\n"},
         {"reason add check boot", 0, ""},
         {"mask --runtime hidden", 0, ""},
@@ -89,8 +99,56 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"mask --offline --runtime boot.path", 0, ""},
         {"unmask --offline --runtime boot.path", 0, ""},
         {"mask --offline ../up", 4, "merosystemctl: Failed to mask[^\n]*\nmerosystemctl: ../up: mask failed: .*"},
+        {"enable boot nowhere", 4,
+         "(.*\n)?merosystemctl: nowhere: enable failed: there is no such unit\nmerosystemctl: boot: enable failed\n" +
+             kSeeLog},
         {"uninstall boot.service < /dev/null", 0, ""},
         {"info boot", 4, "merosystemctl: boot: no unit file .*\n"},
+    });
+}
+
+TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
+{
+    Expect({
+        {"list-units", 0, ".*\nboot.service\n.*\nbasic.target\n.*"},
+        {"list-units --type target", 0, "([a-z0-9@-]+.target\n)+"},
+        {"list-services", 0, ".*\nboot\n.*"},
+        {"default-target rescue.target", 0, ""},
+        {"default-target", 0, "rescue.target\n"},
+        {"default-target --offline multi-user.target", 0, ""},
+        {"default-target", 0, "multi-user.target\n"},
+        {"default-target web.service", 1, ".*" + kSeeLog},
+        {"start --no-block slow", 0, ""},
+    });
+    SetBootStep(2);
+    Expect({
+        {"start web slow", 1, "merosystemctl: slow: start failed\n +job +start running.*web: start failed\n.*"},
+        {"restart slow", 1, "merosystemctl: slow: restart failed\n.*"},
+        {"status web slow", 3, "UNIT .*\nweb +loaded +inactive .*\nslow +loaded +activating .*"},
+        {"start web", 0, ""},
+        {"stop slow", 0, ""},
+        {"start --no-block slow", 0, ""},
+    });
+    SetBootStep(4);
+    Expect({{"start --no-block slow", 0, ""}, {"stop slow", 0, ""}});
+}
+
+TEST_F(Merosystemctl, TwoReasonsHoldAServiceUntilBothAreGone)
+{
+    // The drop-in that keeps a held service from starting, with a condition of systemd's own.
+    Unit("web.service.d/reason.conf", "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n");
+    Load();
+    const std::string kHead = "UNIT .*\nweb +loaded +";
+    Expect({
+        {"start web boot", 0, ""},
+        {"reason add upgrade web boot", 0, ""},
+        {"reason add check web.service", 0, ""},
+        {"start web", 0, ""}, // a start whose condition fails is no failure
+        {"status web", 3, kHead + "inactive +static +- +(check upgrade|upgrade check) .*"},
+        {"reason release upgrade web boot", 0, ""},
+        {"status web", 3, kHead + "inactive +static +- +check .*"},
+        {"reason release check web", 0, ""},
+        {"status web", 0, kHead + "active +static +- +- .*"},
     });
 }
 
@@ -115,7 +173,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
         {"why web", 0, "web.service runs: active \\(running\\) since [^\n]*\n"},
         {"why nowhere", 4, "merosystemctl: nowhere: there is no such unit\n"},
         {"start broken", 1, "merosystemctl: broken: start failed\n +failed +" + kExit3 + kLog},
-        {"start needy", 1,
+        {"start web needy other.socket", 4,
          ".* dependency +broken.service failed, " + kExit3 + "-> merosystemctl why broken.service\n.*"},
         {"start --verify picky dies reborn", 1,
          "merosystemctl: picky: start was done, but .* inactive .*condition .*ConditionPathExists=/nowhere.*"
@@ -155,7 +213,11 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
 {
     Unit("user.service",
          "[Service]\nExecStart=/bin/sleep infinity\nWorkingDirectory=/vol1\n[X-Tarvix]\nVolumeDependency=partial\n");
-    Unit("bulk.slice", "[Slice]\n");
+    Unit("bulk.slice", "[Slice]\n[X-Tarvix]\nSliceKillTimeoutSec=1\n");
+    Unit("bulk-deep.slice", "[Slice]\n");
+    Unit("deep.service", "[Service]\nSlice=bulk-deep.slice\nExecStart=/bin/sleep infinity\n");
+    Unit("stubborn.service", "[Service]\nSlice=bulk.slice\nKillMode=none\nExecStart=/bin/sh -c "
+                             "'trap \"echo asked >> /run/asked\" TERM; : > /run/asked; while :; do sleep 0.1; done'\n");
     Load();
     Shell("mkdir -p /vol1 /vol3; mount -t tmpfs tmpfs /vol1; touch /vol1/file; "
           "systemctl start user bulk.slice; systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null "
@@ -173,16 +235,21 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
         {"stop holder.scope", 0, ""},
         {"volume unmount /vol1", 0, kStopping + kAgain},
         {"volume unmount /vol3 -- false", 1, "no service stops\nmerosystemctl: false: exit code 1\n"},
+        {"start web deep stubborn", 0, ""},
+        {"cgroup show $(systemctl show --value -p MainPID web)", 0, "Unit +web.service\n.*"},
+        {"cgroup show $$", 0, "Unit +-\nsystemd +/(mero-sandbox)?\nmeromonitor +[-/]\n"},
         {"cgroup show 1", 0, "Unit +init.scope\nsystemd +/init.scope\nmeromonitor +[-/]\n"},
         {"cgroup move bulk.slice" + kInSlice, 0, isAlone ? "1\n" : "2\n"},
         {"cgroup move --monitor-only bulk.slice" + kInSlice, isAlone ? 1 : 0, isAlone ? kNoMove : "1\n"},
         {"cgroup move bulk.slice -- " MEROSYSTEMCTL " cgroup move --root" + kInSlice, isAlone ? 1 : 0,
          isAlone ? "0\n" : "1\n"},
         {"cgroup move none.slice -- true", 1, kNoMove},
-        {"start web; systemd-run --quiet --slice=bulk.slice sleep infinity", 0, ""},
         {"slice kill bulk.slice", 0, "stopping its units\n.*bulk.slice: killed\n"},
+        {"status deep stubborn web", 3,
+         "UNIT .*\ndeep +loaded +inactive .*\nstubborn +loaded +inactive .*\nweb +loaded +active .*"},
         {"slice kill bulk.slice", 0, "bulk.slice: nothing runs there in systemd's hierarchy\n"},
     });
+    EXPECT_EQ(Shell("cat /run/asked").output, "asked\n");
     EXPECT_THAT(Shell("systemd-run --quiet --pipe --slice=bulk.slice " MEROSYSTEMCTL " slice kill bulk.slice").output,
                 HasSubstr("bulk.slice is not killed: this process runs in it"));
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");

@@ -1,19 +1,12 @@
 // Hosts that behave badly, and a systemctl that does: every caller gets an answer, and nothing stays behind.
-#include "support/child.h"
 #include "torture/torture.h"
-
-#include <merosystemd/systemd.hpp>
 
 #include <sys/resource.h>
 #include <syslog.h>
 
 #include <clocale>
-#include <cstdlib>
 
-namespace MERO::Torture {
-
-const char* const kName = "bad_hosts";
-const Place kPlace = Place::Machine;
+using namespace MERO::Torture;
 
 namespace {
 
@@ -96,17 +89,16 @@ void CheckHost(Run& run, const Case& c)
         run.Done(4);
     }
     const double time = Since(begin) / times;
-    const std::string difference = Difference(before, Footprint());
+    run.ExpectSame(before, Footprint(), c.name);
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    expect(difference.empty(), difference);
     expect(time >= c.atLeast && time <= c.atMost, std::to_string(time) + " s");
     expect(usage.ru_maxrss <= 512 * 1024, std::to_string(usage.ru_maxrss) + " KiB of memory");
 }
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(bad_hosts, Machine)
 {
     for (const Case& c : kCases) {
         World world;
@@ -114,5 +106,3 @@ void Torture(Run& run)
         run.InChild(c.name, [&] { CheckHost(run, c); });
     }
 }
-
-} // namespace MERO::Torture

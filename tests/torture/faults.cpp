@@ -7,10 +7,7 @@
 #include <cmath>
 #include <sstream>
 
-namespace MERO::Torture {
-
-const char* const kName = "faults";
-const Place kPlace = Place::Machine;
+using namespace MERO::Torture;
 
 namespace {
 
@@ -79,24 +76,19 @@ std::string FileFault(const Function& function, const Files& before, Files good,
     if (done && calls != EssentialCalls(function, good)) {
         return "systemctl has only run: " + calls;
     }
-    now.erase(kCalls), good.erase(kCalls);
-    const auto has = [](const Files& files, const auto& file) {
-        const auto found = files.find(file.first);
-        return found != files.end() && found->second == file.second;
-    };
-    for (const auto& file : now) {
-        const bool mayDiffer =
-            faults.failed == std::string("unlink") || // what cannot be removed
-            (file.first.starts_with("/run/systemd/system/unmount-volume-") && good.contains(file.first));
-        const bool mustBeNew = done && !MayBeUndone(function, file.first);
-        if (!mayDiffer && !has(good, file) && (mustBeNew || !has(before, file))) {
-            return file.first + " is wrong: " + file.second;
-        }
-    }
-    for (const auto& [path, text] : good) {
-        const bool mustBe = (done && !MayBeUndone(function, path)) || before.contains(path);
-        if (mustBe && !now.contains(path)) {
-            return path + " is missing";
+    Files all = now;
+    all.insert(before.begin(), before.end()), all.insert(good.begin(), good.end()), all.erase(kCalls);
+    for (const auto& [path, any] : all) {
+        const auto in = [&path](const Files& files) {
+            const auto file = files.find(path);
+            return file != files.end() ? file->second : "missing";
+        };
+        const bool isUnremoved = now.contains(path) && faults.failed == std::string("unlink");
+        const bool isPart = path.starts_with("/run/systemd/system/unmount-volume-") && now.contains(path);
+        const bool mustBeNew = done && !MayBeUndone(function, path);
+        const bool isWhole = in(now) == in(good) || (!mustBeNew && in(now) == in(before));
+        if (!isWhole && !isUnremoved && !(isPart && good.contains(path))) {
+            return path + " is wrong: " + in(now);
         }
     }
     return "";
@@ -112,8 +104,7 @@ void Check(Run& run, const Function& function, const std::string& what, const Go
     const auto expect = [&](bool holds, const std::string& otherwise) {
         run.Expect(holds, what + faults.failed + "): " + otherwise);
     };
-    const std::string difference = Difference(footprint, Footprint());
-    expect(difference.empty(), difference);
+    run.ExpectSame(footprint, Footprint(), what + faults.failed + "): ");
     const bool mayThrow =
         !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
@@ -158,7 +149,7 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(faults, Machine)
 {
     afterCall = [] { faults.isArmed = false; };
     for (const Function& function : Functions()) {
@@ -166,5 +157,3 @@ void Torture(Run& run)
         RunFaults(run, function, FaultKind::Allocation);
     }
 }
-
-} // namespace MERO::Torture

@@ -1,26 +1,17 @@
 // Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
 // those that require them along, and the former run again.
-#include "support/shell.h"
 #include "torture/torture.h"
 
-#include <merosystemd/systemd.hpp>
-
-#include <sys/mount.h>
-
-#include <fstream>
 #include <set>
 #include <sstream>
 
-namespace MERO::Torture {
-
-const char* const kName = "graphs";
-const Place kPlace = Place::Systemd;
+using namespace MERO::Torture;
 
 namespace {
 
 using Names = std::set<std::string>;
 
-const std::string kService = "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n", kKeys = "[X-Tarvix]\n";
+const std::string kKeys = "[X-Tarvix]\n";
 const std::string kPartial = kKeys + "VolumeDependency=partial\n";
 
 /// How a unit of the graph depends on the volume.
@@ -49,8 +40,9 @@ struct Graph {
 
 bool MountAnew()
 {
-    return (umount("/vol") == 0 || errno == EINVAL) && mount("torture", "/vol", "tmpfs", 0, nullptr) == 0 &&
-           std::ofstream("/vol/file").good();
+    const char* const anew =
+        "! mountpoint -q /vol || umount /vol || exit; mount -t tmpfs torture /vol && touch /vol/file";
+    return Shell(anew).exitCode == 0;
 }
 
 /// Edges lead to smaller numbers.
@@ -62,7 +54,7 @@ Graph MakeGraph(Run& run)
     for (int i = 0; i < 30; ++i) {
         const Way way = run.Random(2) == 0 ? Way{"g", "", "", false} : kWays[run.Random(std::size(kWays))];
         const std::string number = std::to_string(i), service = way.prefix + number + ".service";
-        std::string text = kService + way.text;
+        std::string text = kSleeps + way.text;
         if (!way.registered.empty()) {
             Machine::Write(way.prefix == "g" ? "/usr/mero/etc/merosystemd/volume-register/" + service
                                              : "/var/packages/G" + number + "/etc/meropkg_conf/reg_volume",
@@ -101,8 +93,8 @@ Graph MakeGraph(Run& run)
 /// The graph's services that run now, and which run it is.
 std::map<std::string, std::string> Running(const Graph& graph)
 {
-    std::istringstream lines(Test::Shell("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services) +
-                                         " | awk -v RS= '/State=active/ { print $1, $3 }'")
+    std::istringstream lines(Shell("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services) +
+                                   " | awk -v RS= '/State=active/ { print $1, $3 }'")
                                  .output);
     std::map<std::string, std::string> running;
     for (std::string id, invocation; lines >> id >> invocation;) {
@@ -114,9 +106,9 @@ std::map<std::string, std::string> Running(const Graph& graph)
 Names Plan()
 {
     Names stops;
-    Systemd::VolumeUnmountPlan plan;
+    MERO::Systemd::VolumeUnmountPlan plan;
     (void)MEROSystemdVolumeUnmountPlan({"/vol"}, plan);
-    for (const Systemd::PlannedStop& stop : plan.stops) {
+    for (const MERO::Systemd::PlannedStop& stop : plan.stops) {
         stops.insert(stop.unit);
     }
     return stops;
@@ -150,7 +142,7 @@ void Unmount(Run& run, const Graph& graph)
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(graphs, Systemd)
 {
     std::filesystem::create_directories("/vol");
     for (int left = run.Scaled(100); left > 0 && run.Expect(MountAnew(), "the volume cannot be mounted anew"); --left) {
@@ -163,9 +155,7 @@ void Torture(Run& run)
             Unmount(run, graph);
         }
         MEROSystemdStop(graph.services, failed);
-        Test::Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
+        Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
         run.Done();
     }
 }
-
-} // namespace MERO::Torture

@@ -1,21 +1,14 @@
 // Callers are killed at random moments. Afterwards what the library owns is whole, no lock is held, and the next caller
 // succeeds.
-#include "support/child.h"
 #include "support/lock.h"
 #include "torture/torture.h"
 
-#include <merosystemd/systemd.hpp>
-
 #include <set>
 
-namespace MERO::Torture {
-
-const char* const kName = "kills";
-const Place kPlace = Place::Systemd;
+using namespace MERO::Torture;
+using namespace MERO::Systemd;
 
 namespace {
-
-using namespace Systemd;
 
 const std::set<std::string> kVolumes = [] { // so many that writing a register takes a while
     std::set<std::string> volumes;
@@ -66,18 +59,18 @@ bool IsTargetWhole(const std::string& which, const std::string& relation)
 void KillOne(Run& run, const Victim& victim)
 {
     const double part = run.Random(1000) / 1000.0;
-    const pid_t pid = Test::Fork([&]() -> int {
+    const pid_t pid = Fork([&]() -> int {
         for (srandom(static_cast<unsigned>(getpid()));;) {
             victim.act();
         }
     });
     std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(part * part * victim.longest));
     kill(pid, SIGKILL);
-    Test::ResultOf(pid);
+    ResultOf(pid);
     const auto expect = [&](bool holds, const char* otherwise) { run.Expect(holds, victim.name + otherwise); };
     for (const auto& entry : std::filesystem::recursive_directory_iterator("/run/merosystemd")) {
         const std::string path = entry.path();
-        expect(!path.ends_with(".lock") || Test::IsFree(path, 1), ": a lock is still held");
+        expect(!path.ends_with(".lock") || MERO::Test::IsFree(path, 1), ": a lock is still held");
     }
     expect(AreRegistersWhole(), ": a volume register is damaged");
     expect(IsTargetWhole("begin", "Conflicts") && IsTargetWhole("end", "Wants"), ": a target is damaged");
@@ -109,12 +102,11 @@ const Victim kVictims[] = {
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(kills, Systemd)
 {
     std::filesystem::create_directories("/run/merosystemd");
     std::filesystem::create_directories("/var/packages/Foo");
-    Machine::Write(kUnits + "all.service",
-                   "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=all\n");
+    Machine::Write(kUnits + "all.service", kSleeps + "[X-Tarvix]\nVolumeDependency=all\n");
     MEROSystemdDaemonReload();
     Machine::Write("/usr/mero/etc/merosystemd/volume-register/held.service",
                    "[\"" + Joined(kVolumes, "\", \"") + "\"]");
@@ -124,5 +116,3 @@ void Torture(Run& run)
         }
     }
 }
-
-} // namespace MERO::Torture

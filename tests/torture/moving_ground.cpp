@@ -1,23 +1,17 @@
 // Processes and slices are born and die by the hundred while they are looked for.
-#include "support/child.h"
 #include "torture/torture.h"
 
 #include <merosystemd/resource.hpp>
-#include <merosystemd/systemd.hpp>
 
 #include <sys/mount.h>
 
 #include <fstream>
 #include <set>
 
-namespace MERO::Torture {
-
-const char* const kName = "moving_ground";
-const Place kPlace = Place::Systemd;
+using namespace MERO::Torture;
+using namespace MERO::Systemd;
 
 namespace {
-
-using namespace Systemd;
 
 const std::string kMonitor = "/sys/fs/cgroup/meromonitor/", kProgram = "/usr/local/bin/births";
 
@@ -72,7 +66,7 @@ long ResidentPages()
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(moving_ground, Systemd)
 {
     std::filesystem::create_directories("/vol");
     std::filesystem::create_directory(kMonitor + "steady.slice");
@@ -87,7 +81,7 @@ void Torture(Run& run)
     Texts failed;
     run.Expect(MEROSystemdStart({"on", "off"}, failed), "the services did not start");
     run.Expect(Comes(10s, [] { return Slice("steady.slice").ProcessesGet().size() > 4; }), "nothing is born");
-    const pid_t passing = Test::Fork([]() -> int { Passing(); });
+    const pid_t passing = Fork([]() -> int { Passing(); });
     for (int warmUp = 0; warmUp < 10; ++warmUp) {
         LookOnce(run);
     }
@@ -96,10 +90,8 @@ void Torture(Run& run)
     for (const auto begin = Clock::now(); Since(begin) < 60 * run.Scale();) {
         LookOnce(run);
     }
-    run.Expect(Difference(before, Footprint()).empty(), Difference(before, Footprint()));
+    run.ExpectSame(before, Footprint());
     run.Expect(ResidentPages() <= residentPages + 256, "the memory has grown");
     kill(passing, SIGKILL);
-    run.Expect(Test::ResultOf(passing) == 255 && wait(nullptr) < 0, "children are left");
+    run.Expect(ResultOf(passing) == 255 && wait(nullptr) < 0, "children are left");
 }
-
-} // namespace MERO::Torture

@@ -1,17 +1,11 @@
 // A user who owns what packages own swaps it for links, while root writes there: nothing outside changes.
-#include "support/child.h"
-#include "support/shell.h"
 #include "torture/torture.h"
-
-#include <merosystemd/systemd.hpp>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace MERO::Torture {
-
-const char* const kName = "planted_links";
-const Place kPlace = Place::Machine;
+using namespace MERO::Torture;
+using namespace MERO::Systemd;
 
 namespace {
 
@@ -23,7 +17,7 @@ const std::string kEtc = "/var/packages/Foo/etc/", kFolder = kEtc + "meropkg_con
 /// Mode, owner and text of everything that the user must not reach.
 std::string Outside()
 {
-    return Test::Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
+    return Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
 }
 
 /// Swaps the register's folder, and the register in it, for links; makes them anew when they are gone.
@@ -48,28 +42,25 @@ std::string Outside()
 
 } // namespace
 
-void Torture(Run& run)
+MERO_TORTURE(planted_links, Machine)
 {
     fs::create_directories(kEtc), fs::create_directories(kOutside + "folder");
     Machine::Write(kOutside + "secret", "[\"/secret\"]"), Machine::Write(kOutside + "source", "");
     chmod((kOutside + "secret").c_str(), 0600), chmod((kOutside + "folder").c_str(), 0700);
     (void)chown(kEtc.c_str(), kUser, kUser);
     const std::string before = Outside();
-    const pid_t user = Test::Fork([]() -> int { Attack(); }, kUser);
+    const pid_t user = Fork([]() -> int { Attack(); }, kUser);
     umask(0);
     for (const auto begin = Clock::now(); Since(begin) < 30 * run.Scale(); run.Done(10)) {
-        std::vector<MERO::Systemd::VolumeRegistration> registers;
+        std::vector<VolumeRegistration> registers;
         (void)MEROSystemdPackageVolumeRegister("Foo", "/v"), (void)MEROSystemdPackageVolumeUnregister("Foo", "/v");
         (void)MEROSystemdVolumeRegister("nfs", "/v"), (void)MEROSystemdVolumeUnregister("nfs", "/v");
-        (void)MERO::Systemd::LinkMeroReason(kFolder + "/", kOutside + "source");
+        (void)LinkMeroReason(kFolder + "/", kOutside + "source");
         (void)MEROSystemdServiceStopByReason("check", std::string("nfs"));
         (void)MEROSystemdServiceReasonRemove("check", std::string("nfs")), (void)MEROSystemdEnable("nfs");
         run.Expect(!MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}), "a register was read through a link");
         (void)MEROSystemdVolumeRegisterList(registers);
     }
-    run.Expect(kill(user, SIGKILL) == 0 && Test::ResultOf(user) == 255, "the user has not attacked to the end");
-    const std::string after = Outside();
-    run.Expect(after == before, Difference(before, after));
+    run.Expect(kill(user, SIGKILL) == 0 && ResultOf(user) == 255, "the user has not attacked to the end");
+    run.ExpectSame(before, Outside());
 }
-
-} // namespace MERO::Torture

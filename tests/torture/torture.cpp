@@ -1,25 +1,16 @@
 #include "torture/torture.h"
 
-#include "support/child.h"
 #include "support/environment.h"
-#include "support/lock.h"
 
-#include <sched.h>
 #include <sys/mman.h>
-#include <sys/mount.h>
 #include <syslog.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <cmath>
 #include <iostream>
-#include <new>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 
 namespace MERO::Torture {
-
-namespace fs = std::filesystem;
 
 Run::Run(double scale)
     : counters_(new (mmap(nullptr, sizeof(Counters), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
@@ -47,10 +38,23 @@ bool Run::Expect(bool holds, const std::string& otherwise)
     return holds;
 }
 
+void Run::ExpectSame(const std::string& before, const std::string& now, const std::string& what)
+{
+    std::set<std::string> lines[2], differences;
+    for (const bool isNow : {false, true}) {
+        std::istringstream stream(isNow ? now : before);
+        for (std::string line; std::getline(stream, line);) {
+            lines[isNow].insert(line);
+        }
+    }
+    std::ranges::set_symmetric_difference(lines[0], lines[1], std::inserter(differences, differences.end()));
+    Expect(differences.empty(), what + "new or gone: " + Joined(differences, "; "));
+}
+
 void Run::InChild(const std::string& what, const std::function<void()>& body)
 {
     int status = 0;
-    waitpid(Test::Fork([&] { return body(), 0; }), &status, 0);
+    waitpid(Fork([&] { return body(), 0; }), &status, 0);
     Expect(status == 0, what + ": ends by signal " + std::to_string(WTERMSIG(status)) + ", or with code " +
                             std::to_string(WEXITSTATUS(status)));
 }
@@ -77,7 +81,7 @@ Files FilesNow()
     Files files;
     for (const char* folder : {"/run", "/usr/mero", "/var/packages", "/sys/fs/cgroup"}) {
         std::error_code error;
-        for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+        for (std::filesystem::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
              entry.increment(error)) {
             files[entry->path()] = entry->is_regular_file() ? Machine::Read(entry->path()) : "folder";
         }
@@ -97,20 +101,6 @@ std::string Footprint()
     siginfo_t child{};
     const bool hasChild = waitid(P_ALL, 0, &child, WNOHANG | WNOWAIT | WEXITED) == 0;
     return text + (hasChild ? "a child\n" : "no child\n");
-}
-
-std::string Difference(const std::string& before, const std::string& now)
-{
-    std::set<std::string> lines[2];
-    for (const bool isNow : {false, true}) {
-        std::istringstream stream(isNow ? now : before);
-        for (std::string line; std::getline(stream, line);) {
-            lines[isNow].insert(line);
-        }
-    }
-    std::vector<std::string> differences;
-    std::ranges::set_symmetric_difference(lines[0], lines[1], std::back_inserter(differences));
-    return differences.empty() ? "" : (lines[1].contains(differences[0]) ? "new: " : "gone: ") + differences[0];
 }
 
 namespace {

@@ -1,21 +1,16 @@
 #pragma once
 
+#include "support/child.h"
 #include "support/machine.h"
+#include "support/shell.h"
+
+#include <merosystemd/systemd.hpp>
 
 #include <gmock/gmock.h>
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cstddef>
-#include <functional>
 #include <map>
 #include <random>
-#include <string>
-#include <thread>
-#include <vector>
 
 /// What the long runs have in common.
 namespace MERO::Torture {
@@ -23,7 +18,7 @@ namespace MERO::Torture {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using Texts = std::vector<std::string>;
-using Test::Machine;
+using Test::Fork, Test::Machine, Test::ResultOf, Test::Shell;
 
 /// What has been done, and what was wrong. Child processes count too.
 class Run {
@@ -38,6 +33,8 @@ public:
     void Done(long count = 1);
     /// Returns `holds`. If it does not, that is a fault.
     bool Expect(bool holds, const std::string& otherwise);
+    /// Expects that what `before` has, a text of lines, is in `now` too, and nothing else.
+    void ExpectSame(const std::string& before, const std::string& now, const std::string& what = "");
     /// Expects that `body` ends in a child of its own.
     void InChild(const std::string& what, const std::function<void()>& body);
     /// The program's exit code.
@@ -63,6 +60,10 @@ extern const char* const kName;
 enum class Place { Machine, Systemd };
 extern const Place kPlace;
 void Torture(Run& run);
+#define MERO_TORTURE(name, place)                                                                                      \
+    const char* const MERO::Torture::kName = #name;                                                                    \
+    const MERO::Torture::Place MERO::Torture::kPlace = Place::place;                                                   \
+    void MERO::Torture::Torture(Run& run)
 
 /// Every file where the library writes, by path: "folder" or its text.
 using Files = std::map<std::string, std::string>;
@@ -70,9 +71,6 @@ Files FilesNow();
 
 /// The open descriptors of this process and what they lead to, and whether it has children: what a call must not leave.
 std::string Footprint();
-
-/// The first line of `now` that `before` does not have, or the other way round.
-std::string Difference(const std::string& before, const std::string& now);
 
 inline double Since(Clock::time_point start)
 {
@@ -114,6 +112,7 @@ inline bool Has(const std::string& text, const std::string& pattern)
 /// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
 /// boot.
 inline const std::string kUnits = "/usr/local/lib/systemd/system/";
+inline const std::string kSleeps = "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n";
 
 struct Answer {
     bool done = false;
