@@ -116,6 +116,7 @@ void EnterPlace(char* argv[])
         }
         Test::MakeEnvironmentKnown();
         Machine::Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+        Machine::Write("/run/systemd/system/service.d/often.conf", "[Unit]\nStartLimitIntervalSec=0\n");
         Machine::Write("/run/merobootseq/boot-step", "6\n");
         prctl(PR_SET_CHILD_SUBREAPER, 1);
         return;
