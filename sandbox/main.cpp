@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <linux/magic.h>
 #include <map>
-#include <memory>
 #include <sys/vfs.h>
 
 #include "sandbox/inside.h"
@@ -66,10 +65,12 @@ CgroupLayout UsualLayout(const fs::path& root)
 /// The root file system of a Debian release, which is made when there is none yet.
 fs::path RootOfRelease(const std::string& release)
 {
-    const std::unique_ptr<FILE, decltype(&pclose)> script(popen((MERO_RELEASE_ROOT " " + release).c_str(), "re"),
-                                                          pclose);
+    FILE* script = popen((MERO_RELEASE_ROOT " " + release).c_str(), "re");
     char root[PATH_MAX] = "";
-    if (!script || fgets(root, sizeof root, script.get()) == nullptr)
+    const bool isMade = script != nullptr && fgets(root, sizeof root, script) != nullptr;
+    if (script != nullptr)
+        (void)pclose(script);
+    if (!isMade)
         throw std::runtime_error("there is no root file system of " + release);
     return std::string_view(root).substr(0, std::strcspn(root, "\n"));
 }

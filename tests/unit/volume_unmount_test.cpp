@@ -192,7 +192,7 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
     const Texts points{kVolume + "/m", kVolume + "0/m", "/proc/fs", "/proc/swaps"};
     for (const std::string& point : points) {
         point.ends_with("/m") ? fs::create_directories(point) : false;
-        EXPECT_EQ(mount("/run/swaps", point.c_str(), "tmpfs", point == points[3] ? MS_BIND : 0, ""), 0);
+        EXPECT_EQ(mount("/run/swaps", point.c_str(), "tmpfs", point == points[3] ? std::uint64_t{MS_BIND} : 0, ""), 0);
     }
     Write("/proc/fs/nfs/exports", "# Version 1.1\n" + kVolume + "\t*(ro)\n"),
         Write("/sys/block/loop7/loop/backing_file", d + "\n");
