@@ -96,7 +96,7 @@ void AddIsolateCommands(const Command& program)
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintState(arguments->json); });
 
-    const Command runIn = program.AddCommand("run-in", "Run a command in a target, and return to the default");
+    const Command runIn = program.AddCommand("run-in", "Run a command in a target, and go back after it");
     runIn.AddOperand("TARGET", arguments->target, "A target that allows to be isolated");
     runIn.TakeBehindDashes(arguments->command, "-- COMMAND...");
     runIn.OnCall([arguments] { return RunIn(arguments->target, arguments->command); });
