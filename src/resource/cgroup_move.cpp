@@ -3,8 +3,9 @@
 
 #include "core/directory_entries.h"
 #include "core/errors.h"
-#include "core/executor.h"
 #include "core/names.h"
+#include "core/program_stream.h"
+#include "core/text.h"
 #include "resource/cgroup_layout.h"
 #include "resource/slice_cgroup.h"
 
@@ -18,7 +19,8 @@
 #include <cerrno>
 #include <ctime>
 #include <set>
-#include <utility>
+#include <string>
+#include <vector>
 
 namespace MERO::Systemd {
 namespace {
@@ -102,31 +104,35 @@ bool MoveToScope(SourceLine where, const std::string& slice)
     const std::string scope =
         "mero-" + pid + "-" + std::to_string(now.tv_sec) + "-" + std::to_string(now.tv_nsec) + ".scope";
     // See StartTransientUnit() in org.freedesktop.systemd1(5): the name, the mode, three properties, no units besides.
-    Executor busctl;
-    const std::vector<std::string> call = {getuid() == 0 ? "--system" : "--user",
-                                           "--quiet",
-                                           "call",
-                                           "org.freedesktop.systemd1",
-                                           "/org/freedesktop/systemd1",
-                                           "org.freedesktop.systemd1.Manager",
-                                           "StartTransientUnit",
-                                           "ssa(sv)a(sa(sv))",
-                                           scope,
-                                           "fail",
-                                           "3",
-                                           "PIDs",
-                                           "au",
-                                           "1",
-                                           pid,
-                                           "Slice",
-                                           "s",
-                                           slice,
-                                           "CollectMode",
-                                           "s",
-                                           "inactive-or-failed",
-                                           "0"};
-    if (busctl.Execute("/usr/bin/busctl", call) != std::pair(true, 0)) {
-        MERO_LOG_AT(where, LOG_ERR, "Failed to make a scope in [%s] for pid[%s]", slice.c_str(), pid.c_str());
+    const char* const call[] = {"/usr/bin/busctl",
+                                getuid() == 0 ? "--system" : "--user",
+                                "--quiet",
+                                "call",
+                                "org.freedesktop.systemd1",
+                                "/org/freedesktop/systemd1",
+                                "org.freedesktop.systemd1.Manager",
+                                "StartTransientUnit",
+                                "ssa(sv)a(sa(sv))",
+                                scope.c_str(),
+                                "fail",
+                                "3",
+                                "PIDs",
+                                "au",
+                                "1",
+                                pid.c_str(),
+                                "Slice",
+                                "s",
+                                slice.c_str(),
+                                "CollectMode",
+                                "s",
+                                "inactive-or-failed",
+                                "0",
+                                nullptr};
+    ProgramStream busctl(call[0], "rB", const_cast<char* const*>(call));
+    std::vector<std::string> lines;
+    if (!busctl || !busctl.ReadLines(lines) || busctl.Close() != 0) {
+        MERO_LOG_OUTPUT_AT(where, LOG_ERR, Concatenate(lines), "Failed to make a scope in [%s] for pid[%s]: %s",
+                           slice.c_str(), pid.c_str());
         return false;
     }
     for (int waits = 0; waits < kMaxScopeWaits; ++waits) { // the call has queued the scope's start
