@@ -461,7 +461,8 @@ bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, ME
 /// too. False when there is no such process or hierarchy, and for a path that holds ":".
 bool MEROSystemdCgroupPathnameGet(int pid, const std::string& controller, std::string& path);
 
-/// The unit of a process: the last folder of its path in systemd's hierarchy. False when there is no such process, or the folder's name holds no ".".
+/// The unit of a process: the last folder of its path in systemd's hierarchy. False when there is no such process, or
+/// the folder's name holds no ".".
 bool MEROSystemdGetByPid(int pid, std::string& unit);
 
 /// The slice that the calling process is accounted to.
@@ -474,8 +475,8 @@ bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on cgroup
-/// version 2 into a scope of system.slice. The unit still ends its main process.
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on
+/// cgroup version 2 into a scope of system.slice. The unit still ends its main process.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}

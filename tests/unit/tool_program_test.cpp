@@ -409,7 +409,8 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         {"process show", briefly + pid_, "[.name, .pid]", R"(["sleep",)" + pid_ + "]"},
         {"slice list", "", "map([.slice, .name, .nameI18n, .processes])",
          R"([["a.slice","A","",1],["b.slice","","b:title",0]])"},
-        {"slice show", briefly + "a.slice", "[.slice, .name, .nameI18n, .processes[].name, (.total.cpuSeconds | floor)]",
+        {"slice show", briefly + "a.slice",
+         "[.slice, .name, .nameI18n, .processes[].name, (.total.cpuSeconds | floor)]",
          R"(["a.slice","A","","sleep",0])"},
         {"slice top", briefly + "--count 1", "map([.slice, .processes])", R"([["a.slice",1],["b.slice",0]])"},
     };
