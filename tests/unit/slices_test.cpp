@@ -1,4 +1,3 @@
-#include "support/acting.h"
 #include "support/child.h"
 #include "support/operations.h"
 #include "support/sleeps.h"

@@ -10,51 +10,35 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::string kSeeLog = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
-
 TEST_F(Program, RefusesWhatDoesNotGoTogether)
 {
-    const std::pair<std::string, std::string> cases[] = {
-        {"", "A subcommand is required"},
-        {"start", "UNIT is required"},
-        {"dance web", "there is no command dance"},
-        {"start --verify --no-block web", "--verify excludes --no-block"},
-        {"volume register /vol1", "--unit or --package is required"},
-        {"volume register /vol1 --unit ''", "--unit: a name is missing"},
-        {"volume plan vol1", "VOLUME: vol1: a mount path begins with \"/\" and does not end with it"},
-        {"volume plan /", "VOLUME: /: a mount path begins with \"/\" and does not end with it"},
-        {"volume plan /a/", "VOLUME: /a/: a mount path begins with \"/\" and does not end with it"},
-        {"slice top --interval 0", "--interval: must be a positive number of seconds, a day at most"},
-        {"slice top --interval 86401", "--interval: must be a positive number of seconds, a day at most"},
-        {"slice top --interval 1s", "--interval: must be a positive number of seconds, a day at most"},
-        {"reload --no-block web", ".+"},
-        {"stop --irreversibly web", ".+"},
-        {"reason", ".+"},
-        {"info a b", ".+"},
-        {"default-target --offline", ".+"},
-        {"default-target --json a", ".+"},
-        {"isolate", ".+"},
-        {"cgroup show 0", ".+"},
-        {"cgroup show 4194305", ".+"},
-        {"process show 0", ".+"},
-        {"slice top --count 0", ".+"},
-        {"volume unmount --json /v", ".+"},
-        {"volume register /v --unit a --package b", ".+"},
-        {"cgroup move --root --monitor-only -- true", ".+"},
-        {"run-in a.target", "run-in takes a command behind --"},
-        {"run-in a.target -- nothing", "nothing: there is no such program"},
-        {"volume unmount /v -- nothing", "nothing: there is no such program"},
-        {"cgroup move -- true", "cgroup move takes a slice or --root, and a command behind --"},
-        {"cgroup move a.slice --root -- true", "cgroup move takes a slice or --root, and a command behind --"},
-        {"cgroup move a.slice", "cgroup move takes a slice or --root, and a command behind --"},
-        {"cgroup move a.slice -- nothing", "nothing: there is no such program"},
+    const std::string program = " -- nothing", hint = "\nmerosystemctl: --help, also behind a command, tells what .*\n";
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
+        // a fault, and what has it
+        {"A subcommand is required" + hint, {""}},
+        {"UNIT is required" + hint, {"start"}},
+        {"there is no command dance" + hint, {"dance web"}},
+        {"--verify excludes --no-block" + hint, {"start --verify --no-block web"}},
+        {"--unit or --package is required" + hint, {"volume register /vol1"}},
+        {"--unit: a name is missing" + hint, {"volume register /vol1 --unit ''"}},
+        {"VOLUME: (vol1|/|/a/): a mount path begins with \"/\" and does not end with it" + hint,
+         {"volume plan vol1", "volume plan /", "volume plan /a/"}},
+        {"--interval: must be a positive number of seconds, a day at most" + hint,
+         {"slice top --interval 0", "slice top --interval 86401", "slice top --interval 1s"}},
+        {".+" + hint, {"reload --no-block web", "stop --irreversibly web", "reason", "info a b", "isolate"}},
+        {".+" + hint, {"default-target --offline", "default-target --json a", "volume unmount --json /v"}},
+        {".+" + hint, {"cgroup show 0", "cgroup show 4194305", "process show 0", "slice top --count 0"}},
+        {".+" + hint, {"volume register /v --unit a --package b", "cgroup move --root --monitor-only -- true"}},
+        {"run-in takes a command behind --\n", {"run-in a.target"}},
+        {"nothing: there is no such program\n",
+         {"run-in a.target" + program, "volume unmount /v" + program, "cgroup move a.slice" + program}},
+        {"cgroup move takes a slice or --root, and a command behind --\n",
+         {"cgroup move -- true", "cgroup move a.slice --root -- true", "cgroup move a.slice"}},
     };
-    for (const auto& [arguments, fault] : cases) {
-        const bool isOfCommand = fault.ends_with("such program") || fault.ends_with("behind --");
-        const std::string hint = "merosystemctl: --help, also behind a command, tells what .*\n";
-        EXPECT_THAT(Tool(arguments),
-                    FieldsAre(2, MatchesRegex("merosystemctl: " + fault + "\n" + (isOfCommand ? "" : hint))))
-            << arguments;
+    for (const auto& [fault, commands] : cases) {
+        for (const std::string& arguments : commands) {
+            EXPECT_THAT(Tool(arguments), FieldsAre(2, MatchesRegex("merosystemctl: " + fault))) << arguments;
+        }
     }
     EXPECT_TRUE(Calls().empty());
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
@@ -71,38 +55,26 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
 
 TEST_F(Program, RunsTheCommandsOfSystemctl)
 {
-    const std::pair<std::string, std::string> cases[] = {
-        {"start a b", "start a b"},
-        {"start --no-block a", "start --no-block a"},
+    std::map<std::string, std::string> cases{
         {"start --irreversibly --no-block a", "start --job-mode=replace-irreversibly --no-block a"},
-        {"stop a", "stop a"},
-        {"stop --no-block a", "stop --no-block a"},
-        {"restart a", "restart a"},
-        {"try-restart a", "try-restart a"},
         {"reload a", "reload --no-block a"},
-        {"reload-or-restart --no-block a", "reload-or-restart --no-block a"},
-        {"enable a b", "enable a b"},
         {"enable --offline --runtime a", "enable --root=/. --runtime a"},
-        {"disable --runtime a", "disable --runtime a"},
-        {"reenable a", "reenable a"},
         {"reenable --offline a", "disable --root=/. a, enable --root=/. a"},
         {"mask a b", "mask a, mask b"},
-        {"mask --runtime a", "mask --runtime a"},
         {"mask --offline --runtime a b", "mask --root=/. --runtime a, mask --root=/. --runtime b"},
-        {"unmask a", "unmask a"},
-        {"unmask --runtime a", "unmask --runtime a"},
         {"unmask --offline a", "unmask --root=/. a"},
-        {"reset-failed a b", "reset-failed a b"},
-        {"daemon-reload", "daemon-reload"},
         {"default-target a.target", "set-default a.target"},
         {"default-target --offline a.target", "set-default --root=/. a.target"},
-        {"reason add r a", "stop a, daemon-reload"},
-        {"reason add other a", "stop a"},
+        {"reason add other a", "stop a, daemon-reload"},
         {"reason remove r a", "reset-failed a"},
         {"reason release other a", "reset-failed a, start a, daemon-reload"},
-        {"isolate --no-block a.target", "isolate --no-block a.target"},
-        {"isolate a.target", "isolate a.target"},
     };
+    for (const char* same : {"start a b", "start --no-block a", "stop a", "stop --no-block a", "restart a",
+                             "try-restart a", "reload-or-restart --no-block a", "enable a b", "disable --runtime a",
+                             "reenable a", "mask --runtime a", "unmask a", "unmask --runtime a", "reset-failed a b",
+                             "daemon-reload", "isolate --no-block a.target", "isolate a.target"}) {
+        cases[same] = same;
+    }
     for (const auto& [arguments, expected] : cases) {
         const ShellResult result = Tool(arguments);
         EXPECT_EQ(result.exitCode, 0) << arguments;
@@ -122,25 +94,17 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
     WriteProgram("/run/bin/tool", "");
     Write("/run/bin/text", "");
     fs::create_directories("/run/bin/folder");
-    const std::tuple<std::string, std::string, bool> cases[] = {
-        {"/nowhere:/run/bin", "tool", true},
-        {"/nowhere", "tool", false},
-        {"/run/bin", "text", false},
-        {"/run/bin", "folder", false},
-        {"/run/bin", "''", false},
-        {"/run", "bin/tool", false}, // with a "/" it is not sought
-        {"/run/here", "../bin/tool", true},
-        {"/run/bin", "there", false},
-        {":/run/bin", "there", true}, // an empty folder is the current one
-        {"/run/bin::/nowhere", "there", true},
-        {"/run/bin:", "there", true},
-        {"", "there", true},
+    // A path, of which an empty folder is the current one, and a command; one with a "/" is not sought.
+    const std::pair<int, std::vector<std::string>> exitCodes[] = {
+        {0, {"/nowhere:/run/bin tool", "/run/here ../bin/tool", ":/run/bin there", "/run/bin::/nowhere there"}},
+        {0, {"/run/bin: there", "'' there"}},
+        {2, {"/nowhere tool", "/run bin/tool", "/run/bin text", "/run/bin folder", "/run/bin there", "/run/bin ''"}},
     };
-    for (const auto& [path, command, isFound] : cases) {
-        EXPECT_EQ(
-            Shell("cd /run/here; PATH=" + path + " exec " MEROSYSTEMCTL " run-in a.target -- " + command).exitCode,
-            isFound ? 0 : 2)
-            << "'" << command << "' in '" << path << "'";
+    const std::string call = "; PATH=$1 exec " MEROSYSTEMCTL " run-in a.target -- \"$2\"";
+    for (const auto& [exitCode, cases] : exitCodes) {
+        for (const std::string& words : cases) {
+            EXPECT_EQ(Shell("cd /run/here; set -- " + words + call).exitCode, exitCode) << words;
+        }
     }
     const std::string run = "run-in a.target -- sh -c ", ended = "merosystemctl: sh: exit code ";
     EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 & wait'"), FieldsAre(9, ended + "9\n"));
@@ -158,10 +122,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     Otherwise("for u; do case $u in -*|$1|good|default.target) ;; *) echo \"Job for $u.service failed.\"; code=1;; "
               "esac; done; "
               "exit $code");
-    const std::string log = kSeeLog;
+    const std::string log = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
     const std::tuple<std::string, int, std::string> cases[] = {
-        {"start a", 1,
-         "a: start failed\n  failed      result exit-code\n              -> journalctl --unit=a.service\n"},
         {"start none a", 4,
          "a: start failed\n  failed      result exit-code\n              -> journalctl --unit=a.service\n"
          "merosystemctl: none: start failed: there is no such unit\n"},
@@ -170,13 +132,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
          "merosystemctl: b: stop failed\n" +
              log},
         {"stop a a", 1, "a: stop failed\n" + log},
-        {"stop none", 4, "none: stop failed: there is no such unit\n"},
         {"reset-failed a", 1, "a: reset-failed failed\n" + log},
-        {"enable good none", 4,
-         "none: enable failed: there is no such unit\nmerosystemctl: good: enable failed\n" + log},
         {"mask --offline a", 1, "Job for a.service failed.\nmerosystemctl: a: mask failed\n" + log},
-        {"daemon-reload", 0, ""},
-        {"show a Id", 0, "a.service\n"},
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
@@ -234,28 +191,26 @@ TEST_F(Program, StatusTellsStatesApart)
               {"none", names + "LoadState=not-found\nActiveState=inactive\n"}});
     Write("/run/jobs", "7 starts.service start waiting\n8 held.service restart running\n");
     Write("/run/merosystemd/reasons/held.service/b", ""), Write("/run/merosystemd/reasons/held.service/a", "");
-    const std::tuple<std::string, int, std::string> cases[] = {
-        {"runs", 0, "runs loaded active enabled - - A d"},
-        {"rereads", 0, "rereads loaded reloading static - - A d"},
-        {"starts", 3, "starts loaded activating linked start waiting - A d"},
-        {"held", 3, "held loaded inactive disabled other running a b A d"},
-        {"failed", 1, "failed loaded failed other - - A d"},
-        {"masked", 3, "masked masked inactive masked - - A d"},
-        {"none", 4, "none not-found inactive - - - "},
-        {"runs held", 3, ""},
-        {"held failed runs", 1, ""},
-        {"runs none failed", 4, ""},
+    EXPECT_EQ(Tool("status runs rereads starts held failed masked none").output,
+              "UNIT     LOAD       ACTIVE      ENABLED   JOB            REASONS  DESCRIPTION\n"
+              "runs     loaded     active      enabled   -              -        A d\n"
+              "rereads  loaded     reloading   static    -              -        A d\n"
+              "starts   loaded     activating  linked    start waiting  -        A d\n"
+              "held     loaded     inactive    disabled  other running  a b      A d\n"
+              "failed   loaded     failed      other     -              -        A d\n"
+              "masked   masked     inactive    masked    -              -        A d\n"
+              "none     not-found  inactive    -         -              -        \n");
+    const std::pair<int, std::vector<std::string>> exitCodes[] = {
+        {0, {"runs", "rereads"}},
+        {3, {"starts", "held", "masked", "runs held"}},
+        {1, {"failed", "held failed runs"}},
+        {4, {"none", "runs none failed"}},
     };
-    for (const auto& [units, exitCode, row] : cases) {
-        const ShellResult result =
-            Shell(kTool + "status " + units + " > /run/out; r=$?; sed '1d; s/  */ /g' /run/out; exit $r");
-        EXPECT_EQ(result.exitCode, exitCode) << units;
-        EXPECT_TRUE(row.empty() || result.output == row + "\n") << result.output;
+    for (const auto& [exitCode, cases] : exitCodes) {
+        for (const std::string& units : cases) {
+            EXPECT_EQ(Tool("status " + units).exitCode, exitCode) << units;
+        }
     }
-    EXPECT_EQ(Tool("status none starts").output,
-              "UNIT    LOAD       ACTIVE      ENABLED  JOB            REASONS  DESCRIPTION\n"
-              "none    not-found  inactive    -        -              -        \n"
-              "starts  loaded     activating  linked   start waiting  -        A d\n");
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
     EXPECT_EQ(Tool("reason list none held").output, "SERVICE  REASONS\nheld     a b\nnone     -\n");
@@ -335,9 +290,6 @@ TEST_F(FullProgram, PrintsTables)
                      "Enabled by default yes\nOne-click enable no\nIn information centre no\nIn small update no\n"
                      "Firewall sections http https\nBelongs to multi-user.target\nPacked in a.target\n"},
         {"info a.slice | grep Trans", "Translated name -\n"},
-        {"list-units --type slice", "a.slice\nb.slice\n"},
-        {"list-services | head -n 2", "web\nall\n"},
-        {"default-target", "a.target\n"},
         {"volume list",
          "KIND OWNER VOLUMES\nunit some.service " + kVolume + "\nunit web.service /v\npackage Foo " + kVolume + "\n"},
         {"volume list /v /none", "KIND OWNER VOLUMES\nunit web.service /v\n"},
@@ -351,8 +303,6 @@ TEST_F(FullProgram, PrintsTables)
              "\n\nThese keep it busy, although those services stop:\n\nWHAT UNIT PID COMMAND HOW FILE\n"
              "process - " +
              other_ + " sleep fd " + kVolume + "/file\nswap file - - - - " + kVolume + "/swap\n"},
-        {"cgroup show " + pid_, "Unit uses.service\nsystemd /uses.service\nmeromonitor /a.slice\n"},
-        {"cgroup show " + other_, "Unit -\nsystemd /\nmeromonitor -\n"},
         {"process show --interval 0.1 " + pid_, usages + pid_ + usage},
         {"slice list", "SLICE PROCESSES MEMORY CPU SECONDS NAME TRANSLATED NAME\n"
                        "a.slice 1" +

@@ -1,3 +1,4 @@
+#include "core/text.h"
 #include "support/operations.h"
 
 #include <set>
@@ -39,43 +40,31 @@ TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
 
 TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
 {
-    const Texts plain{"stop a b",
-                      "disable --root=/. a b",
-                      "disable --root=/. --runtime a b",
-                      "is-enabled a",
-                      "is-enabled b",
-                      "daemon-reload",
-                      kShow + "a",
-                      kShow + "b",
-                      "daemon-reload",
-                      "reset-failed a b"};
-    Texts masked = plain;
-    masked.insert(masked.begin() + 5, {"unmask --root=/. a b", "unmask --root=/. --runtime a b"});
-    const auto cutAfter = [&](int steps) {
-        Texts calls(masked.begin(), masked.begin() + steps);
-        calls.insert(calls.end(), {"daemon-reload", "reset-failed a b"});
-        return calls;
-    };
+    const std::string stop = "stop a b", disable = stop + ", disable --root=/. a b";
+    const std::string ask = disable + ", disable --root=/. --runtime a b",
+                      unmask = ask + ", is-enabled a, is-enabled b";
+    const std::string masked = unmask + ", unmask --root=/. a b", free = masked + ", unmask --root=/. --runtime a b";
+    const std::string show = ", daemon-reload, " + kShow + "a, " + kShow + "b";
+    const std::string end = ", daemon-reload, reset-failed a b", plain = unmask + show + end;
     const std::string bIsMasked = "[ \"$*\" = 'is-enabled b' ] && echo masked-runtime; ";
     const std::string fails = " && echo no && exit 5; ", done = "INFO [a, b] uninstalled.";
     const std::string flags = "WARNING Failed to remove enable-status-changed flag for [b]";
     const auto failedTo = [](const std::string& step) {
         return "ERR [a, b] uninstalling, failed to do [" + step + "]: ret=[5], reason:\nno\n";
     };
-    const std::tuple<std::string, Texts, std::string> cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"", plain, done},
-        {bIsMasked, masked, done},
+        {bIsMasked, free + show + end, done},
         {"[ $1 = reset-failed ]" + fails, plain, done},
-        {"[ $1 = stop ]" + fails, cutAfter(1), failedTo("stop")},
-        {"[ $1 = stop ] || [ $1 = daemon-reload ]" + fails, cutAfter(1), failedTo("stop")},
-        {"[ $1 = disable ]" + fails, cutAfter(2), failedTo("disable")},
-        {"[ $1$3 = disable--runtime ]" + fails, cutAfter(3), failedTo("disable runtime")},
-        {bIsMasked + "[ $1 = unmask ]" + fails, cutAfter(6), failedTo("unmask")},
-        {bIsMasked + "[ $1$3 = unmask--runtime ]" + fails, cutAfter(7), failedTo("unmask runtime")},
+        {"[ $1 = stop ]" + fails, stop + end, failedTo("stop")},
+        {"[ $1 = stop ] || [ $1 = daemon-reload ]" + fails, stop + end, failedTo("stop")},
+        {"[ $1 = disable ]" + fails, disable + end, failedTo("disable")},
+        {"[ $1$3 = disable--runtime ]" + fails, ask + end, failedTo("disable runtime")},
+        {bIsMasked + "[ $1 = unmask ]" + fails, masked + end, failedTo("unmask")},
+        {bIsMasked + "[ $1$3 = unmask--runtime ]" + fails, free + end, failedTo("unmask runtime")},
         {"[ $1 = daemon-reload ] && mkdir /run/second" + fails, plain, flags},
         {"[ $1 = daemon-reload ] && ! mkdir /run/second" + fails, plain, flags},
-        {"[ $1 = daemon-reload ] && rm $0", Texts(plain.begin(), plain.begin() + 6),
-         "ERR [a, b] uninstalled failed on exception."},
+        {"[ $1 = daemon-reload ] && rm $0", unmask + ", daemon-reload", "ERR [a, b] uninstalled failed on exception."},
     };
     for (const auto& [script, calls, lastWord] : cases) {
         SCOPED_TRACE(script);
@@ -83,7 +72,7 @@ TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
         SystemctlScript(script + "\nexit 0");
         Texts failed{"b"};
         EXPECT_EQ(MEROSystemdUninstall({"a", "b"}, failed), lastWord == done);
-        EXPECT_EQ(Calls(), calls);
+        EXPECT_EQ(MERO::Systemd::Join(Calls()), calls);
         EXPECT_EQ(failed, lastWord == done ? Texts{"b"} : (Texts{"b", "a"}));
         const Texts said = Said("systemd_uninstall");
         EXPECT_EQ(said.front(), "INFO [a, b] uninstalling ...");

@@ -1,6 +1,5 @@
 #include "core/lock.h"
 #include "core/text_reader.h"
-#include "support/acting.h"
 #include "support/child.h"
 #include "support/lock.h"
 #include "support/operations.h"
@@ -75,22 +74,10 @@ TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
         {kVolume + "/", kVolume},
         {kVolume + "/d/..", kVolume},
     };
-    const Texts elsewhere{kVolume + "0",
-                          kVolume + "0/c",
-                          "/run",
-                          "/",
-                          a + "/",
-                          kVolume + "/out",
-                          kVolume + "/out/passwd",
-                          kVolume + "/away",
-                          kVolume + "/none/a",
-                          kVolume + "/none",
-                          a + "/x",
-                          a + " (deleted)",
-                          a.substr(1),
-                          "",
-                          "pipe:[1]"};
-    for (const std::string& path : elsewhere) {
+    for (const std::string path : {"0", "0/c", "/a/", "/out", "/out/passwd", "/away", "/none/a", "/none", "/a/x"}) {
+        cases.emplace_back(kVolume + path, "");
+    }
+    for (const std::string& path : {"/run"s, "/"s, a + " (deleted)", a.substr(1), ""s, "pipe:[1]"s}) {
         cases.emplace_back(path, "");
     }
     MountPath known(kVolume), trailing(kVolume + "/"), root("/");
