@@ -12,7 +12,6 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <fstream>
 #include <mutex>
@@ -81,11 +80,7 @@ private:
     std::vector<std::string> datagrams_;
 };
 
-LogReader& TheLog()
-{
-    static auto* log = new LogReader; // its thread outlives main
-    return *log;
-}
+LogReader& theLog = *new LogReader; // its thread outlives main
 
 std::string Quoted(const std::string& text)
 {
@@ -95,11 +90,11 @@ std::string Quoted(const std::string& text)
 /// "<11>Nov 21 10:00:00 program: systemd_start:41 merosystemd: message"
 std::string Readable(const std::string& datagram)
 {
-    constexpr std::array kNames{"EMERG", "ALERT", "CRIT", "ERR", "WARNING", "NOTICE", "INFO", "DEBUG"};
+    constexpr const char* kNames[] = {"EMERG", "ALERT", "CRIT", "ERR", "WARNING", "NOTICE", "INFO", "DEBUG"};
     unsigned priority = 0;
     int end = 0;
     std::sscanf(datagram.c_str(), "<%u>%*15c %*[^:]:%n", &priority, &end);
-    return end == 0 ? datagram : kNames.at(LOG_PRI(priority)) + WithoutLineNumber(datagram.substr(end));
+    return end == 0 ? datagram : kNames[LOG_PRI(priority)] + WithoutLineNumber(datagram.substr(end));
 }
 
 } // namespace
@@ -118,7 +113,7 @@ void EnterMachine()
         fs::create_directories(directory);
         Require(mount("tmpfs", directory, "tmpfs", 0, "mode=755") == 0, directory);
     }
-    TheLog().Start();
+    theLog.Start();
 }
 
 Machine::Machine()
@@ -158,7 +153,7 @@ std::vector<std::string> Machine::Calls()
 
 std::vector<std::string> Machine::Log()
 {
-    std::vector<std::string> lines = TheLog().Take();
+    std::vector<std::string> lines = theLog.Take();
     std::transform(lines.begin(), lines.end(), lines.begin(), Readable);
     return lines;
 }

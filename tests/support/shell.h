@@ -2,7 +2,6 @@
 
 #include <sys/wait.h>
 
-#include <array>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -22,10 +21,8 @@ inline ShellResult Shell(const std::string& command)
         throw std::runtime_error("no shell");
     }
     std::string output;
-    std::array<char, 4096> buffer;
-    std::size_t count;
-    while ((count = fread(buffer.data(), 1, buffer.size(), stream)) > 0) {
-        output.append(buffer.data(), count);
+    for (int c; (c = fgetc(stream)) != EOF;) {
+        output += static_cast<char>(c);
     }
     const int status = pclose(stream);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output};

@@ -294,8 +294,7 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         }).join();
         EXPECT_EQ(done, c.calls == full && acts % 3 == 1 && c.failing != start);
         Texts calls = Calls();
-        std::erase_if(calls,
-                      [](const std::string& call) { return call.starts_with("show") || call.starts_with("list"); });
+        std::erase_if(calls, [](auto& call) { return call.starts_with("show") || call.starts_with("list"); });
         EXPECT_EQ(calls, c.calls);
         const Texts said = Said("systemd_volume_unmount_action");
         EXPECT_EQ(said.empty() ? "" : said.back(), c.said);
