@@ -38,7 +38,6 @@ TEST_F(Questions, AJobHasFourFields)
         {"9 a.service restart waiting", "9 a.service stop waiting"}, // what was there, like the state of the next one
         {"9 a.service start dancing", "9 a.service start running"},
         {"12x a.service start running", "12 a.service start running"},
-        {"x a.service start running", "0 a.service start running"},
         {"-1 a.service start running", "0 a.service start running"},
         {"4294967295 a.service start running", "4294967295 a.service start running"},
         {"4294967296 a.service start running", "0 a.service start running"},

@@ -221,7 +221,6 @@ TEST_F(Slices, AreKilledInPhases)
         {"", key + "0", true, 0, 99, both, {sentTerm, sentKill, done}},
         {"", key + "+2", true, 2, 99, both, {sentTerm, sentKill, done}},
         {"", key + "-1", true, 10, 99, both, {sentTerm, bad + "stoul]", sentKill, done}},
-        {"", key + "x", true, 10, 99, both, {sentTerm, bad + "stoul]", sentKill, done}},
         {"", kNone, true, 10, 99, both, {sentTerm, bad + "Unit is not found [a-b.slice]]", sentKill, done}},
         {"[ $1 != kill ] || > $procs", key + "1", true, 0, 99, one, {sentTerm, done}, "012"},
         {"[ $1 != stop ] || > $procs", key + "0", true, 0, 99, both, {sentTerm, sentKill, done}},

@@ -64,15 +64,10 @@ TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
     fs::create_symlink(b, "/run/link"), fs::create_symlink(kVolume + "/d", "/run/into");
     fs::create_symlink("/etc", kVolume + "/out"), fs::create_symlink("/etc/passwd", kVolume + "/away");
     std::vector<std::pair<std::string, std::string>> cases{
-        {kVolume, kVolume},
-        {a, a},
-        {b, b},
-        {"/run/link", b},
-        {"/run/into", kVolume + "/d"},
-        {"/run/into/b", b},
-        {"/run/into/../a", a},
-        {kVolume + "/", kVolume},
-        {kVolume + "/d/..", kVolume},
+        {kVolume, kVolume},       {a, a},
+        {"/run/link", b},         {"/run/into", kVolume + "/d"},
+        {"/run/into/b", b},       {"/run/into/../a", a},
+        {kVolume + "/", kVolume}, {kVolume + "/d/..", kVolume},
     };
     for (const std::string path : {"0", "0/c", "/a/", "/out", "/out/passwd", "/away", "/none/a", "/none", "/a/x"}) {
         cases.emplace_back(kVolume + path, "");
