@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,7 @@ inline void MakeEnvironmentKnown()
     }
     clearenv();
     for (const std::string& variable : variables) {
-        const std::size_t equals = variable.find('=');
-        setenv(variable.substr(0, equals).c_str(), variable.c_str() + equals + 1, 1);
+        putenv(strdup(variable.c_str())); // it keeps the text
     }
     for (int number = 1; number < NSIG; ++number) {
         std::signal(number, SIG_DFL);

@@ -74,16 +74,6 @@ bool Box::Reaches(const std::string& unit, const std::string& state)
     return Comes([&] { return ActiveState(unit) == state; });
 }
 
-bool IsUnified()
-{
-    return Shell("stat -fc %T /sys/fs/cgroup").output == "cgroup2fs\n";
-}
-
-bool HasMonitor()
-{
-    return Shell("stat -fc %T /sys/fs/cgroup/meromonitor").output == "cgroupfs\n";
-}
-
 } // namespace MERO::Test
 
 int main(int argc, char* argv[])

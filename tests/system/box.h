@@ -35,7 +35,7 @@ private:
 };
 
 /// Whether systemd's cgroups are of version 2, and whether the resource monitor's hierarchy is mounted.
-bool IsUnified();
-bool HasMonitor();
+inline const auto IsUnified = [] { return Shell("stat -fc %T /sys/fs/cgroup").output == "cgroup2fs\n"; };
+inline const auto HasMonitor = [] { return Shell("stat -fc %T /sys/fs/cgroup/meromonitor").output == "cgroupfs\n"; };
 
 } // namespace MERO::Test
