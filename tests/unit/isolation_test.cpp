@@ -186,6 +186,7 @@ TEST_F(Isolation, TheStateIsTold)
         EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == told && record.isolating == (told ? 1 : 7));
         EXPECT_TRUE(record.target == target && state.target == (told ? target : "")) << file;
     }
+    EXPECT_THAT(Said("systemd_isolate_state_get"), Contains(StartsWith("ERR Failed to get pid from")));
     fs::remove(kState), Write("/run/state", "target=a.target" + pid); // ends while it is looked at
     const pid_t isolations = Fork([] {
         while (link("/run/state", kState.c_str()) == 0 && unlink(kState.c_str()) == 0) {

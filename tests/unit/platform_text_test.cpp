@@ -112,6 +112,10 @@ TEST_F(TextFiles, AValueIsCutToItsBuffer)
             EXPECT_EQ(value, std::string(expected, 7));
         }
     }
+    char value[8];
+    EXPECT_TRUE(MLIBCFileGetKeyValue(nullptr, "a", value, 8, 0) < 0 && MLIBCStrSnprintf(nullptr, 8, "a") < 0 &&
+                MLIBCFileGetKeyValue(kFile, nullptr, value, 8, 0) < 0 &&
+                MLIBCFileGetKeyValue(kFile, "a", nullptr, 8, 0) < 0);
 }
 
 TEST_F(TextFiles, WhatIsNoReadableFileIsRefusedAndLeftAlone)
