@@ -79,7 +79,8 @@ bool IsStarted(const Json::Value& entry)
 bool WasRun(const Json::Value& started, const Json::Value& before)
 {
     const Json::Value& invocation = started["INVOCATION_ID"];
-    return invocation.isString() && invocation != "" && !(IsStarted(before) && before["INVOCATION_ID"] == invocation);
+    return invocation.isString() && !invocation.asString().empty() &&
+           !(IsStarted(before) && before["INVOCATION_ID"] == invocation);
 }
 
 } // namespace
