@@ -15,7 +15,7 @@ enum class CgroupLayout { V1, V2, Mixed };
 struct Hierarchy {
     const char* name; ///< of version 1; nullptr: the unified hierarchy of version 2
     const char* mountPoint;
-    const char* commands; ///< the cgroup of what is started inside, which is none of systemd's
+    const char* commands; ///< the cgroup of the commands that run inside, which systemd does not manage
 };
 
 std::span<const Hierarchy> HierarchiesOf(CgroupLayout layout);

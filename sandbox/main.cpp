@@ -65,7 +65,7 @@ CgroupLayout UsualLayout(const fs::path& root)
 /// The root file system of a Debian release, which is made when there is none yet.
 fs::path RootOfRelease(const std::string& release)
 {
-    FILE* script = popen((MERO_RELEASE_ROOT " " + release).c_str(), "re");
+    FILE* script = popen(("'" MERO_RELEASE_ROOT "' " + release).c_str(), "re");
     char root[PATH_MAX] = "";
     const bool isMade = script != nullptr && fgets(root, sizeof root, script) != nullptr;
     if (script != nullptr)

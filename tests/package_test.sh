@@ -62,7 +62,7 @@ runs() {
     "$2" packaged && systemctl is-active packaged && [ "$(systemctl show --value -p MainPID packaged)" != "$first" ]
 }
 
-names_failed() { "$work/restart_units" packaged unknown 2>&1 | grep -x 'unknown was not restarted; syslog tells why'; }
+names_failed() { "$work/restart_units" packaged unknown 2>&1 | grep -x 'unknown was not restarted; the system log says why'; }
 
 plan() {
     merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '

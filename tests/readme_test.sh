@@ -16,6 +16,6 @@ block 'c++' | diff -u - examples/restart_units.cpp
 } > "$work/lines"
 sh "$work/lines"
 "$work/start_unit" 2> "$work/message" && exit 1
-grep -qx 'not started (error 0x0000); syslog tells why' "$work/message"
+grep -qx 'not started (error 0x0000); the system log says why' "$work/message"
 "$work/restart_units" && exit 1
 echo "both programs stand in the README, build and link"

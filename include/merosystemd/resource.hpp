@@ -105,9 +105,9 @@ public:
     Icon IconGet() const { return icon_; }                        ///< of the unit
     std::set<Process> ProcessesGet() const { return processes_; } ///< ordered by process ID
 
-    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it; of a slice of
-    /// systemd's where that is accounted (see "Cgroups"), and in all cgroups below it. Those that end meanwhile are
-    /// left out. False when there is no such slice.
+    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it. Where systemd's
+    /// slices are accounted (see "Cgroups"), adds those of the slice and of all cgroups below it. Those that end
+    /// meanwhile are left out. False when there is no such slice.
     static bool ProcessList(const std::string& unitName, std::set<Process>& processes);
 
 private:

@@ -363,8 +363,8 @@ int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 /** Pushes the slices that the resource monitor tracks onto the list, which must exist. 0 when there are none. */
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
-/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on
-   cgroup version 2 into a scope of system.slice. The unit still ends its main process. */
+/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. On
+   cgroup version 2 it moves into a scope of system.slice. The unit still ends its main process. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

@@ -475,8 +475,8 @@ bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it; on
-/// cgroup version 2 into a scope of system.slice. The unit still ends its main process.
+/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. On
+/// cgroup version 2 it moves into a scope of system.slice. The unit still ends its main process.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}

@@ -9,14 +9,14 @@
 /// slices that are accounted are systemd's. In the classic dialect all machines are of the first kind.
 namespace MERO::Systemd {
 
-/// Whether systemd's hierarchy is the one of version 2. It is the file system that tells: the lines of a process may
-/// name hierarchies that nobody uses.
+/// Whether systemd's hierarchy is the one of version 2. The file system decides: the lines of a process may name
+/// hierarchies that nobody uses.
 bool IsUnified();
 
 /// Whether systemd's own slices are accounted, in place of the monitor's hierarchy, which is not there.
 bool AccountsSystemdSlices();
 
-/// The root of systemd's hierarchy, with a "/" at its end.
+/// The root folder of systemd's hierarchy; ends with "/".
 std::string SystemdHierarchy();
 
 } // namespace MERO::Systemd

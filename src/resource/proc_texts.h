@@ -30,7 +30,7 @@ bool CgroupPathParse(const std::string& line, const std::string& controllers, st
 /// The path in the first of the lines that has these controllers.
 bool FindCgroupPath(std::string_view lines, const std::string& controllers, std::string& path);
 
-/// The controllers of systemd's own hierarchy; of version 2 if it `isUnified`, whose lines name none.
+/// What stands for controllers in the line of systemd's hierarchy. In version 2 (`isUnified`) nothing does.
 inline const char* SystemdControllers(bool isUnified)
 {
     return isUnified ? "" : "name=systemd";

@@ -49,7 +49,7 @@ bool MonitorTasks(const std::string& slice, TextReader& reader, std::set<int>& t
     return true;
 }
 
-/// The processes of a slice of systemd's, and of the cgroups below it.
+/// The processes of a slice in systemd's hierarchy, and in the cgroups below it.
 bool SystemdTasks(const std::string& slice, std::set<int>& tasks)
 {
     return WithoutExceptions(MERO_HERE, [&] {

@@ -11,8 +11,8 @@
 namespace MERO::Test {
 
 /// Gives this process the same environment whatever its caller's is: a language, a terminal and a path of their own,
-/// and all signals as they are by default: a shell ignores SIGINT for what it starts in the background. What tells the
-/// tests and sanitizers how to run stays.
+/// and all signals as they are by default: a shell ignores SIGINT for what it starts in the background. What the
+/// tests and sanitizers are run with stays.
 inline void MakeEnvironmentKnown()
 {
     std::vector<std::string> variables{"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",

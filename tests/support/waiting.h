@@ -12,7 +12,7 @@
 
 namespace MERO::Test {
 
-/// A process that waits until it is told to end, after it did something, or as a copy of the program sleep.
+/// A process that does something, or runs the program sleep, and then waits until the test ends it.
 class Waiting {
 public:
     explicit Waiting(const std::function<void()>& begin)

@@ -113,7 +113,7 @@ TEST_F(RealEnablement, TheHostsEnvironmentChangesNoAnswer)
 
 TEST_F(RealEnablement, OfflineFormsNeedNoManager)
 {
-    const auto offline = [] { // without what stands in /run, no manager can be reached
+    const auto offline = [] { // without the files in /run, systemctl cannot reach the manager
         Texts units;
         return unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                mount("tmpfs", "/run", "tmpfs", 0, nullptr) == 0 && MEROSystemdLoadStatusGet("life") == -1 &&
