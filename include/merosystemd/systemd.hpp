@@ -284,6 +284,13 @@ bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty,
 bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value);
 /** @} */
 
+/// Several properties of several units, in one question: replaces `values` by one map for each unit, in their order, of
+/// each property's text by its name. A property that systemd does not know is missing in the map; a unit that it does
+/// not know has the LoadState "not-found". Names are whole, no patterns. A property whose text has several lines cannot
+/// be asked for. False, with `values` untouched, when systemd cannot be asked or refuses a name. @since 7.1.0
+bool MEROSystemdShowProperties(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecProperties,
+                               std::vector<std::map<std::string, std::string>>& values);
+
 /// A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
 int MEROSystemdLoadStatusGet(const std::string& strUnit);
 
@@ -450,6 +457,26 @@ bool _MEROSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes,
 /// What that action would stop now, and why; besides, what would still keep the volumes busy. Nothing is changed, and
 /// no lock is taken. False as the action is when it cannot find the services; `plan` is untouched then.
 bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, MERO::Systemd::VolumeUnmountPlan& plan);
+
+/// The same with all that goes down, and what may bring it up too early. @since 7.1.0
+bool MEROSystemdVolumeUnmountFullPlan(const std::vector<std::string>& vecVolumes,
+                                      MERO::Systemd::FullVolumeUnmountPlan& plan);
+
+/// _MEROSystemdVolumeUnmountAction for a caller that looks at the plan first: `agree` is called with it before anything
+/// stops, under the locks, in this thread. When it returns false nothing is changed, and the result is false.
+/// @since 7.1.0
+bool MEROSystemdVolumeUnmountWithPlan(const std::vector<std::string>& vecVolumes,
+                                      const std::function<bool(const MERO::Systemd::FullVolumeUnmountPlan&)>& agree,
+                                      const std::function<bool()>& action);
+
+/// Whether an unmounting is going on, or was interrupted: its process and the watcher that was to go back for it have
+/// been killed, and its services are still stopped. Only where systemctl is today's is that on record; otherwise there
+/// seems to be none. False (0x0A00), with `state` untouched, when the record cannot be read. @since 7.1.0
+bool MEROSystemdVolumeUnmountStateGet(MERO::Systemd::VolumeUnmountState& state);
+
+/// Starts what an interrupted unmounting has left stopped, but services that a reason holds and units that are gone;
+/// the next unmounting does so too. True when there was none. Waits for its locks as the action does. @since 7.1.0
+bool MEROSystemdVolumeUnmountRecover();
 
 /// @}
 

@@ -108,21 +108,24 @@ bool ForkAndRun(std::function<void()> func, unsigned long long flags)
     return true;
 }
 
-void KeepDescriptor(int kept)
+void KeepDescriptors(std::vector<int> kept)
 {
     // Not close-on-exec: where the host has no standard streams, this is one of them.
     const int null = open("/dev/null", O_RDWR);
     for (int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (null >= 0 && standard != kept) {
+        if (null >= 0 && std::find(kept.begin(), kept.end(), standard) == kept.end()) {
             dup2(null, standard);
         }
     }
-    const auto first = static_cast<unsigned>(STDERR_FILENO + 1);
-    const auto keptOne = static_cast<unsigned>(std::max(kept, STDERR_FILENO));
-    if (keptOne > first) {
-        close_range(first, keptOne - 1, 0);
+    std::sort(kept.begin(), kept.end());
+    int next = STDERR_FILENO + 1;
+    for (int descriptor : kept) {
+        if (descriptor > next) {
+            close_range(static_cast<unsigned>(next), static_cast<unsigned>(descriptor - 1), 0);
+        }
+        next = std::max(next, descriptor + 1);
     }
-    close_range(keptOne + 1, ~0U, 0);
+    close_range(static_cast<unsigned>(next), ~0U, 0);
 }
 
 } // namespace MERO::Systemd

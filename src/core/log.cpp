@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csetjmp>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -18,7 +19,10 @@ namespace {
 
 constexpr unsigned kLimitSeconds = 10;
 
-bool isLimited = false; // only ever changed in a child with one thread
+// Only ever changed in a child with one thread.
+bool isLimited = false;
+bool isBlocked = false;
+sigjmp_buf tooLate;
 
 constexpr bool IsControl(char c)
 {
@@ -79,12 +83,17 @@ LogText::LogText(const char* text, std::string_view kept) : text_(text)
 
 void Log(int priority, SourceLine where, const char* format, ...)
 {
-    const int reason = errno;
+    const volatile int reason = errno; // siglongjmp leaves it
 
     // The prefix joins the format, not the message, so that the message is formatted once.
     char prefixed[512];
     std::snprintf(prefixed, sizeof prefixed, "%s:%d merosystemd: %s", where.file, where.line, format);
 
+    if (isLimited && (isBlocked || sigsetjmp(tooLate, 1) != 0)) {
+        isBlocked = true; // the lock stays taken: no later line gets through either
+        errno = reason;
+        return;
+    }
     if (isLimited) {
         alarm(kLimitSeconds);
     }
@@ -117,7 +126,7 @@ void LogLong(int priority, SourceLine where, const char* format, ...)
 
 void LimitLogging()
 {
-    std::signal(SIGALRM, [](int) { _exit(0); });
+    std::signal(SIGALRM, [](int) { siglongjmp(tooLate, 1); });
     isLimited = true;
 }
 

@@ -112,8 +112,8 @@ void LogOutput(int priority, SourceLine where, const std::string& output, const 
     LogShown(priority, where, format, LogValue<Values>(values)..., LogText(output.c_str(), "\n\t"));
 }
 
-/// In a child that was forked without an exec: a line that cannot be written within ten seconds ends the process with
-/// _exit(0). syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
+/// In a child that was forked without an exec: a line that cannot be written within ten seconds is given up, with all
+/// that follow. syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
 /// give it back.
 void LimitLogging();
 

@@ -1,10 +1,12 @@
 #include "core/log.h"
 #include "core/program_stream.h"
+#include "core/systemctl.h"
 #include "core/text.h"
 
 #include <merobootseq/bootseq.h>
 #include <merosystemd/systemd.hpp>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -138,12 +140,7 @@ private:
     std::vector<const char*> arguments_{"/usr/bin/systemctl", nullptr}; ///< the last is always nullptr
 };
 
-struct Outcome {
-    int exitCode;
-    Texts lines;
-};
-
-Outcome Run(const Command& command, bool calRunTime)
+SystemctlOutcome Run(const Command& command, bool calRunTime)
 {
     const auto begin = std::chrono::steady_clock::now();
     ProgramStream systemctl(command.Argv()[0], "rB", command.Argv());
@@ -151,7 +148,7 @@ Outcome Run(const Command& command, bool calRunTime)
         MERO_LOG(LOG_ERR, "fail to execute [%s].", command.ToString().c_str());
         throw std::exception();
     }
-    Outcome outcome{0, {}};
+    SystemctlOutcome outcome{};
     if (!systemctl.ReadLines(outcome.lines)) { // half of an answer is none
         MERO_LOG(LOG_ERR, "fail to read the output of [%s].", command.ToString().c_str());
         throw std::exception();
@@ -162,15 +159,15 @@ Outcome Run(const Command& command, bool calRunTime)
         MERO_LOG(LOG_INFO, "Execute time for [%s] is %lld ms", command.ToString().c_str(),
                  static_cast<long long>(elapsed.count() / 1'000'000));
     }
-    // A run that a signal ended counts as exit code 0, as callbacks are promised. A lost status (-1) counts as 255.
-    outcome.exitCode = (status >> 8) & 0xFF;
+    outcome.exitCode = (status >> 8) & 0xFF; // a lost status (-1) counts as 255
+    outcome.wasKilled = status != -1 && WIFSIGNALED(status);
     return outcome;
 }
 
 } // namespace
 
-bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& opts,
-                                const std::vector<std::string>& units, SystemctlCallback&& callback)
+bool MERO::Systemd::RunSystemctl(const std::string& verb, const SystemctlOpts& opts, const Texts& units,
+                                 const std::function<bool(const SystemctlOutcome&)>& callback)
 {
     Command command;
     command.Add(verb.c_str());
@@ -196,13 +193,19 @@ bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& op
     const bool leavesOutStopping = verb == "try-restart" || verb == "reload";
     const Texts kept = leavesOutStopping ? WithoutStoppingUnits(units) : Texts();
     if (leavesOutStopping && kept.empty()) {
-        return callback(0, {});
+        return callback({});
     }
     const bool mayHoldOptions = opts.cmdOpts == nullptr; // the header promises that
     command.AddUnits(leavesOutStopping ? kept : units, mayHoldOptions);
 
-    const Outcome outcome = Run(command, opts.calRunTime);
-    return callback(outcome.exitCode, outcome.lines);
+    return callback(Run(command, opts.calRunTime));
+}
+
+bool MEROSystemdSystemctlUltron(const std::string& verb, const SystemctlOpts& opts,
+                                const std::vector<std::string>& units, SystemctlCallback&& callback)
+{
+    return RunSystemctl(verb, opts, units,
+                        [&](const SystemctlOutcome& outcome) { return callback(outcome.exitCode, outcome.lines); });
 }
 
 bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& options,

@@ -26,7 +26,7 @@ bool RunsIsolateCommand(pid_t parent)
 
 void Watch(FileLock& lock, pid_t parent)
 {
-    KeepDescriptor(lock.FdGet());
+    KeepDescriptors({lock.FdGet()});
     // A parent that was killed has left its flag: the lock must not outlive it for that.
     for (int sleeps = 0;
          !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 && MLIBCProcAlive(parent) == 1;) {

@@ -55,21 +55,6 @@ bool IsOctal(char character)
     return character >= '0' && character <= '7';
 }
 
-std::string Unescape(std::string_view text)
-{
-    std::string plain;
-    while (!text.empty()) {
-        if (text.size() >= 4 && text[0] == '\\' && IsOctal(text[1]) && IsOctal(text[2]) && IsOctal(text[3])) {
-            plain += static_cast<char>((text[1] - '0') * 64 + (text[2] - '0') * 8 + (text[3] - '0'));
-            text.remove_prefix(4);
-        } else {
-            plain += text.front();
-            text.remove_prefix(1);
-        }
-    }
-    return plain;
-}
-
 /// What stands in a column of a line, whose columns any number of blanks part; empty where there is none.
 std::string_view Field(std::string_view line, std::size_t column)
 {
@@ -176,6 +161,21 @@ std::string UnitOfFolder(const std::string& folder)
     return folder.starts_with('_') ? folder.substr(1) : folder;
 }
 
+std::string UnescapeOctal(std::string_view text)
+{
+    std::string plain;
+    while (!text.empty()) {
+        if (text.size() >= 4 && text[0] == '\\' && IsOctal(text[1]) && IsOctal(text[2]) && IsOctal(text[3])) {
+            plain += static_cast<char>((text[1] - '0') * 64 + (text[2] - '0') * 8 + (text[3] - '0'));
+            text.remove_prefix(4);
+        } else {
+            plain += text.front();
+            text.remove_prefix(1);
+        }
+    }
+    return plain;
+}
+
 std::vector<std::string> PathsInColumn(std::string_view table, std::size_t column)
 {
     std::vector<std::string> paths;
@@ -183,7 +183,7 @@ std::vector<std::string> PathsInColumn(std::string_view table, std::size_t colum
         const std::size_t end = std::min(table.find('\n'), table.size());
         const std::string_view field = Field(table.substr(0, end), column);
         if (field.starts_with('/')) {
-            paths.push_back(Unescape(field));
+            paths.push_back(UnescapeOctal(field));
         }
         table.remove_prefix(std::min(end + 1, table.size()));
     }

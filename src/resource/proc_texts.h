@@ -46,6 +46,9 @@ std::string UnitOfFolder(const std::string& folder);
 // The kernel's tables of mounts, swap files and exports: a line each, columns with blanks between, paths with their own
 // blanks as octal escapes ("\040").
 
+/// A path of such a table as it is.
+std::string UnescapeOctal(std::string_view text);
+
 /// The paths in one column of such a table, the first column being 0. What does not begin with "/" is left out.
 std::vector<std::string> PathsInColumn(std::string_view table, std::size_t column);
 

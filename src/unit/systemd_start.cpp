@@ -1,3 +1,4 @@
+#include "core/text.h"
 #include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
@@ -43,12 +44,16 @@ int MEROCSystemdStartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFa
     return RunCGroupForm(MERO_HERE, MEROSystemdStart, pListUnits, ppListFailed);
 }
 
+bool MERO::Systemd::StartIrreversibly(const std::string& unit, bool& wasKilled)
+{
+    Texts failed;
+    return RunUnitAction(MERO_HERE, kStart, {"--job-mode=replace-irreversibly"}, {unit}, failed, &wasKilled);
+}
+
 bool MEROSystemdStartIrreversibly(const std::string& strUnit)
 {
-    const auto irreversibly = [](const std::vector<std::string>& vecUnits, std::vector<std::string>& failed) {
-        return MEROSystemdStartWithOptions({"--job-mode=replace-irreversibly"}, vecUnits, failed);
-    };
-    return RunSingleForm(MERO_HERE, irreversibly, strUnit);
+    bool wasKilled = false;
+    return MERO_VALID(!strUnit.empty()) && StartIrreversibly(strUnit, wasKilled);
 }
 
 int MEROCSystemdStartIrreversibly(const char* szUnit)

@@ -4,6 +4,7 @@
 #include "core/errors.h"
 #include "core/failed_units.h"
 #include "core/names.h"
+#include "core/systemctl.h"
 #include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "unit/enable_status_flag.h"
@@ -26,13 +27,16 @@ bool IsListRefused(const Texts& units, const Texts& lines)
            std::any_of(lines.begin(), lines.end(), [&](const std::string& line) { return line.starts_with(kRefusal); });
 }
 
+using OutcomeCallback = std::function<bool(const SystemctlOutcome&)>;
+
 /// Runs the action; once more, with each unit queued by itself, when the whole list was refused.
-bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts& units, SystemctlCallback&& callback)
+bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts& units, const OutcomeCallback& callback)
 {
     bool isRefused = false;
-    const bool done = MEROSystemdSystemctlUltron(words.verb, opts, units, [&](int exitCode, const Texts& lines) {
-        isRefused = exitCode != 0 && IsListRefused(units, lines) && ConfiguredSystemctlDialect().queueEach != nullptr;
-        return !isRefused && callback(exitCode, lines);
+    const bool done = RunSystemctl(words.verb, opts, units, [&](const SystemctlOutcome& outcome) {
+        isRefused = outcome.exitCode != 0 && IsListRefused(units, outcome.lines) &&
+                    ConfiguredSystemctlDialect().queueEach != nullptr;
+        return !isRefused && callback(outcome);
     });
     if (!isRefused) {
         return done;
@@ -41,11 +45,11 @@ bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts&
     options.emplace_back(ConfiguredSystemctlDialect().queueEach);
     SystemctlOpts each = opts;
     each.cmdOpts = &options;
-    return MEROSystemdSystemctlUltron(words.verb, each, units, std::move(callback));
+    return RunSystemctl(words.verb, each, units, callback);
 }
 
-bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
-                  Texts& failed)
+bool RunOnUnits(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits, Texts& failed,
+                bool* wasKilled)
 {
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
@@ -58,7 +62,11 @@ bool RunSystemctl(SourceLine where, const ActionWords& words, const Texts& optio
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(words.changesFiles).Build();
     try {
-        return RunOnList(words, opts, vecUnits, [&](int exitCode, const Texts& lines) {
+        return RunOnList(words, opts, vecUnits, [&](const SystemctlOutcome& outcome) {
+            const auto& [exitCode, isKilled, lines] = outcome;
+            if (wasKilled != nullptr) {
+                *wasKilled = isKilled;
+            }
             if (words.changesFiles) {
                 std::for_each(vecUnits.begin(), vecUnits.end(), SetEnableStatusChanged);
             }
@@ -98,13 +106,13 @@ bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpt
 } // namespace
 
 bool RunUnitAction(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
-                   Texts& failed)
+                   Texts& failed, bool* wasKilled)
 {
     if (&failed == &vecUnits || &failed == &options) {
-        return AppendFailedUnits(failed,
-                                 [&](auto& own) { return RunUnitAction(where, words, options, vecUnits, own); });
+        return AppendFailedUnits(
+            failed, [&](auto& own) { return RunUnitAction(where, words, options, vecUnits, own, wasKilled); });
     }
-    const bool done = RunSystemctl(where, words, options, vecUnits, failed);
+    const bool done = RunOnUnits(where, words, options, vecUnits, failed, wasKilled);
     if (words.event != 0) {
         MEROSystemdLogAction(words.event, done, vecUnits, failed);
     }

@@ -32,8 +32,14 @@ struct ActionWords {
 ///
 /// What changes unit files takes paths of them too, measures its run, and sets the flag of each unit, although the
 /// change may have failed; then all of them have failed: systemctl does not say which did.
+///
+/// A systemctl that a signal ended counts as one that succeeded. `wasKilled`, if it is given, says so.
 bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
-                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+                   const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                   bool* wasKilled = nullptr);
+
+/// MEROSystemdStartIrreversibly that knows whether a signal ended systemctl.
+bool StartIrreversibly(const std::string& unit, bool& wasKilled);
 
 /// Runs mask or unmask once for each of `vecUnits`, and appends those that failed to `failed`.
 bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const std::vector<std::string>& vecUnits,

@@ -41,6 +41,11 @@ std::string_view MountPath::Match(std::string_view path)
     return known.value;
 }
 
+std::string_view MountPath::MatchDeleted(std::string_view path)
+{
+    return IsAtOrBelow(path, path_) ? verdicts_.Keep({path}) : kNoMatch;
+}
+
 /// The resolved path, if it is a match. A file whose folder is known, as most are, costs one system call.
 std::string_view MountPath::Judge(std::string_view path)
 {

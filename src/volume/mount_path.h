@@ -19,6 +19,9 @@ public:
     /// text that does not begin with "/" (a socket, a pipe, [heap]) names no file and is not resolved.
     std::string_view Match(std::string_view path);
 
+    /// The same for a file that is deleted, whose path cannot be resolved: by its text.
+    std::string_view MatchDeleted(std::string_view path);
+
 private:
     std::string_view Judge(std::string_view path);
     std::string_view JudgeResolved(std::string_view path);

@@ -19,12 +19,28 @@ struct Use {
     std::string_view file; ///< empty: none
 };
 
+/// The kernel's mark of a file that has no name any more.
+bool IsDeleted(std::string_view path)
+{
+    return path.ends_with(" (deleted)");
+}
+
+/// A process' path of cgroups that leads through a user's own manager.
+bool IsOfUserManager(std::string_view cgroup)
+{
+    const std::size_t manager = cgroup.find("/user@");
+    return manager != cgroup.npos && cgroup.find('/', manager + 1) != cgroup.npos;
+}
+
 /// The first of the process' files that lies below the mount path. The memory map costs most, and comes last.
-Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount)
+Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount, MountUserSearch search)
 {
     Use use{};
+    const auto isDeletedUser = [&](std::string_view path) {
+        return search == MountUserSearch::ForUnmounting && IsDeleted(path);
+    };
     const auto uses = [&](FileUse how, std::string_view path) {
-        use = {how, mount.Match(path)};
+        use = {how, isDeletedUser(path) ? mount.MatchDeleted(path) : mount.Match(path)};
         return !use.file.empty();
     };
     if (uses(FileUse::WorkingDirectory, files.Link(process.descriptor, "cwd")) ||
@@ -37,7 +53,7 @@ Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount)
         files.ForEachMap(process, [&](std::string_view path) {
             const bool isNew = path != last;
             last = path;
-            return !(isNew && uses(FileUse::Map, UpToBlank(path)));
+            return !(isNew && uses(FileUse::Map, isDeletedUser(path) ? path : UpToBlank(path)));
         });
     }
     return use;
@@ -61,7 +77,8 @@ private:
 
 } // namespace
 
-bool ForEachMountUser(const std::string& mountPath, const std::function<void(ProcessFiles&, const MountUser&)>& take)
+bool ForEachMountUser(const std::string& mountPath, MountUserSearch search,
+                      const std::function<void(ProcessFiles&, const MountUser&)>& take)
 {
     MountPath mount(mountPath);
     ProcessFiles files;
@@ -71,12 +88,14 @@ bool ForEachMountUser(const std::string& mountPath, const std::function<void(Pro
     }
     OptOuts optOuts;
     files.ForEachProcess([&](const ProcessFolder& process) {
-        const Use use = FindUse(files, process, mount);
+        const Use use = FindUse(files, process, mount, search);
         if (use.file.empty()) {
             return;
         }
-        const std::string unit = UnitOfCgroup(files.Cgroup(process));
-        if (UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
+        const std::string cgroup = files.Cgroup(process);
+        const std::string unit = UnitOfCgroup(cgroup);
+        const bool isForeign = search == MountUserSearch::ForUnmounting && IsOfUserManager(cgroup);
+        if (isForeign || UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
             return;
         }
         MERO_LOG(LOG_INFO, "file used: [%s]", use.file.data());

@@ -11,7 +11,8 @@ using namespace MERO::Systemd;
 bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<std::string>& vecServices)
 {
     std::unordered_set<std::string> services;
-    if (!ForEachMountUser(strMntPath, [&](ProcessFiles&, const MountUser& user) { services.insert(user.service); })) {
+    const auto take = [&](ProcessFiles&, const MountUser& user) { services.insert(user.service); };
+    if (!ForEachMountUser(strMntPath, MountUserSearch::AsPublished, take)) {
         return false;
     }
     vecServices.assign(services.begin(), services.end());

@@ -3,120 +3,118 @@
 #include "core/interruption.h"
 #include "core/lock.h"
 #include "core/status_monitor.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
-#include "unit/unit_file.h"
-#include "volume/volume_stops.h"
+#include "volume/full_plan.h"
+#include "volume/unmounting.h"
 
 #include <merosystemd/systemd.hpp>
-
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
 
 using namespace MERO::Systemd;
 
 namespace {
 
 constexpr int kLockTimeout = 3600; // seconds
-constexpr int kMaxWait = 300;      // seconds
-const std::string kDirectory = "/run/systemd/system/";
-const std::string kBeginTarget = "unmount-volume-begin.target"; // stops the services
-const std::string kEndTarget = "unmount-volume-end.target";     // starts them again
 
-bool RemoveTarget(const std::string& target)
-{
-    const std::string path = kDirectory + target;
-    const bool removed = unlink(path.c_str()) == 0 || errno == ENOENT;
-    if (!removed) {
-        MERO_LOG(LOG_ERR, "Fail to remove [%s].", path.c_str());
-    }
-    return removed;
-}
+using Agreement = std::function<bool(const FullVolumeUnmountPlan&)>;
 
-bool WriteTarget(const std::string& target, const char* relation, const Texts& services)
-{
-    const std::string units = Join(services, " ");
-    const bool written = AddUnitSection(kDirectory, target, "Unit",
-                                        {{relation, units}, {"After", units}, {"DefaultDependencies", "no"}});
-    if (!written) {
-        MERO_LOG(LOG_ERR, "Fail to add unit section in [%s].", (kDirectory + target).c_str());
-    }
-    return written;
-}
+/// The locks under which volumes are unmounted.
+struct UnmountLocks {
+    FileLock unmount{"/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout};
+    FileLock isolate{kIsolateAndVolumeUnmountLock, false, kLockTimeout};
 
-/// Waits until systemd has no job left for the stopping target and for the services. False when there was none to wait
-/// for, or one is there after five minutes.
-bool WaitForJobs(const Texts& services)
-{
-    const auto isAwaited = [&](const auto& entry) {
-        const std::string& unit = entry.second.unit;
-        return unit == kBeginTarget || std::find(services.begin(), services.end(), unit) != services.end();
-    };
-    for (int pass = 0; pass <= kMaxWait; ++pass) {
-        std::map<std::uint32_t, JobInfo> jobs;
-        if (!MEROSystemdIntJobList(jobs)) {
-            return false;
+    bool Acquire(const CancelBlock& block)
+    {
+        const bool acquired = block.LiftFor([&] { return unmount.Acquire() && isolate.Acquire(); });
+        if (!acquired) {
+            // In either case names the first lock, which programs that read the log match.
+            MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmount.PathGet().c_str());
         }
-        if (std::none_of(jobs.begin(), jobs.end(), isAwaited)) {
-            return pass > 0;
-        }
-        SleepOneSecond();
+        return acquired;
     }
-    return false;
-}
 
-/// Stop jobs that are still queued when the stopping target has failed, or was given up, keep the services from being
-/// started: nothing can replace them.
-bool StartAgain(const Texts& services)
-{
-    return MEROSystemdStart(kEndTarget) || (WaitForJobs(services) && MEROSystemdStart(kEndTarget));
-}
+    std::vector<int> Descriptors() const { return {unmount.FdGet(), isolate.FdGet()}; }
+};
 
-bool RunBetweenStopAndStart(const Texts& volumes, const Texts& services, const std::function<bool()>& action)
+void LogPlan(const VolumeStopSet& set)
 {
-    if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) || !WriteTarget(kBeginTarget, "Conflicts", services) ||
-        !WriteTarget(kEndTarget, "Wants", services) || !MEROSystemdDaemonReload()) {
-        return false;
+    for (const auto& [unit, taker] : set.dependents) {
+        MERO_LOG(LOG_INFO, "[%s] stops along with [%s]%s.", unit.c_str(), taker.c_str(),
+                 set.StartsAgain(unit) ? "" : ", and is not started again");
     }
-    MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",
-             Join(volumes).c_str(), Join(services).c_str());
-    return RunAndGoBack([&] { return MEROSystemdStartIrreversibly(kBeginTarget) && action(); },
-                        [&] { return StartAgain(services); });
+    for (const VolumeTrigger& trigger : set.triggers) {
+        MERO_LOG(LOG_WARNING, "[%s] may start [%s] again while the volume is being unmounted.", trigger.unit.c_str(),
+                 trigger.service.c_str());
+    }
 }
 
-} // namespace
-
-bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool()>&& action)
+bool Unmount(const Texts& vecVolumes, const Agreement& agree, const std::function<bool()>& action)
 {
     if (!MERO_VALID(!vecVolumes.empty()) || !AreVolumes(vecVolumes)) {
         return false;
     }
     const CancelBlock block;
-    FileLock unmountLock("/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout);
-    FileLock isolateLock(kIsolateAndVolumeUnmountLock, false, kLockTimeout);
-    if (!block.LiftFor([&] { return unmountLock.Acquire() && isolateLock.Acquire(); })) {
-        // In either case names the first lock, which programs that read the log match.
-        MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmountLock.PathGet().c_str());
+    UnmountLocks locks;
+    if (!locks.Acquire(block)) {
         return false;
     }
     StatusMonitor monitor;
     if (!monitor.Start()) {
         MERO_LOG(LOG_ERR, "Failed to monitor systemd status in volume unmount action");
     }
-    VolumeStops stops;
-    if (!FindVolumeStops(vecVolumes, stops)) {
+    VolumeStopSet set;
+    if (!FindVolumeStops(vecVolumes, set)) {
         return false;
     }
-    if (stops.empty()) {
-        MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(vecVolumes).c_str());
-        return block.LiftFor(action);
+    if (agree && !block.LiftFor([&] { return agree(PlanOf(set)); })) {
+        return false;
     }
-    Texts services;
-    for (const auto& [unit, causes] : stops) {
-        services.push_back(unit);
+    LogPlan(set);
+    return RunUnmounting(vecVolumes, set, locks.Descriptors(), [&] { return block.LiftFor(action); });
+}
+
+} // namespace
+
+bool _MEROSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool()>&& action)
+{
+    return Unmount(vecVolumes, nullptr, action);
+}
+
+bool MEROSystemdVolumeUnmountWithPlan(const Texts& vecVolumes, const Agreement& agree,
+                                      const std::function<bool()>& action)
+{
+    return Unmount(vecVolumes, agree, action);
+}
+
+bool MEROSystemdVolumeUnmountStateGet(VolumeUnmountState& state)
+{
+    UnmountRecord record;
+    VolumeUnmountState::Kind kind{};
+    if (!ReadUnmountRecord(record, kind)) {
+        return false;
     }
-    return RunBetweenStopAndStart(vecVolumes, services, [&] { return block.LiftFor(action); });
+    state = VolumeUnmountState();
+    if (kind != VolumeUnmountState::Kind::None) {
+        state = {.kind = kind,
+                 .volumes = std::move(record.volumes),
+                 .units = std::move(record.services),
+                 .since = record.since,
+                 .pid = record.caller};
+        state.units.insert(state.units.end(), record.dependents.begin(), record.dependents.end());
+    }
+    return true;
+}
+
+bool MEROSystemdVolumeUnmountRecover()
+{
+    const CancelBlock block;
+    UnmountLocks locks;
+    UnmountRecord record;
+    VolumeUnmountState::Kind kind{};
+    if (!locks.Acquire(block) || !ReadUnmountRecord(record, kind)) {
+        return false;
+    }
+    return kind != VolumeUnmountState::Kind::Interrupted || FinishInterruptedUnmounting(record);
 }
 
 namespace {

@@ -1,21 +1,43 @@
 #include "core/errors.h"
+#include "volume/full_plan.h"
 #include "volume/volume_blockers.h"
-#include "volume/volume_stops.h"
 
 #include <merosystemd/systemd.hpp>
 
+#include <utility>
+
 using namespace MERO::Systemd;
+
+FullVolumeUnmountPlan MERO::Systemd::PlanOf(const VolumeStopSet& set)
+{
+    FullVolumeUnmountPlan plan;
+    plan.blockers = FindVolumeBlockers(set);
+    for (const auto& [unit, causes] : set.stops) {
+        plan.stops.push_back({.unit = unit, .causes = causes});
+    }
+    for (const auto& [unit, taker] : set.dependents) {
+        plan.dependents.push_back({.unit = unit, .takenBy = taker, .startsAgain = set.StartsAgain(unit)});
+    }
+    plan.triggers = set.triggers;
+    return plan;
+}
+
+bool MEROSystemdVolumeUnmountFullPlan(const std::vector<std::string>& vecVolumes, FullVolumeUnmountPlan& plan)
+{
+    VolumeStopSet set;
+    if (!MERO_VALID(!vecVolumes.empty()) || !AreVolumes(vecVolumes) || !FindVolumeStops(vecVolumes, set)) {
+        return false;
+    }
+    plan = PlanOf(set);
+    return true;
+}
 
 bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, VolumeUnmountPlan& plan)
 {
-    VolumeStops stops;
-    if (!MERO_VALID(!vecVolumes.empty()) || !AreVolumes(vecVolumes) || !FindVolumeStops(vecVolumes, stops)) {
-        return false;
+    FullVolumeUnmountPlan full;
+    const bool planned = MEROSystemdVolumeUnmountFullPlan(vecVolumes, full);
+    if (planned) {
+        plan = std::move(full);
     }
-    plan = VolumeUnmountPlan();
-    plan.blockers = FindVolumeBlockers(vecVolumes, stops);
-    for (auto& [unit, causes] : stops) {
-        plan.stops.push_back({.unit = unit, .causes = std::move(causes)});
-    }
-    return true;
+    return planned;
 }

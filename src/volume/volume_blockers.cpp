@@ -4,9 +4,11 @@
 #include "core/text.h"
 #include "resource/proc_texts.h"
 #include "volume/mount_path.h"
+#include "volume/mount_table.h"
 #include "volume/process_files.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <optional>
@@ -22,10 +24,13 @@ bool IsOnAny(std::string_view path, const Texts& volumes)
 }
 
 /// The units that stop, or whose masters do.
-std::set<std::string> StoppingUnits(const VolumeStops& stops)
+std::set<std::string> StoppingUnits(const VolumeStopSet& set)
 {
     std::set<std::string> units;
-    for (const auto& [unit, causes] : stops) {
+    for (const auto& [unit, taker] : set.dependents) {
+        units.insert(unit);
+    }
+    for (const auto& [unit, causes] : set.stops) {
         units.insert(unit);
         for (const StopCause& cause : causes) {
             units.insert(cause.unit);
@@ -94,26 +99,72 @@ private:
     std::optional<VolumeUser> found_;
 };
 
-void AddProcesses(const Texts& volumes, const std::set<std::string>& stopping, std::vector<VolumeBlocker>& blockers)
+/// The mount namespaces that have been looked at, and what one keeps mounted.
+class MountNamespaces {
+public:
+    explicit MountNamespaces(const Texts& volumes)
+        : volumes_(volumes), own_(MountTableParse(reader_.Read(AT_FDCWD, "/proc/self/mountinfo").value_or("")))
+    {
+        char link[64];
+        const ssize_t length = readlink("/proc/self/ns/mnt", link, sizeof link);
+        known_.emplace(link, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    }
+
+    const std::vector<MountEntry>& Own() const { return own_; }
+
+    /// Where the process' namespace keeps a volume mounted; empty, too, when another of its processes was asked before.
+    std::string Keeps(ProcessFiles& files, const ProcessFolder& process)
+    {
+        const std::string_view name = files.Link(process.descriptor, "ns/mnt");
+        if (name.empty() || !known_.emplace(name).second) {
+            return {};
+        }
+        return FindKeptMount(own_, MountTableParse(reader_.Read(process.descriptor, "mountinfo").value_or("")),
+                             volumes_);
+    }
+
+private:
+    const Texts& volumes_;
+    TextReader reader_;
+    std::vector<MountEntry> own_;
+    std::set<std::string> known_;
+};
+
+bool IsOfAny(const Texts& units, const std::set<std::string>& stopping)
+{
+    return std::any_of(units.begin(), units.end(), [&](const std::string& unit) { return stopping.contains(unit); });
+}
+
+void AddProcesses(const VolumeStopSet& set, MountNamespaces& namespaces, std::vector<VolumeBlocker>& blockers)
 {
     ProcessFiles files;
     if (!files) {
         return; // the search for the services' processes has said so
     }
+    const std::set<std::string> stopping = StoppingUnits(set);
     files.ForEachProcess([&](const ProcessFolder& process) {
-        const auto user = FileFinder(files, process, volumes).Find();
-        if (!user) {
+        if (process.pid == getpid()) {
+            return; // the caller knows what it uses
+        }
+        const auto user = FileFinder(files, process, set.volumes).Find();
+        const std::string point = namespaces.Keeps(files, process);
+        if (!user && point.empty()) {
             return;
         }
         const Texts units = UnitsOf(files.Cgroup(process));
-        if (units.empty() && files.IsEnding(process)) {
-            return; // of some service, perhaps: that cannot be told any more
+        if (IsOfAny(units, stopping) || (units.empty() && files.IsEnding(process))) {
+            return; // it ends: of which unit cannot be told any more, perhaps
         }
-        if (std::none_of(units.begin(), units.end(),
-                         [&](const std::string& unit) { return stopping.contains(unit); })) {
-            blockers.push_back({.kind = VolumeBlocker::Kind::Process,
-                                .unit = units.empty() ? std::string() : units.back(),
-                                .user = *user});
+        const std::string unit = units.empty() ? std::string() : units.back();
+        if (user) {
+            blockers.push_back({.kind = VolumeBlocker::Kind::Process, .unit = unit, .user = *user});
+        }
+        if (!point.empty()) {
+            VolumeBlocker blocker{.kind = VolumeBlocker::Kind::MountNamespace, .unit = unit, .user = {}};
+            blocker.user.pid = process.pid;
+            blocker.user.command = files.Command(process);
+            blocker.user.file = point;
+            blockers.push_back(blocker);
         }
     });
 }
@@ -125,14 +176,24 @@ void AddPath(VolumeBlocker::Kind kind, const std::string& path, std::vector<Volu
     blockers.push_back(blocker);
 }
 
-/// Paths in a table of the kernel's. The volumes themselves count when they are `included`.
-void AddTable(VolumeBlocker::Kind kind, const char* table, std::size_t column, bool included, const Texts& volumes,
-              std::vector<VolumeBlocker>& blockers)
+void AddMounts(const std::vector<MountEntry>& table, const Texts& volumes, std::vector<VolumeBlocker>& blockers)
+{
+    for (const MountEntry& mount : table) {
+        if (IsOnAny(mount.point, volumes) && std::find(volumes.begin(), volumes.end(), mount.point) == volumes.end()) {
+            AddPath(VolumeBlocker::Kind::Mount, mount.point, blockers);
+        }
+    }
+    for (const std::string& point : FindBindMounts(table, volumes)) {
+        AddPath(VolumeBlocker::Kind::BindMount, point, blockers);
+    }
+}
+
+/// Paths in the first column of a table of the kernel's.
+void AddTable(VolumeBlocker::Kind kind, const char* table, const Texts& volumes, std::vector<VolumeBlocker>& blockers)
 {
     TextReader reader;
-    for (const std::string& path : PathsInColumn(reader.Read(AT_FDCWD, table).value_or(""), column)) {
-        const bool isVolume = std::find(volumes.begin(), volumes.end(), path) != volumes.end();
-        if (IsOnAny(path, volumes) && (included || !isVolume)) {
+    for (const std::string& path : PathsInColumn(reader.Read(AT_FDCWD, table).value_or(""), 0)) {
+        if (IsOnAny(path, volumes)) {
             AddPath(kind, path, blockers);
         }
     }
@@ -159,15 +220,16 @@ void AddLoopDevices(const Texts& volumes, std::vector<VolumeBlocker>& blockers)
 
 } // namespace
 
-std::vector<VolumeBlocker> FindVolumeBlockers(const Texts& volumes, const VolumeStops& stops)
+std::vector<VolumeBlocker> FindVolumeBlockers(const VolumeStopSet& set)
 {
     using Kind = VolumeBlocker::Kind;
     std::vector<VolumeBlocker> blockers;
-    AddProcesses(volumes, StoppingUnits(stops), blockers);
-    AddTable(Kind::Mount, "/proc/self/mountinfo", 4, false, volumes, blockers);
-    AddLoopDevices(volumes, blockers);
-    AddTable(Kind::SwapFile, "/proc/swaps", 0, true, volumes, blockers);
-    AddTable(Kind::KernelExport, "/proc/fs/nfs/exports", 0, true, volumes, blockers);
+    MountNamespaces namespaces(set.volumes);
+    AddProcesses(set, namespaces, blockers);
+    AddMounts(namespaces.Own(), set.volumes, blockers);
+    AddLoopDevices(set.volumes, blockers);
+    AddTable(Kind::SwapFile, "/proc/swaps", set.volumes, blockers);
+    AddTable(Kind::KernelExport, "/proc/fs/nfs/exports", set.volumes, blockers);
     return blockers;
 }
 

@@ -4,8 +4,8 @@
 
 namespace MERO::Systemd {
 
-/// What keeps the volumes busy although the units of `stops`, and those that are the causes of them, stop. A process is
-/// named with the first of its files that was found.
-std::vector<VolumeBlocker> FindVolumeBlockers(const std::vector<std::string>& volumes, const VolumeStops& stops);
+/// What keeps the volumes busy although all that the set names stops, and the causes of it. A process is named with the
+/// first of its files that was found; the calling one is left out.
+std::vector<VolumeBlocker> FindVolumeBlockers(const VolumeStopSet& set);
 
 } // namespace MERO::Systemd

@@ -6,12 +6,15 @@
 #include "core/names.h"
 #include "core/systemctl_dialect.h"
 #include "core/text.h"
+#include "platform/core/owners.h"
 #include "unit/unit_file.h"
+#include "volume/mount_path.h"
 #include "volume/mount_users.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 
 namespace MERO::Systemd {
@@ -20,11 +23,14 @@ namespace {
 constexpr std::string_view kPackagePrefix = "pkgctl-";
 
 /// The unit that is stopped and started in the place of this one.
-std::string MasterOf(const std::string& unit)
+std::string MasterOf(const std::string& unit, bool isOfToday)
 {
     try {
         const std::string master = XTarvixKeyGet(unit, "Master");
-        return master.empty() ? unit : master;
+        if (master.empty()) {
+            return unit;
+        }
+        return isOfToday ? NormalizedUnitNameGet(master) : master;
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to get master unit: [%s], reason: [%s]", unit.c_str(), exception.what());
         return unit;
@@ -54,16 +60,21 @@ std::optional<StopCause> FindRegistration(const std::string& unit, const Texts& 
     return isRegistered ? std::optional(cause) : std::nullopt;
 }
 
-/// Why a unit would stop by its own declaration.
-std::optional<StopCause> FindDeclaration(const std::string& unit, const Texts& volumes)
+using Dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY;
+
+Dependency DependencyOf(const std::string& unit)
 {
-    MERO_SYSTEMD_VOLUME_DEPENDENCY dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE;
-    if (!MEROSystemdVolumeDependencyGet(unit, dependency)) {
-        if (MLIBCErrGet() != MLIBC_ERR_NOT_FOUND) { // units without a file are many
-            MERO_LOG(LOG_ERR, "Fail to get VolumeDependency in [%s].", unit.c_str());
-        }
-        return std::nullopt;
+    Dependency dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE;
+    if (!MEROSystemdVolumeDependencyGet(unit, dependency) &&
+        MLIBCErrGet() != MLIBC_ERR_NOT_FOUND) { // units without a file are many
+        MERO_LOG(LOG_ERR, "Fail to get VolumeDependency in [%s].", unit.c_str());
     }
+    return dependency;
+}
+
+/// Why a unit would stop by its own declaration.
+std::optional<StopCause> FindDeclaration(const std::string& unit, Dependency dependency, const Texts& volumes)
+{
     switch (dependency) {
     case MERO_SYSTEMD_VOLUME_DEPENDENCY_ALL:
         return StopCause{.kind = StopCause::Kind::DependsOnAll, .unit = unit, .package = {}, .users = {}};
@@ -74,19 +85,72 @@ std::optional<StopCause> FindDeclaration(const std::string& unit, const Texts& v
     }
 }
 
+void WarnOfMaintenance(const std::string& unit)
+{
+    MERO_LOG(LOG_WARNING, "[%s] is in maintenance: it counts as not running.", unit.c_str());
+}
+
 bool IsRunning(const std::string& unit)
 {
     const int status = MEROSystemdActiveStatusGet(unit);
     std::string state;
     if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isOfToday &&
         MEROSystemdShow(unit, "ActiveState", state) && state == "maintenance") {
-        MERO_LOG(LOG_WARNING, "[%s] is in maintenance: it counts as not running.", unit.c_str());
+        WarnOfMaintenance(unit);
     }
     return status == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE || status == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVATING ||
            status == MERO_SYSTEMD_ACTIVE_STATUS_RELOADING;
 }
 
-bool AddDeclared(const Texts& volumes, VolumeStops& stops)
+bool IsRunning(const std::string& unit, const UnitFactsTable& facts)
+{
+    const UnitFacts* known = facts.Find(unit);
+    if (known == nullptr) {
+        return IsRunning(unit);
+    }
+    if (known->state == "maintenance") {
+        WarnOfMaintenance(unit);
+    }
+    return known->IsRunning();
+}
+
+bool IsTemplate(const std::string& unit)
+{
+    return unit.find("@.") != unit.npos;
+}
+
+/// Units that declare a dependency, and those of them that run: all are asked for at once. A template's instances are
+/// units like others, and it is they that run.
+void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
+{
+    std::vector<std::pair<std::string, Dependency>> candidates;
+    Texts asked;
+    for (const std::string& unit : units) {
+        const Dependency dependency = DependencyOf(unit);
+        const bool canStop = dependency == MERO_SYSTEMD_VOLUME_DEPENDENCY_ALL ||
+                             (dependency == MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL &&
+                              (IsTemplate(unit) || FindRegistration(unit, set.volumes)));
+        if (canStop) {
+            candidates.emplace_back(unit, dependency);
+            asked.push_back(IsTemplate(unit) ? std::string(unit).insert(unit.find('@') + 1, "*") : unit);
+        }
+    }
+    (void)set.facts.Ask(asked); // those that it does not show are asked one by one
+    for (const auto& [unit, dependency] : candidates) {
+        for (const std::string& one : IsTemplate(unit) ? set.facts.InstancesOf(unit) : Texts{unit}) {
+            auto cause = FindDeclaration(one, dependency, set.volumes);
+            if (!cause && one != unit) {
+                cause = FindDeclaration(unit, dependency, set.volumes); // the template has registered the volume
+            }
+            if (cause && IsRunning(one, set.facts)) {
+                cause->unit = one;
+                set.stops[MasterOf(one, true)].push_back(*cause);
+            }
+        }
+    }
+}
+
+bool AddDeclared(VolumeStopSet& set)
 {
     Texts units;
     if (!MEROSystemdListUnits(units, "")) {
@@ -94,10 +158,14 @@ bool AddDeclared(const Texts& volumes, VolumeStops& stops)
         MERO_LOG(LOG_ERR, "Fail to list volume dependency units.");
         return false;
     }
+    if (set.isOfToday) {
+        AddDeclaredOfToday(units, set);
+        return true;
+    }
     for (const std::string& unit : units) {
-        const auto cause = FindDeclaration(unit, volumes);
+        const auto cause = FindDeclaration(unit, DependencyOf(unit), set.volumes);
         if (cause && IsRunning(unit)) {
-            stops[MasterOf(unit)].push_back(*cause);
+            set.stops[MasterOf(unit, false)].push_back(*cause);
         }
     }
     return true;
@@ -105,9 +173,9 @@ bool AddDeclared(const Texts& volumes, VolumeStops& stops)
 
 using Users = std::map<std::string, std::vector<VolumeUser>>; ///< by service
 
-void FindUsers(const std::string& volume, Users& users)
+void FindUsers(const std::string& volume, MountUserSearch search, Users& users)
 {
-    const bool listed = ForEachMountUser(volume, [&](ProcessFiles& files, const MountUser& user) {
+    const bool listed = ForEachMountUser(volume, search, [&](ProcessFiles& files, const MountUser& user) {
         users[user.service].push_back(
             {.pid = user.process.pid, .command = files.Command(user.process), .use = user.use, .file = user.file});
     });
@@ -116,19 +184,107 @@ void FindUsers(const std::string& volume, Users& users)
     }
 }
 
-void AddUsers(const Texts& volumes, VolumeStops& stops)
+void AddUsers(VolumeStopSet& set)
 {
     Users users;
-    for (const std::string& volume : volumes) {
-        FindUsers(volume, users);
+    for (const std::string& volume : set.volumes) {
+        FindUsers(volume, set.isOfToday ? MountUserSearch::ForUnmounting : MountUserSearch::AsPublished, users);
     }
     for (auto& [service, processes] : users) {
-        stops[MasterOf(service)].push_back(
+        set.stops[MasterOf(service, set.isOfToday)].push_back(
             {.kind = StopCause::Kind::UsesFiles, .unit = service, .package = {}, .users = std::move(processes)});
     }
 }
 
+/// Files are compared by their resolved paths: a link to a volume has none below it.
+void AddResolved(Texts& volumes)
+{
+    for (std::size_t i = 0, count = volumes.size(); i < count; ++i) {
+        const CMemory<char> resolved(realpath(volumes[i].c_str(), nullptr));
+        if (resolved != nullptr && volumes[i] != resolved.get() &&
+            std::find(volumes.begin(), volumes.end(), resolved.get()) == volumes.end()) {
+            MERO_LOG(LOG_WARNING, "[%s] leads to [%s], which is looked for too.", volumes[i].c_str(), resolved.get());
+            volumes.emplace_back(resolved.get());
+        }
+    }
+}
+
+Texts UnitsOf(const VolumeStops& stops)
+{
+    Texts units;
+    for (const auto& [unit, causes] : stops) {
+        units.push_back(unit);
+    }
+    return units;
+}
+
+/// Goes from each unit to those that systemd stops with it, level by level. A unit that does not run passes the stop on
+/// all the same.
+void FindDependents(VolumeStopSet& set)
+{
+    std::map<std::string, std::string> takenBy;
+    for (Texts level = UnitsOf(set.stops); !level.empty();) {
+        if (!set.facts.Ask(level)) {
+            MERO_LOG(LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(level).c_str());
+            return;
+        }
+        Texts next;
+        for (const std::string& unit : level) {
+            const UnitFacts* facts = set.facts.Find(unit);
+            for (const std::string& dependent : facts != nullptr ? facts->takesDown : Texts()) {
+                if (takenBy.try_emplace(dependent, facts->id).second) {
+                    next.push_back(dependent);
+                }
+            }
+        }
+        level = std::move(next);
+    }
+    for (const auto& [unit, causes] : set.stops) { // asked for by name, however it was reached
+        const UnitFacts* facts = set.facts.Find(unit);
+        takenBy.erase(facts != nullptr ? facts->id : unit);
+    }
+    for (const auto& [dependent, taker] : takenBy) {
+        const UnitFacts* facts = set.facts.Find(dependent);
+        if (facts != nullptr && facts->IsRunning()) {
+            set.dependents.emplace(dependent, taker);
+        }
+    }
+}
+
+void FindTriggers(VolumeStopSet& set)
+{
+    Texts stopping = UnitsOf(set.stops);
+    for (const auto& [dependent, taker] : set.dependents) {
+        stopping.push_back(dependent);
+    }
+    std::vector<VolumeTrigger> triggers;
+    Texts units;
+    for (const std::string& unit : stopping) {
+        const UnitFacts* facts = set.facts.Find(unit);
+        for (const std::string& trigger : facts != nullptr ? facts->triggers : Texts()) {
+            triggers.push_back({.unit = trigger, .service = unit});
+            units.push_back(trigger);
+        }
+    }
+    if (units.empty() || !set.facts.Ask(units)) {
+        return;
+    }
+    std::copy_if(triggers.begin(), triggers.end(), std::back_inserter(set.triggers), [&](const VolumeTrigger& trigger) {
+        const UnitFacts* facts = set.facts.Find(trigger.unit);
+        return facts != nullptr && facts->IsRunning() && !set.stops.contains(facts->id) &&
+               !set.dependents.contains(facts->id);
+    });
+}
+
 } // namespace
+
+bool VolumeStopSet::StartsAgain(const std::string& dependent) const
+{
+    const UnitFacts* unit = facts.Find(dependent);
+    return unit != nullptr && unit->canStart &&
+           std::none_of(volumes.begin(), volumes.end(),
+                        [&](const std::string& volume) { return IsAtOrBelow(unit->mountPoint, volume); });
+}
 
 bool AreVolumes(const Texts& volumes)
 {
@@ -141,12 +297,21 @@ bool AreVolumes(const Texts& volumes)
     return valid;
 }
 
-bool FindVolumeStops(const Texts& volumes, VolumeStops& stops)
+bool FindVolumeStops(const Texts& volumes, VolumeStopSet& set)
 {
-    if (!AddDeclared(volumes, stops)) {
+    set.isOfToday = ConfiguredSystemctlDialect().isOfToday;
+    set.volumes = volumes;
+    if (set.isOfToday) {
+        AddResolved(set.volumes);
+    }
+    if (!AddDeclared(set)) {
         return false;
     }
-    AddUsers(volumes, stops);
+    AddUsers(set);
+    if (set.isOfToday) {
+        FindDependents(set);
+        FindTriggers(set);
+    }
     return true;
 }
 

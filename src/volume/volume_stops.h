@@ -1,5 +1,7 @@
 #pragma once
 
+#include "volume/unit_facts.h"
+
 #include <merosystemd/volume.hpp>
 
 #include <map>
@@ -11,12 +13,28 @@ namespace MERO::Systemd {
 /// The units that stop while volumes are unmounted, by name, and why.
 using VolumeStops = std::map<std::string, std::vector<StopCause>>;
 
+/// All that goes down while volumes are unmounted.
+struct VolumeStopSet {
+    /// Whether a unit that stops along can and may be started again.
+    bool StartsAgain(const std::string& dependent) const;
+
+    bool isOfToday = false;           ///< whether systemctl speaks the dialect of today
+    std::vector<std::string> volumes; ///< with what links among them lead to, if it is of today
+    VolumeStops stops;
+
+    // Empty unless it is of today:
+    std::map<std::string, std::string> dependents; ///< running units that systemd stops along, and the unit that takes
+                                                   ///< each of them
+    std::vector<VolumeTrigger> triggers;
+    UnitFactsTable facts;
+};
+
 /// Whether all of them are mount paths: they begin with "/" and do not end with it. If not, the error register is set
 /// to 0x0D00.
 bool AreVolumes(const std::vector<std::string>& volumes);
 
 /// Finds out what stops, and changes nothing. False when the units cannot be listed. A volume whose users cannot be
 /// found, and a unit that cannot be asked, are logged and passed over.
-bool FindVolumeStops(const std::vector<std::string>& volumes, VolumeStops& stops);
+bool FindVolumeStops(const std::vector<std::string>& volumes, VolumeStopSet& set);
 
 } // namespace MERO::Systemd

@@ -134,6 +134,44 @@ TEST_F(RealVolumes, AServiceThatRefusesToStopIsNotLost)
     EXPECT_EQ(StartedSince(before), (Texts{"all", "other", "refuses", "stays"}));
 }
 
+TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
+{
+    Service("web", "[Unit]\nRequires=db.service\nAfter=db.service\n");
+    Service("front2", "[Unit]\nBindsTo=web.service\nAfter=web.service\n");
+    Service("part", "[Unit]\nPartOf=db.service\n");
+    Service("shy", "[Unit]\nRequires=db.service\nRefuseManualStart=yes\n");
+    Service("db", "WorkingDirectory=/vol2\n[Unit]\nWants=shy.service\n");
+    Service("inst@", kAll);
+    services_.back() = "inst@1";
+    Service("slave", "WorkingDirectory=/vol2\n[Unit]\nPartOf=db.service\n[X-Tarvix]\nMaster=db\n");
+    Unit("web.socket", "[Unit]\nPartOf=db.service\n[Socket]\nListenStream=/run/web.sock\n");
+    Unit("db.timer", "[Timer]\nOnActiveSec=1h\nUnit=db.service\n");
+    Unit("group.target", "[Unit]\nRequires=db.service\nWants=never.service\n");
+    Service("never", "");
+    Load();
+    Texts failed;
+    EXPECT_TRUE(
+        MEROSystemdStart({"web.socket", "db", "web", "front2", "part", "inst@1", "slave", "group.target", "db.timer"},
+                         failed) &&
+        MEROSystemdStop("never"));
+    const Runs before = Now();
+    FullVolumeUnmountPlan plan;
+    EXPECT_TRUE(Comes([&] { return MEROSystemdVolumeUnmountFullPlan({"/vol2"}, plan) && plan.stops.size() == 4; }));
+    std::string dependents;
+    for (const PlannedDependent& dependent : plan.dependents) {
+        dependents += dependent.unit + (dependent.startsAgain ? "<" : "!") + dependent.takenBy + " ";
+    }
+    EXPECT_EQ(dependents,
+              "front2.service<web.service group.target<db.service part.service<db.service "
+              "shy.service!db.service slave.service<db.service web.service<db.service web.socket<db.service ");
+    EXPECT_TRUE(plan.triggers.size() == 1 && plan.triggers[0].unit == "db.timer");
+    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol2"}, [&] { return MountAnew("/vol2"); }));
+    EXPECT_EQ(StartedSince(before), (Texts{"all", "db", "front2", "inst@1", "other", "part", "shy", "slave", "web"}));
+    EXPECT_EQ(Now().size(), before.size());
+    EXPECT_EQ(Shell("systemctl is-active web.socket group.target db.timer never").output,
+              "active\nactive\nactive\ninactive\n");
+}
+
 TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
 {
     Shell("systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");

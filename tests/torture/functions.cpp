@@ -247,7 +247,8 @@ void AddFunctions()
         MEROSystemdServiceSkipListByMntPath, MEROSystemdIntJobGet, CheckServiceHasReason);
     Add({}, MERO_BOTH(DaemonReload), MERO_BOTH(IsolateToDefaultTarget), MERO_BOTH(RunAsSystemProcess),
         MERO_BOTH(ServiceList), MERO_BOTH(SliceList), MERO_BOTH(IsolateStateGet), ListServicesWithReason,
-        MEROSystemdIntJobList, MEROSystemdVolumeRegisterList, MEROSystemdPutEnvByPAMSystemd, Process::TotalTickGet);
+        MEROSystemdIntJobList, MEROSystemdVolumeRegisterList, MEROSystemdPutEnvByPAMSystemd,
+        MEROSystemdVolumeUnmountStateGet, MEROSystemdVolumeUnmountRecover, Process::TotalTickGet);
     Add({"256"}, MERO_BOTH(DefaultTargetGet), MERO_BOTH(CgroupMonitorSliceGet));
     Add({"a.slice"}, MERO_BOTH(CgroupMonitorSliceMove), MERO_BOTH(CgroupSystemdSliceMove),
         As<Single>(MEROSystemdKillSlice), As<bool(Text, const std::function<void(KillPhase)>&)>(MEROSystemdKillSlice),
@@ -257,14 +258,15 @@ void AddFunctions()
         As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIsolateTarget),
         As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIntIsolateTarget));
     Add({kVolume}, MERO_BOTH(ServiceListByMntPath), _MEROSystemdVolumeUnmountAction, MEROCSystemdVolumeUnmountAction,
-        MEROCSystemdVolumeGroupUnmountAction, MEROSystemdVolumeUnmountPlan);
+        MEROCSystemdVolumeGroupUnmountAction, MEROSystemdVolumeUnmountPlan, MEROSystemdVolumeUnmountFullPlan,
+        MEROSystemdVolumeUnmountWithPlan);
     Add({"a", kVolume}, MERO_BOTH(VolumeRegister), MERO_BOTH(VolumeUnregister));
     Add({"P", "/new"}, MERO_BOTH(PackageVolumeRegister), MERO_BOTH(PackageVolumeUnregister));
     Add({"a", "/old"}, MEROSystemdVolumeIsRegisteredByUnit);
     Add({"P", "/old"}, MEROSystemdVolumeIsRegisteredByPackage);
     Add({"/old"}, MEROSystemdListPackageByRegisteredVolume);
     Add({"/run/systemd/system/a.service.d/", "/run/drop-in"}, LinkMeroReason);
-    Add({"a", "Id"}, MEROSystemdShow, MEROSystemdShowSystem);
+    Add({"a", "Id"}, MEROSystemdShow, MEROSystemdShowSystem, MEROSystemdShowProperties);
     Add({"service"}, MEROSystemdListUnits);
     Add({std::to_string(getpid()), "name=systemd"}, MEROSystemdCgroupPathnameGet, MEROSystemdGetByPid, Process::NameGet,
         Process::PssGet, Process::CPUTickGet, Process::IOGet);

@@ -103,7 +103,7 @@ TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
                                     dup2(open("/run", O_RDONLY), fd);
                                 }
                                 close(closed);
-                                KeepDescriptor(kept);
+                                KeepDescriptors({kept});
                                 Write("/run/seen", Descriptors());
                             },
                             0) &&

@@ -1,0 +1,157 @@
+#include "volume/unmount_record.h"
+
+#include "core/directory_walk.h"
+#include "core/errors.h"
+#include "core/json_file.h"
+#include "core/text.h"
+#include "core/text_reader.h"
+#include "unit/unit_properties.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iterator>
+#include <set>
+
+namespace MERO::Systemd {
+namespace {
+
+constexpr const char* kFolder = "/run/merosystemd/";
+constexpr const char* kName = "volume-unmount.json";
+constexpr const char* kTemporary = "volume-unmount.json.tmp";
+constexpr std::size_t kStartTime = 19; // in the line of /proc/PID/stat, counted from what follows the name: see proc(5)
+
+/// When the process started, in ticks since the boot: with its ID that is one process only. Empty when there is none.
+std::string StartTimeOf(pid_t pid)
+{
+    TextReader reader;
+    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+    const std::string text(reader.Read(AT_FDCWD, path.c_str()).value_or(""));
+    Texts fields;
+    (void)Split(text.substr(text.rfind(')') + 1), fields, " ");
+    return fields.size() > kStartTime ? fields[kStartTime] : std::string();
+}
+
+Json::Value ProcessToJson(pid_t pid)
+{
+    Json::Value process(Json::objectValue);
+    process["pid"] = pid;
+    process["started"] = StartTimeOf(pid);
+    return process;
+}
+
+bool IsThere(const Json::Value& process)
+{
+    const std::string started = process["started"].asString();
+    return !started.empty() && StartTimeOf(process["pid"].asInt()) == started;
+}
+
+Json::Value TextsToJson(const Texts& texts)
+{
+    Json::Value array(Json::arrayValue);
+    for (const std::string& text : texts) {
+        array.append(text);
+    }
+    return array;
+}
+
+Texts TextsFromJson(const Json::Value& array)
+{
+    Texts texts;
+    for (const Json::Value& text : array) {
+        texts.push_back(text.asString());
+    }
+    return texts;
+}
+
+} // namespace
+
+bool UnmountRecord::Write() const
+{
+    Json::Value value(Json::objectValue);
+    value["volumes"] = TextsToJson(volumes);
+    value["services"] = TextsToJson(services);
+    value["dependents"] = TextsToJson(dependents);
+    value["since"] = static_cast<Json::Int64>(since);
+    value["caller"] = ProcessToJson(caller);
+    value["watcher"] = ProcessToJson(watcher);
+    const Descriptor folder = MakeDirectory(kFolder);
+    const bool written = folder && (unlinkat(folder.Get(), kTemporary, 0) == 0 || errno == ENOENT) &&
+                         WriteJsonFile(folder, kTemporary, kName, value) &&
+                         renameat(folder.Get(), kTemporary, folder.Get(), kName) == 0;
+    if (!written) {
+        MERO_LOG(LOG_WARNING, "Cannot write [%s%s]: %m. If this process and its watcher are killed, [%s] stay stopped.",
+                 kFolder, kName, Join(services).c_str());
+    }
+    return written;
+}
+
+void UnmountRecord::Remove()
+{
+    const std::string path = std::string(kFolder) + kName;
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        MERO_LOG(LOG_ERR, "Fail to remove [%s].", path.c_str());
+    }
+}
+
+bool ReadUnmountRecord(UnmountRecord& record, VolumeUnmountState::Kind& kind)
+{
+    kind = VolumeUnmountState::Kind::None;
+    const Descriptor folder(open(kFolder, O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if ((!folder || faccessat(folder.Get(), kName, F_OK, AT_SYMLINK_NOFOLLOW) != 0) && errno == ENOENT) {
+        return true;
+    }
+    try {
+        Json::Value value;
+        if (folder && ReadJsonFile(folder, kName, value)) {
+            record = {.volumes = TextsFromJson(value["volumes"]),
+                      .services = TextsFromJson(value["services"]),
+                      .dependents = TextsFromJson(value["dependents"]),
+                      .since = value["since"].asInt64(),
+                      .caller = value["caller"]["pid"].asInt(),
+                      .watcher = value["watcher"]["pid"].asInt()};
+            const bool isAnyThere = IsThere(value["caller"]) || IsThere(value["watcher"]);
+            kind = isAnyThere ? VolumeUnmountState::Kind::Running : VolumeUnmountState::Kind::Interrupted;
+            return true;
+        }
+        if (faccessat(folder.Get(), kName, F_OK, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT) {
+            return true; // it has just been removed
+        }
+    } catch (const Json::Exception&) { // it is not of our making
+    }
+    MERO_LOG(LOG_ERR, "Cannot read [%s%s].", kFolder, kName);
+    SetError(MERO_HERE, MLIBC_ERR_OPEN_FILE);
+    return false;
+}
+
+Texts WithoutHeldOrGone(const Texts& units)
+{
+    if (units.empty()) {
+        return {};
+    }
+    const auto shown = ShowUnits(units, {"Names", "LoadState"});
+    std::set<std::string> gone;
+    for (const UnitProperties& unit : shown ? *shown : std::vector<UnitProperties>()) {
+        Texts names;
+        if (unit.contains("Names") && unit.contains("LoadState") && unit.at("LoadState") != "loaded") {
+            (void)Split(unit.at("Names"), names, " ");
+            gone.insert(names.begin(), names.end());
+        }
+    }
+    Texts left;
+    for (const std::string& unit : units) {
+        const bool isHeld = CheckServiceHasReason(unit);
+        if (isHeld || gone.contains(unit)) {
+            MERO_LOG(LOG_WARNING, "[%s] is not started again: %s.", unit.c_str(),
+                     isHeld ? "a reason holds it" : "systemd has no unit of that name");
+        } else {
+            left.push_back(unit);
+        }
+    }
+    return left;
+}
+
+} // namespace MERO::Systemd

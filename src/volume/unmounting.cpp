@@ -1,0 +1,214 @@
+#define MERO_SOURCE_NAME "systemd_volume_unmount_action"
+#include "volume/unmounting.h"
+
+#include "core/interruption.h"
+#include "core/log.h"
+#include "core/text.h"
+#include "recovery/caller_watcher.h"
+#include "unit/unit_file.h"
+#include "unit/unit_operation.h"
+#include "volume/process_files.h"
+#include "volume/unmount_record.h"
+#include "volume/unmount_return.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <iterator>
+#include <optional>
+
+namespace MERO::Systemd {
+namespace {
+
+const std::string kDirectory = "/run/systemd/system/";
+
+bool RemoveTarget(const std::string& target)
+{
+    const std::string path = kDirectory + target;
+    const bool removed = unlink(path.c_str()) == 0 || errno == ENOENT;
+    if (!removed) {
+        MERO_LOG(LOG_ERR, "Fail to remove [%s].", path.c_str());
+    }
+    return removed;
+}
+
+bool WriteTarget(const std::string& target, const char* relation, const Texts& services)
+{
+    const std::string units = Join(services, " ");
+    const bool written = AddUnitSection(kDirectory, target, "Unit",
+                                        {{relation, units}, {"After", units}, {"DefaultDependencies", "no"}});
+    if (!written) {
+        MERO_LOG(LOG_ERR, "Fail to add unit section in [%s].", (kDirectory + target).c_str());
+    }
+    return written;
+}
+
+/// The stopping target's systemctl goes on when its caller is killed, and may not have queued the stops yet.
+bool RunsStop()
+{
+    bool runs = false;
+    ProcessFiles files;
+    files.ForEachProcess([&](const ProcessFolder& process) {
+        const std::string_view arguments = files.CommandLine(process);
+        runs = runs || (arguments.starts_with("/usr/bin/systemctl") && arguments.find(kBeginTarget) != arguments.npos);
+    });
+    return runs;
+}
+
+/// What the watcher does when its caller is gone.
+void GoBackForCaller(pid_t caller, const Texts& volumes, const UnmountReturn& back)
+{
+    MERO_LOG(LOG_WARNING, "pid[%d] ended while it was unmounting [%s]: [%s] start again.", caller,
+             Join(volumes).c_str(), Join(back.services).c_str());
+    do {
+        SleepOneSecond(); // a systemctl that was just being started has its command line by then
+    } while (RunsStop());
+    (void)back.WaitForJobs();
+    (void)back.Run(true);
+    if (back.isOfToday) {
+        UnmountRecord::Remove();
+    }
+}
+
+/// One that was interrupted, if there is one. Its units are what may still be started of them.
+std::optional<UnmountRecord> FindInterrupted()
+{
+    UnmountRecord record;
+    VolumeUnmountState::Kind kind{};
+    if (!ReadUnmountRecord(record, kind) || kind != VolumeUnmountState::Kind::Interrupted) {
+        return std::nullopt;
+    }
+    MERO_LOG(LOG_WARNING, "The unmounting of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
+             Join(record.volumes).c_str(), record.caller, Join(record.services).c_str());
+    record.services = WithoutHeldOrGone(record.services);
+    record.dependents = WithoutHeldOrGone(record.dependents);
+    return record;
+}
+
+void AddMissing(const Texts& from, Texts& to)
+{
+    std::copy_if(from.begin(), from.end(), std::back_inserter(to),
+                 [&](const std::string& unit) { return std::find(to.begin(), to.end(), unit) == to.end(); });
+}
+
+/// From the moment at which all is known, under the locks.
+class Unmounting {
+public:
+    Unmounting(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks)
+        : volumes_(volumes), locks_(locks), stops_(set), back_(set)
+    {
+        interrupted_ = back_.isOfToday ? FindInterrupted() : std::nullopt;
+        if (interrupted_) {
+            AddMissing(interrupted_->services, back_.services);
+            AddMissing(interrupted_->dependents, back_.dependents);
+        }
+    }
+
+    bool Run(const std::function<bool()>& action)
+    {
+        return stops_.services.empty() ? RunOnly(action) : RunBetweenStopAndStart(action);
+    }
+
+private:
+    /// Nothing stops. What an interrupted unmounting left behind starts all the same.
+    bool RunOnly(const std::function<bool()>& action)
+    {
+        MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(volumes_).c_str());
+        if (!interrupted_) {
+            return action();
+        }
+        return RunAndGoBack(action, [&] {
+            (void)back_.RunByName();
+            UnmountRecord::Remove();
+            return true;
+        });
+    }
+
+    bool RunBetweenStopAndStart(const std::function<bool()>& action)
+    {
+        (void)watcher_.Start(locks_, [&, caller = getpid()] { GoBackForCaller(caller, volumes_, back_); });
+        Record();
+        if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) ||
+            !WriteTarget(kBeginTarget, "Conflicts", stops_.services) ||
+            !WriteTarget(kEndTarget, "Wants", back_.services) || !MEROSystemdDaemonReload()) {
+            TakeRecordBack();
+            return false;
+        }
+        MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",
+                 Join(volumes_).c_str(), Join(stops_.services).c_str());
+        watcher_.Arm();
+        bool mayBeStopping = true;
+        return RunAndGoBack([&] { return Stop(mayBeStopping) && action(); }, [&] { return GoBack(mayBeStopping); });
+    }
+
+    bool Stop(bool& mayBeStopping) const
+    {
+        bool wasKilled = false;
+        const bool stopped = StartIrreversibly(kBeginTarget, wasKilled);
+        mayBeStopping = !stopped || wasKilled;
+        return stopped && (!wasKilled || back_.WaitForJobs());
+    }
+
+    bool GoBack(bool mayBeStopping) const
+    {
+        const bool started = back_.Run(mayBeStopping);
+        if (back_.isOfToday) {
+            UnmountRecord::Remove();
+        }
+        return started;
+    }
+
+    void Record() const
+    {
+        if (back_.isOfToday) {
+            (void)UnmountRecord{.volumes = volumes_,
+                                .services = back_.services,
+                                .dependents = back_.dependents,
+                                .since = std::time(nullptr),
+                                .caller = getpid(),
+                                .watcher = watcher_.Pid()}
+                .Write();
+        }
+    }
+
+    /// Nothing has stopped: only an interrupted unmounting's services are still down.
+    void TakeRecordBack() const
+    {
+        if (interrupted_) {
+            (void)interrupted_->Write();
+        } else if (back_.isOfToday) {
+            UnmountRecord::Remove();
+        }
+    }
+
+    const Texts& volumes_;
+    const std::vector<int>& locks_;
+    const UnmountReturn stops_; ///< what this one stops
+    UnmountReturn back_;        ///< with what an interrupted one has stopped
+    std::optional<UnmountRecord> interrupted_;
+    CallerWatcher watcher_; ///< goes before the locks
+};
+
+} // namespace
+
+bool RunUnmounting(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks,
+                   const std::function<bool()>& action)
+{
+    return Unmounting(volumes, set, locks).Run(action);
+}
+
+bool FinishInterruptedUnmounting(const UnmountRecord& record)
+{
+    UnmountReturn back{VolumeStopSet()};
+    back.services = WithoutHeldOrGone(record.services);
+    back.dependents = WithoutHeldOrGone(record.dependents);
+    const bool started = back.RunByName();
+    UnmountRecord::Remove();
+    return started;
+}
+
+} // namespace MERO::Systemd
