@@ -66,7 +66,8 @@ bool AwaitCaller(int caller, int line)
     }
 }
 
-void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& goBack)
+void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& goBack,
+           const std::function<void()>& giveUp)
 {
     std::vector<int> kept = locks;
     kept.insert(kept.end(), {caller, line});
@@ -75,9 +76,7 @@ void Watch(int caller, int line, const std::vector<int>& locks, const std::funct
     WriteKernelFile("/proc/self/oom_score_adj", "-1000"); // it seems as large as its caller, whose memory it shares
     const pid_t self = getpid();
     (void)send(line, &self, sizeof self, MSG_NOSIGNAL);
-    if (AwaitCaller(caller, line)) {
-        goBack();
-    }
+    AwaitCaller(caller, line) ? goBack() : giveUp();
 }
 
 /// The watcher's process ID, once it has left the caller's unit.
@@ -92,7 +91,8 @@ pid_t AwaitWatcher(int line)
 
 } // namespace
 
-bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& goBack)
+bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& goBack,
+                          const std::function<void()>& giveUp)
 {
     int ends[2];
     const Descriptor caller = OpenProcess(getpid());
@@ -100,7 +100,7 @@ bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<voi
         line_ = Descriptor(ends[0]);
         Descriptor theirs(ends[1]);
         const bool isForked =
-            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, goBack); }, MLIBC_FORK_NEW_SESSION);
+            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, goBack, giveUp); }, MLIBC_FORK_NEW_SESSION);
         theirs.Close();
         pid_ = isForked ? AwaitWatcher(line_.Get()) : 0;
         watcher_ = pid_ != 0 ? OpenProcess(pid_) : Descriptor();

@@ -38,8 +38,8 @@ struct UnmountLocks {
 
 void LogPlan(const VolumeStopSet& set)
 {
-    for (const auto& [unit, taker] : set.dependents) {
-        MERO_LOG(LOG_INFO, "[%s] stops along with [%s]%s.", unit.c_str(), taker.c_str(),
+    for (const auto& [unit, takenBy] : set.dependents) {
+        MERO_LOG(LOG_INFO, "[%s] stops along with [%s]%s.", unit.c_str(), takenBy.c_str(),
                  set.StartsAgain(unit) ? "" : ", and is not started again");
     }
     for (const VolumeTrigger& trigger : set.triggers) {
@@ -97,10 +97,9 @@ bool MEROSystemdVolumeUnmountStateGet(VolumeUnmountState& state)
     if (kind != VolumeUnmountState::Kind::None) {
         state = {.kind = kind,
                  .volumes = std::move(record.volumes),
-                 .units = std::move(record.services),
+                 .units = std::move(record.units),
                  .since = record.since,
                  .pid = record.caller};
-        state.units.insert(state.units.end(), record.dependents.begin(), record.dependents.end());
     }
     return true;
 }

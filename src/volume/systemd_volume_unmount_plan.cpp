@@ -4,6 +4,7 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <algorithm>
 #include <utility>
 
 using namespace MERO::Systemd;
@@ -15,9 +16,11 @@ FullVolumeUnmountPlan MERO::Systemd::PlanOf(const VolumeStopSet& set)
     for (const auto& [unit, causes] : set.stops) {
         plan.stops.push_back({.unit = unit, .causes = causes});
     }
-    for (const auto& [unit, taker] : set.dependents) {
-        plan.dependents.push_back({.unit = unit, .takenBy = taker, .startsAgain = set.StartsAgain(unit)});
+    for (const auto& [unit, takenBy] : set.dependents) {
+        plan.dependents.push_back({.unit = unit, .takenBy = takenBy, .startsAgain = set.StartsAgain(unit)});
     }
+    std::sort(plan.dependents.begin(), plan.dependents.end(),
+              [](const PlannedDependent& one, const PlannedDependent& other) { return one.unit < other.unit; });
     plan.triggers = set.triggers;
     return plan;
 }

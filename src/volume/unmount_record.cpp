@@ -7,11 +7,14 @@
 #include "core/text_reader.h"
 #include "unit/unit_properties.h"
 
+#include <merocore/process.h>
 #include <merosystemd/systemd.hpp>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iterator>
 #include <set>
@@ -43,10 +46,12 @@ Json::Value ProcessToJson(pid_t pid)
     return process;
 }
 
+/// Whether the process runs. One that has ended, and is not reaped yet, does not.
 bool IsThere(const Json::Value& process)
 {
+    const pid_t pid = process["pid"].asInt();
     const std::string started = process["started"].asString();
-    return !started.empty() && StartTimeOf(process["pid"].asInt()) == started;
+    return !started.empty() && MLIBCProcAlive(pid) == 1 && StartTimeOf(pid) == started;
 }
 
 Json::Value TextsToJson(const Texts& texts)
@@ -74,7 +79,7 @@ bool UnmountRecord::Write() const
     Json::Value value(Json::objectValue);
     value["volumes"] = TextsToJson(volumes);
     value["services"] = TextsToJson(services);
-    value["dependents"] = TextsToJson(dependents);
+    value["units"] = TextsToJson(units);
     value["since"] = static_cast<Json::Int64>(since);
     value["caller"] = ProcessToJson(caller);
     value["watcher"] = ProcessToJson(watcher);
@@ -109,7 +114,7 @@ bool ReadUnmountRecord(UnmountRecord& record, VolumeUnmountState::Kind& kind)
         if (folder && ReadJsonFile(folder, kName, value)) {
             record = {.volumes = TextsFromJson(value["volumes"]),
                       .services = TextsFromJson(value["services"]),
-                      .dependents = TextsFromJson(value["dependents"]),
+                      .units = TextsFromJson(value["units"]),
                       .since = value["since"].asInt64(),
                       .caller = value["caller"]["pid"].asInt(),
                       .watcher = value["watcher"]["pid"].asInt()};
@@ -127,31 +132,26 @@ bool ReadUnmountRecord(UnmountRecord& record, VolumeUnmountState::Kind& kind)
     return false;
 }
 
-Texts WithoutHeldOrGone(const Texts& units)
+void LeaveOutHeldOrGone(UnmountRecord& record)
 {
-    if (units.empty()) {
-        return {};
+    if (record.units.empty()) {
+        return;
     }
-    const auto shown = ShowUnits(units, {"Names", "LoadState"});
-    std::set<std::string> gone;
-    for (const UnitProperties& unit : shown ? *shown : std::vector<UnitProperties>()) {
+    auto shown = ShowUnits(record.units, {"Names", "LoadState"}).value_or(std::vector<UnitProperties>());
+    std::set<std::string> left;
+    for (UnitProperties& unit : shown) {
         Texts names;
-        if (unit.contains("Names") && unit.contains("LoadState") && unit.at("LoadState") != "loaded") {
-            (void)Split(unit.at("Names"), names, " ");
-            gone.insert(names.begin(), names.end());
+        (void)Split(unit["Names"], names, " ");
+        const bool isHeld = std::any_of(names.begin(), names.end(), CheckServiceHasReason);
+        if (isHeld || unit["LoadState"] != "loaded") {
+            MERO_LOG(LOG_WARNING, "[%s] is not started again: %s.", unit["Names"].c_str(),
+                     isHeld ? "a reason holds it" : "systemd cannot load it");
+            left.insert(names.begin(), names.end());
         }
     }
-    Texts left;
-    for (const std::string& unit : units) {
-        const bool isHeld = CheckServiceHasReason(unit);
-        if (isHeld || gone.contains(unit)) {
-            MERO_LOG(LOG_WARNING, "[%s] is not started again: %s.", unit.c_str(),
-                     isHeld ? "a reason holds it" : "systemd has no unit of that name");
-        } else {
-            left.push_back(unit);
-        }
+    for (Texts* units : {&record.services, &record.units}) {
+        std::erase_if(*units, [&](const std::string& unit) { return left.contains(unit); });
     }
-    return left;
 }
 
 } // namespace MERO::Systemd

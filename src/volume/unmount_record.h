@@ -12,9 +12,9 @@ namespace MERO::Systemd {
 /// What an unmounting has stopped and owes, in a file that outlives its processes.
 struct UnmountRecord {
     std::vector<std::string> volumes;
-    std::vector<std::string> services;   ///< that the action stops
-    std::vector<std::string> dependents; ///< that systemd stops along
-    long long since = 0;                 ///< seconds since 1970
+    std::vector<std::string> services; ///< that the action stops
+    std::vector<std::string> units;    ///< these, and what systemd stops along, in the order of their starts
+    long long since = 0;               ///< seconds since 1970
     pid_t caller = 0;
     pid_t watcher = 0; ///< 0: there is none
 
@@ -29,7 +29,8 @@ struct UnmountRecord {
 /// logged, when it cannot be read.
 bool ReadUnmountRecord(UnmountRecord& record, VolumeUnmountState::Kind& kind);
 
-/// Of the units of a record, those that may be started: they are not held by a reason, and systemd can still load them.
-std::vector<std::string> WithoutHeldOrGone(const std::vector<std::string>& units);
+/// Takes the units from the record that may not be started again: those that a reason holds, and those that systemd
+/// can no longer load.
+void LeaveOutHeldOrGone(UnmountRecord& record);
 
 } // namespace MERO::Systemd

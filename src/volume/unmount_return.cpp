@@ -6,6 +6,7 @@
 #include "core/names.h"
 #include "core/text.h"
 #include "unit/unit_properties.h"
+#include "volume/process_files.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -33,6 +34,20 @@ std::set<std::string> JobNames(const Texts& units)
     return names;
 }
 
+/// Whether the begin target's systemctl runs: it goes on when its caller is killed, and may not have queued the stops
+/// yet.
+bool IsStopAsked()
+{
+    constexpr std::string_view kStart("/usr/bin/systemctl\0start\0", 25);
+    bool isAsked = false;
+    ProcessFiles files;
+    files.ForEachProcess([&](const ProcessFolder& process) {
+        const std::string_view arguments = files.CommandLine(process);
+        isAsked = isAsked || (arguments.starts_with(kStart) && arguments.find(kBeginTarget) != arguments.npos);
+    });
+    return isAsked;
+}
+
 /// A target's start would start all that it wants, and a slice's has no use for that either.
 bool StartsByItself(const std::string& unit)
 {
@@ -56,26 +71,21 @@ bool Runs(const std::string& unit, const UnitFactsTable& facts)
     return known != nullptr && known->IsRunning();
 }
 
-/// Starts the units that do not run. Those that do not run then either.
-Texts StartThoseDown(const Texts& dependents, const UnitFactsTable& facts)
+/// Starts units in their order, and targets and slices after them.
+void Start(const Texts& down)
 {
-    Texts down, units, targets, failed;
-    std::copy_if(dependents.begin(), dependents.end(), std::back_inserter(down),
-                 [&](const std::string& unit) { return !Runs(unit, facts); });
+    Texts units, targets, failed;
     std::partition_copy(down.begin(), down.end(), std::back_inserter(targets), std::back_inserter(units),
                         StartsByItself);
     // systemctl queues them one by one, and a socket cannot be started once its service runs.
     std::stable_partition(units.begin(), units.end(),
                           [](const std::string& unit) { return UnitTypeGet(unit) != "service"; });
-    const bool done =
-        (units.empty() || MEROSystemdStart(units, failed)) &
-        (targets.empty() || MEROSystemdStartWithOptions({"--job-mode=ignore-dependencies"}, targets, failed));
-    UnitFactsTable then;
-    if (done || !then.Ask(down)) {
-        return failed;
+    if (!units.empty()) {
+        (void)MEROSystemdStart(units, failed);
     }
-    std::erase_if(down, [&](const std::string& unit) { return Runs(unit, then); });
-    return down;
+    if (!targets.empty()) {
+        (void)MEROSystemdStartWithOptions({"--job-mode=ignore-dependencies"}, targets, failed);
+    }
 }
 
 } // namespace
@@ -85,8 +95,8 @@ UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday
     for (const auto& [unit, causes] : set.stops) {
         services.push_back(unit);
     }
-    for (const auto& [unit, taker] : set.dependents) {
-        (set.StartsAgain(unit) ? dependents : lost).push_back(unit);
+    for (const std::string& unit : set.startOrder) {
+        (set.stops.contains(unit) || set.StartsAgain(unit) ? units : lost).push_back(unit);
     }
 }
 
@@ -101,28 +111,27 @@ bool UnmountReturn::Run(bool mayBeStopping) const
         }
     }
     if (isOfToday) {
-        StartDependents();
+        (void)StartUnits();
     }
     return started;
 }
 
 bool UnmountReturn::RunByName() const
 {
-    Texts failed;
-    const bool started = services.empty() || (WaitForJobs() && MEROSystemdStart(services, failed));
-    StartDependents();
-    return started;
+    return units.empty() || (WaitForJobs() && StartUnits());
 }
 
 bool UnmountReturn::WaitForJobs() const
 {
     const std::set<std::string> names = JobNames(services);
     for (int pass = 0; pass <= kMaxWait; ++pass) {
+        const bool isStopAsked = IsStopAsked(); // before the jobs, which it makes
         std::map<std::uint32_t, JobInfo> jobs;
         if (!MEROSystemdIntJobList(jobs)) {
             return false;
         }
-        if (std::none_of(jobs.begin(), jobs.end(), [&](const auto& job) { return names.contains(job.second.unit); })) {
+        const auto isAwaited = [&](const auto& job) { return names.contains(job.second.unit); };
+        if (std::none_of(jobs.begin(), jobs.end(), isAwaited) && !isStopAsked) {
             return true;
         }
         SleepOneSecond();
@@ -130,33 +139,39 @@ bool UnmountReturn::WaitForJobs() const
     return false;
 }
 
-void UnmountReturn::StartDependents() const
+bool UnmountReturn::StartUnits() const
 {
-    Texts all = services;
-    all.insert(all.end(), dependents.begin(), dependents.end());
+    Texts all = units;
     all.insert(all.end(), lost.begin(), lost.end());
     UnitFactsTable facts;
     if (!facts.Ask(all)) {
         MERO_LOG(LOG_ERR, "systemd does not say whether [%s] run again.", Join(all).c_str());
-        return;
+        return false;
     }
-    const Texts failed = StartThoseDown(dependents, facts);
-    for (const std::string& unit : services) {
+    std::erase_if(all, [&](const std::string& unit) { return facts.Find(unit) == nullptr || Runs(unit, facts); });
+    // What the end target has tried is not tried again, unless it may have waited for one of the others.
+    const auto wasTried = [&](const std::string& unit) {
+        return std::find(services.begin(), services.end(), unit) != services.end();
+    };
+    Texts down;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(down), [&](const std::string& unit) {
+        return facts.Find(unit)->state != "failed" && std::find(lost.begin(), lost.end(), unit) == lost.end();
+    });
+    if (!std::all_of(down.begin(), down.end(), wasTried)) {
+        Start(down);
+        facts = UnitFactsTable();
+        (void)facts.Ask(all);
+    }
+    for (const std::string& unit : all) {
         const UnitFacts* known = facts.Find(unit);
         if (known != nullptr && !known->IsRunning()) {
-            MERO_LOG(LOG_ERR, "[%s] does not run after the unmounting: it is %s, its result is [%s].", unit.c_str(),
-                     known->state.c_str(), known->result.c_str());
+            MERO_LOG(LOG_ERR, "[%s] does not run after the unmounting: it is %s, its result is [%s]%s.", unit.c_str(),
+                     known->state.c_str(), known->result.c_str(),
+                     std::find(lost.begin(), lost.end(), unit) != lost.end() ? ", and it cannot be started by hand"
+                                                                             : "");
         }
     }
-    for (const std::string& unit : failed) {
-        MERO_LOG(LOG_ERR, "[%s] does not run after the unmounting: it stopped along, and its start failed.",
-                 unit.c_str());
-    }
-    for (const std::string& unit : lost) {
-        if (!Runs(unit, facts)) {
-            MERO_LOG(LOG_WARNING, "[%s] stopped along, and cannot be started by hand.", unit.c_str());
-        }
-    }
+    return std::all_of(all.begin(), all.end(), [&](const std::string& unit) { return Runs(unit, facts); });
 }
 
 } // namespace MERO::Systemd

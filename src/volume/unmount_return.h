@@ -17,24 +17,26 @@ struct UnmountReturn {
     explicit UnmountReturn(const VolumeStopSet& set);
 
     bool isOfToday = false;
-    std::vector<std::string> services;   ///< the end target wants them
-    std::vector<std::string> dependents; ///< systemd stopped them along; where systemctl is today's
-    std::vector<std::string> lost;       ///< so did it these, which cannot be started by hand
+    std::vector<std::string> services; ///< the end target wants them
 
-    /// Starts everything again: the services by the end target, then the dependents that do not run by themselves. Says
-    /// in the log what does not run. `mayBeStopping`: stop jobs may be left, and refuse the first start. Whether the
-    /// end target was started.
+    // Empty unless systemctl is today's:
+    std::vector<std::string> units; ///< the services, and what systemd stops along, in the order of their starts
+    std::vector<std::string> lost;  ///< what it stops along, and cannot be started by hand
+
+    /// Starts everything again: the services by the end target, and then what does not run of the other units. Says in
+    /// the log what does not run. `mayBeStopping`: stop jobs may be left, and refuse the first start. Whether the end
+    /// target was started.
     bool Run(bool mayBeStopping) const;
 
-    /// The same without the end target, in which they may not be.
+    /// The same without the end target, which may not have them. Whether all of them run.
     bool RunByName() const;
 
-    /// Waits until systemd has no job left for the begin target and for the services. False when they cannot be listed,
-    /// or there is still one after five minutes.
+    /// Waits until systemd has no job left for the begin target and for the services, and nobody is about to queue
+    /// some. False when they cannot be listed, or there is still one after five minutes.
     bool WaitForJobs() const;
 
 private:
-    void StartDependents() const; ///< that do not run, and says what does not run then
+    bool StartUnits() const; ///< that do not run, and says what does not run then
 };
 
 } // namespace MERO::Systemd

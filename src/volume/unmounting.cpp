@@ -7,7 +7,6 @@
 #include "recovery/caller_watcher.h"
 #include "unit/unit_file.h"
 #include "unit/unit_operation.h"
-#include "volume/process_files.h"
 #include "volume/unmount_record.h"
 #include "volume/unmount_return.h"
 
@@ -47,26 +46,12 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
     return written;
 }
 
-/// The stopping target's systemctl goes on when its caller is killed, and may not have queued the stops yet.
-bool RunsStop()
-{
-    bool runs = false;
-    ProcessFiles files;
-    files.ForEachProcess([&](const ProcessFolder& process) {
-        const std::string_view arguments = files.CommandLine(process);
-        runs = runs || (arguments.starts_with("/usr/bin/systemctl") && arguments.find(kBeginTarget) != arguments.npos);
-    });
-    return runs;
-}
-
 /// What the watcher does when its caller is gone.
 void GoBackForCaller(pid_t caller, const Texts& volumes, const UnmountReturn& back)
 {
     MERO_LOG(LOG_WARNING, "pid[%d] ended while it was unmounting [%s]: [%s] start again.", caller,
              Join(volumes).c_str(), Join(back.services).c_str());
-    do {
-        SleepOneSecond(); // a systemctl that was just being started has its command line by then
-    } while (RunsStop());
+    SleepOneSecond(); // a systemctl that was just being started has its command line by then
     (void)back.WaitForJobs();
     (void)back.Run(true);
     if (back.isOfToday) {
@@ -84,8 +69,7 @@ std::optional<UnmountRecord> FindInterrupted()
     }
     MERO_LOG(LOG_WARNING, "The unmounting of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
              Join(record.volumes).c_str(), record.caller, Join(record.services).c_str());
-    record.services = WithoutHeldOrGone(record.services);
-    record.dependents = WithoutHeldOrGone(record.dependents);
+    LeaveOutHeldOrGone(record);
     return record;
 }
 
@@ -104,7 +88,7 @@ public:
         interrupted_ = back_.isOfToday ? FindInterrupted() : std::nullopt;
         if (interrupted_) {
             AddMissing(interrupted_->services, back_.services);
-            AddMissing(interrupted_->dependents, back_.dependents);
+            AddMissing(interrupted_->units, back_.units);
         }
     }
 
@@ -130,7 +114,8 @@ private:
 
     bool RunBetweenStopAndStart(const std::function<bool()>& action)
     {
-        (void)watcher_.Start(locks_, [&, caller = getpid()] { GoBackForCaller(caller, volumes_, back_); });
+        (void)watcher_.Start(
+            locks_, [&, caller = getpid()] { GoBackForCaller(caller, volumes_, back_); }, [&] { TakeRecordBack(); });
         Record();
         if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) ||
             !WriteTarget(kBeginTarget, "Conflicts", stops_.services) ||
@@ -167,7 +152,7 @@ private:
         if (back_.isOfToday) {
             (void)UnmountRecord{.volumes = volumes_,
                                 .services = back_.services,
-                                .dependents = back_.dependents,
+                                .units = back_.units,
                                 .since = std::time(nullptr),
                                 .caller = getpid(),
                                 .watcher = watcher_.Pid()}
@@ -201,11 +186,11 @@ bool RunUnmounting(const Texts& volumes, const VolumeStopSet& set, const std::ve
     return Unmounting(volumes, set, locks).Run(action);
 }
 
-bool FinishInterruptedUnmounting(const UnmountRecord& record)
+bool FinishInterruptedUnmounting(UnmountRecord record)
 {
+    LeaveOutHeldOrGone(record);
     UnmountReturn back{VolumeStopSet()};
-    back.services = WithoutHeldOrGone(record.services);
-    back.dependents = WithoutHeldOrGone(record.dependents);
+    back.units = std::move(record.units);
     const bool started = back.RunByName();
     UnmountRecord::Remove();
     return started;

@@ -16,6 +16,6 @@ bool RunUnmounting(const std::vector<std::string>& volumes, const VolumeStopSet&
                    const std::function<bool()>& action);
 
 /// Starts what an interrupted unmounting has left stopped, but what is held or gone. The record is done with then.
-bool FinishInterruptedUnmounting(const UnmountRecord& record);
+bool FinishInterruptedUnmounting(UnmountRecord record);
 
 } // namespace MERO::Systemd

@@ -27,8 +27,8 @@ bool IsOnAny(std::string_view path, const Texts& volumes)
 std::set<std::string> StoppingUnits(const VolumeStopSet& set)
 {
     std::set<std::string> units;
-    for (const auto& [unit, taker] : set.dependents) {
-        units.insert(unit);
+    for (const Dependent& dependent : set.dependents) {
+        units.insert(dependent.unit);
     }
     for (const auto& [unit, causes] : set.stops) {
         units.insert(unit);

@@ -15,7 +15,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
+#include <set>
 
 namespace MERO::Systemd {
 namespace {
@@ -119,6 +121,18 @@ bool IsTemplate(const std::string& unit)
     return unit.find("@.") != unit.npos;
 }
 
+/// Adds what a unit declares, or an alias of it, which is listed besides.
+void AddCauseOnce(const std::string& unit, StopCause cause, VolumeStopSet& set)
+{
+    const UnitFacts* facts = set.facts.Find(unit);
+    cause.unit = facts != nullptr ? facts->id : unit;
+    std::vector<StopCause>& causes = set.stops[MasterOf(cause.unit, true)];
+    const auto isSame = [&](const StopCause& other) { return other.kind == cause.kind && other.unit == cause.unit; };
+    if (std::none_of(causes.begin(), causes.end(), isSame)) {
+        causes.push_back(std::move(cause));
+    }
+}
+
 /// Units that declare a dependency, and those of them that run: all are asked for at once. A template's instances are
 /// units like others, and it is they that run.
 void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
@@ -143,8 +157,7 @@ void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
                 cause = FindDeclaration(unit, dependency, set.volumes); // the template has registered the volume
             }
             if (cause && IsRunning(one, set.facts)) {
-                cause->unit = one;
-                set.stops[MasterOf(one, true)].push_back(*cause);
+                AddCauseOnce(one, *cause, set);
             }
         }
     }
@@ -218,35 +231,65 @@ Texts UnitsOf(const VolumeStops& stops)
     return units;
 }
 
-/// Goes from each unit to those that systemd stops with it, level by level. A unit that does not run passes the stop on
-/// all the same.
-void FindDependents(VolumeStopSet& set)
+/// Asks for the units that stop, for those that stop with them, and so on from there. A unit that does not run passes
+/// the stop on all the same.
+bool AskDependents(VolumeStopSet& set)
 {
-    std::map<std::string, std::string> takenBy;
     for (Texts level = UnitsOf(set.stops); !level.empty();) {
         if (!set.facts.Ask(level)) {
-            MERO_LOG(LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(level).c_str());
-            return;
+            return false;
         }
         Texts next;
         for (const std::string& unit : level) {
             const UnitFacts* facts = set.facts.Find(unit);
-            for (const std::string& dependent : facts != nullptr ? facts->takesDown : Texts()) {
-                if (takenBy.try_emplace(dependent, facts->id).second) {
-                    next.push_back(dependent);
-                }
-            }
+            const Texts taken = facts != nullptr ? facts->takesDown : Texts();
+            std::copy_if(taken.begin(), taken.end(), std::back_inserter(next),
+                         [&](const std::string& dependent) { return set.facts.Find(dependent) == nullptr; });
         }
+        std::sort(next.begin(), next.end());
+        next.erase(std::unique(next.begin(), next.end()), next.end());
         level = std::move(next);
     }
-    for (const auto& [unit, causes] : set.stops) { // asked for by name, however it was reached
-        const UnitFacts* facts = set.facts.Find(unit);
-        takenBy.erase(facts != nullptr ? facts->id : unit);
+    return true;
+}
+
+/// Puts the unit behind all that stop with it.
+void Visit(const UnitFactsTable& table, const std::string& unit, const std::string& takenBy,
+           std::set<std::string>& visited, std::vector<Dependent>& backwards)
+{
+    const UnitFacts* facts = table.Find(unit);
+    if (facts == nullptr || !visited.insert(facts->id).second) {
+        return;
     }
-    for (const auto& [dependent, taker] : takenBy) {
-        const UnitFacts* facts = set.facts.Find(dependent);
-        if (facts != nullptr && facts->IsRunning()) {
-            set.dependents.emplace(dependent, taker);
+    for (const std::string& dependent : facts->takesDown) {
+        Visit(table, dependent, facts->id, visited, backwards);
+    }
+    backwards.push_back({.unit = facts->id, .takenBy = takenBy});
+}
+
+void FindDependents(VolumeStopSet& set)
+{
+    if (!AskDependents(set)) {
+        MERO_LOG(LOG_WARNING, "systemd does not say which units stop along with [%s].",
+                 Join(UnitsOf(set.stops)).c_str());
+        set.startOrder = UnitsOf(set.stops);
+        return;
+    }
+    std::set<std::string> visited;
+    std::vector<Dependent> backwards;
+    std::set<std::string> stopping;
+    for (const auto& [unit, causes] : set.stops) {
+        const UnitFacts* facts = set.facts.Find(unit);
+        stopping.insert(facts != nullptr ? facts->id : unit);
+        Visit(set.facts, unit, "", visited, backwards);
+    }
+    for (auto one = backwards.rbegin(); one != backwards.rend(); ++one) {
+        const bool stops = stopping.contains(one->unit);
+        if (!stops && set.facts.Find(one->unit)->IsRunning()) {
+            set.dependents.push_back(*one);
+        }
+        if (stops || set.facts.Find(one->unit)->IsRunning()) {
+            set.startOrder.push_back(one->unit);
         }
     }
 }
@@ -254,8 +297,8 @@ void FindDependents(VolumeStopSet& set)
 void FindTriggers(VolumeStopSet& set)
 {
     Texts stopping = UnitsOf(set.stops);
-    for (const auto& [dependent, taker] : set.dependents) {
-        stopping.push_back(dependent);
+    for (const Dependent& dependent : set.dependents) {
+        stopping.push_back(dependent.unit);
     }
     std::vector<VolumeTrigger> triggers;
     Texts units;
@@ -271,8 +314,8 @@ void FindTriggers(VolumeStopSet& set)
     }
     std::copy_if(triggers.begin(), triggers.end(), std::back_inserter(set.triggers), [&](const VolumeTrigger& trigger) {
         const UnitFacts* facts = set.facts.Find(trigger.unit);
-        return facts != nullptr && facts->IsRunning() && !set.stops.contains(facts->id) &&
-               !set.dependents.contains(facts->id);
+        return facts != nullptr && facts->IsRunning() &&
+               std::find(stopping.begin(), stopping.end(), facts->id) == stopping.end();
     });
 }
 

@@ -13,6 +13,12 @@ namespace MERO::Systemd {
 /// The units that stop while volumes are unmounted, by name, and why.
 using VolumeStops = std::map<std::string, std::vector<StopCause>>;
 
+/// A unit that systemd stops along with another one.
+struct Dependent {
+    std::string unit;
+    std::string takenBy;
+};
+
 /// All that goes down while volumes are unmounted.
 struct VolumeStopSet {
     /// Whether a unit that stops along can and may be started again.
@@ -23,8 +29,8 @@ struct VolumeStopSet {
     VolumeStops stops;
 
     // Empty unless it is of today:
-    std::map<std::string, std::string> dependents; ///< running units that systemd stops along, and the unit that takes
-                                                   ///< each of them
+    std::vector<Dependent> dependents;   ///< running units that systemd stops along
+    std::vector<std::string> startOrder; ///< both, each after those that it depends on: Requisite= wants that
     std::vector<VolumeTrigger> triggers;
     UnitFactsTable facts;
 };

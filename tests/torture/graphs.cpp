@@ -1,7 +1,9 @@
 // Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
-// those that require them along, and the former run again.
+// along those that require them, and all of them run again, whoever is killed in between.
+#include "support/lock.h"
 #include "torture/torture.h"
 
+#include <csignal>
 #include <set>
 #include <sstream>
 
@@ -20,6 +22,7 @@ struct Way {
     std::string text;
     std::string registered; ///< the volume that it, or its package, registers
     bool stops;
+    bool isInstance = false;
 };
 const Way kWays[] = {
     {"g", kKeys + "VolumeDependency=all\n", "", true},
@@ -30,6 +33,8 @@ const Way kWays[] = {
     {"g", "WorkingDirectory=/vol\n", "", true},
     {"g", "StandardInput=file:/vol/file\n", "", true},
     {"g", kKeys + "SkipListByMntPath=yes\n", "", false},
+    {"g", kKeys + "VolumeDependency=all\n", "", true, true},
+    {"g", kPartial, "/vol", true, true},
 };
 
 struct Graph {
@@ -53,7 +58,8 @@ Graph MakeGraph(Run& run)
     std::vector<Texts> requirements(30);
     for (int i = 0; i < 30; ++i) {
         const Way way = run.Random(2) == 0 ? Way{"g", "", "", false} : kWays[run.Random(std::size(kWays))];
-        const std::string number = std::to_string(i), service = way.prefix + number + ".service";
+        const std::string number = std::to_string(i), name = way.prefix + number + (way.isInstance ? "@" : "");
+        const std::string service = name + (way.isInstance ? "x" : "") + ".service";
         std::string text = kSleeps + way.text;
         if (!way.registered.empty()) {
             Machine::Write(way.prefix == "g" ? "/usr/mero/etc/merosystemd/volume-register/" + service
@@ -70,15 +76,22 @@ Graph MakeGraph(Run& run)
         }
         text += "[Unit]\n";
         for (int edges = run.Random(density + 1); i > 0 && edges > 0; --edges) {
-            const std::string other = graph.services[run.Random(i)];
-            const char* const kinds[] = {"After=", "After=", "Wants=", "Requires="};
-            const int kind = run.Random(4);
+            const int to = run.Random(i);
+            const std::string alias = "alias-g" + std::to_string(to) + ".service";
+            const bool byAlias = run.Random(2) == 0 && std::filesystem::is_symlink(kUnits + alias);
+            const char* const kinds[] = {
+                "After=", "Wants=", "After=", "Requires=", "BindsTo=", "PartOf=", "Requisite="};
+            const int kind = run.Random(std::size(kinds));
+            const std::string other = byAlias ? alias : graph.services[to];
             text += "After=" + other + "\n" + kinds[kind] + other + "\n";
-            if (kind == 3) {
-                requirements[i].push_back(other);
+            if (kind >= 3) {
+                requirements[i].push_back(graph.services[to]);
             }
         }
-        Machine::Write(kUnits + service, text);
+        Machine::Write(kUnits + name + ".service", text);
+        if (!way.isInstance && run.Random(4) == 0) {
+            std::filesystem::create_symlink(service, kUnits + "alias-g" + number + ".service");
+        }
         graph.services.push_back(service);
     }
     graph.falls = graph.stops;
@@ -90,13 +103,14 @@ Graph MakeGraph(Run& run)
     return graph;
 }
 
-/// The graph's services that run now, and which run it is.
-std::map<std::string, std::string> Running(const Graph& graph)
+using Runs = std::map<std::string, std::string>; ///< the services that run now, and which run of theirs it is
+
+Runs Running(const Graph& graph)
 {
     std::istringstream lines(Shell("systemctl show -p Id,ActiveState,InvocationID " + Joined(graph.services) +
                                    " | awk -v RS= '/State=active/ { print $1, $3 }'")
                                  .output);
-    std::map<std::string, std::string> running;
+    Runs running;
     for (std::string id, invocation; lines >> id >> invocation;) {
         running[id.substr(3)] = invocation;
     }
@@ -114,10 +128,19 @@ Names Plan()
     return stops;
 }
 
+void ExpectAllBack(Run& run, const Graph& graph, const Runs& before, const std::string& after)
+{
+    Runs now;
+    (void)Comes(60s, [&] { return (now = Running(graph)).size() == before.size(); });
+    for (const std::string& service : graph.services) {
+        run.Expect(now.contains(service), service + " is not active again after " + after + (now.contains(service)?"":Shell("systemctl cat "+service+"; systemctl show -p Names -p RequiredBy -p Requires -p BindsTo -p Requisite -p PartOf "+service+"; systemctl status "+service+"; journalctl -o short-precise | grep -v 'file used' | tail -150").output));
+    }
+}
+
 void Unmount(Run& run, const Graph& graph)
 {
-    const auto before = Running(graph);
-    auto during = before;
+    const Runs before = Running(graph);
+    Runs during = before;
     bool isUnmounted = false;
     const bool done = _MEROSystemdVolumeUnmountAction({"/vol"}, [&] {
         during = Running(graph);
@@ -125,19 +148,47 @@ void Unmount(Run& run, const Graph& graph)
     });
     run.Expect(isUnmounted, "the volume was not unmounted");
     run.Expect(done, "the action failed");
-    auto after = before;
-    (void)Comes(2s, [&] {
-        after = Running(graph);
-        return std::ranges::all_of(graph.stops, [&](const std::string& service) { return after.contains(service); });
-    });
+    Runs after = Running(graph);
     for (const std::string& service : graph.services) {
         const bool falls = graph.falls.contains(service), isBack = after.contains(service);
         run.Expect(during.contains(service) != falls, service + (falls ? " did not stop" : " stopped"));
-        // What systemd stopped along is not started by name: it runs again where something that runs wants it.
-        run.Expect(isBack || (falls && !graph.stops.contains(service)), service + " is not active again");
+        run.Expect(isBack, service + " is not active again" + (isBack ? "" : Shell("systemctl cat "+service+"; systemctl status "+service+"; journalctl -o short-precise | grep -v 'system_test\\|file used' | tail -80; systemctl show " + service).output));
         run.Expect(!isBack || (after[service] != before.at(service)) == falls,
                    service + (falls ? " runs on" : " runs anew"));
     }
+}
+
+/// Who is killed while the volume is being unmounted.
+enum class Killed { Nobody, Caller, CallerAndWatcher };
+
+void UnmountAndKill(Run& run, const Graph& graph, Killed killed)
+{
+    const Runs before = Running(graph);
+    const pid_t caller = Fork([] {
+        return _MEROSystemdVolumeUnmountAction({"/vol"}, [] { return std::this_thread::sleep_for(500ms), true; }) ? 0
+                                                                                                                  : 1;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(run.Random(4000)));
+    MERO::Systemd::VolumeUnmountState state;
+    if (killed == Killed::CallerAndWatcher) { // one after the other: there is no way to kill both at once
+        kill(caller, SIGSTOP);
+        Shell("jq -r .watcher.pid /run/merosystemd/volume-unmount.json 2> /dev/null | xargs -r kill -9");
+    }
+    kill(caller, SIGKILL);
+    ResultOf(caller);
+    if (killed == Killed::CallerAndWatcher) {
+        run.Expect(MEROSystemdVolumeUnmountStateGet(state) &&
+                       state.kind != MERO::Systemd::VolumeUnmountState::Kind::Running,
+                   "an unmounting of which nobody is left goes on");
+        run.Expect(MEROSystemdVolumeUnmountRecover(), "recovering failed");
+        ExpectAllBack(run, graph, before, "the watcher was killed too");
+    } else {
+        run.Expect(Comes(60s, [] { return MERO::Test::IsFree("/run/merosystemd/locks/volume-unmount-action.lock"); }),
+                   "the watcher does not end");
+        ExpectAllBack(run, graph, before, "the caller was killed");
+    }
+    run.Expect(MEROSystemdVolumeUnmountStateGet(state) && state.kind == MERO::Systemd::VolumeUnmountState::Kind::None,
+               "a record was left behind");
 }
 
 } // namespace
@@ -152,7 +203,9 @@ MERO_TORTURE(graphs, Systemd)
         if (run.Expect(MEROSystemdStart(graph.services, failed), "the graph did not start") &&
             run.Expect(Comes(10s, [&] { return Plan() == graph.stops; }),
                        "the plan is to stop " + Joined(Plan()) + ", not " + Joined(graph.stops))) {
-            Unmount(run, graph);
+            constexpr Killed kTurns[] = {Killed::Nobody, Killed::Caller, Killed::CallerAndWatcher, Killed::Caller};
+            const Killed killed = kTurns[left % 4];
+            killed == Killed::Nobody ? Unmount(run, graph) : UnmountAndKill(run, graph, killed);
         }
         MEROSystemdStop(graph.services, failed);
         Shell("rm -r " + kUnits + "*[gG][0-9]* /usr/mero/etc/merosystemd/volume-register /var/packages/*");
