@@ -3,20 +3,23 @@
 
 #include "core/interruption.h"
 #include "core/log.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
 
 #include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
 
 namespace MERO::Systemd {
 namespace {
 
 constexpr int kPasses = 300; // of a second each
 
-std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before)
+std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before, const std::string& own)
 {
     std::vector<std::string> units;
     for (const auto& [id, job] : now) {
-        if (job.type == JobType::Stop && !before.contains(id)) {
+        if (job.type == JobType::Stop && !before.contains(id) && job.unit != own) {
             units.push_back(job.unit);
         }
     }
@@ -47,13 +50,17 @@ void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* 
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT unwanted;
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT& state = result != nullptr ? *result : unwanted;
     Jobs now;
+    std::string own; // the unit of this process, whose stop waits for us
+    if (ConfiguredSystemctlDialect().isOfToday) {
+        (void)MEROSystemdGetByPid(getpid(), own);
+    }
     for (int pass = kPasses - 1; pass >= 0; --pass) {
         now.clear();
         if (!ListJobs(now)) {
             state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED;
         } else {
             state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING;
-            const std::vector<std::string> stopping = NewStopJobs(now, before);
+            const std::vector<std::string> stopping = NewStopJobs(now, before, own);
             if (stopping.empty()) {
                 state = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
                 return;

@@ -1,14 +1,26 @@
 #include "core/errors.h"
 #include "core/interruption.h"
 #include "core/lock.h"
+#include "recovery/caller_watcher.h"
+#include "recovery/left_over_systemctl.h"
 
 #include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
 
 using namespace MERO::Systemd;
 
 namespace {
 
 constexpr const char* kDefaultTarget = "default.target";
+
+/// What the watcher does when its caller is gone: killed, say, or stopped with its unit by the isolation itself.
+void GoBackForCaller(pid_t caller, const std::string& target)
+{
+    AwaitLeftOverSystemctl("isolate", target);
+    MERO_LOG(LOG_WARNING, "pid[%d] ended in [%s]: isolating to [%s].", caller, target.c_str(), kDefaultTarget);
+    (void)MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr);
+}
 
 } // namespace
 
@@ -33,6 +45,10 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
         lock.LogLockFailed(strTarget);
         return false;
     }
+    CallerWatcher watcher;
+    (void)watcher.Start(
+        {lock.FdGet()}, [&, caller = getpid()] { GoBackForCaller(caller, strTarget); }, [] {});
+    watcher.Arm();
     return RunAndGoBack([&] { return MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action); },
                         [] { return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr); });
 }

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -107,8 +108,7 @@ bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<voi
     }
     if (!watcher_) {
         MERO_LOG(LOG_WARNING, "There is no watcher for pid[%d]: nobody goes back if it is killed: %m", getpid());
-        line_.Close();
-        pid_ = 0;
+        Forget();
     }
     return static_cast<bool>(watcher_);
 }
@@ -129,6 +129,20 @@ void CallerWatcher::End()
     (void)syscall(SYS_pidfd_send_signal, watcher_.Get(), SIGKILL, nullptr, 0);
     pollfd ended{.fd = watcher_.Get(), .events = POLLIN, .revents = 0};
     (void)Uninterrupted([&] { return poll(&ended, 1, -1); });
+    siginfo_t info;
+    (void)waitid(P_PIDFD, static_cast<id_t>(watcher_.Get()), &info, WEXITED | WNOHANG); // if the host is a subreaper
+    Forget();
+}
+
+bool CallerWatcher::HandOver()
+{
+    const bool isThere = static_cast<bool>(watcher_);
+    Forget();
+    return isThere;
+}
+
+void CallerWatcher::Forget()
+{
     watcher_.Close();
     line_.Close();
     pid_ = 0;

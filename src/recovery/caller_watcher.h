@@ -33,10 +33,15 @@ public:
     /// Ends the watcher and waits for its end: the locks are this process' alone again.
     void End();
 
+    /// Leaves the rest to the watcher, which begins as if this process had ended. False when there is none.
+    bool HandOver();
+
     /// Its process ID; 0 when there is none.
     pid_t Pid() const { return pid_; }
 
 private:
+    void Forget();
+
     Descriptor line_;    ///< to the watcher, which goes by its end
     Descriptor watcher_; ///< the process
     pid_t pid_ = 0;

@@ -83,12 +83,6 @@ public:
     /// The kernel's name of the process.
     std::string Command(const ProcessFolder& process);
 
-    /// Its arguments, each with a NUL after it. Good until the next call.
-    std::string_view CommandLine(const ProcessFolder& process)
-    {
-        return reader_.Read(process.descriptor, "cmdline").value_or(std::string_view());
-    }
-
     /// The process' path in systemd's hierarchy of cgroups; empty when that cannot be told.
     std::string Cgroup(const ProcessFolder& process);
 

@@ -5,10 +5,12 @@
 #include "core/log.h"
 #include "core/names.h"
 #include "core/text.h"
+#include "recovery/left_over_systemctl.h"
 #include "unit/unit_properties.h"
-#include "volume/process_files.h"
 
 #include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
@@ -32,20 +34,6 @@ std::set<std::string> JobNames(const Texts& units)
         }
     }
     return names;
-}
-
-/// Whether the begin target's systemctl runs: it goes on when its caller is killed, and may not have queued the stops
-/// yet.
-bool IsStopAsked()
-{
-    constexpr std::string_view kStart("/usr/bin/systemctl\0start\0", 25);
-    bool isAsked = false;
-    ProcessFiles files;
-    files.ForEachProcess([&](const ProcessFolder& process) {
-        const std::string_view arguments = files.CommandLine(process);
-        isAsked = isAsked || (arguments.starts_with(kStart) && arguments.find(kBeginTarget) != arguments.npos);
-    });
-    return isAsked;
 }
 
 /// A target's start would start all that it wants, and a slice's has no use for that either.
@@ -100,7 +88,7 @@ UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday
     }
 }
 
-bool UnmountReturn::Run(bool mayBeStopping) const
+bool UnmountReturn::StartEndTarget(bool mayBeStopping) const
 {
     bool started = MEROSystemdStart(kEndTarget);
     if (!started && mayBeStopping) {
@@ -110,22 +98,18 @@ bool UnmountReturn::Run(bool mayBeStopping) const
             MERO_LOG(LOG_ERR, "[%s] are still down after the unmounting.", Join(Down(services)).c_str());
         }
     }
-    if (isOfToday) {
-        (void)StartUnits();
-    }
     return started;
-}
-
-bool UnmountReturn::RunByName() const
-{
-    return units.empty() || (WaitForJobs() && StartUnits());
 }
 
 bool UnmountReturn::WaitForJobs() const
 {
-    const std::set<std::string> names = JobNames(services);
+    std::set<std::string> names = JobNames(isOfToday ? units : services);
+    std::string own; // if it is one of them, its stop waits for us
+    if (MEROSystemdGetByPid(getpid(), own)) {
+        names.erase(own);
+    }
     for (int pass = 0; pass <= kMaxWait; ++pass) {
-        const bool isStopAsked = IsStopAsked(); // before the jobs, which it makes
+        const bool isStopAsked = IsSystemctlRunning("start", kBeginTarget); // before the jobs, which it queues
         std::map<std::uint32_t, JobInfo> jobs;
         if (!MEROSystemdIntJobList(jobs)) {
             return false;
@@ -154,9 +138,8 @@ bool UnmountReturn::StartUnits() const
         return std::find(services.begin(), services.end(), unit) != services.end();
     };
     Texts down;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(down), [&](const std::string& unit) {
-        return facts.Find(unit)->state != "failed" && std::find(lost.begin(), lost.end(), unit) == lost.end();
-    });
+    std::copy_if(all.begin(), all.end(), std::back_inserter(down),
+                 [&](const std::string& unit) { return std::find(lost.begin(), lost.end(), unit) == lost.end(); });
     if (!std::all_of(down.begin(), down.end(), wasTried)) {
         Start(down);
         facts = UnitFactsTable();

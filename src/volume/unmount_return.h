@@ -23,20 +23,15 @@ struct UnmountReturn {
     std::vector<std::string> units; ///< the services, and what systemd stops along, in the order of their starts
     std::vector<std::string> lost;  ///< what it stops along, and cannot be started by hand
 
-    /// Starts everything again: the services by the end target, and then what does not run of the other units. Says in
-    /// the log what does not run. `mayBeStopping`: stop jobs may be left, and refuse the first start. Whether the end
-    /// target was started.
-    bool Run(bool mayBeStopping) const;
+    /// Starts the end target. `mayBeStopping`: stop jobs may be left, and refuse the first start.
+    bool StartEndTarget(bool mayBeStopping) const;
 
-    /// The same without the end target, which may not have them. Whether all of them run.
-    bool RunByName() const;
+    /// Starts the units that do not run, and says in the log which do not run then. Whether all of them run.
+    bool StartUnits() const;
 
-    /// Waits until systemd has no job left for the begin target and for the services, and nobody is about to queue
-    /// some. False when they cannot be listed, or there is still one after five minutes.
+    /// Waits until systemd has no job left for the begin target and for the units, and nobody is about to queue some.
+    /// False when they cannot be listed, or there is still one after five minutes.
     bool WaitForJobs() const;
-
-private:
-    bool StartUnits() const; ///< that do not run, and says what does not run then
 };
 
 } // namespace MERO::Systemd

@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "core/text.h"
 #include "recovery/caller_watcher.h"
+#include "recovery/left_over_systemctl.h"
 #include "unit/unit_file.h"
 #include "unit/unit_operation.h"
 #include "volume/unmount_record.h"
@@ -46,17 +47,30 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
     return written;
 }
 
+/// Whether this process is in a unit that stops: systemd cannot start that while we run.
+bool IsAnyOurs(const Texts& units)
+{
+    std::string unit;
+    return MEROSystemdGetByPid(getpid(), unit) && std::find(units.begin(), units.end(), unit) != units.end();
+}
+
+void FinishOfToday(const UnmountReturn& back)
+{
+    if (back.isOfToday) {
+        (void)back.StartUnits();
+        UnmountRecord::Remove();
+    }
+}
+
 /// What the watcher does when its caller is gone.
 void GoBackForCaller(pid_t caller, const Texts& volumes, const UnmountReturn& back)
 {
     MERO_LOG(LOG_WARNING, "pid[%d] ended while it was unmounting [%s]: [%s] start again.", caller,
              Join(volumes).c_str(), Join(back.services).c_str());
-    SleepOneSecond(); // a systemctl that was just being started has its command line by then
+    AwaitLeftOverSystemctl("start", kBeginTarget);
     (void)back.WaitForJobs();
-    (void)back.Run(true);
-    if (back.isOfToday) {
-        UnmountRecord::Remove();
-    }
+    (void)back.StartEndTarget(true);
+    FinishOfToday(back);
 }
 
 /// One that was interrupted, if there is one. Its units are what may still be started of them.
@@ -106,7 +120,7 @@ private:
             return action();
         }
         return RunAndGoBack(action, [&] {
-            (void)back_.RunByName();
+            (void)(back_.WaitForJobs() && back_.StartUnits());
             UnmountRecord::Remove();
             return true;
         });
@@ -138,11 +152,12 @@ private:
         return stopped && (!wasKilled || back_.WaitForJobs());
     }
 
-    bool GoBack(bool mayBeStopping) const
+    bool GoBack(bool mayBeStopping)
     {
-        const bool started = back_.Run(mayBeStopping);
-        if (back_.isOfToday) {
-            UnmountRecord::Remove();
+        const bool isOurs = IsAnyOurs(back_.isOfToday ? back_.units : back_.services);
+        const bool started = back_.StartEndTarget(mayBeStopping && !isOurs);
+        if (!isOurs || !watcher_.HandOver()) {
+            FinishOfToday(back_);
         }
         return started;
     }
@@ -190,8 +205,9 @@ bool FinishInterruptedUnmounting(UnmountRecord record)
 {
     LeaveOutHeldOrGone(record);
     UnmountReturn back{VolumeStopSet()};
+    back.isOfToday = true;
     back.units = std::move(record.units);
-    const bool started = back.RunByName();
+    const bool started = back.units.empty() || (back.WaitForJobs() && back.StartUnits());
     UnmountRecord::Remove();
     return started;
 }

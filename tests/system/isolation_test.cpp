@@ -119,4 +119,19 @@ TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
     }
 }
 
+TEST_F(RealIsolation, AKilledActionGoesBack)
+{
+    const pid_t pid = Fork([] { return _MEROSystemdIsolateTargetAction("quiet.target", [] { return pause() == 0; }); });
+    ASSERT_TRUE(Reaches("quiet.target", "active") && Comes([] { return !exists(kFlag); }));
+    kill(pid, SIGKILL);
+    EXPECT_EQ(ResultOf(pid), 255);
+    EXPECT_TRUE(Reaches("quiet.target", "inactive") && Comes([] { return !exists(kState); }));
+    ExpectDefaultTarget();
+    // A unit that is stopped by its own isolation.
+    Shell("systemd-run -q --unit=runner " MEROSYSTEMCTL " run-in quiet.target -- sleep infinity");
+    EXPECT_TRUE(Comes([] { return Shell("systemctl show --value -p InactiveEnterTimestamp runner").output != "\n"; }));
+    EXPECT_TRUE(Reaches("quiet.target", "inactive") && Comes([] { return !exists(kState); }));
+    ExpectDefaultTarget();
+}
+
 } // namespace

@@ -172,6 +172,16 @@ TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
               "active\nactive\nactive\ninactive\n");
 }
 
+TEST_F(RealVolumes, AUnitThatUnmountsItsOwnVolumeComesBack)
+{
+    Service("own", "ExecStart=\nExecStart=/bin/sh -c '[ -e /run/once ] && exec sleep infinity; touch /run/once; "
+                   "exec " MEROSYSTEMCTL " volume unmount /vol2 -- sleep 60'\n[Unit]\nRequires=other.service\n");
+    Load();
+    Runs before = Now();
+    EXPECT_TRUE(MEROSystemdStart("own") && Comes([&] { return StartedSince(before) == Texts{"all", "other", "own"}; }));
+    EXPECT_EQ(Shell("rm /run/once; ls /run/merosystemd").output, "locks\nstatus_monitor.exit.lock\n");
+}
+
 TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
 {
     Shell("systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");
