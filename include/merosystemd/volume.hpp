@@ -59,7 +59,8 @@ struct VolumeBlocker {
 
     Kind kind = Kind::Process; ///< which one it is
     std::string unit;          ///< Process: the unit that the process belongs to; empty when that cannot be told
-    VolumeUser user;           ///< Process: who. The others: only `user.file`, a file or folder on the volume
+    VolumeUser user;           ///< Process: who. The others: `user.file`, a file or folder on the volume;
+                               ///< LoopDevice: `user.command` is its path, from 7.1.0 on
 };
 
 /// What unmounting volumes would stop, and what would still be in the way. Units are in the order of their names.

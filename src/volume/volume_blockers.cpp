@@ -213,6 +213,7 @@ void AddLoopDevices(const Texts& volumes, std::vector<VolumeBlocker>& blockers)
         const std::string_view file = text.substr(0, text.find('\n'));
         if (IsOnAny(file, volumes)) {
             AddPath(VolumeBlocker::Kind::LoopDevice, std::string(file), blockers);
+            blockers.back().user.command = "/dev/" + std::string(name);
         }
         return true;
     });

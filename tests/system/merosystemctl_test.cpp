@@ -181,7 +181,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
         {"stop --verify reborn web", 0, ""},
         {"start rival unmount-volume-begin.target", 0, ""},
         {"why off", 3, ".*\nconflict +rival.service runs\n +-> merosystemctl stop rival.service\ndisabled .*"},
-        {"why quick", 3, ".*\nvolume +it stopped for a volume [^\n]*\n.*"},
+        {"why quick", 3, ".*\nvolume +stopped while a volume [^\n]*\n.*"},
         {"stop unmount-volume-begin.target rival", 0, ""},
         {"reason add check off", 0, ""},
         {"mask off", 0, ""},
@@ -203,7 +203,8 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
         {"isolate small.target", 0, "isolated to small.target; what it stops has stopped\n"},
         {"isolate default.target --no-block", 0, "isolated to default.target; .*\n"},
         {"isolate web", 1, "merosystemctl: isolating to web failed\n.*\n"},
-        {"run-in small.target -- sh -c '" + isActive + "'", 143, "active\nmerosystemctl: sh: exit code 143\n"},
+        {"run-in small.target -- sh -c '" + isActive + "'", 143,
+         "active\nmerosystemctl: interrupted: [^\n]*\nmerosystemctl: sh: exit code 143\n"},
         {"run-in web -- true", 1, "merosystemctl: isolating to web failed\n.*\n"},
     });
     EXPECT_EQ(Shell("systemctl is-active small.target multi-user.target").output, "inactive\nactive\n");
@@ -224,14 +225,16 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
           "2>&1 &");
     EXPECT_TRUE(Reaches("holder.scope", "active"));
     const std::string kStopping = "stopping: user.service\n", kAgain = "running again: user.service\n";
-    const std::string kHolder = "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n";
+    const std::string kHolder =
+        "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n  -> kill [0-9]+\n";
     const std::string kInSlice = " -- grep -c ':/bulk.slice' /proc/self/cgroup";
     const std::string kNoMove = "merosystemctl: moving to [a-z]*.slice failed\n.*";
     const bool isAlone = !HasMonitor(); // systemd's hierarchy
     Shell(isAlone ? "true" : "mkdir /sys/fs/cgroup/meromonitor/bulk.slice");
     Expect({
-        {"volume unmount /vol1", 32,
-         kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
+        {"volume unmount /vol1", 1, kHolder + "merosystemctl: nothing was stopped: [^\n]*\n"},
+        {"volume unmount --force /vol1", 32,
+         kHolder + kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
         {"stop holder.scope", 0, ""},
         {"volume unmount /vol1", 0, kStopping + kAgain},
         {"volume unmount /vol3 -- false", 1, "no service stops\nmerosystemctl: false: exit code 1\n"},

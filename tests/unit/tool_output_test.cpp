@@ -76,16 +76,23 @@ TEST(VolumeReport, NamesEveryHolder)
     for (const FileUse use : {FileUse::WorkingDirectory, FileUse::Map, FileUse::Root, FileUse::Descriptor}) {
         plan.blockers.push_back({Kind::Process, "", {2, "ls", use, "/b"}});
     }
-    for (const Kind kind : {Kind::Mount, Kind::LoopDevice, Kind::SwapFile, Kind::KernelExport}) {
-        plan.blockers.push_back({kind, "", {0, "", FileUse::Descriptor, "/c"}});
+    plan.blockers.back().unit = "b.service";
+    for (const Kind kind : {Kind::Mount, Kind::BindMount, Kind::LoopDevice, Kind::SwapFile, Kind::KernelExport}) {
+        plan.blockers.push_back(
+            {kind, "", {0, kind == Kind::LoopDevice ? "/dev/loop7" : "", FileUse::Descriptor, "/c"}});
     }
+    plan.blockers.push_back({Kind::MountNamespace, "1.scope", {3, "sh", FileUse::Descriptor, "/c"}});
     const std::string user = "merosystemctl: in use by process 2 (ls), ", kernel = "merosystemctl: in use by a ";
+    const std::string end = "  -> kill 2\n";
     ::testing::internal::CaptureStderr();
     PrintHolders(plan);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-              "merosystemctl: in use by process 1 (sh), exe: /a\n" + user + "cwd: /b\n" + user + "map: /b\n" + user +
-                  "root: /b\n" + user + "fd: /b\n" + kernel + "mount: /c\n" + kernel + "loop device: /c\n" + kernel +
-                  "swap file: /c\n" + kernel + "kernel export: /c\n");
+              "merosystemctl: in use by process 1 (sh), exe: /a\n" + user + "cwd: /b\n" + end + user + "map: /b\n" +
+                  end + user + "root: /b\n" + end + user + "fd: /b\n  -> merosystemctl stop b.service\n" + kernel +
+                  "mount: /c\n  -> umount /c\n" + kernel + "bind mount: /c\n  -> umount /c\n" + kernel +
+                  "loop device: /c\n  -> losetup --detach /dev/loop7\n" + kernel + "swap file: /c\n  -> swapoff /c\n" +
+                  kernel + "kernel export: /c\n  -> exportfs -u CLIENT:/c\n" + kernel +
+                  "mount namespace: /c\n  -> nsenter --mount --target 3 umount /c\n");
 }
 
 SliceUsage Slice(const std::string& unit, const std::vector<ProcessUsage>& processes, const History& cpuHistory)

@@ -20,8 +20,8 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
         {"--verify excludes --no-block" + hint, {"start --verify --no-block web"}},
         {"--unit or --package is required" + hint, {"volume register /vol1"}},
         {"--unit: a name is missing" + hint, {"volume register /vol1 --unit ''"}},
-        {"VOLUME: (vol1|/|/a/): a mount path begins with \"/\" and does not end with it" + hint,
-         {"volume plan vol1", "volume plan /", "volume plan /a/"}},
+        {"VOLUME: (vol1|/): a mount path begins with \"/\" and does not end with it" + hint,
+         {"volume plan vol1", "volume plan /", "volume plan //"}},
         {"--interval: must be a positive number of seconds, a day at most" + hint,
          {"slice top --interval 0", "slice top --interval 86401", "slice top --interval 1s"}},
         {".+" + hint, {"reload --no-block web", "stop --irreversibly web", "reason", "info a b", "isolate"}},
@@ -105,10 +105,13 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
         }
     }
     const std::string run = "run-in a.target -- sh -c ", ended = "merosystemctl: sh: exit code ";
-    EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 & wait'"), FieldsAre(9, ended + "9\n"));
+    const std::string back = "merosystemctl: interrupted: isolating back to default.target\n";
+    EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 & wait'"),
+                FieldsAre(9, back + ended + "9\n"));
     EXPECT_THAT(Tool(run + "'kill -KILL $$'"), FieldsAre(137, ended + "137\n"));
     Otherwise("[ $2 != a.target ] || kill -HUP $PPID");
-    EXPECT_THAT(Tool(run + "'> /run/started'"), FieldsAre(129, ended + "129\n")) << "it came before the command";
+    EXPECT_THAT(Tool(run + "'> /run/started'"), FieldsAre(129, back + "merosystemctl: interrupted: sh was not run\n"))
+        << "it came before the command";
     EXPECT_FALSE(fs::exists("/run/started"));
 }
 
@@ -134,7 +137,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
-        {"volume unmount /run/none", 1, "/run/none: is not mounted\n"},
+        {"volume unmount /run/none/", 1, "/run/none: is not mounted\n"},
+        {"volume plan /run/none", 1, "/run/none: is not mounted\n"},
         {"reason add ../up a", 1, "reason add failed\n" + log},
         {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
@@ -244,12 +248,12 @@ struct FullProgram : Program {
         Write("/run/other", "1:name=systemd:/\n"),
             Write("/run/swaps", "Filename Type\n" + kVolume + "/swap file 1 0\n");
         Mount("/run/cgroup", user_.File("cgroup")), Mount("/run/other", holder_.File("cgroup"));
-        Mount("/run/swaps", "/proc/swaps");
+        Mount("/run/swaps", "/proc/swaps"), Mount(kVolume, kVolume);
         Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", pid_ + "\n");
         Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", "");
         Otherwise("case $1 in get-default) echo a.target;; esac");
     }
-    ~FullProgram() override { umount("/proc/swaps"); }
+    ~FullProgram() override { umount("/proc/swaps"), umount(kVolume.c_str()); }
 
     static void Mount(const std::string& source, const std::string& place)
     {
@@ -284,14 +288,15 @@ TEST_F(FullProgram, PrintsTables)
         {"volume list /v /none", "KIND OWNER VOLUMES\nunit web.service /v\n"},
         {"volume users " + kVolume, "uses.service\n"},
         {"volume dependency child", "all\n"},
-        {"volume plan " + kVolume,
-         "SERVICE CAUSE PID COMMAND HOW FILE\nall.service depends on all volumes" + none +
-             "all.service master of child.service, which depends on all volumes" + none +
-             "pkgctl-Foo.service belongs to package Foo, which registered the volume" + none +
-             "some.service registered the volume" + none + "uses.service uses files " + users +
-             "\n\nThese keep it busy, although those services stop:\n\nWHAT UNIT PID COMMAND HOW FILE\n"
-             "process - " +
-             other_ + " sleep fd " + kVolume + "/file\nswap file - - - - " + kVolume + "/swap\n"},
+        {"volume plan " + kVolume, "SERVICE CAUSE PID COMMAND HOW FILE\nall.service depends on all volumes" + none +
+                                       "all.service master of child.service, which depends on all volumes" + none +
+                                       "pkgctl-Foo.service belongs to package Foo, which registered the volume" + none +
+                                       "some.service registered the volume" + none + "uses.service uses files " +
+                                       users +
+                                       "\n\nStill keeping the volume busy after those services stop:\n\n"
+                                       "WHAT UNIT PID COMMAND HOW FILE WHAT TO DO\nprocess - " +
+                                       other_ + " sleep fd " + kVolume + "/file -> kill " + other_ +
+                                       "\nswap file - - - - " + kVolume + "/swap -> swapoff " + kVolume + "/swap\n"},
         {"process show --interval 0.1 " + pid_, usages + pid_ + usage},
         {"slice list", "SLICE PROCESSES MEMORY CPU SECONDS NAME TRANSLATED NAME\n"
                        "a.slice 1" +
@@ -338,6 +343,7 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
          "\n"
          R"(["process","swap file"])"},
         {"volume unmount", "--dry-run " + kVolume, ".blockers[0].user.file", "\"" + kVolume + "/file\""},
+        {"volume state", "", ".", R"({"pid":0,"since":0,"state":"none","units":[],"volumes":[]})"},
         {"cgroup show", pid_, "del(.pid)",
          R"({"meromonitor":"/a.slice","systemd":"/uses.service","unit":"uses.service"})"},
         {"process show", briefly + pid_, "[.name, .pid]", R"(["sleep",)" + pid_ + "]"},

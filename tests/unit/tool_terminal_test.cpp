@@ -31,7 +31,9 @@ TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
     Terminal terminal(kXterm + "run-in a.target -- setsid sh -c 'echo up; sleep 0.5; exit 7'"); // they do not reach it
     (void)terminal.Until("up\r\n");
     terminal.Type("\x03");
-    EXPECT_EQ(terminal.Rest(), "^Cmerosystemctl: setsid: exit code 7\r\n");
+    EXPECT_EQ(terminal.Rest(), "^C\r\x1B[K"
+                               "merosystemctl: interrupted: isolating back to default.target\r\n"
+                               "merosystemctl: setsid: exit code 7\r\n");
     EXPECT_EQ(terminal.HangUp(), 7);
 }
 

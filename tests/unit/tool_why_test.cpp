@@ -72,8 +72,10 @@ TEST_F(Why, TellsEveryCause)
          "conflict    r.service runs" + to + "merosystemctl stop r.service\nconflict    s.service runs" + to +
              "merosystemctl stop s.service\n"},
         {"ConflictedBy=unmount-volume-begin.target",
-         "volume      it stopped for a volume that is being unmounted, and starts again\n"
-         "            behind that\n"},
+         "volume      stopped while a volume is being unmounted; it will be restarted\n"
+         "            afterwards\n"},
+        {"", "volume      stopped by an unmount of /v that was interrupted" + to + "merosystemctl volume recover\n", "",
+         "/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["a.service"]})"},
         {"", "isolation   the machine is being isolated to b.target\n", "", "/run/merosystemd/isolate-state",
          "target=b.target\npid=1\n"},
         {"", "support     this machine lacks the capability that it is made for\n", "",

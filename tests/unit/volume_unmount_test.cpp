@@ -222,7 +222,7 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
             "user.service: 3user.service " + sleeper.id + " sleeps-very-lon 1/sleeps-very-long" + by(user, "2/c"),
             "01.scope" + by(session, "0"), "0deaf.service" + by(deaf, "2/d/e"),
             "0b.service" + by(gone, "2/x (deleted)"), "0" + by(jailed, "4/d"), "0b.service" + by(blank, "3/a b"),
-            "1 0  2/m", "2 0  2/d/e", "3 0  2/s w", "4 0  2"));
+            "1 0  2/m", "2 0 /dev/loop7 2/d/e", "3 0  2/s w", "4 0  2"));
     EXPECT_TRUE(std::ranges::is_sorted(plan.stops, {}, &PlannedStop::unit));
     EXPECT_FALSE(Said("systemd_volume_unmount_action").size() != 2 || fs::exists(kTargets + "end.target") ||
                  fs::exists(kLock));
@@ -300,6 +300,40 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         EXPECT_EQ(calls.empty() ? targets : Read("/run/seen"), targets) << "their lines sorted";
         EXPECT_TRUE(!c.folder.empty() || (IsFree(kLock, 60) && IsFree(kIsolateLock, 60)));
     }
+}
+
+TEST_F(VolumeUnmount, AKilledCallersServicesStartAgain)
+{
+    SetUnits({{kAll, {"a.service"}}});
+    const pid_t pid =
+        Fork([] { return _MEROSystemdVolumeUnmountAction({"/v"}, [] { return kill(getpid(), SIGKILL) == 0; }); });
+    EXPECT_EQ(ResultOf(pid), 255);
+    EXPECT_TRUE(IsFree(kLock, 10)) << "the watcher has it until the services are started";
+    EXPECT_EQ(Calls().back(), "start unmount-volume-end.target");
+    EXPECT_THAT(Said("systemd_volume_unmount_action").back(), HasSubstr("[a.service] start again"));
+    // Before anything has stopped, the watcher does nothing.
+    SystemctlScript("case $1 in list-unit-files) echo a.service enabled;; show) echo ActiveState=active;; "
+                    "daemon-reload) kill -9 $PPID;; esac");
+    EXPECT_EQ(ResultOf(Fork([] { return _MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }); })), 255);
+    EXPECT_TRUE(IsFree(kLock, 10));
+    EXPECT_EQ(Calls().back(), "daemon-reload");
+}
+
+TEST_F(VolumeUnmount, StopJobsThatAreLeftAreWaitedFor)
+{
+    Write("/usr/lib/systemd/system/a.service", "[X-Tarvix]\n" + kAll);
+    SystemctlScript(
+        "case \"$*\" in list-unit-files*) echo a.service enabled;; *ActiveState*) echo ActiveState=active;; "
+        "*Id*) echo Id=b.service;; *begin.target) kill -9 $$;; "
+        "list-jobs*) [ -e /run/waited ] || echo 7 b.service stop running; touch /run/waited; exit 1;; "
+        "*end.target) [ -e /run/tried ] || { touch /run/tried; exit 1; };; esac");
+    const auto action = [] { return std::ofstream("/run/systemctl.calls", std::ios::app) << "action\n", true; };
+    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/v"}, action));
+    Texts calls = Calls();
+    std::erase_if(calls, [](auto& call) { return call.starts_with("show") || call.starts_with("list-unit"); });
+    const std::string start = "start unmount-volume-end.target", jobs = "list-jobs --no-legend";
+    EXPECT_THAT(calls,
+                ElementsAre("daemon-reload", EndsWith("begin.target"), jobs, jobs, "action", start, jobs, start));
 }
 
 TEST_F(VolumeUnmount, ACallerThatStoodOnTheVolumeCanUnmountIt)

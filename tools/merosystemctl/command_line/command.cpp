@@ -44,6 +44,12 @@ const Argument& Argument::MustPass(Check check) const
     return *this;
 }
 
+const Argument& Argument::TakeAs(std::string (*form)(std::string value)) const
+{
+    option_->transform(form);
+    return *this;
+}
+
 const Argument& Argument::MustLie(long least, long most) const
 {
     option_->check(CLI::Range(least, most).description(""));

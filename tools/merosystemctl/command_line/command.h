@@ -29,6 +29,8 @@ public:
     explicit Argument(CLI::Option* option) : option_(option) {}
 
     const Argument& MustPass(Check check) const;
+    /// Values are taken as this makes them, before they are checked.
+    const Argument& TakeAs(std::string (*form)(std::string value)) const;
     const Argument& MustLie(long least, long most) const;
     const Argument& Needs(const Argument& other) const;
     const Argument& Excludes(const Argument& other) const;

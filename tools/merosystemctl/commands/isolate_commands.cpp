@@ -66,7 +66,11 @@ int RunIn(const std::string& target, const Texts& command)
         return kUsage;
     }
     return RunWithin({
-        .action = [&](auto callback) { return _MEROSystemdIsolateTargetAction(target, std::move(callback)); },
+        .action =
+            [&](const CommandWithin::Begin& begin, auto callback) {
+                begin("interrupted: isolating back to default.target");
+                return _MEROSystemdIsolateTargetAction(target, std::move(callback));
+            },
         .run = [&] { return RunCommand(command); },
         .report = [] { return true; },
         .name = command.front(),

@@ -16,6 +16,20 @@ std::string IntervalFault(const std::string& text)
     return isNumber && seconds > 0 && seconds <= kLongest ? "" : "must be a positive number of seconds, a day at most";
 }
 
+std::string WithoutSlashAtEnd(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+std::string VolumeFault(const std::string& volume)
+{
+    const bool isVolume = volume.size() > 1 && volume.front() == '/';
+    return isVolume ? "" : volume + ": a mount path begins with \"/\" and does not end with it";
+}
+
 } // namespace
 
 void AddUnit(const Command& command, std::string& unit)
@@ -28,10 +42,9 @@ void AddUnits(const Command& command, Texts& units)
     command.AddOperand("UNIT", units, "Units; a name without a type means a service");
 }
 
-std::string VolumeFault(const std::string& volume)
+void TakeVolumes(const Argument& argument)
 {
-    const bool isVolume = volume.size() > 1 && volume.front() == '/' && volume.back() != '/';
-    return isVolume ? "" : volume + ": a mount path begins with \"/\" and does not end with it";
+    argument.TakeAs(WithoutSlashAtEnd).MustPass(VolumeFault);
 }
 
 void AddInterval(const Command& command, double& seconds, const std::string& help)

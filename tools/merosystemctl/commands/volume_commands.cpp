@@ -40,7 +40,7 @@ void AddChange(const Command& volumeCommand, const VolumeChange& change)
     };
     const auto arguments = std::make_shared<Arguments>();
     const Command command = volumeCommand.AddCommand(change.verb, change.help);
-    command.AddOperand("VOLUME", arguments->volume, "A mount path").MustPass(VolumeFault);
+    TakeVolumes(command.AddOperand("VOLUME", arguments->volume, "A mount path"));
     const Argument unit = command.AddOption("--unit", "UNIT", arguments->unit, "The unit that uses it");
     unit.MustPass(NameFault);
     command.AddOption("--package", "NAME", arguments->package, "The package whose services use it")
@@ -134,12 +134,12 @@ void AddVolumeCommands(const Command& program)
     const auto arguments = std::make_shared<Arguments>();
 
     const Command list = volume.AddCommand("list", "List who has registered volumes");
-    list.AddOptionalOperand("VOLUME", arguments->volumes, "Only these volumes").MustPass(VolumeFault);
+    TakeVolumes(list.AddOptionalOperand("VOLUME", arguments->volumes, "Only these volumes"));
     list.AddFlag("--json", arguments->json, "As a JSON array");
     list.OnCall([arguments] { return ListVolumes(arguments->volumes, arguments->json); });
 
     const Command users = volume.AddCommand("users", "List the services that use files on a volume");
-    users.AddOperand("MOUNT", arguments->name, "A mount path, or a device").MustPass(VolumeFault);
+    TakeVolumes(users.AddOperand("MOUNT", arguments->name, "A mount path, or a device"));
     users.AddFlag("--json", arguments->json, "As a JSON array");
     users.OnCall([arguments] { return Users(arguments->name, arguments->json); });
 
@@ -149,7 +149,7 @@ void AddVolumeCommands(const Command& program)
     dependency.OnCall([arguments] { return Dependency(arguments->name, arguments->json); });
 
     const Command plan = volume.AddCommand("plan", "Show what unmounting stops, and why; change nothing");
-    plan.AddOperand("VOLUME", arguments->volumes, "Mount paths").MustPass(VolumeFault);
+    TakeVolumes(plan.AddOperand("VOLUME", arguments->volumes, "Mount paths"));
     plan.AddFlag("--json", arguments->json, "As a JSON object");
     plan.OnCall([arguments] { return ShowVolumePlan(arguments->volumes, arguments->json); });
 

@@ -3,89 +3,90 @@
 #include "commands/volume_report.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
+#include "output/times.h"
 #include "running/command_within.h"
+#include "running/lock_owner.h"
 #include "running/run_command.h"
+#include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <mntent.h>
-
 #include <iostream>
 #include <memory>
-#include <set>
 #include <utility>
 
 namespace MERO::Tool {
 namespace {
 
-using MERO::Systemd::VolumeUnmountPlan;
+using MERO::Systemd::FullVolumeUnmountPlan;
+using MERO::Systemd::VolumeUnmountState;
 
-/// Says which of the volumes are not mounted: nothing need stop for an umount that must fail.
-bool AreMounted(const Texts& volumes)
-{
-    std::set<std::string> mounts;
-    const std::unique_ptr<FILE, decltype(&endmntent)> table(setmntent("/proc/self/mounts", "re"), endmntent);
-    while (const mntent* mount = table != nullptr ? getmntent(table.get()) : nullptr) {
-        mounts.insert(mount->mnt_dir);
-    }
-    bool done = true;
-    for (const std::string& volume : volumes) {
-        if (!mounts.contains(volume)) {
-            PrintError(volume + ": is not mounted");
-            done = false;
+/// What the plan stops, and what of that is started again.
+struct Stops {
+    explicit Stops(const FullVolumeUnmountPlan& plan)
+    {
+        for (const MERO::Systemd::PlannedStop& stop : plan.stops) {
+            all.push_back(stop.unit);
+            comingBack.push_back(stop.unit);
+        }
+        for (const MERO::Systemd::PlannedDependent& dependent : plan.dependents) {
+            all.push_back(dependent.unit);
+            if (dependent.startsAgain) {
+                comingBack.push_back(dependent.unit);
+            }
         }
     }
-    return done;
-}
 
-Texts StoppedUnits(const VolumeUnmountPlan& plan)
-{
-    Texts units;
-    for (const MERO::Systemd::PlannedStop& stop : plan.stops) {
-        units.push_back(stop.unit);
-    }
-    return units;
-}
+    Texts all;
+    Texts comingBack;
+};
 
-/// Says which units run again, and which do not. False when there is one of those.
-bool ReportReturn(const Texts& units)
+/// Says whom the library is about to wait for, up to an hour.
+void SayWhoIsWaitedFor()
 {
-    Texts running;
-    Texts missing;
-    for (const std::string& unit : units) {
-        const bool runs = MEROSystemdActiveStatusGet(unit) == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
-        (runs ? running : missing).push_back(unit);
+    const std::pair<const char*, const char*> locks[] = {
+        {"/run/merosystemd/locks/volume-unmount-action.lock", "another unmount"},
+        {"/run/merosystemd/locks/isolate-and-volume-unmount-action.lock", "an isolation"},
+    };
+    for (const auto& [path, what] : locks) {
+        const std::string owner = LockOwner(path);
+        if (!owner.empty()) {
+            std::cerr << "waiting for " << what << " to end: " << owner << std::endl;
+            return;
+        }
     }
-    if (!running.empty()) {
-        std::cout << "running again: " << ToCell(running) << '\n';
-    }
-    for (const std::string& unit : missing) {
-        PrintError(unit + ": does not run again");
-    }
-    return missing.empty();
 }
 
 /// Asked while the services are stopped: who is still there, is in the way.
 void ReportHolders(const Texts& volumes)
 {
-    VolumeUnmountPlan plan;
+    MERO::Systemd::VolumeUnmountPlan plan;
     if (MEROSystemdVolumeUnmountPlan(volumes, plan)) {
         PrintHolders(plan);
     }
 }
 
-int Unmount(const Texts& volumes, const Texts& command)
+/// Whether the plan may be carried out; says what it stops, and what is in the way.
+bool Agree(const FullVolumeUnmountPlan& plan, bool force)
 {
-    VolumeUnmountPlan plan;
+    PrintBlockers(plan.blockers);
+    if (!plan.blockers.empty() && !force) {
+        PrintError("nothing was stopped: the volume would stay busy (--force goes on all the same)");
+        return false;
+    }
+    const Texts units = Stops(plan).all;
+    std::cout << (units.empty() ? "no service stops" : "stopping: " + ToCell(units)) << std::endl;
+    return true;
+}
+
+int Unmount(const Texts& volumes, const Texts& command, bool force)
+{
     if (!IsRunnable(command)) {
         return kUsage;
     }
-    if (!MEROSystemdVolumeUnmountPlan(volumes, plan)) {
-        return ReportFailure("planning to unmount " + ToCell(volumes));
-    }
-    const Texts units = StoppedUnits(plan);
-    std::cout << (units.empty() ? "no service stops" : "stopping: " + ToCell(units)) << std::endl;
-
+    SayWhoIsWaitedFor();
+    Texts units;
+    bool isRefused = false;
     const auto run = [&] {
         const int code = RunCommand(command);
         if (code != kDone && IsOwnExitCode(code)) {
@@ -93,14 +94,84 @@ int Unmount(const Texts& volumes, const Texts& command)
         }
         return code;
     };
+    const auto action = [&](const CommandWithin::Begin& begin, std::function<bool()> callback) {
+        const auto agree = [&](const FullVolumeUnmountPlan& plan) {
+            isRefused = !Agree(plan, force);
+            if (!isRefused) {
+                units = Stops(plan).comingBack;
+                begin("interrupted" + (units.empty() ? "" : ": starting " + ToCell(units) + " again"));
+            }
+            return !isRefused;
+        };
+        return MEROSystemdVolumeUnmountWithPlan(volumes, agree, callback) || isRefused;
+    };
     return RunWithin({
-        .action = [&](auto callback) { return _MEROSystemdVolumeUnmountAction(volumes, std::move(callback)); },
+        .action = action,
         .run = run,
         .report = [&] { return ReportReturn(units); },
         .name = command.front(),
         .before = "stopping what uses " + ToCell(volumes),
         .after = "starting the services again",
     });
+}
+
+const char* StateWord(VolumeUnmountState::Kind kind)
+{
+    switch (kind) {
+    case VolumeUnmountState::Kind::Running:
+        return "running";
+    case VolumeUnmountState::Kind::Interrupted:
+        return "interrupted";
+    default:
+        return "none";
+    }
+}
+
+int PrintUnmountState(bool json)
+{
+    VolumeUnmountState state;
+    if (!MEROSystemdVolumeUnmountStateGet(state)) {
+        return ReportFailure("reading the state of the last unmount");
+    }
+    const bool isInterrupted = state.kind == VolumeUnmountState::Kind::Interrupted;
+    if (json) {
+        Json::Value object(Json::objectValue);
+        object["state"] = StateWord(state.kind);
+        object["volumes"] = ToJson(state.volumes);
+        object["units"] = ToJson(state.units);
+        object["since"] = static_cast<Json::Int64>(state.since);
+        object["pid"] = state.pid;
+        PrintJson(object);
+    } else if (state.kind == VolumeUnmountState::Kind::None) {
+        std::cout << "no unmount has stopped services\n";
+    } else {
+        std::cout << "an unmount of " << ToCell(state.volumes) << " by process " << state.pid
+                  << (isInterrupted ? " was interrupted" : " is going on") << "; it began " << AgeText(state.since)
+                  << " ago\nstopped for it: " << ToCell(state.units) << '\n'
+                  << (isInterrupted ? "  -> merosystemctl volume recover\n" : "");
+    }
+    if (isInterrupted) {
+        return kFailed;
+    }
+    return state.kind == VolumeUnmountState::Kind::Running ? kDone : kNotActive;
+}
+
+int Recover()
+{
+    VolumeUnmountState state;
+    if (!MEROSystemdVolumeUnmountStateGet(state)) {
+        return ReportFailure("reading the state of the last unmount");
+    }
+    if (state.kind != VolumeUnmountState::Kind::Interrupted) {
+        std::cout << "no unmount was interrupted: nothing to do\n";
+        return kDone;
+    }
+    const std::string what = "starting " + ToCell(state.units);
+    const WatchedWork work = Watch(what, [&](Progress&) { return MEROSystemdVolumeUnmountRecover(); });
+    if (!ReportReturn(state.units)) {
+        return kFailed;
+    }
+    return work.done ? kDone : ReportFailure(what, work.error);
 }
 
 } // namespace
@@ -111,12 +182,14 @@ void AddVolumeUnmountCommand(const Command& volume)
         Texts volumes;
         Texts command;
         bool dryRun = false;
+        bool force = false;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command command = volume.AddCommand("unmount", "Stop what uses volumes, unmount, and start it again");
-    command.AddOperand("VOLUME", arguments->volumes, "Mount paths").MustPass(VolumeFault);
+    const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount, restart");
+    TakeVolumes(command.AddOperand("VOLUME", arguments->volumes, "Mount paths"));
     const Argument dryRun = command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
+    command.AddFlag("--force", arguments->force, "Go on although something else keeps the volume busy");
     command.AddFlag("--json", arguments->json, "With --dry-run: as a JSON object").Needs(dryRun);
     command.TakeBehindDashes(arguments->command, "[-- COMMAND...]");
     command.SetNote("COMMAND unmounts; without one: umount VOLUME...");
@@ -132,8 +205,15 @@ void AddVolumeUnmountCommand(const Command& volume)
             words.emplace_back("umount");
             words.insert(words.end(), arguments->volumes.begin(), arguments->volumes.end());
         }
-        return Unmount(arguments->volumes, words);
+        return Unmount(arguments->volumes, words, arguments->force);
     });
+
+    const Command state = volume.AddCommand("state", "Show whether an unmount goes on, or was interrupted");
+    state.AddFlag("--json", arguments->json, "As a JSON object");
+    state.OnCall([arguments] { return PrintUnmountState(arguments->json); });
+
+    const Command recover = volume.AddCommand("recover", "Start what an interrupted unmount has left stopped");
+    recover.OnCall(Recover);
 }
 
 } // namespace MERO::Tool

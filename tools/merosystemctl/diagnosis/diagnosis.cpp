@@ -142,6 +142,32 @@ void AddDependencies(const UnitProperties& unit, std::vector<Cause>& causes)
     }
 }
 
+void AddUnmount(std::vector<Cause>& causes)
+{
+    const bool isKnown =
+        std::any_of(causes.begin(), causes.end(), [](const Cause& cause) { return cause.kind == "volume"; });
+    if (!isKnown) {
+        causes.push_back({"volume", "stopped while a volume is being unmounted; it will be restarted afterwards", ""});
+    }
+}
+
+/// What an unmount has stopped itself, or along with something else.
+void AddRecordedUnmount(const std::string& unit, std::vector<Cause>& causes)
+{
+    using Systemd::VolumeUnmountState;
+    VolumeUnmountState state;
+    if (!MEROSystemdVolumeUnmountStateGet(state) ||
+        std::find(state.units.begin(), state.units.end(), unit) == state.units.end()) {
+        return;
+    }
+    if (state.kind == VolumeUnmountState::Kind::Running) {
+        AddUnmount(causes);
+    } else {
+        causes.push_back({"volume", "stopped by an unmount of " + ToCell(state.volumes) + " that was interrupted",
+                          kTool + "volume recover"});
+    }
+}
+
 void AddConflicts(const UnitProperties& unit, std::vector<Cause>& causes)
 {
     const Texts others = Together(unit, {"Conflicts", "ConflictedBy"});
@@ -151,8 +177,7 @@ void AddConflicts(const UnitProperties& unit, std::vector<Cause>& causes)
             continue;
         }
         if (other["Id"] == kUnmountTarget) {
-            causes.push_back(
-                {"volume", "it stopped for a volume that is being unmounted, and starts again behind that", ""});
+            AddUnmount(causes);
         } else {
             causes.push_back({"conflict", other["Id"] + " runs", kTool + "stop " + other["Id"]});
         }
@@ -202,6 +227,7 @@ std::optional<Diagnosis> Diagnose(const std::string& name)
     if (Runs(unit)) {
         return diagnosis;
     }
+    AddRecordedUnmount(diagnosis.unit, causes);
     AddConflicts(unit, causes);
     AddMachineState(diagnosis.unit, causes);
     AddFailure(unit, causes);

@@ -4,15 +4,18 @@
 #include "running/run_command.h"
 #include "running/watched_work.h"
 
+#include <optional>
+
 namespace MERO::Tool {
 
 int RunWithin(const CommandWithin& command)
 {
-    const SignalsToCommand signals;
+    std::optional<SignalsToCommand> signals;
     bool wasReached = false;
     int code = kDone;
+    const auto begin = [&](const std::string& notice) { signals.emplace(notice); };
     const WatchedWork work = Watch(command.before, [&](Progress& progress) {
-        return command.action([&] {
+        return command.action(begin, [&] {
             wasReached = true;
             progress.Pause();
             code = command.run();
@@ -20,9 +23,16 @@ int RunWithin(const CommandWithin& command)
             return code == kDone;
         });
     });
+    if (!signals) { // nothing was begun; an action that is content with that has said why
+        return work.done ? kFailed : ReportFailure(command.before, work.error);
+    }
     const bool isAsBefore = command.report();
     if (!wasReached) {
         return ReportFailure(command.before, work.error);
+    }
+    if (SignalBeforeCommand() != 0) {
+        PrintError("interrupted: " + command.name + " was not run");
+        return code;
     }
     if (code != kDone) {
         PrintError(command.name + ": exit code " + std::to_string(code));

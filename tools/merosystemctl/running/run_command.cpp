@@ -21,11 +21,15 @@ constexpr int kSignalled = 128;
 
 std::atomic<pid_t> running = 0;
 std::atomic<int> received = 0;
+std::atomic<int> receivedBefore = 0; ///< the command
+std::string notice;                  ///< changed only while no signal is handled
 
 void PassOn(int signal, siginfo_t* info, void*)
 {
     const int reason = errno;
-    received = signal;
+    if (received.exchange(signal) == 0) {
+        (void)!write(STDERR_FILENO, notice.data(), notice.size());
+    }
     const pid_t command = running;
     if (command > 0 && info->si_code <= 0) { // the terminal's own signals reach the command by themselves
         kill(command, signal);
@@ -84,8 +88,10 @@ int Spawn(const Texts& command, pid_t& pid)
 
 } // namespace
 
-SignalsToCommand::SignalsToCommand()
+SignalsToCommand::SignalsToCommand(const std::string& text)
 {
+    // The line of the progress is on the terminal, perhaps, and the terminal's own "^C".
+    notice = text.empty() ? "" : (isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "") + ("merosystemctl: " + text + "\n");
     struct sigaction action {};
     action.sa_sigaction = PassOn;
     action.sa_flags = SA_SIGINFO | SA_RESTART;
@@ -109,9 +115,15 @@ bool IsRunnable(const Texts& command)
     return found;
 }
 
+int SignalBeforeCommand()
+{
+    return receivedBefore;
+}
+
 int RunCommand(const Texts& command)
 {
     if (received != 0) {
+        receivedBefore = received.load();
         return kSignalled + received;
     }
     pid_t pid = 0;

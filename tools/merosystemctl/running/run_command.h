@@ -8,7 +8,8 @@ namespace MERO::Tool {
 /// for the command is also taken back. One object at a time.
 class SignalsToCommand {
 public:
-    SignalsToCommand();
+    /// `notice` is printed on standard error as soon as the first of them comes.
+    explicit SignalsToCommand(const std::string& notice = "");
     SignalsToCommand(const SignalsToCommand&) = delete;
     SignalsToCommand& operator=(const SignalsToCommand&) = delete;
     ~SignalsToCommand();
@@ -20,6 +21,9 @@ bool IsRunnable(const Texts& command);
 /// Runs a command in the foreground, with this program's streams. Its exit code as a shell would tell it: 128 and the
 /// signal that ended it, or that came before it could be started; 127 when it cannot be started, which is said.
 int RunCommand(const Texts& command);
+
+/// The signal that came before the command could be started; 0: none did.
+int SignalBeforeCommand();
 
 /// Whether an exit code of RunCommand is what the command itself said.
 constexpr bool IsOwnExitCode(int code)

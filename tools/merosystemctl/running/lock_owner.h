@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace MERO::Tool {
+
+/// Who holds a lock file: "process 123 (name)", as the kernel tells; empty when nobody does.
+std::string LockOwner(const char* path);
+
+} // namespace MERO::Tool
