@@ -29,7 +29,7 @@ public:
     explicit Argument(CLI::Option* option) : option_(option) {}
 
     const Argument& MustPass(Check check) const;
-    const Argument& MustLie(long least, long most) const;
+    const Argument& MustLie(long long least, long long most) const;
     const Argument& Needs(const Argument& other) const;
     const Argument& Excludes(const Argument& other) const;
 
