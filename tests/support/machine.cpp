@@ -106,7 +106,7 @@ void EnterMachine()
     MakeEnvironmentKnown();
     const fs::path program = fs::canonical("/proc/self/exe");
     Require(unshare(CLONE_NEWNS) == 0, "no mount namespace (are you root?)");
-    if (std::getenv("MERO_IN_SANDBOX") != nullptr) { // its root is private, and an emulator may be unable to make one
+    if (std::getenv("MERO_ROOT_IS_PRIVATE") != nullptr) { // an emulator cannot make one
         Sandbox::KeepMountsPrivate();
         Require(umount2("/sys", MNT_DETACH) == 0, "/sys");
         fs::remove("/dev/log");
