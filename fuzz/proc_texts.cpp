@@ -10,7 +10,7 @@ namespace {
 /// The line of /proc/<pid>/stat, or the first one of /proc/stat.
 void Stat(std::string_view input)
 {
-    unsigned long user = 0, system = 0, total = 0;
+    std::uint64_t user = 0, system = 0, total = 0;
     const std::string line = TakeLine(input);
     MERO_REQUIRE(!ProcessTicks(line, user, system) || line.size() > 28); // 13 words before the two numbers
     MERO_REQUIRE(!ProcessorTicks(line, total) || line.starts_with("cpu"));
@@ -19,7 +19,7 @@ void Stat(std::string_view input)
 /// Lines of /proc/<pid>/smaps.
 void Smaps(std::string_view input)
 {
-    unsigned long sum = 0;
+    std::uint64_t sum = 0;
     for (const std::string& line : Lines(input)) {
         sum += SumOfPss(line);
     }
@@ -29,7 +29,7 @@ void Smaps(std::string_view input)
 /// The text of /proc/<pid>/io.
 void ProcessIo(std::string_view input)
 {
-    unsigned long read = 0, written = 0;
+    std::uint64_t read = 0, written = 0;
     MERO_REQUIRE(!IoBytes(input, read, written) || (Holds(input, "read_bytes:") && Holds(input, "write_bytes:")));
     const std::string text = std::string(input) + "\nread_bytes: 17\nwrite_bytes:\t18446744073709551615\n";
     MERO_REQUIRE(IoBytes(text, read, written) && read == 17 && written == ~0UL);

@@ -26,7 +26,7 @@ for library in "$@"; do
     nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]* //; s/@@/@/' | grep -v '^A ' > "$work/symbols"
     sed -n 's/^T //p' "$work/symbols" | sort -u > "$work/library"
     sed -nE 's/^(\w+)[(@].*/\1/p' "$work/library" | sort -u > "$work/functions"
-    sed -nE '/^ MERO[A-Z]+_7@/d; s/^ (\(c\+\+\)")?(.*@[A-Z_0-9]+)"? [0-9.]+$/\2/p' \
+    sed -nE '/^ MERO[A-Z]+_7@/d; /arch-bits=32/d; s/^ (\(c\+\+[^)]*\)")?(.*@[A-Z_0-9]+)"? [0-9.]+$/\2/p' \
         "packaging/debian/lib${name}7.symbols" | sort -u > "$work/package"
     same headers functions
     same package library

@@ -44,7 +44,7 @@ public:
     double CPUTimeGet() const;
 
     /// Memory in kB, shared pages counted in parts (Pss).
-    unsigned long MemoryPssGet() const { return pss_; }
+    std::uint64_t MemoryPssGet() const { return pss_; }
 
     /// The share of the whole machine's processor time since the snapshot: 0 to 1, all processors together. Reads the
     /// process again; 0 when it has ended, and when no time has passed, which is logged.
@@ -58,10 +58,10 @@ public:
     /// What the snapshot reads, one by one: ticks of sysconf(_SC_CLK_TCK), those of all processors with the idle ones
     /// included; kB; and bytes. False when it cannot be read.
     static bool NameGet(int pid, std::string& name);
-    static bool CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks);
-    static bool PssGet(int pid, unsigned long& pss);
-    static bool IOGet(int pid, unsigned long& readBytes, unsigned long& writeBytes);
-    static bool TotalTickGet(unsigned long& totalTicks);
+    static bool CPUTickGet(int pid, std::uint64_t& userTicks, std::uint64_t& systemTicks);
+    static bool PssGet(int pid, std::uint64_t& pss);
+    static bool IOGet(int pid, std::uint64_t& readBytes, std::uint64_t& writeBytes);
+    static bool TotalTickGet(std::uint64_t& totalTicks);
     /** @} */
 
 private:

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#if defined(__x86_64__) && defined(__LP64__) && _GLIBCXX_USE_CXX11_ABI
+#if defined(__LP64__) && _GLIBCXX_USE_CXX11_ABI
 
 namespace MERO::Systemd {
 namespace {

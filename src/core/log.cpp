@@ -24,9 +24,9 @@ bool isLimited = false;
 bool isBlocked = false;
 sigjmp_buf tooLate;
 
-constexpr bool IsControl(char c)
+constexpr bool IsControl(unsigned char c) // char has a sign on some processors
 {
-    return (c >= '\0' && c < ' ') || c == '\x7f';
+    return c < ' ' || c == '\x7f';
 }
 
 /// How many bytes of a message arrive. The kernel refuses a datagram that is not smaller by 32 bytes than its sender's

@@ -24,7 +24,7 @@ Text Trim(Text text)
 }
 
 /// Takes an unsigned number off the text, blanks before it not counted.
-bool TakeNumber(Text& text, unsigned long& number)
+bool TakeNumber(Text& text, std::uint64_t& number)
 {
     text = Trim(text);
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -41,7 +41,7 @@ Text TakeLine(Text& text)
 }
 
 /// The number after `key` in a line that begins with it.
-bool NumberOf(Text line, Text key, unsigned long& number)
+bool NumberOf(Text line, Text key, std::uint64_t& number)
 {
     if (!line.starts_with(key)) {
         return false;
@@ -75,7 +75,7 @@ std::string ScriptName(std::string_view line)
     return name != nullptr ? name : "(null)";
 }
 
-bool ProcessTicks(std::string_view line, unsigned long& user, unsigned long& system)
+bool ProcessTicks(std::string_view line, std::uint64_t& user, std::uint64_t& system)
 {
     // Words end at blanks. A blank in the command's name shifts the fields: that is what callers get.
     for (int field = 0; field < kSkippedFields; ++field) {
@@ -85,7 +85,7 @@ bool ProcessTicks(std::string_view line, unsigned long& user, unsigned long& sys
     return TakeNumber(line, user) && TakeNumber(line, system);
 }
 
-bool ProcessorTicks(std::string_view line, unsigned long& total)
+bool ProcessorTicks(std::string_view line, std::uint64_t& total)
 {
     if (!line.starts_with("cpu")) {
         return false;
@@ -93,7 +93,7 @@ bool ProcessorTicks(std::string_view line, unsigned long& total)
     line.remove_prefix(3);
     total = 0;
     for (int counter = 0; counter < kProcessorCounters; ++counter) {
-        unsigned long ticks = 0;
+        std::uint64_t ticks = 0;
         if (!TakeNumber(line, ticks)) {
             return false;
         }
@@ -102,12 +102,12 @@ bool ProcessorTicks(std::string_view line, unsigned long& total)
     return true;
 }
 
-unsigned long SumOfPss(std::string_view lines)
+std::uint64_t SumOfPss(std::string_view lines)
 {
     // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
-    unsigned long sum = 0;
+    std::uint64_t sum = 0;
     for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
-        unsigned long value = 0;
+        std::uint64_t value = 0;
         if ((at == 0 || lines[at - 1] == '\n') && NumberOf(lines.substr(at), "Pss:", value)) {
             sum += value;
         }
@@ -115,7 +115,7 @@ unsigned long SumOfPss(std::string_view lines)
     return sum;
 }
 
-bool IoBytes(std::string_view text, unsigned long& readBytes, unsigned long& writeBytes)
+bool IoBytes(std::string_view text, std::uint64_t& readBytes, std::uint64_t& writeBytes)
 {
     bool hasRead = false;
     bool hasWrite = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,16 +12,16 @@ namespace MERO::Systemd {
 std::string ScriptName(std::string_view line);
 
 /// The process' ticks, from the line of its "stat".
-bool ProcessTicks(std::string_view line, unsigned long& user, unsigned long& system);
+bool ProcessTicks(std::string_view line, std::uint64_t& user, std::uint64_t& system);
 
 /// The ticks of all processors, from the first line of /proc/stat.
-bool ProcessorTicks(std::string_view line, unsigned long& total);
+bool ProcessorTicks(std::string_view line, std::uint64_t& total);
 
 /// In kB, from whole lines of the process' "smaps".
-unsigned long SumOfPss(std::string_view lines);
+std::uint64_t SumOfPss(std::string_view lines);
 
 /// What the process had storage read and write, from its "io". False unless both are there.
-bool IoBytes(std::string_view text, unsigned long& readBytes, unsigned long& writeBytes);
+bool IoBytes(std::string_view text, std::uint64_t& readBytes, std::uint64_t& writeBytes);
 
 // The cgroups of a process, in the lines of its "cgroup": "hierarchy:controllers:path".
 

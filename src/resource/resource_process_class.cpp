@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdlib>
 #include <exception>
@@ -83,15 +84,15 @@ public:
         });
     }
 
-    bool ReadTicks(unsigned long& user, unsigned long& system)
+    bool ReadTicks(std::uint64_t& user, std::uint64_t& system)
     {
         return WithFirstLine(reader_, folder_.Get(), "stat",
                              [&](Text line) { return ProcessTicks(line, user, system); });
     }
 
-    bool ReadPss(unsigned long& pss)
+    bool ReadPss(std::uint64_t& pss)
     {
-        unsigned long sum = 0;
+        std::uint64_t sum = 0;
         const bool done = reader_.ReadLines(folder_.Get(), "smaps", [&](Text lines) {
             sum += SumOfPss(lines);
             return true;
@@ -100,7 +101,7 @@ public:
         return done;
     }
 
-    bool ReadIo(unsigned long& readBytes, unsigned long& writeBytes)
+    bool ReadIo(std::uint64_t& readBytes, std::uint64_t& writeBytes)
     {
         const auto text = reader_.Read(folder_.Get(), "io");
         return text && IoBytes(*text, readBytes, writeBytes);
@@ -111,13 +112,13 @@ private:
     TextReader& reader_;
 };
 
-bool ReadTotalTicks(TextReader& reader, unsigned long& total)
+bool ReadTotalTicks(TextReader& reader, std::uint64_t& total)
 {
     return WithFirstLine(reader, AT_FDCWD, "/proc/stat", [&](Text line) { return ProcessorTicks(line, total); });
 }
 
 /// What has been added to a counter; one that went backwards has not grown.
-double Growth(unsigned long now, std::uint64_t before)
+double Growth(std::uint64_t now, std::uint64_t before)
 {
     return now > before ? static_cast<double>(now - before) : 0.0;
 }
@@ -142,14 +143,15 @@ double Process::CPUTimeGet() const
 
 double Process::CPUUtilizationGet() const
 {
-    unsigned long user = 0;
-    unsigned long system = 0;
-    unsigned long total = 0;
+    std::uint64_t user = 0;
+    std::uint64_t system = 0;
+    std::uint64_t total = 0;
     if (!CPUTickGet(pid_, user, system) || !TotalTickGet(total)) {
         return 0.0;
     }
     if (totalTicks_ >= total) {
-        MERO_LOG(LOG_ERR, "Unexpected delta value, totalTick = %lu, _totalTick =  %lu", total, totalTicks_);
+        MERO_LOG(LOG_ERR, "Unexpected delta value, totalTick = %" PRIu64 ", _totalTick =  %" PRIu64, total,
+                 totalTicks_);
         return 0.0;
     }
     return std::min(Growth(user + system, userTicks_ + systemTicks_) / static_cast<double>(total - totalTicks_), 1.0);
@@ -158,8 +160,8 @@ double Process::CPUUtilizationGet() const
 std::pair<double, double> Process::IOUtilizationGet() const
 {
     const auto now = std::chrono::steady_clock::now();
-    unsigned long readBytes = 0;
-    unsigned long writeBytes = 0;
+    std::uint64_t readBytes = 0;
+    std::uint64_t writeBytes = 0;
     if (!IOGet(pid_, readBytes, writeBytes)) {
         return {0.0, 0.0};
     }
@@ -173,25 +175,25 @@ bool Process::NameGet(int pid, std::string& name)
     return Folder(pid, reader).ReadName(name);
 }
 
-bool Process::CPUTickGet(int pid, unsigned long& userTicks, unsigned long& systemTicks)
+bool Process::CPUTickGet(int pid, std::uint64_t& userTicks, std::uint64_t& systemTicks)
 {
     TextReader reader;
     return Folder(pid, reader).ReadTicks(userTicks, systemTicks);
 }
 
-bool Process::PssGet(int pid, unsigned long& pss)
+bool Process::PssGet(int pid, std::uint64_t& pss)
 {
     TextReader reader;
     return Folder(pid, reader).ReadPss(pss);
 }
 
-bool Process::IOGet(int pid, unsigned long& readBytes, unsigned long& writeBytes)
+bool Process::IOGet(int pid, std::uint64_t& readBytes, std::uint64_t& writeBytes)
 {
     TextReader reader;
     return Folder(pid, reader).ReadIo(readBytes, writeBytes);
 }
 
-bool Process::TotalTickGet(unsigned long& totalTicks)
+bool Process::TotalTickGet(std::uint64_t& totalTicks)
 {
     TextReader reader;
     return ReadTotalTicks(reader, totalTicks);

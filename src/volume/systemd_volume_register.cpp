@@ -89,7 +89,7 @@ bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::ve
     // Not by fs::directory_iterator, which ends the process where memory is out.
     std::vector<std::string> entries;
     int error = DirectoryEntries(kPackagesDirectory, entries);
-    if (error == 0 && !std::filesystem::exists(kPackagesDirectory)) {
+    if (error == 0 && MLIBCFileExist(kPackagesDirectory) == 0) {
         error = ENOENT;
     }
     if (error != 0) {

@@ -1,5 +1,6 @@
 #include "support/machine.h"
 
+#include "sandbox/mounting.h"
 #include "sandbox/private_root.h"
 #include "support/environment.h"
 #include "support/texts.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <mutex>
 #include <sstream>
@@ -104,7 +106,13 @@ void EnterMachine()
     MakeEnvironmentKnown();
     const fs::path program = fs::canonical("/proc/self/exe");
     Require(unshare(CLONE_NEWNS) == 0, "no mount namespace (are you root?)");
-    Sandbox::EnterPrivateRoot({program.parent_path().parent_path()});
+    if (std::getenv("MERO_ROOT_IS_PRIVATE") != nullptr) { // an emulator cannot make one
+        Sandbox::KeepMountsPrivate();
+        Require(umount2("/sys", MNT_DETACH) == 0, "/sys");
+        fs::remove("/dev/log");
+    } else {
+        Sandbox::EnterPrivateRoot({program.parent_path().parent_path()});
+    }
     // A program that was started in a chroot has its path outside of it now; there has to be a file.
     if (const fs::path path = fs::read_symlink("/proc/self/exe"); !fs::exists(path)) {
         Machine::Write(path, "");

@@ -172,7 +172,7 @@ TEST_F(Isolation, TheStateIsTold)
     std::map<std::string, std::string> cases{
         {"target=a.target" + pid, "a.target"}, {"target=" + name + "b" + pid, name}, {"target=" + pid, ""}};
     for (const std::string& text : {pid, "target=a"s, a + "x", a + "99999999999999999999", a + "2147483647", a + "-1",
-                                    a + std::to_string(getpid() + (1L << 32))}) {
+                                    a + std::to_string(getpid() + (1LL << 32))}) {
         cases[text] = no;
     }
     IsolateState state{.isolating = true, .target = "before"};

@@ -237,6 +237,7 @@ TEST_F(TextFiles, AreTouchedAndFound)
     EXPECT_GT(fs::last_write_time("/run/a"), fs::file_time_type::clock::now() - std::chrono::minutes(1));
     EXPECT_EQ(Read("/run/a"), "text");
     EXPECT_TRUE(MLIBCFileExist("/run/a") == 1 && MLIBCFileExist("/run/none") == 0 && MLIBCFileCheckDir("/run") == 0);
+    EXPECT_EQ(std::system("mkdir /run/2065 && touch -d @3000000000 /run/2065") + MLIBCFileCheckDir("/run/2065"), 0);
 }
 
 TEST_F(TextFiles, TellCapabilitiesAndTheBootStep)

@@ -47,7 +47,7 @@ std::string Io(int read, int written)
 TEST_F(Snapshots, AreReadFromTheirFiles)
 {
     const auto read = [](const std::string& file, int pid) {
-        unsigned long a = 0, b = 0;
+        std::uint64_t a = 0, b = 0;
         const auto get = file == "stat" ? Process::CPUTickGet : Process::IOGet;
         const bool done = file == "smaps" ? Process::PssGet(pid, a) : get(pid, a, b);
         return done ? std::to_string(a) + " " + std::to_string(b) : kNone;
@@ -84,7 +84,7 @@ TEST_F(Snapshots, AreReadFromTheirFiles)
     for (const std::string text : {"", "cpu 1 2 3 4 5 6 7\n8\n", "intr 1 2 3 4 5 6 7 8", "cpu  1 2 3 4 5 6 7 8 9\n"}) {
         const Fake fake("/proc/stat", text);
         const bool isWhole = text.ends_with("9\n");
-        unsigned long total = 0;
+        std::uint64_t total = 0;
         EXPECT_TRUE(Process::TotalTickGet(total) == isWhole && (!isWhole || total == 36)) << text << total;
     }
     process.End();

@@ -19,7 +19,7 @@ namespace {
 
 const Clock::time_point kBegin{1h};
 
-ProcessReading Process(int pid, double cpuSeconds, unsigned long read = 0, unsigned long written = 0)
+ProcessReading Process(int pid, double cpuSeconds, std::uint64_t read = 0, std::uint64_t written = 0)
 {
     return {pid, "", cpuSeconds, 100, read, written};
 }
@@ -52,9 +52,9 @@ TEST_F(Screen, HasColumnsNotBytes)
 
 TEST(Figures, AreShortInTheirUnits)
 {
-    const std::pair<unsigned long, const char*> memories[] = {
+    const std::pair<std::uint64_t, const char*> memories[] = {
         {0, "0 B"},        {1, "1.0 KiB"},         {999, "999.0 KiB"},   {1000, "1.0 MiB"},
-        {1536, "1.5 MiB"}, {1023948, "999.9 MiB"}, {1023949, "1.0 GiB"}, {3UL << 40, "3.0 PiB"},
+        {1536, "1.5 MiB"}, {1023948, "999.9 MiB"}, {1023949, "1.0 GiB"}, {3ULL << 40, "3.0 PiB"},
     };
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;

@@ -50,7 +50,7 @@ const Argument& Argument::TakeAs(std::string (*form)(std::string value)) const
     return *this;
 }
 
-const Argument& Argument::MustLie(long least, long most) const
+const Argument& Argument::MustLie(long long least, long long most) const
 {
     option_->check(CLI::Range(least, most).description(""));
     return *this;

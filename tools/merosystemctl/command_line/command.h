@@ -31,7 +31,7 @@ public:
     const Argument& MustPass(Check check) const;
     /// Values are taken as this makes them, before they are checked.
     const Argument& TakeAs(std::string (*form)(std::string value)) const;
-    const Argument& MustLie(long least, long most) const;
+    const Argument& MustLie(long long least, long long most) const;
     const Argument& Needs(const Argument& other) const;
     const Argument& Excludes(const Argument& other) const;
 

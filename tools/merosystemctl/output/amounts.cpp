@@ -38,7 +38,7 @@ std::string PercentText(double share)
     return Fixed(share * 100, 1) + "%";
 }
 
-std::string MemoryText(unsigned long kB)
+std::string MemoryText(std::uint64_t kB)
 {
     return BytesText(static_cast<double>(kB) * 1024);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace MERO::Tool {
@@ -7,7 +8,7 @@ namespace MERO::Tool {
 // Amounts as people read them.
 std::string SecondsText(double seconds);     ///< "12.34"
 std::string PercentText(double share);       ///< of 1: "12.3%"
-std::string MemoryText(unsigned long kB);    ///< "12.3 MiB"
+std::string MemoryText(std::uint64_t kB);    ///< "12.3 MiB"
 std::string RateText(double bytesPerSecond); ///< "12.3 KiB/s"
 
 } // namespace MERO::Tool

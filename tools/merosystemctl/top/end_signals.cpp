@@ -52,7 +52,8 @@ EndSignals::Wake EndSignals::WaitUntil(std::chrono::steady_clock::time_point tim
     using namespace std::chrono;
     const nanoseconds left = std::max<nanoseconds>(time - steady_clock::now(), 0ns);
     const seconds whole = duration_cast<seconds>(left);
-    const timespec timeout{.tv_sec = whole.count(), .tv_nsec = (left - whole).count()};
+    const timespec timeout{.tv_sec = static_cast<std::time_t>(whole.count()),
+                           .tv_nsec = static_cast<long>((left - whole).count())};
     pollfd awaited[] = {{descriptor_, POLLIN, 0}, {input, POLLIN, 0}};
     const int ready = ppoll(awaited, std::size(awaited), &timeout, nullptr);
     if (ready < 0) {

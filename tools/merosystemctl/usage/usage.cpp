@@ -65,8 +65,8 @@ Reading ReadAgain(const Reading& before)
     const auto ticksPerSecond = static_cast<double>(sysconf(_SC_CLK_TCK));
     Reading reading{.slice = before.slice, .time = Clock::now(), .processes = {}};
     for (ProcessReading process : before.processes) {
-        unsigned long user = 0;
-        unsigned long system = 0;
+        std::uint64_t user = 0;
+        std::uint64_t system = 0;
         if (Process::CPUTickGet(process.pid, user, system) &&
             Process::IOGet(process.pid, process.readBytes, process.writtenBytes)) {
             process.cpuSeconds = static_cast<double>(user + system) / ticksPerSecond;

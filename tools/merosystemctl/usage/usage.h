@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,9 @@ struct ProcessReading {
     int pid = 0;
     std::string name;
     double cpuSeconds = 0;
-    unsigned long memory = 0; ///< kB
-    unsigned long readBytes = 0;
-    unsigned long writtenBytes = 0;
+    std::uint64_t memory = 0; ///< kB
+    std::uint64_t readBytes = 0;
+    std::uint64_t writtenBytes = 0;
 };
 
 /// What processes had used at a time: those of a slice, when it has a name.
