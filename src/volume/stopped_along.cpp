@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <optional>
 #include <set>
@@ -31,19 +32,24 @@ Texts ReadNote(const std::string& service)
     return units;
 }
 
-bool Note(int folder, const std::string& unit)
+/// A note that is there stays as it is.
+bool Note(const Descriptor& folder, const std::string& unit)
 {
-    return static_cast<bool>(
-        Descriptor(openat(folder, unit.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)));
+    return static_cast<bool>(Descriptor(
+               openat(folder.Get(), unit.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644))) ||
+           errno == EEXIST;
 }
 
-/// False, with errno, when it cannot be written whole.
+/// Each of them, although one fails: false, with its errno.
 bool WriteNote(const std::string& service, const Texts& units)
 {
     const DirectoryWalk folder = WalkToDirectory(kNotes + NormalizedUnitNameGet(service), IfMissing::Make);
-    return folder.directory && std::all_of(units.begin(), units.end(), [&](const std::string& unit) {
-               return Note(folder.directory.Get(), unit);
-           });
+    int error = folder.error;
+    for (const std::string& unit : folder.directory ? units : Texts()) {
+        error = Note(folder.directory, unit) ? error : errno;
+    }
+    errno = error;
+    return error == 0;
 }
 
 /// What is noted for services that pass.
@@ -107,7 +113,8 @@ Texts FindStopping(const std::string& service, const Texts& noted, UnitFactsTabl
     }
     for (const std::string& unit : noted) {
         const UnitFacts* self = facts.Find(service);
-        if (self != nullptr && Contains(FindStoppers({unit}, facts).value_or(Texts()), self->id)) {
+        if (self != nullptr && !Contains(stopping, unit) &&
+            Contains(FindStoppers({unit}, facts).value_or(Texts()), self->id)) {
             stopping.push_back(unit);
         }
     }
@@ -167,9 +174,8 @@ void StartStoppedAlong(SourceLine where, const Texts& services)
     const Texts down = StartAgain(where, *starting, "the release");
     for (const std::string& service : services) {
         Texts units = ReadNote(service);
-        std::erase_if(units, [&](const std::string& unit) {
-            return Contains(down, unit) && Contains(starting->units, unit);
-        });
+        std::erase_if(units,
+                      [&](const std::string& unit) { return Contains(down, unit) && Contains(starting->units, unit); });
         DropNote(service, units);
     }
 }
