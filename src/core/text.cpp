@@ -5,11 +5,18 @@
 
 #include <boost/algorithm/string.hpp>
 
+#include <algorithm>
+
 namespace MERO::Systemd {
 
 std::string Join(const Texts& texts, const char* between)
 {
     return boost::algorithm::join(texts, between);
+}
+
+bool Contains(const Texts& texts, const std::string& text)
+{
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
 std::string Concatenate(const Texts& lines)

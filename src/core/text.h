@@ -10,6 +10,8 @@ using Texts = std::vector<std::string>;
 /// Units as messages show them, and a command's lines where they stand in one line of the log.
 std::string Join(const Texts& texts, const char* between = ", ");
 
+bool Contains(const Texts& texts, const std::string& text);
+
 /// Lines that kept their newlines, as one text.
 std::string Concatenate(const Texts& lines);
 

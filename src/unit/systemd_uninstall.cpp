@@ -5,6 +5,7 @@
 #include "unit/unit_file.h"
 #include "unit/unit_operation.h"
 #include "volume/reason_store.h"
+#include "volume/stopped_along.h"
 
 #include <merocore/file.h>
 #include <merocore/process.h>
@@ -99,6 +100,7 @@ bool RemoveTraces(const std::string& unit)
     if (MLIBCExec("/bin/rm", "-rf", ReasonDirectory(unit).c_str(), nullptr, nullptr) < 0) {
         MERO_LOG(LOG_WARNING, "Failed to remove reasons for [%s]", unit.c_str());
     }
+    ForgetStoppedAlong({unit});
     return true;
 }
 

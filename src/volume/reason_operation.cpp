@@ -3,31 +3,72 @@
 #include "core/errors.h"
 #include "core/failed_units.h"
 #include "core/text.h"
+#include "recovery/caller_watcher.h"
 #include "unit/unit_operation.h"
 #include "volume/reason_store.h"
+#include "volume/stopped_along.h"
 
 #include <merosystemd/systemd.hpp>
 
+#include <unistd.h>
+
 namespace MERO::Systemd {
+
+namespace {
+
+struct Release {
+    SourceLine where;
+    AfterRelease after;
+    const std::string& reason;
+    const Texts& services;
+    const ReasonChange change{services};
+
+    bool Run(Texts& failed) const
+    {
+        Texts released;
+        const bool unlinked = UnlinkReasons(reason, services, released, failed);
+        if (released.empty()) {
+            return false;
+        }
+        const bool changed = change.HappenedTo(released);
+        Texts ignored;
+        (void)MEROSystemdResetFailed(released, ignored);
+        const bool started = after == AfterRelease::LeaveStopped || MEROSystemdStart(released, failed);
+        if (changed) {
+            (void)MEROSystemdDaemonReload(); // its result does not count here, unlike in a stop by reason
+        }
+        if (after == AfterRelease::LeaveStopped) {
+            ForgetStoppedAlong(released);
+        } else {
+            StartStoppedAlong(where, released);
+        }
+        return unlinked && started;
+    }
+};
+
+/// What the watcher does when its caller is gone: all of it, whatever had been done.
+void GoOnForCaller(pid_t caller, const Release& release)
+{
+    MERO_LOG_AT(release.where, LOG_WARNING, "pid[%d] ended while it was starting [%s] by reason [%s]: this goes on.",
+                caller, Join(release.services).c_str(), release.reason.c_str());
+    Texts ignored;
+    (void)release.Run(ignored);
+}
+
+} // namespace
 
 bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, const std::string& reason,
                    const Texts& services, Texts& failed)
 {
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
-    const ReasonChange change(services);
-    Texts released;
-    const bool unlinked = UnlinkReasons(reason, services, released, failed);
-    if (released.empty()) {
-        return false;
+    const Release release{.where = where, .after = after, .reason = reason, .services = services};
+    CallerWatcher watcher;
+    if (after == AfterRelease::Start && IsStoppedAlongNoted(services)) {
+        (void)watcher.Start(
+            {}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
+        watcher.Arm();
     }
-    const bool changed = change.HappenedTo(released);
-    Texts ignored;
-    (void)MEROSystemdResetFailed(released, ignored);
-    const bool started = after == AfterRelease::LeaveStopped || MEROSystemdStart(released, failed);
-    if (changed) {
-        (void)MEROSystemdDaemonReload(); // its result does not count here, unlike in a stop by reason
-    }
-    return unlinked && started;
+    return release.Run(failed);
 }
 
 bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std::string& strReason,

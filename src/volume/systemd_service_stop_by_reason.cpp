@@ -1,8 +1,10 @@
 #include "core/directory_walk.h"
 #include "core/errors.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "volume/reason_operation.h"
 #include "volume/reason_store.h"
+#include "volume/stopped_along.h"
 
 #include <merocore/file.h>
 #include <merosystemd/systemd.hpp>
@@ -44,6 +46,9 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
         return false;
     }
     const bool changed = change.HappenedTo(held);
+    if (ConfiguredSystemctlDialect().isOfToday) {
+        NoteStoppedAlong(MERO_HERE, held);
+    }
     const bool stopped = MEROSystemdStop(held, vecFailed);
     const bool reloaded = !changed || MEROSystemdDaemonReload();
     return held.size() == vecServices.size() && stopped && reloaded;

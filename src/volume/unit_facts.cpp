@@ -13,6 +13,8 @@ namespace {
 
 /// The dependencies by which a stop spreads: see UNIT_ATOM_PROPAGATE_STOP in systemd's unit-dependency-atom.c.
 constexpr std::array kSpreading{"RequiredBy", "RequisiteOf", "BoundBy", "ConsistsOf", "PropagatesStopTo"};
+/// The same, as the units say that are stopped.
+constexpr std::array kSpreadFrom{"Requires", "Requisite", "BindsTo", "PartOf", "StopPropagatedFrom"};
 
 constexpr std::array kRunning{"active", "activating", "reloading", "refreshing"};
 
@@ -22,20 +24,28 @@ Texts Words(const std::string& text)
     return {std::istream_iterator<std::string>(words), {}};
 }
 
+template <std::size_t N>
+Texts AllWords(UnitProperties& shown, const std::array<const char*, N>& properties)
+{
+    Texts all;
+    for (const char* property : properties) {
+        const Texts some = Words(shown[property]);
+        all.insert(all.end(), some.begin(), some.end());
+    }
+    return all;
+}
+
 UnitFacts FactsOf(UnitProperties& shown)
 {
-    UnitFacts facts{.id = shown["Id"],
-                    .state = shown["ActiveState"],
-                    .result = shown["Result"],
-                    .mountPoint = shown["Where"],
-                    .canStart = shown["CanStart"] == "yes",
-                    .takesDown = {},
-                    .triggers = Words(shown["TriggeredBy"])};
-    for (const char* dependency : kSpreading) {
-        const Texts units = Words(shown[dependency]);
-        facts.takesDown.insert(facts.takesDown.end(), units.begin(), units.end());
-    }
-    return facts;
+    return {.id = shown["Id"],
+            .names = Words(shown["Names"]),
+            .state = shown["ActiveState"],
+            .result = shown["Result"],
+            .mountPoint = shown["Where"],
+            .canStart = shown["CanStart"] == "yes",
+            .takesDown = AllWords(shown, kSpreading),
+            .takenDownBy = AllWords(shown, kSpreadFrom),
+            .triggers = Words(shown["TriggeredBy"])};
 }
 
 } // namespace
@@ -50,6 +60,7 @@ bool UnitFactsTable::Ask(const Texts& units)
     static const Texts kProperties = [] {
         Texts all{"Id", "Names", "ActiveState", "Result", "Where", "CanStart", "TriggeredBy"};
         all.insert(all.end(), kSpreading.begin(), kSpreading.end());
+        all.insert(all.end(), kSpreadFrom.begin(), kSpreadFrom.end());
         return all;
     }();
     Texts unknown;
@@ -64,7 +75,7 @@ bool UnitFactsTable::Ask(const Texts& units)
     }
     for (UnitProperties& unit : *shown) {
         const auto facts = std::make_shared<const UnitFacts>(FactsOf(unit));
-        for (const std::string& name : Words(unit["Names"])) {
+        for (const std::string& name : facts->names) {
             facts_[name] = facts;
         }
     }

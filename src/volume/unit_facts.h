@@ -7,15 +7,17 @@
 
 namespace MERO::Systemd {
 
-/// What systemd says of a unit that may stop for an unmounting.
+/// What systemd says of a unit that may stop.
 struct UnitFacts {
-    std::string id;                     ///< its own name, not an alias
-    std::string state;                  ///< ActiveState
-    std::string result;                 ///< of its last run: "success", or what went wrong
-    std::string mountPoint;             ///< of a mount and an automount
-    bool canStart = false;              ///< by hand: scopes, and units with RefuseManualStart, cannot be
-    std::vector<std::string> takesDown; ///< the units that systemd stops with it
-    std::vector<std::string> triggers;  ///< the sockets, paths and timers that start it on demand
+    std::string id;                       ///< its own name, not an alias
+    std::vector<std::string> names;       ///< that, and its aliases
+    std::string state;                    ///< ActiveState
+    std::string result;                   ///< of its last run: "success", or what went wrong
+    std::string mountPoint;               ///< of a mount and an automount
+    bool canStart = false;                ///< by hand: scopes, and units with RefuseManualStart, cannot be
+    std::vector<std::string> takesDown;   ///< the units that systemd stops with it
+    std::vector<std::string> takenDownBy; ///< the units that it stops with
+    std::vector<std::string> triggers;    ///< the sockets, paths and timers that start it on demand
 
     /// Whether stopping it means something: it is active or on the way there.
     bool IsRunning() const;

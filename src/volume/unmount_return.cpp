@@ -3,10 +3,10 @@
 
 #include "core/interruption.h"
 #include "core/log.h"
-#include "core/names.h"
 #include "core/text.h"
 #include "recovery/left_over_systemctl.h"
 #include "unit/unit_properties.h"
+#include "volume/start_again.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -36,13 +36,6 @@ std::set<std::string> JobNames(const Texts& units)
     return names;
 }
 
-/// A target's start would start all that it wants, and a slice's has no use for that either.
-bool StartsByItself(const std::string& unit)
-{
-    const std::string type = UnitTypeGet(unit);
-    return type == "target" || type == "slice";
-}
-
 /// Those of the units that do not run, for one line of the log in any dialect.
 Texts Down(const Texts& units)
 {
@@ -51,29 +44,6 @@ Texts Down(const Texts& units)
         return MEROSystemdActiveStatusGet(unit) != MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
     });
     return down;
-}
-
-bool Runs(const std::string& unit, const UnitFactsTable& facts)
-{
-    const UnitFacts* known = facts.Find(unit);
-    return known != nullptr && known->IsRunning();
-}
-
-/// Starts units in their order, and targets and slices after them.
-void Start(const Texts& down)
-{
-    Texts units, targets, failed;
-    std::partition_copy(down.begin(), down.end(), std::back_inserter(targets), std::back_inserter(units),
-                        StartsByItself);
-    // systemctl queues them one by one, and a socket cannot be started once its service runs.
-    std::stable_partition(units.begin(), units.end(),
-                          [](const std::string& unit) { return UnitTypeGet(unit) != "service"; });
-    if (!units.empty()) {
-        (void)MEROSystemdStart(units, failed);
-    }
-    if (!targets.empty()) {
-        (void)MEROSystemdStartWithOptions({"--job-mode=ignore-dependencies"}, targets, failed);
-    }
 }
 
 } // namespace
@@ -125,36 +95,7 @@ bool UnmountReturn::WaitForJobs() const
 
 bool UnmountReturn::StartUnits() const
 {
-    Texts all = units;
-    all.insert(all.end(), lost.begin(), lost.end());
-    UnitFactsTable facts;
-    if (!facts.Ask(all)) {
-        MERO_LOG(LOG_ERR, "systemd does not say whether [%s] run again.", Join(all).c_str());
-        return false;
-    }
-    std::erase_if(all, [&](const std::string& unit) { return facts.Find(unit) == nullptr || Runs(unit, facts); });
-    // What the end target has tried is not tried again, unless it may have waited for one of the others.
-    const auto wasTried = [&](const std::string& unit) {
-        return std::find(services.begin(), services.end(), unit) != services.end();
-    };
-    Texts down;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(down),
-                 [&](const std::string& unit) { return std::find(lost.begin(), lost.end(), unit) == lost.end(); });
-    if (!std::all_of(down.begin(), down.end(), wasTried)) {
-        Start(down);
-        facts = UnitFactsTable();
-        (void)facts.Ask(all);
-    }
-    for (const std::string& unit : all) {
-        const UnitFacts* known = facts.Find(unit);
-        if (known != nullptr && !known->IsRunning()) {
-            MERO_LOG(LOG_ERR, "[%s] does not run after the unmounting: it is %s, its result is [%s]%s.", unit.c_str(),
-                     known->state.c_str(), known->result.c_str(),
-                     std::find(lost.begin(), lost.end(), unit) != lost.end() ? ", and it cannot be started by hand"
-                                                                             : "");
-        }
-    }
-    return std::all_of(all.begin(), all.end(), [&](const std::string& unit) { return Runs(unit, facts); });
+    return StartAgain(MERO_HERE, {.units = units, .lost = lost, .tried = services}, "the unmounting").empty();
 }
 
 } // namespace MERO::Systemd

@@ -231,65 +231,27 @@ Texts UnitsOf(const VolumeStops& stops)
     return units;
 }
 
-/// Asks for the units that stop, for those that stop with them, and so on from there. A unit that does not run passes
-/// the stop on all the same.
-bool AskDependents(VolumeStopSet& set)
+void AddDependents(VolumeStopSet& set)
 {
-    for (Texts level = UnitsOf(set.stops); !level.empty();) {
-        if (!set.facts.Ask(level)) {
-            return false;
-        }
-        Texts next;
-        for (const std::string& unit : level) {
-            const UnitFacts* facts = set.facts.Find(unit);
-            const Texts taken = facts != nullptr ? facts->takesDown : Texts();
-            std::copy_if(taken.begin(), taken.end(), std::back_inserter(next),
-                         [&](const std::string& dependent) { return set.facts.Find(dependent) == nullptr; });
-        }
-        std::sort(next.begin(), next.end());
-        next.erase(std::unique(next.begin(), next.end()), next.end());
-        level = std::move(next);
-    }
-    return true;
-}
-
-/// Puts the unit behind all that stop with it.
-void Visit(const UnitFactsTable& table, const std::string& unit, const std::string& takenBy,
-           std::set<std::string>& visited, std::vector<Dependent>& backwards)
-{
-    const UnitFacts* facts = table.Find(unit);
-    if (facts == nullptr || !visited.insert(facts->id).second) {
+    const Texts units = UnitsOf(set.stops);
+    const auto all = FindDependents(units, set.facts);
+    if (!all) {
+        MERO_LOG(LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(units).c_str());
+        set.startOrder = units;
         return;
     }
-    for (const std::string& dependent : facts->takesDown) {
-        Visit(table, dependent, facts->id, visited, backwards);
-    }
-    backwards.push_back({.unit = facts->id, .takenBy = takenBy});
-}
-
-void FindDependents(VolumeStopSet& set)
-{
-    if (!AskDependents(set)) {
-        MERO_LOG(LOG_WARNING, "systemd does not say which units stop along with [%s].",
-                 Join(UnitsOf(set.stops)).c_str());
-        set.startOrder = UnitsOf(set.stops);
-        return;
-    }
-    std::set<std::string> visited;
-    std::vector<Dependent> backwards;
     std::set<std::string> stopping;
-    for (const auto& [unit, causes] : set.stops) {
+    for (const std::string& unit : units) {
         const UnitFacts* facts = set.facts.Find(unit);
         stopping.insert(facts != nullptr ? facts->id : unit);
-        Visit(set.facts, unit, "", visited, backwards);
     }
-    for (auto one = backwards.rbegin(); one != backwards.rend(); ++one) {
-        const bool stops = stopping.contains(one->unit);
-        if (!stops && set.facts.Find(one->unit)->IsRunning()) {
-            set.dependents.push_back(*one);
+    for (const Dependent& one : *all) {
+        const bool stops = stopping.contains(one.unit), runs = set.facts.Find(one.unit)->IsRunning();
+        if (!stops && runs) {
+            set.dependents.push_back(one);
         }
-        if (stops || set.facts.Find(one->unit)->IsRunning()) {
-            set.startOrder.push_back(one->unit);
+        if (stops || runs) {
+            set.startOrder.push_back(one.unit);
         }
     }
 }
@@ -352,7 +314,7 @@ bool FindVolumeStops(const Texts& volumes, VolumeStopSet& set)
     }
     AddUsers(set);
     if (set.isOfToday) {
-        FindDependents(set);
+        AddDependents(set);
         FindTriggers(set);
     }
     return true;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "volume/unit_facts.h"
+#include "volume/dependents.h"
 
 #include <merosystemd/volume.hpp>
 
@@ -12,12 +12,6 @@ namespace MERO::Systemd {
 
 /// The units that stop while volumes are unmounted, by name, and why.
 using VolumeStops = std::map<std::string, std::vector<StopCause>>;
-
-/// A unit that systemd stops along with another one.
-struct Dependent {
-    std::string unit;
-    std::string takenBy;
-};
 
 /// All that goes down while volumes are unmounted.
 struct VolumeStopSet {

@@ -30,7 +30,7 @@ std::string WithoutProgress(const std::string& output)
     std::istringstream lines(output);
     std::string rest;
     for (std::string line; std::getline(lines, line);) {
-        rest += isProgress(line) ? "" : line + "\n";
+        rest += isProgress(line) && !line.starts_with("merosystemctl: ") ? "" : line + "\n";
     }
     return rest;
 }
@@ -77,7 +77,7 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"reload slow-to-stop", 0, ""},
         {"status slow-to-stop", 3, "UNIT .*\nslow-to-stop +loaded +deactivating +static +stop running .*"},
         {"reset-failed unknown", 4, "merosystemctl: unknown: reset-failed failed: there is no such unit\n"},
-        {"reason add check boot", 0, ""},
+        {"reason add --no-protect check boot", 0, ""},
         {"mask --runtime hidden", 0, ""},
         {"status web slow boot hidden nowhere", 4,
          "UNIT .*\nweb +loaded +active +static +- +- +web.service\n"
@@ -133,23 +133,58 @@ TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
     Expect({{"start --no-block slow", 0, ""}, {"stop slow", 0, ""}});
 }
 
-TEST_F(Merosystemctl, TwoReasonsHoldAServiceUntilBothAreGone)
+TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRuns)
 {
-    // The drop-in that keeps a held service from starting, with a condition of systemd's own.
-    Unit("web.service.d/reason.conf", "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n");
+    const std::string kSleeps = "[Service]\nExecStart=/bin/sleep infinity\n", kLinked = "/mero-reason.conf";
+    const std::string kOwn = "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
+    Unit("base.service", kSleeps), Unit("base.service.d" + kLinked, kOwn);
+    Unit("odd.service", kSleeps), Unit("odd.service.d" + kLinked, "[Unit]\n");
+    Unit("page.service", "[Unit]\nRequires=web.service base.service\nAfter=web.service base.service\n" + kSleeps);
+    Unit("page.socket", "[Unit]\nPartOf=page.service\n[Socket]\nListenStream=/run/page\n");
+    Unit("part.service", "[Unit]\nPartOf=web.service\n" + kSleeps);
     Load();
-    const std::string kHead = "UNIT .*\nweb +loaded +";
+    Shell("ln -s web.service /run/systemd/system/alias.service");
+    const std::string kSays = "merosystemctl: ", kGuarded = ": a drop-in keeps it from starting until [^\n]*\n";
+    const auto held = [](const std::string& reason) {
+        return "by the reason " + reason + " since [^\n]*\n  -> merosystemctl reason release " + reason;
+    };
     Expect({
-        {"start web boot", 0, ""},
-        {"reason add upgrade web boot", 0, ""},
-        {"reason add check web.service", 0, ""},
-        {"start web", 0, ""}, // a start whose condition fails is no failure
-        {"status web", 3, kHead + "inactive +static +- +(check upgrade|upgrade check) .*"},
-        {"reason release upgrade web boot", 0, ""},
-        {"status web", 3, kHead + "inactive +static +- +check .*"},
-        {"reason release check web", 0, ""},
-        {"status web", 0, kHead + "active +static +- +- .*"},
+        {"start web base odd page.socket page part", 0, ""},
+        {"reason add upgrade web boot nowhere", 4,
+         kSays + "nowhere: [^\n]* no such unit\n" + kSays + "web.service" + kGuarded + kSays + "boot.service" +
+             kGuarded},
+        {"reason add check alias base odd", 0,
+         kSays + "odd.service: [^\n]*/odd.service.d" + kLinked + " is not ours\n"},
+        {"reason add own part", 0, kSays + "part.service" + kGuarded},
+        {"start slow-to-stop alias", 3,
+         kSays + "alias: held " + held("check") + " web.service\n" + kSays + "alias: held " + held("upgrade") + ".*"},
+        {"status slow-to-stop", 0, ".*"},
+        {"reason release other web", 3, kSays + "web: it does not have the reason other\n"},
+        {"reason release upgrade web boot", 0, kSays + "boot.service: the drop-in [^\n]* is gone\n"},
     });
+    EXPECT_EQ(
+        Shell("systemctl start web; systemctl is-active web; ls -d /run/merosystemd/reasons/nowhere* 2> /dev/null; "
+              "cat /run/systemd/system/odd.service.d" +
+              kLinked)
+            .output,
+        "inactive\n[Unit]\n");
+    Expect({
+        {"reason release check alias", 0, kSays + "web.service: the drop-in [^\n]* is gone\n"},
+        {"status web page page.socket part", 3,
+         "UNIT .*\nweb +loaded +active .*\npage +loaded +inactive .*\n"
+         "page.socket +loaded +inactive .*\npart +loaded +inactive .*"},
+        {"reason release check base odd", 0, ""},
+        {"status web base odd page page.socket", 0, ".*"},
+        {"reason add check web", 0, ".*"},
+        {"reason remove own part", 0, ".*"},
+    });
+    Unit("web.service.d/slow.conf", "[Service]\nExecStartPre=/bin/sleep 1\n");
+    Load();
+    Shell(std::string(MEROSYSTEMCTL) + " reason release check web & sleep 0.7; kill -KILL $!");
+    EXPECT_TRUE(Reaches("page.service", "active")) << "whoever released it was killed";
+    EXPECT_TRUE(Comes([] { return Shell("find /run/merosystemd/stopped-along -type f").output == ""; }));
+    EXPECT_NE(ActiveState("part"), "active");
+    Shell("rm /run/systemd/system/alias.service");
 }
 
 TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
@@ -183,7 +218,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
         {"why off", 3, ".*\nconflict +rival.service runs\n +-> merosystemctl stop rival.service\ndisabled .*"},
         {"why quick", 3, ".*\nvolume +stopped while a volume [^\n]*\n.*"},
         {"stop unmount-volume-begin.target rival", 0, ""},
-        {"reason add check off", 0, ""},
+        {"reason add --no-protect check off", 0, ""},
         {"mask off", 0, ""},
         {"why off", 3,
          ".*\nheld +by the reason check since .*\nmasked +it cannot be started\n.*unmask off.service\n.*"},

@@ -77,6 +77,48 @@ TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLas
     }
 }
 
+TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
+{
+    const std::string notes = "/run/merosystemd/stopped-along/";
+    const std::pair<std::string, std::string> units[] = {
+        {"a.service", "RequiredBy=b.service\nConsistsOf=own.service\n"},
+        {"b.service", "Requires=a.service c.service\nConsistsOf=b.socket b.target\n"},
+        {"b.socket", "PartOf=b.service\n"},
+        {"b.target", "PartOf=b.service\n"},
+        {"c.service", ""},
+        {"own.service", ""},
+    };
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        // what is in the way of the notes, what is said of it, and what starts with the last release
+        {"/run/nothing", "", "start c, start b.socket b.service, start --job-mode=ignore-dependencies b.target"},
+        {notes + "a.service",
+         "WARNING Cannot note that [b.service, b.target, b.socket] stop along with [a.service]: ", "start c"},
+        {"/run/deaf", "WARNING systemd does not say which units stop along with [a.service].", "start c"},
+    };
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    SystemctlScript("case $1 in show) [ ! -e /run/deaf ] || exit 1; shift 2; for unit; do $next; next=echo; "
+                    "cat /run/units/$unit; done;; stop) ls " +
+                    notes +
+                    "$2.service/ > /run/noted; "
+                    "sed -i s/=active/=inactive/ /run/units/*;; esac");
+    for (const auto& [obstacle, said, started] : cases) {
+        fs::remove_all("/run/merosystemd");
+        for (const auto& [unit, relatives] : units) {
+            Write("/run/units/" + unit,
+                  "Id=" + unit + "\nNames=" + unit + "\nActiveState=active\nCanStart=yes\n" + relatives);
+        }
+        Write(obstacle, ""), Write(kRoot + "own.service/r", "");
+        EXPECT_TRUE(MEROSystemdServiceStopByReason("r", "a"));
+        EXPECT_EQ(Read("/run/noted"), said.empty() ? "b.service\nb.socket\nb.target\n" : "") << obstacle;
+        EXPECT_THAT(Said(kStop.file), Contains(StartsWith(said)));
+        EXPECT_TRUE(MEROSystemdServiceStopByReason("other", "c") && MEROSystemdServiceStartByReason("r", "a"));
+        EXPECT_TRUE(!Calls().empty() && MEROSystemdServiceStartByReason("other", "c"));
+        Texts calls = Calls();
+        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("start"); });
+        EXPECT_EQ(Join(calls), started) << obstacle;
+    }
+}
+
 TEST_F(Reasons, UnitsThatCannotHaveOneFailAndTheOthersGoOn)
 {
     const std::string noSlash = "string::npos == strReason.find(\"/\")";

@@ -80,7 +80,8 @@ TEST_F(Program, RunsTheCommandsOfSystemctl)
         EXPECT_THAT(Tool(arguments), FieldsAre(0, output)) << arguments;
         std::string calls;
         for (const std::string& call : Calls()) {
-            calls += call.starts_with("list-jobs") ? "" : (calls.empty() ? "" : ", ") + call;
+            const bool isQuestion = call.starts_with("list-jobs") || call.starts_with("show");
+            calls += isQuestion ? "" : (calls.empty() ? "" : ", ") + call;
         }
         EXPECT_EQ(calls, expected) << arguments;
     }
@@ -139,7 +140,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
         {"volume unmount /run/none/", 1, "/run/none: is not mounted\n"},
         {"volume plan /run/none", 1, "/run/none: is not mounted\n"},
-        {"reason add ../up a", 1, "reason add failed\n" + log},
+        {"reason add --no-protect ../up a", 1, "reason add failed\n" + log},
+        {"reason add r none", 4, "none: reason add failed: there is no such unit\n"},
+        {"reason release r b", 3, "b: it does not have the reason r\n"},
         {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
         {"cgroup show 4194304", 1, "4194304: there is no such process, or it has no cgroup of systemd's\n"},

@@ -1,14 +1,13 @@
 #include "diagnosis/diagnosis.h"
 
+#include "diagnosis/holds.h"
 #include "diagnosis/journal.h"
 #include "diagnosis/unit_properties.h"
 #include "output/text_width.h"
-#include "output/times.h"
 #include "output/words.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -48,22 +47,6 @@ std::string ProcessEnd(const UnitProperties& unit)
 std::string FailureText(const UnitProperties& unit)
 {
     return "result " + (unit["Result"].empty() ? "unknown" : unit["Result"]) + ProcessEnd(unit);
-}
-
-void AddReasons(const std::string& unit, std::vector<Cause>& causes)
-{
-    Texts reasons;
-    (void)MEROSystemdServiceReasonList(unit, reasons); // what is no service has none
-    std::sort(reasons.begin(), reasons.end());
-    for (const std::string& reason : reasons) {
-        struct stat file;
-        const bool isThere = stat(("/run/merosystemd/reasons/" + unit + "/" + reason).c_str(), &file) == 0;
-        causes.push_back(
-            {"held",
-             "by the reason " + reason +
-                 (isThere ? " since " + TimeText(file.st_mtime) + " (" + AgeText(file.st_mtime) + ")" : ""),
-             kTool + "reason release " + reason + " " + unit});
-    }
 }
 
 void AddUnitFileState(const UnitProperties& unit, std::vector<Cause>& causes)
@@ -221,8 +204,7 @@ std::optional<Diagnosis> Diagnose(const std::string& name)
     if (diagnosis.load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
         return diagnosis;
     }
-    std::vector<Cause>& causes = diagnosis.causes;
-    AddReasons(diagnosis.unit, causes);
+    std::vector<Cause>& causes = diagnosis.causes = HoldsOf(diagnosis.unit);
     AddJob(unit, causes);
     if (Runs(unit)) {
         return diagnosis;

@@ -27,12 +27,16 @@ int SystemdVersion()
 
 } // namespace
 
-void WarnOfDialect()
+bool IsDialectOfToday()
 {
     char dialect[64];
-    const bool isCurrent = MLIBCFileGetKeyValue(kConfiguration, "dialect", dialect, sizeof dialect, 0) == 0 &&
-                           std::strcmp(dialect, "current") == 0;
-    const int version = isCurrent ? 0 : SystemdVersion(); // no process more where all is as it usually is
+    return MLIBCFileGetKeyValue(kConfiguration, "dialect", dialect, sizeof dialect, 0) == 0 &&
+           std::strcmp(dialect, "current") == 0;
+}
+
+void WarnOfDialect()
+{
+    const int version = IsDialectOfToday() ? 0 : SystemdVersion(); // no process more where all is as it usually is
     if (version >= kFirstCurrent) {
         PrintError("systemd " + std::to_string(version) + " speaks the current dialect: put dialect=current into " +
                    kConfiguration);

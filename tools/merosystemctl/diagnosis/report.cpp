@@ -25,12 +25,12 @@ void Unify(Texts& units)
     units.erase(std::unique(units.begin(), units.end()), units.end());
 }
 
+} // namespace
+
 bool IsMissing(const std::string& load)
 {
     return load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND);
 }
-
-} // namespace
 
 int ReportFailure(const std::string& what, int error)
 {

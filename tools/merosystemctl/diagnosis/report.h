@@ -7,6 +7,9 @@
 
 namespace MERO::Tool {
 
+/// Whether a LoadState says that there is no such unit.
+bool IsMissing(const std::string& load);
+
 /// Says that `what` failed and where the reason stands. The exit code: kTimedOut when the error register tells of a
 /// lock, kCannotRun when there is no systemctl, kFailed otherwise.
 int ReportFailure(const std::string& what, int error = MLIBCErrGet());

@@ -1,0 +1,191 @@
+#include "volume/stopped_along.h"
+
+#include "core/directory_entries.h"
+#include "core/directory_walk.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "core/text.h"
+#include "volume/dependents.h"
+#include "volume/start_again.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <optional>
+#include <set>
+
+namespace MERO::Systemd {
+namespace {
+
+const std::string kNotes = "/run/merosystemd/stopped-along/";
+
+Texts ReadNote(const std::string& service)
+{
+    Texts units;
+    (void)DirectoryEntries(kNotes + NormalizedUnitNameGet(service), units);
+    std::erase_if(units, [](const std::string& name) { return !HasKnownUnitType(name); });
+    return units;
+}
+
+/// A note that is there stays as it is.
+bool Note(const Descriptor& folder, const std::string& unit)
+{
+    return static_cast<bool>(Descriptor(
+               openat(folder.Get(), unit.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644))) ||
+           errno == EEXIST;
+}
+
+/// Each of them, although one fails: false, with its errno.
+bool WriteNote(const std::string& service, const Texts& units)
+{
+    const DirectoryWalk folder = WalkToDirectory(kNotes + NormalizedUnitNameGet(service), IfMissing::Make);
+    int error = folder.error;
+    for (const std::string& unit : folder.directory ? units : Texts()) {
+        error = Note(folder.directory, unit) ? error : errno;
+    }
+    errno = error;
+    return error == 0;
+}
+
+/// What is noted for services that pass.
+std::set<std::string> Noted(bool (*passes)(const std::string& service))
+{
+    Texts services;
+    (void)DirectoryEntries(kNotes, services);
+    std::set<std::string> all;
+    for (const std::string& service : services) {
+        const Texts units = passes(service) ? ReadNote(service) : Texts();
+        all.insert(units.begin(), units.end());
+    }
+    return all;
+}
+
+void DropNote(const std::string& service, const Texts& units)
+{
+    if (units.empty() || CheckServiceHasReason(service)) {
+        return;
+    }
+    const std::string folder = kNotes + NormalizedUnitNameGet(service) + "/";
+    for (const std::string& unit : units) {
+        (void)unlink((folder + unit).c_str());
+    }
+    if (CheckServiceHasReason(service)) { // since then
+        (void)WriteNote(service, units);
+    }
+}
+
+bool HasReason(const UnitFacts& unit)
+{
+    return std::any_of(unit.names.begin(), unit.names.end(), CheckServiceHasReason);
+}
+
+/// What may start of units that are noted, in the order of their starts. None when systemd does not say.
+std::optional<StoppedUnits> FindStarting(const std::set<std::string>& noted)
+{
+    UnitFactsTable facts;
+    const auto all = FindStoppers({noted.begin(), noted.end()}, facts);
+    if (!all) {
+        return std::nullopt;
+    }
+    StoppedUnits starting;
+    for (const std::string& unit : *all) {
+        const UnitFacts* known = facts.Find(unit);
+        if (noted.contains(unit) && !HasReason(*known)) {
+            (known->canStart ? starting.units : starting.lost).push_back(unit);
+        }
+    }
+    return starting;
+}
+
+/// What runs and stops along with a service, and what of the noted units would.
+Texts FindStopping(const std::string& service, const Texts& noted, UnitFactsTable& facts)
+{
+    Texts stopping;
+    for (const Dependent& one : FindDependents({service}, facts).value_or(std::vector<Dependent>())) {
+        if (facts.Find(one.unit)->IsRunning()) {
+            stopping.push_back(one.unit);
+        }
+    }
+    for (const std::string& unit : noted) {
+        const UnitFacts* self = facts.Find(service);
+        if (self != nullptr && !Contains(stopping, unit) &&
+            Contains(FindStoppers({unit}, facts).value_or(Texts()), self->id)) {
+            stopping.push_back(unit);
+        }
+    }
+    std::erase_if(stopping, [&](const std::string& unit) {
+        const UnitFacts* known = facts.Find(unit);
+        return known == nullptr || HasReason(*known);
+    });
+    return stopping;
+}
+
+} // namespace
+
+void NoteStoppedAlong(SourceLine where, const Texts& services)
+{
+    const ErrorKeeper keeper;
+    Texts names;
+    std::transform(services.begin(), services.end(), std::back_inserter(names), NormalizedUnitNameGet);
+    const std::set<std::string> others = Noted([](const std::string&) { return true; });
+    const Texts noted(others.begin(), others.end());
+    UnitFactsTable facts;
+    if (!FindDependents(names, facts) || !FindStoppers(noted, facts)) { // all in one go: nothing is asked below
+        MERO_LOG_AT(where, LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(names).c_str());
+        return;
+    }
+    for (const std::string& name : names) {
+        const Texts units = FindStopping(name, noted, facts);
+        if (!units.empty() && !WriteNote(name, units)) {
+            MERO_LOG_AT(where, LOG_WARNING, "Cannot note that [%s] stop along with [%s]: %m. They may stay stopped.",
+                        Join(units).c_str(), name.c_str());
+        }
+    }
+}
+
+bool IsStoppedAlongNoted(const Texts& services)
+{
+    const ErrorKeeper keeper;
+    return std::any_of(services.begin(), services.end(), [](const std::string& one) { return !ReadNote(one).empty(); });
+}
+
+void StartStoppedAlong(SourceLine where, const Texts& services)
+{
+    const ErrorKeeper keeper;
+    std::set<std::string> noted;
+    for (const std::string& service : services) {
+        const Texts units = CheckServiceHasReason(service) ? Texts() : ReadNote(service);
+        noted.insert(units.begin(), units.end());
+    }
+    for (const std::string& unit : Noted(CheckServiceHasReason)) {
+        noted.erase(unit);
+    }
+    const std::optional<StoppedUnits> starting = noted.empty() ? StoppedUnits() : FindStarting(noted);
+    if (!starting) {
+        MERO_LOG_AT(where, LOG_ERR, "systemd does not say whether [%s] run again.",
+                    Join({noted.begin(), noted.end()}).c_str());
+        return;
+    }
+    const Texts down = StartAgain(where, *starting, "the release");
+    for (const std::string& service : services) {
+        Texts units = ReadNote(service);
+        std::erase_if(units,
+                      [&](const std::string& unit) { return Contains(down, unit) && Contains(starting->units, unit); });
+        DropNote(service, units);
+    }
+}
+
+void ForgetStoppedAlong(const Texts& services)
+{
+    const ErrorKeeper keeper;
+    for (const std::string& service : services) {
+        DropNote(service, ReadNote(service));
+    }
+}
+
+} // namespace MERO::Systemd

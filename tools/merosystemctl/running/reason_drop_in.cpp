@@ -1,0 +1,152 @@
+#include "running/reason_drop_in.h"
+
+#include "diagnosis/holds.h"
+#include "diagnosis/report.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace MERO::Tool {
+namespace {
+
+const std::string kReasons = "/run/merosystemd/reasons/";
+const std::string kSource = "/run/merosystemd/mero-reason.conf"; // the drop-ins are links to it
+const std::string kText = "# merosystemctl puts this into a service's drop-ins for as long as a reason holds it.\n"
+                          "[Unit]\n"
+                          "ConditionDirectoryNotEmpty=!" +
+                          kReasons + "%n\n";
+
+std::string DropInFolder(const std::string& service)
+{
+    return "/run/systemd/system/" + service + ".d/";
+}
+
+std::string DropIn(const std::string& service)
+{
+    return DropInFolder(service) + "mero-reason.conf"; // as the library names it
+}
+
+std::string ReadFile(const std::string& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+/// Whether a unit file or drop-in has a condition on the reasons.
+bool LooksAtReasons(const std::string& path)
+{
+    std::istringstream lines(ReadFile(path));
+    for (std::string line; std::getline(lines, line);) {
+        if ((line.starts_with("Condition") || line.starts_with("Assert")) && line.find(kReasons) != line.npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Writes the source of the links whole, unless it is there.
+bool WriteSource()
+{
+    if (ReadFile(kSource) == kText) {
+        return true;
+    }
+    std::error_code error;
+    const std::filesystem::path source(kSource), temporary(kSource + ".tmp." + std::to_string(getpid()));
+    std::filesystem::create_directory(source.parent_path(), error);
+    const bool isWhole = static_cast<bool>(std::ofstream(temporary, std::ios::trunc) << kText << std::flush);
+    if (isWhole) {
+        std::filesystem::rename(temporary, source, error);
+    }
+    return !std::filesystem::remove(temporary) && isWhole;
+}
+
+bool Link(const std::string& service)
+{
+    return ReadFile(DropIn(service)) == kText ||
+           (WriteSource() && Systemd::LinkMeroReason(DropInFolder(service), kSource)) ||
+           ReadFile(DropIn(service)) == kText; // another process was faster
+}
+
+/// A file of this name that does not look at the reasons: it is its owner's, and ours would not count beside it.
+const std::string* FindForeign(const Texts& files)
+{
+    const auto foreign = std::find_if(files.begin(), files.end(), [](const std::string& path) {
+        return path.ends_with("/mero-reason.conf") && access(path.c_str(), F_OK) == 0;
+    });
+    return foreign != files.end() ? &*foreign : nullptr;
+}
+
+void ReadAgain()
+{
+    if (!MEROSystemdDaemonReload()) {
+        (void)ReportFailure("having systemd read the drop-ins");
+    }
+}
+
+} // namespace
+
+bool ProtectHeld(std::vector<HeldService>& services)
+{
+    const std::string unprotected = ": its reasons do not keep it from starting: ";
+    std::vector<HeldService> held;
+    Texts added;
+    bool done = true;
+    for (HeldService& service : services) {
+        const bool isHeld = std::any_of(service.files.begin(), service.files.end(), LooksAtReasons);
+        const std::string* foreign = isHeld ? nullptr : FindForeign(service.files);
+        if (foreign != nullptr) {
+            PrintError(service.name + unprotected + *foreign + " is not ours");
+        } else if (!isHeld && !Link(service.name)) {
+            PrintError(service.name + unprotected + DropIn(service.name) + " cannot be made");
+            done = false;
+        } else {
+            if (!isHeld) {
+                added.push_back(service.name);
+                service.files.push_back(DropIn(service.name));
+            }
+            held.push_back(std::move(service));
+        }
+    }
+    services = held;
+    if (!added.empty()) {
+        ReadAgain();
+    }
+    for (const std::string& service : added) {
+        PrintError(service + ": a drop-in keeps it from starting until its last reason is gone");
+    }
+    return done;
+}
+
+void UnprotectReleased(const Texts& services)
+{
+    Texts removed;
+    bool isChanged = false;
+    for (const std::string& service : services) {
+        const std::string name = ServiceName(service), path = DropIn(name);
+        if (Systemd::CheckServiceHasReason(name) || ReadFile(path) != kText || unlink(path.c_str()) != 0) {
+            continue;
+        }
+        isChanged = true;
+        (void)rmdir(DropInFolder(name).c_str());    // stays when it holds other drop-ins
+        if (Systemd::CheckServiceHasReason(name)) { // since then
+            (void)Link(name);
+        } else {
+            removed.push_back(name);
+        }
+    }
+    if (isChanged) {
+        ReadAgain();
+    }
+    for (const std::string& service : removed) {
+        PrintError(service + ": the drop-in that kept it from starting is gone");
+    }
+}
+
+} // namespace MERO::Tool
