@@ -64,6 +64,11 @@ static_assert(offsetof(VolumeBlocker, user) == 40);
 
 static_assert(sizeof(VolumeUnmountPlan) == 48 && alignof(VolumeUnmountPlan) == 8);
 static_assert(offsetof(VolumeUnmountPlan, stops) == 0 && offsetof(VolumeUnmountPlan, blockers) == 24);
+static_assert(sizeof(FullVolumeUnmountPlan) == 96 && sizeof(PlannedDependent) == 72 && sizeof(VolumeTrigger) == 64);
+
+static_assert(sizeof(VolumeUnmountState) == 72 && alignof(VolumeUnmountState) == 8);
+static_assert(offsetof(VolumeUnmountState, volumes) == 8 && offsetof(VolumeUnmountState, units) == 32);
+static_assert(offsetof(VolumeUnmountState, since) == 56 && offsetof(VolumeUnmountState, pid) == 64);
 
 } // namespace
 } // namespace MERO::Systemd

@@ -133,7 +133,16 @@ void ExpectAllBack(Run& run, const Graph& graph, const Runs& before, const std::
     Runs now;
     (void)Comes(60s, [&] { return (now = Running(graph)).size() == before.size(); });
     for (const std::string& service : graph.services) {
-        run.Expect(now.contains(service), service + " is not active again after " + after + (now.contains(service)?"":Shell("systemctl cat "+service+"; systemctl show -p Names -p RequiredBy -p Requires -p BindsTo -p Requisite -p PartOf "+service+"; systemctl status "+service+"; journalctl -o short-precise | grep -v 'file used' | tail -150").output));
+        run.Expect(
+            now.contains(service),
+            service + " is not active again after " + after +
+                (now.contains(service)
+                     ? ""
+                     : Shell("systemctl cat " + service +
+                             "; systemctl show -p Names -p RequiredBy -p Requires -p BindsTo -p Requisite -p PartOf " +
+                             service + "; systemctl status " + service +
+                             "; journalctl -o short-precise | grep -v 'file used' | tail -150")
+                           .output));
     }
 }
 
@@ -152,7 +161,13 @@ void Unmount(Run& run, const Graph& graph)
     for (const std::string& service : graph.services) {
         const bool falls = graph.falls.contains(service), isBack = after.contains(service);
         run.Expect(during.contains(service) != falls, service + (falls ? " did not stop" : " stopped"));
-        run.Expect(isBack, service + " is not active again" + (isBack ? "" : Shell("systemctl cat "+service+"; systemctl status "+service+"; journalctl -o short-precise | grep -v 'system_test\\|file used' | tail -80; systemctl show " + service).output));
+        run.Expect(isBack, service + " is not active again" +
+                               (isBack ? ""
+                                       : Shell("systemctl cat " + service + "; systemctl status " + service +
+                                               "; journalctl -o short-precise | grep -v 'system_test\\|file used' | "
+                                               "tail -80; systemctl show " +
+                                               service)
+                                             .output));
         run.Expect(!isBack || (after[service] != before.at(service)) == falls,
                    service + (falls ? " runs on" : " runs anew"));
     }
