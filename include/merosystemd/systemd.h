@@ -166,21 +166,23 @@ int MEROCSystemdUninstallGroup(const MLIBCSzList* pListUnits);
 
 /**
    @{ */
-/** Gives the services the reason, then stops them. The reason stays when the stop fails. */
+/** Gives the services the reason, then stops them. The reason stays when the stop fails. In the current dialect, what
+    systemd stops along with them is noted. */
 int MEROCSystemdServiceStopByReason(const char* szReason, const char* szService);
 int MEROCSystemdServiceStopGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
                                          MLIBCSzList** ppListFailed);
 /** @} */
 
 /** @{ */
-/** Takes the reason from the services and starts them, whatever other reasons they have. */
+/** Takes the reason from the services and starts them, whatever other reasons they have. What stopped along with those
+    that have none left starts too, unless something else that is held has stopped it as well. */
 int MEROCSystemdServiceStartByReason(const char* szReason, const char* szService);
 int MEROCSystemdServiceStartGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
                                           MLIBCSzList** ppListFailed);
 /** @} */
 
 /** @{ */
-/** Takes the reason from the services and does not start them. */
+/** Takes the reason from the services and starts neither them nor what stopped along with them. */
 int MEROCSystemdServiceReasonRemove(const char* szReason, const char* szService);
 int MEROCSystemdServiceReasonRemoveGroup(const char* szReason, const MLIBCSzList* pListServices,
                                          MLIBCSzList** ppListFailed);

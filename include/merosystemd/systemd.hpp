@@ -209,6 +209,10 @@ bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<
 /// may stay as it was when the operation failed, and get a service twice. Whether a held service can be started by
 /// others is for a drop-in of its unit to say: see MERO::Systemd::LinkMeroReason(). The manager reads its unit files
 /// again when one of the services got its first reason or lost its last.
+///
+/// Where systemctl speaks the current dialect, what systemd stops along with the services (units that require them, say)
+/// is noted before the stop, and starts when the last reason of the last service that stopped it is released, unless a
+/// reason holds it too. What does not start then is logged, and no failure.
 /// @{
 
 /**
@@ -222,14 +226,16 @@ bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vec
 
 /** @{ */
 /// Takes the reason from the services (one that does not have it is fine), clears their failed state and starts them,
-/// whatever other reasons they have.
+/// whatever other reasons they have. Those that have none left bring back what stopped along with them; then a process
+/// watches for the end of the caller, and goes on if it is killed.
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                      std::vector<std::string>& vecFailed);
 /** @} */
 
 /** @{ */
-/// Takes the reason from the services and clears their failed state, and does not start them.
+/// Takes the reason from the services and clears their failed state, and does not start them, nor what stopped along
+/// with them.
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
