@@ -240,7 +240,8 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
         {"isolate web", 1, "merosystemctl: isolating to web failed\n.*\n"},
         {"run-in small.target -- sh -c '" + isActive + "'", 143,
          "active\nmerosystemctl: interrupted: [^\n]*\nmerosystemctl: sh: exit code 143\n"},
-        {"run-in web -- true", 1, "merosystemctl: isolating to web failed\n.*\n"},
+        {"run-in web -- true", 4, "merosystemctl: web.target: there is no such target\n"},
+        {"run-in network.target -- true", 1, "merosystemctl: network.target: [^\n]*AllowIsolate=no.\n"},
     });
     EXPECT_EQ(Shell("systemctl is-active small.target multi-user.target").output, "inactive\nactive\n");
 }

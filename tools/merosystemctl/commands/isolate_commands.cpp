@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "diagnosis/report.h"
+#include "diagnosis/unit_properties.h"
 #include "output/output.h"
 #include "running/command_within.h"
 #include "running/run_command.h"
@@ -56,6 +57,27 @@ int PrintState(bool json)
     return state.isolating ? kDone : kNotActive;
 }
 
+/// Whether systemd would isolate to the target; says so when it would not. The way back stops everything that was
+/// started by hand: it must not begin for a name that is misspelt.
+int CheckTarget(const std::string& target)
+{
+    const std::string unit = target.find('.') != target.npos ? target : target + ".target"; // as systemctl reads it
+    const std::vector<UnitProperties> answer = AskProperties({unit}, "LoadState,AllowIsolate");
+    if (answer.empty()) {
+        return ReportFailure("asking for " + unit);
+    }
+    const std::string& load = answer.front()["LoadState"];
+    if (!load.empty() && load != "loaded") {
+        PrintError(unit + ": there is no such target");
+        return kNoSuchUnit;
+    }
+    if (answer.front()["AllowIsolate"] == "no") {
+        PrintError(unit + ": cannot be isolated to (AllowIsolate=no)");
+        return kFailed;
+    }
+    return kDone;
+}
+
 int RunIn(const std::string& target, const Texts& command)
 {
     if (command.empty()) {
@@ -64,6 +86,9 @@ int RunIn(const std::string& target, const Texts& command)
     }
     if (!IsRunnable(command)) {
         return kUsage;
+    }
+    if (const int code = CheckTarget(target); code != kDone) {
+        return code;
     }
     return RunWithin({
         .action =
