@@ -5,6 +5,7 @@
 #include "support/operations.h"
 #include "support/waiting.h"
 #include "volume/mount_path.h"
+#include "volume/mount_table.h"
 #include "volume/text_table.h"
 
 #include <fcntl.h>
@@ -228,17 +229,44 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
                  fs::exists(kLock));
 }
 
-TEST_F(VolumeUnmount, StatesOfTodayAreKnownInTheDialectOfToday)
+TEST_F(VolumeUnmount, TheDialectOfTodaySeesMore)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    SetUnits({{kAll, {"refreshing.service", "maintenance.service"}}});
+    SetUnits({{kAll, {"refreshing.service", "maintenance.service"}}, {"Master=whole", {"gone.service"}}});
     SystemctlScript("case $1 in list*) printf '%s enabled enabled\\n' maintenance.service refreshing.service;; "
                     "*) echo ActiveState=${4%.service};; esac");
-    VolumeUnmountPlan plan;
-    EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/v"}, plan) && plan.stops.size() == 1);
-    EXPECT_EQ(plan.stops.at(0).unit, "refreshing.service");
-    EXPECT_EQ(Said("systemd_volume_unmount_action").front(),
-              "WARNING [maintenance.service] is in maintenance: it counts as not running.");
+    Write(kVolume + "/x", ""), fs::create_symlink(kVolume, "/run/to-volume");
+    const Holder ofUser("user.slice/user@7.service/app.slice/b.service", [] { fs::current_path(kVolume); });
+    const Holder gone("gone.service", [] { open((kVolume + "/x").c_str(), O_RDONLY), fs::remove(kVolume + "/x"); });
+    FullVolumeUnmountPlan plan;
+    EXPECT_TRUE(MEROSystemdVolumeUnmountFullPlan({"/run/to-volume"}, plan));
+    EXPECT_THAT(plan.stops, ElementsAre(Field(&PlannedStop::unit, "refreshing.service"),
+                                        Field(&PlannedStop::unit, "whole.service")));
+    EXPECT_THAT(plan.blockers, ElementsAre(Field(&VolumeBlocker::unit, "user@7.service")));
+    const Texts said = Said("systemd_volume_unmount_action");
+    EXPECT_THAT(said, IsSupersetOf({"WARNING [/run/to-volume] leads to [" + kVolume + "], which is looked for too.",
+                                    "WARNING [maintenance.service] is in maintenance: it counts as not running."s}));
+}
+
+TEST_F(VolumeUnmount, MountsElsewhereAreTold)
+{
+    const std::string root = "1 0 8:1 / / rw shared:1 - ext4 /dev/sda1 rw\n";
+    const auto own = MountTableParse(root + "2 1 8:2 / /v rw shared:2 - ext4 /dev/sdb rw\n"
+                                            "3 1 8:2 /a /b\\040c rw - ext4 /dev/sdb rw\n4 2 8:2 /a /v/b rw - x x rw\n"
+                                            "5 1 8:3 /@one /one rw - btrfs x rw\n6 1 8:3 /@two /two rw - btrfs x rw\n"
+                                            "short line\n");
+    EXPECT_THAT(FindBindMounts(own, {"/v"}), ElementsAre("/b c"));
+    EXPECT_THAT(FindBindMounts(own, {"/one"}), IsEmpty()) << "another subvolume";
+    const std::pair<const char*, const char*> namespaces[] = {
+        // of other processes: the root's peers, what they keep
+        {"shared:1", ""}, {"master:1", ""}, {"shared:7 master:1", ""}, {"shared:7", "/old/v"}, {"", "/old/v"},
+    };
+    for (const auto& [peers, kept] : namespaces) {
+        const std::string table =
+            "9 0 8:1 / / rw " + std::string(peers) + " - ext4 x rw\n8 9 8:2 /a /old/v rw - ext4 x rw\n";
+        EXPECT_EQ(FindKeptMount(own, MountTableParse(table), {"/v"}), kept) << peers;
+    }
+    EXPECT_EQ(FindKeptMount(own, MountTableParse("9 0 8:1 / / rw - ext4 x rw\n"), {"/v"}), "");
 }
 
 TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
