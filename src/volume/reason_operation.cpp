@@ -64,7 +64,8 @@ bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, cons
     const Release release{.where = where, .after = after, .reason = reason, .services = services};
     CallerWatcher watcher;
     if (after == AfterRelease::Start && IsStoppedAlongNoted(services)) {
-        (void)watcher.Start({}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
+        (void)watcher.Start(
+            {}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
         watcher.Arm();
     }
     return release.Run(failed);
