@@ -210,9 +210,9 @@ bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<
 /// others is for a drop-in of its unit to say: see MERO::Systemd::LinkMeroReason(). The manager reads its unit files
 /// again when one of the services got its first reason or lost its last.
 ///
-/// Where systemctl speaks the current dialect, what systemd stops along with the services (units that require them, say)
-/// is noted before the stop, and starts when the last reason of the last service that stopped it is released, unless a
-/// reason holds it too. What does not start then is logged, and no failure.
+/// Where systemctl speaks the current dialect, what systemd stops along with the services (units that require them,
+/// say) is noted before the stop, and starts when the last reason of the last service that stopped it is released,
+/// unless a reason holds it too. What does not start then is logged, and no failure.
 /// @{
 
 /**

@@ -10,6 +10,8 @@
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <filesystem>
+#include <iostream>
 #include <memory>
 
 namespace MERO::Tool {
@@ -74,6 +76,8 @@ int Add(const ReasonArguments& arguments)
     const bool isProtected = ProtectHeld(held);
     const int code =
         services.empty() ? kDone : RunChange(verb, MEROSystemdServiceStopByReason, arguments.reason, services);
+    UnprotectReleased(services); // that did not get the reason
+    std::erase_if(held, [](const HeldService& one) { return !Systemd::CheckServiceHasReason(one.name); });
     const bool isStillProtected = ProtectHeld(held); // unless another process has just released it
     return services.size() < arguments.services.size()           ? kNoSuchUnit
            : code == kDone && !(isProtected && isStillProtected) ? kFailed
@@ -101,6 +105,26 @@ Texts TakeLacking(const std::string& reason, Texts& services)
     return lacking;
 }
 
+/// Says what stopped along with the services and did not start with them again: the library keeps a note of that. Its
+/// result is about the services alone.
+bool AllRunAgain(const Texts& services)
+{
+    bool all = true;
+    for (const std::string& service : services) {
+        std::error_code error;
+        const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
+        for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
+            const std::string unit = note.path().filename();
+            if (!Systemd::CheckServiceHasReason(service)) {
+                PrintError(unit + ": it stopped along with " + service + ", and does not run again");
+                std::cerr << "  -> merosystemctl why " << unit << '\n';
+                all = false;
+            }
+        }
+    }
+    return all;
+}
+
 int Release(const ReasonArguments& arguments)
 {
     Texts services = arguments.services;
@@ -112,7 +136,8 @@ int Release(const ReasonArguments& arguments)
                          ? kDone
                          : RunChange("reason release", MEROSystemdServiceStartByReason, arguments.reason, services);
     UnprotectReleased(services);
-    return code == kDone && !lacking.empty() ? kNotActive : code;
+    const bool allRun = AllRunAgain(services);
+    return code != kDone ? code : !allRun ? kFailed : lacking.empty() ? kDone : kNotActive;
 }
 
 /// A service that lacks the reason is left as it is meant to be.

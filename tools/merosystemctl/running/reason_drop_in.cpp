@@ -134,9 +134,9 @@ void UnprotectReleased(const Texts& services)
             continue;
         }
         isChanged = true;
-        (void)rmdir(DropInFolder(name).c_str());    // stays when it holds other drop-ins
-        if (Systemd::CheckServiceHasReason(name)) { // since then
-            (void)Link(name);
+        (void)rmdir(DropInFolder(name).c_str()); // stays when it holds other drop-ins
+        if (Systemd::CheckServiceHasReason(name)) {
+            (void)Link(name); // another process has just given it one
         } else {
             removed.push_back(name);
         }
