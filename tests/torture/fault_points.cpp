@@ -32,6 +32,15 @@ using Any = long(long, long, long, long, long, long);
     }
 #define FAULT_POINT(name, error, failure)                                                                              \
     FAIL(SystemCall, name, reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name)), error, failure)
+/// One that a signal can break off as well. `error` 0: it does not fail otherwise.
+#define INTERRUPTIBLE(name, error)                                                                                     \
+    Any Fault_##name __asm__(#name);                                                                                   \
+    long Fault_##name(long a, long b, long c, long d, long e, long f)                                                  \
+    {                                                                                                                  \
+        const bool fails = Fails(FaultKind::Interruption, #name, EINTR) ||                                             \
+                           (error != 0 && Fails(FaultKind::SystemCall, #name, error));                                 \
+        return fails ? -1 : reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name))(a, b, c, d, e, f);                         \
+    }
 /// One that asks for memory. dlsym may do that too.
 #define ALLOCATION(name)                                                                                               \
     Any __libc_##name;                                                                                                 \
@@ -43,22 +52,29 @@ ALLOCATION(calloc)
 ALLOCATION(realloc)
 FAULT_POINT(open, EMFILE, -1)
 FAULT_POINT(openat, EMFILE, -1)
-FAULT_POINT(read, EIO, -1)
-FAULT_POINT(write, ENOSPC, -1)
+INTERRUPTIBLE(read, EIO)
+INTERRUPTIBLE(write, ENOSPC)
+INTERRUPTIBLE(flock, ENOLCK)
+INTERRUPTIBLE(poll, 0)
+INTERRUPTIBLE(waitpid, 0)
 FAULT_POINT(fsync, EIO, -1)
 FAULT_POINT(rename, EIO, -1)
+FAULT_POINT(renameat, EIO, -1)
 FAULT_POINT(link, ENOSPC, -1)
+FAULT_POINT(linkat, ENOSPC, -1)
 FAULT_POINT(mkdir, ENOSPC, -1)
+FAULT_POINT(mkdirat, ENOSPC, -1)
 FAULT_POINT(unlink, EIO, -1)
+FAULT_POINT(unlinkat, EIO, -1)
 FAULT_POINT(fchown, EIO, -1)
 FAULT_POINT(fchmod, EIO, -1)
 FAULT_POINT(fstat, EIO, -1)
-FAULT_POINT(flock, ENOLCK, -1)
 FAULT_POINT(futimens, EIO, -1)
 FAULT_POINT(pipe2, EMFILE, -1)
 FAULT_POINT(fork, EAGAIN, -1)
 FAULT_POINT(_Fork, EAGAIN, -1)
 FAULT_POINT(posix_spawn, ENOMEM, ENOMEM)
+FAULT_POINT(syscall, EMFILE, -1) // pidfd_open
 
 unsigned sleep(unsigned)
 {

@@ -1,10 +1,17 @@
 // Each call into the system that an exported function makes fails once: the 1st, the 2nd, ... the last one.
+#include "support/operations.h"
 #include "torture/fault_points.h"
 #include "torture/torture.h"
+
+#include <merocore/file.h>
+#include <merocore/hash.h>
+#include <merocore/process.h>
+#include <merocore/support.h>
 
 #include <sys/mman.h>
 
 #include <cmath>
+#include <set>
 #include <sstream>
 
 using namespace MERO::Torture;
@@ -12,13 +19,89 @@ using namespace MERO::Torture;
 namespace {
 
 constexpr const char* kCalls = "/run/systemctl.calls";
-constexpr long kMostFaults = 400; ///< of one function and kind: more calls than these are sampled
+constexpr long kMostFaults = 400; ///< of one function and kind: of more calls some are taken, of each function others
 
-/// A run without a fault, as the forked child tells it.
+/// A run without a fault, as the forked child tells it, and what the one with a fault is like.
 struct GoodRun {
-    long calls;
-    bool isDone, isDoneAgain;
-    char text[4000];
+    long calls = 0;
+    bool isDone = false, isDoneAgain = false;
+    bool isSilent = false; ///< a call into the system failed, and the error register does not say so
+    char text[4000] = {};
+};
+
+/// A call of the platform's and the codes that its header promises of a failure; without any it must not fail.
+struct PlatformCall {
+    const char* name;
+    std::function<bool(std::string& text)> call;
+    std::set<int> errors;
+};
+
+constexpr const char *kFile = "/usr/mero/etc/support.conf", *kTrue = "/bin/true";
+
+bool PrintedText(std::string& text)
+{
+    const char* argv[] = {"echo", "text", nullptr};
+    FILE* const stream = MLIBCPopenvc("/bin/echo", "rB", const_cast<char**>(argv));
+    char line[64] = "";
+    const bool isRead = stream != nullptr && std::fgets(line, sizeof line, stream) != nullptr;
+    stream != nullptr && !isRead ? MLIBCErrSetEx(std::ferror(stream) != 0 ? MLIBC_ERR_READ_FILE : 0, "", 0) : void();
+    text = line;
+    return stream != nullptr && MLIBCPclose(stream) == 0 && isRead;
+}
+
+bool Forked(unsigned long long flags)
+{
+    const int pid = MLIBCProcForkEx(flags);
+    pid == 0 ? _exit(0) : void();
+    while (flags == 0 && pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return pid > 0;
+}
+
+bool WroteSection()
+{
+    const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
+    return hash && MLIBCSzHashSetValue(hash.get(), "a long key of some bytes", "b") == 0 &&
+           MLIBCFileAddSection(kFile, "S", hash.get(), 0) == 0;
+}
+
+bool Pushed(std::string&)
+{
+    const MERO::Test::List list(MLIBCSzListAlloc());
+    MLIBCSzList* grown = list.get();
+    return list && MLIBCSzListPush(&grown, "a") == 0 && MLIBCSzListPush(&grown, "b") == 0;
+}
+
+bool Locked(std::string&)
+{
+    int file = -1;
+    return MLIBCFileLockTimeByFile("/run/a.lock", 1, 0, &file) == 0 && MLIBCFileUnlockByFile(file) == 0;
+}
+
+bool GotValue(std::string& text)
+{
+    char value[8] = "";
+    const bool isGot = MLIBCFileGetKeyValue(kFile, "k", value, sizeof value, 0) == 0;
+    text = value;
+    return isGot;
+}
+
+const int kOpen = MLIBC_ERR_OPEN_FILE, kRead = MLIBC_ERR_READ_FILE, kWrite = MLIBC_ERR_WRITE_FILE,
+          kMemory = MLIBC_ERR_NO_MEMORY, kStart = MLIBC_ERR_START_PROGRAM;
+const PlatformCall kPlatform[] = {
+    {"Exec", [](auto&) { return MLIBCExec(kTrue, nullptr, nullptr, nullptr, nullptr) == 0; }, {kStart}},
+    {"Popenvc", PrintedText, {kStart, kRead}},
+    {"ProcForkEx", [](auto&) { return Forked(0); }, {MLIBC_ERR_FORK}},
+    {"ProcForkEx, detached", [](auto&) { return Forked(MLIBC_FORK_DETACHED); }, {MLIBC_ERR_FORK}},
+    {"ProcAlive", [](auto&) { return MLIBCProcAlive(getpid()) == 1; }, {}},
+    {"FileTouch", [](auto&) { return MLIBCFileTouch(kFile) == 0; }, {kOpen}},
+    {"FileLockTimeByFile", Locked, {kOpen}},
+    {"FileGetKeyValue", GotValue, {kOpen, kRead, kMemory}},
+    {"FileSetKeyValue",
+     [](auto&) { return MLIBCFileSetKeyValue(kFile, "k", "no", 0) == 0; },
+     {kOpen, kRead, kWrite, kMemory}},
+    {"FileAddSection", [](auto&) { return WroteSection(); }, {kOpen, kRead, kWrite, kMemory}},
+    {"SzListPush", Pushed, {kMemory}},
 };
 
 /// What an operation leaves undone, and says so in the log only, as its header or its source tells.
@@ -37,7 +120,20 @@ const BestEffort kBestEffort[] = {
     {"Unmount", "/run|s|daemon-reload"}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
-constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath";
+constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath|TickGet|PssGet";
+/// Those whose "no" is an answer, and not logged.
+constexpr const char* kQuestions = "SliceList|CgroupPathnameGet|GetByPid|MonitorSliceGet|Process";
+
+Function PlatformFunction(const PlatformCall& platform)
+{
+    return {std::string("MLIBC") + platform.name, nullptr, false, [&](int) {
+                Answer answer;
+                beforeCall();
+                answer.done = platform.call(answer.text);
+                afterCall();
+                return answer;
+            }};
+}
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
@@ -95,32 +191,46 @@ std::string FileFault(const Function& function, const Files& before, Files good,
 }
 
 /// How the first call ends, and that the next one works.
-void Check(Run& run, const Function& function, const std::string& what, const GoodRun& good, const Files& before,
-           const Files& after)
+void Check(Run& run, const Function& function, const std::string& what, GoodRun& good, const Files& before,
+           const Files& after, const std::set<int>* errors)
 {
     World::InCgroups();
     const std::string footprint = Footprint();
+    MLIBCErrSetEx(0, "", 0);
     const Answer answer = function.call(-1);
     const auto expect = [&](bool holds, const std::string& otherwise) {
         run.Expect(holds, what + faults.failed + "): " + otherwise);
     };
     run.ExpectSame(footprint, Footprint(), what + faults.failed + "): ");
+    const bool isCall = faults.kind == FaultKind::SystemCall;
+    good.isSilent = !answer.done && isCall && MLIBCErrGet() == 0 && !Has(function.name, kQuestions);
     const bool mayThrow =
-        !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
+        !Has(function.name, "^M(ERO|LIB)C") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
     const bool isPartial = Has(function.name, kPartialAnswers);
     expect(!answer.done || answer.text == good.text || isPartial, "succeeds, and answers " + answer.text);
     const std::string fileFault = FileFault(function, before, after, answer.done);
     expect(fileFault.empty(), fileFault);
+    expect(answer.done || faults.kind != FaultKind::Interruption, "fails when a signal comes");
+    if (errors != nullptr) {
+        const bool isRight = answer.done ? !isCall || errors->empty() : errors->contains(MLIBCErrGet());
+        expect(isRight, answer.done ? "succeeds" : "sets the error " + std::to_string(MLIBCErrGet()));
+    }
     beforeCall = [] {};
     expect(!good.isDoneAgain || function.call(-1).done, "the next call fails");
 }
 
-void RunFaults(Run& run, const Function& function, FaultKind kind)
+bool IsFailure(const std::string& line)
+{
+    return Has(line, "^(ERR|WARNING)");
+}
+
+void RunFaults(Run& run, const Function& function, FaultKind kind, const std::set<int>* errors = nullptr)
 {
     static auto& good = *static_cast<GoodRun*>(
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    const std::string name = function.name + (kind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    constexpr const char* kKinds[] = {", allocation ", ", system call ", ", interruption "};
+    const std::string name = function.name + kKinds[static_cast<int>(kind)];
     long nth = 0;
     beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = "nothing"}; };
     Files before, after;
@@ -130,19 +240,25 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
         run.InChild(name, [&] {
             World::InCgroups();
             const Answer answer = function.call(-1);
-            good = {.calls = faults.count, .isDone = answer.done, .isDoneAgain = false, .text = {}};
+            good = {.calls = faults.count, .isDone = answer.done};
             answer.text.copy(good.text, sizeof good.text - 1);
         });
         after = FilesButIDs();
         run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
     run.Expect(good.isDone, name + "0: fails");
-    const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * run.Scale()));
-    for (double at = 1; good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
-        const World world;
+    static int turn = 0;
+    const double most = errors != nullptr ? kMostFaults : kMostFaults * run.Scale();
+    const double step = std::max(1.0, static_cast<double>(good.calls) / most);
+    for (double at = 1 + std::fmod(0.618 * ++turn, 1) * (step - 1);
+         good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
+        World world;
         nth = std::lround(std::floor(at));
         const std::string what = name + std::to_string(nth) + " of " + std::to_string(good.calls) + " (";
-        run.InChild(what, [&] { Check(run, function, what, good, before, after); });
+        run.InChild(what, [&] { Check(run, function, what, good, before, after, errors); });
+        const std::vector<std::string> log = world.Log();
+        run.Expect(!good.isSilent || std::ranges::any_of(log, IsFailure),
+                   what + "): neither log nor register says why");
         run.Done();
     }
 }
@@ -152,8 +268,15 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
 MERO_TORTURE(faults, Machine)
 {
     afterCall = [] { faults.isArmed = false; };
+    constexpr FaultKind kKinds[] = {FaultKind::SystemCall, FaultKind::Interruption, FaultKind::Allocation};
+    for (const PlatformCall& platform : kPlatform) {
+        for (const FaultKind kind : kKinds) {
+            RunFaults(run, PlatformFunction(platform), kind, &platform.errors);
+        }
+    }
     for (const Function& function : Functions()) {
-        RunFaults(run, function, FaultKind::SystemCall);
-        RunFaults(run, function, FaultKind::Allocation);
+        for (const FaultKind kind : kKinds) {
+            RunFaults(run, function, kind);
+        }
     }
 }
