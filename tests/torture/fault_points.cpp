@@ -23,28 +23,24 @@ static bool Fails(FaultKind kind, const char* name, int error)
 /// Any function of up to six numbers and addresses: all of them are in registers.
 using Any = long(long, long, long, long, long, long);
 
-/// A function of the C library, under another name here, that fails with `error`, which one returns instead of -1.
-#define FAIL(kind, name, next, error, failure)                                                                         \
+/// A function of the C library, under another name here, which returns `failure` where it fails.
+#define FAULT(name, next, fails, failure)                                                                              \
     Any Fault_##name __asm__(#name);                                                                                   \
     long Fault_##name(long a, long b, long c, long d, long e, long f)                                                  \
     {                                                                                                                  \
-        return Fails(FaultKind::kind, #name, error) ? failure : next(a, b, c, d, e, f);                                \
+        return (fails) ? failure : next(a, b, c, d, e, f);                                                             \
     }
-#define FAULT_POINT(name, error, failure)                                                                              \
-    FAIL(SystemCall, name, reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name)), error, failure)
+#define NEXT(name) reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name))
+#define FAULT_POINT(name, error, failure) FAULT(name, NEXT(name), Fails(FaultKind::SystemCall, #name, error), failure)
 /// One that a signal can break off as well. `error` 0: it does not fail otherwise.
 #define INTERRUPTIBLE(name, error)                                                                                     \
-    Any Fault_##name __asm__(#name);                                                                                   \
-    long Fault_##name(long a, long b, long c, long d, long e, long f)                                                  \
-    {                                                                                                                  \
-        const bool fails = Fails(FaultKind::Interruption, #name, EINTR) ||                                             \
-                           (error != 0 && Fails(FaultKind::SystemCall, #name, error));                                 \
-        return fails ? -1 : reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name))(a, b, c, d, e, f);                         \
-    }
+    FAULT(name, NEXT(name),                                                                                            \
+          Fails(FaultKind::Interruption, #name, EINTR) || (error != 0 && Fails(FaultKind::SystemCall, #name, error)),  \
+          -1)
 /// One that asks for memory. dlsym may do that too.
 #define ALLOCATION(name)                                                                                               \
     Any __libc_##name;                                                                                                 \
-    FAIL(Allocation, name, __libc_##name, ENOMEM, 0)
+    FAULT(name, __libc_##name, Fails(FaultKind::Allocation, #name, ENOMEM), 0)
 
 extern "C" {
 ALLOCATION(malloc)

@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <memory>
@@ -204,14 +203,6 @@ TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
     EXPECT_LT(AddSection("S\nb=3", {}), 0);
     EXPECT_LT(SetValue("a", std::string(16 << 20, 'x')), 0) << "too large a file to be read";
     EXPECT_EQ(Read(kFile), text);
-
-    ASSERT_EQ(mount("tmpfs", "/run/etc", "tmpfs", 0, "size=64k"), 0);
-    Write(kFile, text);
-    EXPECT_LT(SetValue("b", std::string(100'000, 'x')), 0) << "the disk is full";
-    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_WRITE_FILE);
-    EXPECT_EQ(Read(kFile), text);
-    EXPECT_THAT(Names("/run/etc"), UnorderedElementsAre("a.conf"));
-    umount("/run/etc");
 }
 
 TEST_F(TextFiles, AReaderSeesTheOldOrTheNewText)
