@@ -17,7 +17,6 @@
 #include <tuple>
 
 using namespace MERO::Test;
-using ::testing::AnyOf;
 using ::testing::UnorderedElementsAre;
 
 namespace {
@@ -111,10 +110,32 @@ TEST_F(TextFiles, AValueIsCutToItsBuffer)
             EXPECT_EQ(value, std::string(expected, 7));
         }
     }
+}
+
+TEST_F(TextFiles, NullArgumentsAndFlagsAreRefused)
+{
+    const auto refused = [](int result) {
+        const bool isRefused = result < 0 && MLIBCErrGet() == MLIBC_ERR_INVALID_ARGUMENT;
+        return MLIBCErrSetEx(0, "", 0), isRefused;
+    };
+    const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> owner(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
+    MLIBCSzHash* const hash = owner.get();
+    MLIBCSzList* list = nullptr;
     char value[8];
-    EXPECT_TRUE(MLIBCFileGetKeyValue(nullptr, "a", value, 8, 0) < 0 && MLIBCStrSnprintf(nullptr, 8, "a") < 0 &&
-                MLIBCFileGetKeyValue(kFile, nullptr, value, 8, 0) < 0 &&
-                MLIBCFileGetKeyValue(kFile, "a", nullptr, 8, 0) < 0);
+    EXPECT_TRUE(
+        refused(MLIBCFileGetKeyValue(nullptr, "a", value, 8, 0)) &&
+        refused(MLIBCFileGetKeyValue(kFile, nullptr, value, 8, 0)) &&
+        refused(MLIBCFileGetKeyValue(kFile, "a", nullptr, 8, 0)) &&
+        refused(MLIBCFileGetKeyValue(kFile, "a", value, 8, 1)) &&
+        refused(MLIBCFileGetSectionValue(kFile, nullptr, "a", value, 8)) &&
+        refused(MLIBCFileSetKeyValue(nullptr, "a", "b", 0)) && refused(MLIBCFileSetKeyValue(kFile, nullptr, "b", 0)) &&
+        refused(MLIBCFileSetKeyValue(kFile, "a", nullptr, 0)) && refused(MLIBCFileSetKeyValue(kFile, "a", "b", 1)) &&
+        refused(MLIBCFileAddSection(nullptr, "S", hash, 0)) && refused(MLIBCFileAddSection(kFile, nullptr, hash, 0)) &&
+        refused(MLIBCFileAddSection(kFile, "S", nullptr, 0)) && refused(MLIBCFileAddSection(kFile, "S", hash, 1)) &&
+        refused(MLIBCSzHashSetValue(nullptr, "a", "b")) && refused(MLIBCSzHashSetValue(hash, nullptr, "b")) &&
+        refused(MLIBCSzHashSetValue(hash, "a", nullptr)) && refused(MLIBCSzListPush(nullptr, "a")) &&
+        refused(MLIBCSzListPush(&list, "a")) && refused(MLIBCStrSnprintf(nullptr, 8, "a")) &&
+        refused(MLIBCFileTouch(nullptr)));
 }
 
 TEST_F(TextFiles, WhatIsNoReadableFileIsRefusedAndLeftAlone)
@@ -203,20 +224,6 @@ TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
     EXPECT_LT(AddSection("S\nb=3", {}), 0);
     EXPECT_LT(SetValue("a", std::string(16 << 20, 'x')), 0) << "too large a file to be read";
     EXPECT_EQ(Read(kFile), text);
-}
-
-TEST_F(TextFiles, AReaderSeesTheOldOrTheNewText)
-{
-    const std::string texts[] = {std::string(300, 'a'), std::string(7'000, 'b')};
-    ASSERT_EQ(SetValue("a", texts[0]), 0);
-    const std::jthread writer([&](const std::stop_token& end) {
-        for (int i = 0; !end.stop_requested(); ++i) {
-            EXPECT_EQ(SetValue("a", texts[i % 2]), 0);
-        }
-    });
-    for (int i = 0; i < 2'000; ++i) {
-        ASSERT_THAT(Value(none, "a"), AnyOf(texts[0], texts[1]));
-    }
 }
 
 TEST_F(TextFiles, AreTouchedAndFound)

@@ -67,7 +67,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
         {"\x1bOB", "> b.slice"},
         {"\x1bOA", "> a.slice"},
         {"kj", "> b.slice"},
-        {"m", "memory"},
+        {"m", "Hmemory"},
         {"p", "PID"},
         {"n", "name"},
         {"c", "CPU"},
