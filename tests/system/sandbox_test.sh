@@ -228,7 +228,7 @@ TABLE
 check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
 check "status 127 for what is not found" exits 127 "$box" no-such-command
 check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
-check "help" exits 0 "$box" --help
+check "help" prints "*--release NAME *--cgroup VERSION *127 *was not found*128+N *" "$box" --help
 check "the command's options are the command's" prints "--bind -v" "$box" -- echo --bind -v
 
 while IFS='|' read -r expected command; do
@@ -244,6 +244,7 @@ hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
 |ls -A /etc/systemd/system; cat /etc/fstab
 active|useradd -m tester; systemctl start user@$(id -u tester); systemctl is-active user@$(id -u tester)
 running|useradd -m tester; systemctl start user@$(id -u tester); XDG_RUNTIME_DIR=/run/user/$(id -u tester) setpriv --reuid=tester --clear-groups systemctl --user is-system-running
+pts/ptmx /proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2|echo $(readlink /dev/ptmx /dev/stdin /dev/stdout /dev/stderr)
 mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.mount; umount /srv/m
 /system.slice/probe.scope|systemd-run -q --scope -u probe grep -o '/system[^:]*scope$' /proc/self/cgroup
 TABLE
