@@ -1,4 +1,5 @@
-// Each call into the system that an exported function makes fails once: the 1st, the 2nd, ... the last one.
+// Each call into the system that an exported function or the platform makes fails once, or is broken off by a signal:
+// the 1st, the 2nd, ... the last one.
 #include "support/operations.h"
 #include "torture/fault_points.h"
 #include "torture/torture.h"
