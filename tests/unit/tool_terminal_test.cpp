@@ -28,7 +28,8 @@ TEST_F(OnTerminal, ProgressIsALineThatIsWrittenOver)
 
 TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
 {
-    Terminal terminal(kXterm + "run-in a.target -- setsid sh -c 'echo up; sleep 0.5; exit 7'"); // they do not reach it
+    // They do not reach it. It waits until its caller knows it, which would pass on what came before.
+    Terminal terminal(kXterm + "run-in a.target -- setsid sh -c 'sleep 0.3; echo up; sleep 0.5; exit 7'");
     (void)terminal.Until("up\r\n");
     terminal.Type("\x03");
     EXPECT_EQ(terminal.Rest(), "^Cmerosystemctl: setsid: exit code 7\r\n");
