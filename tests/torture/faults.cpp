@@ -37,11 +37,11 @@ bool Forks()
     return pid == 0 ? _exit(0), false : pid > 0;
 }
 
-/// Another user's.
+/// Its own, another user's, and none.
 bool IsAlive()
 {
     (void)!setresuid(1, 1, 0);
-    const bool isAlive = MLIBCProcAlive(1) == 1 && MLIBCProcAlive(0) == 0 && MLIBCProcAlive(INT_MAX) == 0;
+    const bool isAlive = MLIBCProcAlive(getpid()) == 1 && MLIBCProcAlive(1) == 1 && MLIBCProcAlive(0) == 0 && MLIBCProcAlive(INT_MAX) == 0;
     return setresuid(0, 0, 0) == 0 && isAlive;
 }
 

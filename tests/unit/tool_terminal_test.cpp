@@ -60,7 +60,8 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
     }
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
-    EXPECT_THAT(top.Until("q: quit"), AllOf(HasSubstr("> a.slice"), HasSubstr("Processes of a.slice: 1, by CPU")));
+    EXPECT_THAT(top.Until("q: quit"),
+                AllOf(HasSubstr("> a.slice"), HasSubstr("\x1b[32m"), HasSubstr("Processes of a.slice: 1, by CPU")));
     // What changes is written over, behind the sequence that goes there.
     const std::pair<std::string, std::string> keys[] = {
         {"j", "> b.slice"},
