@@ -31,6 +31,13 @@ struct GoodRun {
 
 constexpr const char* kFile = "/usr/mero/etc/support.conf";
 
+bool Opens()
+{
+    const char* argv[] = {"true", nullptr};
+    FILE* const stream = MLIBCPopenvc("/bin/true", "r", const_cast<char**>(argv));
+    return stream != nullptr && MLIBCPclose(stream) == 0;
+}
+
 bool Forks()
 {
     const int pid = MLIBCProcForkEx(MLIBC_FORK_DETACHED);
@@ -41,7 +48,8 @@ bool Forks()
 bool IsAlive()
 {
     (void)!setresuid(1, 1, 0);
-    const bool isAlive = MLIBCProcAlive(getpid()) == 1 && MLIBCProcAlive(1) == 1 && MLIBCProcAlive(0) == 0 && MLIBCProcAlive(INT_MAX) == 0;
+    const bool isAlive = MLIBCProcAlive(getpid()) == 1 && MLIBCProcAlive(1) == 1 && MLIBCProcAlive(0) == 0 &&
+                         MLIBCProcAlive(INT_MAX) == 0;
     return setresuid(0, 0, 0) == 0 && isAlive;
 }
 
@@ -77,6 +85,7 @@ Function Platform(const char* name, bool (*call)(), const std::set<int>& errors)
 const Function kPlatform[] = {
     Platform("MLIBCExec", [] { return MLIBCExec("/bin/true", nullptr, nullptr, nullptr, nullptr) == 0; },
              {MLIBC_ERR_START_PROGRAM}),
+    Platform("MLIBCPopenvc", Opens, {MLIBC_ERR_START_PROGRAM}),
     Platform("MLIBCProcForkEx", Forks, {MLIBC_ERR_FORK}),
     Platform("MLIBCProcAlive", IsAlive, {}),
     Platform("MLIBCFileTouch", [] { return MLIBCFileTouch(kFile) == 0; }, {MLIBC_ERR_OPEN_FILE}),
