@@ -86,7 +86,7 @@ TEST_F(TextFiles, AKeyIsFoundInItsSection)
         {"a=b=c=\n", none, "a", "b=c="},
         {"=1\n = 2\n", none, "", none},
         {"a\nab=1\nA=2\nb=a=3\n", none, "a", none},
-        {"a=1\n[S]\na=2\n", "S", "a", "2"},
+        {"a=S\n[S]\na=2\n", "S", "a", "2"},
         {"[S]\na=1\n", none, "a", none},
         {"[S]\na=1\n[T]\nb=2\n", "S", "b", none},
         {"[S]\na=1\n[T]\na=2\n[S]\na=3\n", "S", "a", "3"},

@@ -231,8 +231,9 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 TEST_F(VolumeUnmount, StatesOfTodayAreKnownInTheDialectOfToday)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    SetUnits({{kAll, {"refreshing.service", "maintenance.service"}}});
-    SystemctlScript("case $1 in list*) printf '%s enabled enabled\\n' maintenance.service refreshing.service;; "
+    SetUnits({{kAll, {"another.service", "refreshing.service", "maintenance.service"}}});
+    SystemctlScript("case $1 in list*) printf '%s enabled enabled\\n' another.service maintenance.service "
+                    "refreshing.service;; "
                     "*) echo ActiveState=${4%.service};; esac");
     VolumeUnmountPlan plan;
     EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/v"}, plan) && plan.stops.size() == 1);
