@@ -125,21 +125,6 @@ TEST_F(Programs, AProgramStartsCleanWhateverTheCallerIsLike)
     EXPECT_EQ(Read("/run/files"), "/dev/null\n0\n1\n2\n3\n"); // 3 is of ls
 }
 
-TEST_F(Programs, ACallerMayLackStandardDescriptors)
-{
-    for (const std::vector<int>& missing : {std::vector{0}, {1, 2}, {0, 1, 2}}) {
-        const auto runs = [&] {
-            std::for_each(missing.begin(), missing.end(), close);
-            const std::vector<int> before = OpenDescriptors();
-            return Shell("readlink /proc/self/fd/0; echo err >&2", "rB").output == "/dev/null\nerr\n" &&
-                   Shell("readlink /proc/self/fd/0", "r").output == "/dev/null\n" &&
-                   ExecShell("echo out && echo err >&2 && readlink /proc/self/fd/0") == 0 &&
-                   OpenDescriptors() == before;
-        };
-        EXPECT_EQ(RunAs(0, runs), 1) << testing::PrintToString(missing);
-    }
-}
-
 TEST_F(Programs, TheStatusIsTheProgramsAndExecIsZeroOnlyForExitZero)
 {
     EXPECT_EQ(Shell("exit 127").status, W_EXITCODE(127, 0)) << "no exec that failed";

@@ -121,21 +121,20 @@ TEST_F(TextFiles, NullArgumentsAndFlagsAreRefused)
     const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> owner(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
     MLIBCSzHash* const hash = owner.get();
     MLIBCSzList* list = nullptr;
-    char value[8];
-    EXPECT_TRUE(
-        refused(MLIBCFileGetKeyValue(nullptr, "a", value, 8, 0)) &&
-        refused(MLIBCFileGetKeyValue(kFile, nullptr, value, 8, 0)) &&
-        refused(MLIBCFileGetKeyValue(kFile, "a", nullptr, 8, 0)) &&
-        refused(MLIBCFileGetKeyValue(kFile, "a", value, 8, 1)) &&
-        refused(MLIBCFileGetSectionValue(kFile, nullptr, "a", value, 8)) &&
-        refused(MLIBCFileSetKeyValue(nullptr, "a", "b", 0)) && refused(MLIBCFileSetKeyValue(kFile, nullptr, "b", 0)) &&
-        refused(MLIBCFileSetKeyValue(kFile, "a", nullptr, 0)) && refused(MLIBCFileSetKeyValue(kFile, "a", "b", 1)) &&
-        refused(MLIBCFileAddSection(nullptr, "S", hash, 0)) && refused(MLIBCFileAddSection(kFile, nullptr, hash, 0)) &&
-        refused(MLIBCFileAddSection(kFile, "S", nullptr, 0)) && refused(MLIBCFileAddSection(kFile, "S", hash, 1)) &&
-        refused(MLIBCSzHashSetValue(nullptr, "a", "b")) && refused(MLIBCSzHashSetValue(hash, nullptr, "b")) &&
-        refused(MLIBCSzHashSetValue(hash, "a", nullptr)) && refused(MLIBCSzListPush(nullptr, "a")) &&
-        refused(MLIBCSzListPush(&list, "a")) && refused(MLIBCStrSnprintf(nullptr, 8, "a")) &&
-        refused(MLIBCFileTouch(nullptr)));
+    char buffer[8];
+    for (const int bad : {0, 1, 2, 3}) { // the path, the key, the text, the flags
+        const char *path = bad == 0 ? nullptr : kFile, *key = bad == 1 ? nullptr : "a",
+                   *text = bad == 2 ? nullptr : "b";
+        const int flags = bad == 3;
+        EXPECT_TRUE(refused(MLIBCFileGetKeyValue(path, key, text != nullptr ? buffer : nullptr, 8, flags)) &&
+                    refused(MLIBCFileSetKeyValue(path, key, text, flags)) &&
+                    refused(MLIBCFileAddSection(path, key, text != nullptr ? hash : nullptr, flags)) &&
+                    (flags != 0 || refused(MLIBCSzHashSetValue(path != nullptr ? hash : nullptr, key, text))))
+            << bad;
+    }
+    EXPECT_TRUE(refused(MLIBCFileGetSectionValue(kFile, nullptr, "a", buffer, 8)) && refused(MLIBCFileTouch(nullptr)) &&
+                refused(MLIBCSzListPush(nullptr, "a")) && refused(MLIBCSzListPush(&list, "a")) &&
+                refused(MLIBCStrSnprintf(nullptr, 8, "a")));
 }
 
 TEST_F(TextFiles, WhatIsNoReadableFileIsRefusedAndLeftAlone)
