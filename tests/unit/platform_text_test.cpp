@@ -90,7 +90,7 @@ TEST_F(TextFiles, AKeyIsFoundInItsSection)
         {"[S]\na=1\n", none, "a", none},
         {"[S]\na=1\n[T]\nb=2\n", "S", "b", none},
         {"[S]\na=1\n[T]\na=2\n[S]\na=3\n", "S", "a", "3"},
-        {"[s]\na=1\n[SS]\na=2\n", "S", "a", none},
+        {"[s]\na=1\n[SS]\na=2\n[S] b\na=3\n", "S", "a", none},
         {" [S]\t\r\na=1\n", "S", "a", "1"},
         {"[S]\n[T\n[T] b\na=1\n", "S", "a", "1"}, // no headers
     };
