@@ -77,8 +77,6 @@ Function Platform(const char* name, bool (*call)(), const std::set<int>& errors)
 
 /// The platform's, with the errors that their headers promise; without any they must not fail.
 const Function kPlatform[] = {
-    Platform("MLIBCExec", [] { return MLIBCExec("/bin/true", nullptr, nullptr, nullptr, nullptr) == 0; },
-             {MLIBC_ERR_START_PROGRAM}),
     Platform("MLIBCPopenvc", Opens, {MLIBC_ERR_START_PROGRAM}),
     Platform("MLIBCProcForkEx", Forks, {MLIBC_ERR_FORK}),
     Platform("MLIBCProcAlive", IsAlive, {}),

@@ -125,11 +125,10 @@ TEST_F(TextFiles, NullArgumentsAndFlagsAreRefused)
     for (const int bad : {0, 1, 2, 3}) { // the path, the key, the text, the flags
         const char *path = bad == 0 ? nullptr : kFile, *key = bad == 1 ? nullptr : "a",
                    *text = bad == 2 ? nullptr : "b";
-        const int flags = bad == 3;
-        EXPECT_TRUE(refused(MLIBCFileGetKeyValue(path, key, text != nullptr ? buffer : nullptr, 8, flags)) &&
-                    refused(MLIBCFileSetKeyValue(path, key, text, flags)) &&
-                    refused(MLIBCFileAddSection(path, key, text != nullptr ? hash : nullptr, flags)) &&
-                    (flags != 0 || refused(MLIBCSzHashSetValue(path != nullptr ? hash : nullptr, key, text))))
+        EXPECT_TRUE(refused(MLIBCFileGetKeyValue(path, key, text != nullptr ? buffer : nullptr, 8, bad == 3)) &&
+                    refused(MLIBCFileSetKeyValue(path, key, text, bad == 3)) &&
+                    refused(MLIBCFileAddSection(path, key, text != nullptr ? hash : nullptr, bad == 3)) &&
+                    (bad == 3 || refused(MLIBCSzHashSetValue(path != nullptr ? hash : nullptr, key, text))))
             << bad;
     }
     EXPECT_TRUE(refused(MLIBCFileGetSectionValue(kFile, nullptr, "a", buffer, 8)) && refused(MLIBCFileTouch(nullptr)) &&

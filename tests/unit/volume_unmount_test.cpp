@@ -231,11 +231,9 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 TEST_F(VolumeUnmount, StatesOfTodayAreKnownInTheDialectOfToday)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    SetUnits({{kAll, {"another.service", "refreshing.service", "maintenance.service"}}});
-    SystemctlScript(
-        "case $1 in list*) printf '%s enabled enabled\\n' fileless.service another.service maintenance.service "
-        "refreshing.service;; "
-        "*) echo ActiveState=${4%.service};; esac");
+    SetUnits({{kAll, {"odd.service", "refreshing.service", "maintenance.service"}}});
+    SystemctlScript("case $1 in list*) printf '%s.service enabled enabled\\n' fileless odd maintenance refreshing;; "
+                    "*) echo ActiveState=${4%.service};; esac");
     VolumeUnmountPlan plan;
     EXPECT_TRUE(MEROSystemdVolumeUnmountPlan({"/v"}, plan) && plan.stops.size() == 1);
     EXPECT_EQ(plan.stops.at(0).unit, "refreshing.service");
