@@ -244,7 +244,6 @@ hello|logger -t probe hello; journalctl --sync; journalctl -o cat -t probe
 |ls -A /etc/systemd/system; cat /etc/fstab
 active|useradd -m tester; systemctl start user@$(id -u tester); systemctl is-active user@$(id -u tester)
 running|useradd -m tester; systemctl start user@$(id -u tester); XDG_RUNTIME_DIR=/run/user/$(id -u tester) setpriv --reuid=tester --clear-groups systemctl --user is-system-running
-pts/ptmx /proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2|echo $(readlink /dev/ptmx /dev/stdin /dev/stdout /dev/stderr)
 mounted|mkdir /srv/m; mount -t tmpfs t /srv/m; systemctl show -P SubState srv-m.mount; umount /srv/m
 /system.slice/probe.scope|systemd-run -q --scope -u probe grep -o '/system[^:]*scope$' /proc/self/cgroup
 TABLE
