@@ -1,5 +1,4 @@
-// Each call into the system that an exported function or the platform makes fails once, or is broken off by a signal:
-// the 1st, the 2nd, ... the last one.
+// Each call into the system that a function makes fails once, or is broken off by a signal: the 1st, ... the last one.
 #include "support/operations.h"
 #include "torture/fault_points.h"
 #include "torture/torture.h"
@@ -44,7 +43,6 @@ bool Forks()
     return pid == 0 ? _exit(1), false : pid > 0; // nobody asks how it ends, unless it is the host
 }
 
-/// Its own, another user's, and none.
 bool IsAlive()
 {
     (void)!setresuid(1, 1, 0);
