@@ -6,6 +6,7 @@
 #include "core/names.h"
 #include "core/program_stream.h"
 #include "core/text.h"
+#include "platform/core/system_calls.h"
 #include "resource/cgroup_layout.h"
 #include "resource/slice_cgroup.h"
 
@@ -33,7 +34,8 @@ constexpr int kMaxPasses = 16; // a thread that comes later than that was made b
 /// The kernel takes one task with each write.
 bool WriteTask(int file, const std::string& task)
 {
-    return write(file, task.data(), task.size()) == static_cast<ssize_t>(task.size());
+    const ssize_t count = Uninterrupted([&] { return write(file, task.data(), task.size()); });
+    return count == static_cast<ssize_t>(task.size());
 }
 
 /// Moves the threads that the process has besides its first one. Those that are not moved yet may make others

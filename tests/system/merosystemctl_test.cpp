@@ -273,6 +273,8 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
          kHolder + kStopping + "umount: [^\n]*\n" + kHolder + kAgain + "merosystemctl: umount: exit code 32\n"},
         {"stop holder.scope", 0, ""},
         {"volume unmount /vol1", 0, kStopping + kAgain},
+        {"volume unmount /vol1 -- sh -c 'rm /run/systemd/system/user.service; systemctl daemon-reload'", 1,
+         kStopping + "merosystemctl: user.service: does not run again\n.*"},
         {"volume unmount /vol3 -- false", 1, "no service stops\nmerosystemctl: false: exit code 1\n"},
         {"start web deep stubborn", 0, ""},
         {"cgroup show $(systemctl show --value -p MainPID web)", 0, "Unit +web.service\n.*"},

@@ -228,7 +228,7 @@ TABLE
 check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
 check "status 127 for what is not found" exits 127 "$box" no-such-command
 check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
-check "help" exits 0 "$box" --help
+check "help" prints "*--release NAME *--cgroup VERSION *127 *was not found*128+N *" "$box" --help
 check "the command's options are the command's" prints "--bind -v" "$box" -- echo --bind -v
 
 while IFS='|' read -r expected command; do
@@ -337,7 +337,7 @@ chrooted() {
         shift 2; exec chroot . /mero-sandbox --cgroup "$0" --bind /usr "$@"' "$cgroups" "$root" "$bound" "$@"
 }
 for bound in usr "usr proc sys dev"; do
-    check "a chroot that has $bound" prints running chrooted systemctl is-system-running
+    check "a chroot that has $bound" prints "running*/mero-sandbox" chrooted sh -c 'systemctl is-system-running; echo /mero*'
     box=chrooted check "a sandbox there that is to be killed" start sh -c 'echo up; exec sleep 60'
     kill -KILL "$job"
     check "dies" ends 137

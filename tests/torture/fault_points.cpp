@@ -23,19 +23,24 @@ static bool Fails(FaultKind kind, const char* name, int error)
 /// Any function of up to six numbers and addresses: all of them are in registers.
 using Any = long(long, long, long, long, long, long);
 
-/// A function of the C library, under another name here, that fails with `error`, which one returns instead of -1.
-#define FAIL(kind, name, next, error, failure)                                                                         \
+/// A function of the C library, under another name here, which returns `failure` where it fails.
+#define FAULT(name, next, fails, failure)                                                                              \
     Any Fault_##name __asm__(#name);                                                                                   \
     long Fault_##name(long a, long b, long c, long d, long e, long f)                                                  \
     {                                                                                                                  \
-        return Fails(FaultKind::kind, #name, error) ? failure : next(a, b, c, d, e, f);                                \
+        return (fails) ? failure : next(a, b, c, d, e, f);                                                             \
     }
-#define FAULT_POINT(name, error, failure)                                                                              \
-    FAIL(SystemCall, name, reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name)), error, failure)
+#define NEXT(name) reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name))
+#define FAULT_POINT(name, error, failure) FAULT(name, NEXT(name), Fails(FaultKind::SystemCall, #name, error), failure)
+/// One that a signal can break off as well. `error` 0: it does not fail otherwise.
+#define INTERRUPTIBLE(name, error)                                                                                     \
+    FAULT(name, NEXT(name),                                                                                            \
+          Fails(FaultKind::Interruption, #name, EINTR) || (error != 0 && Fails(FaultKind::SystemCall, #name, error)),  \
+          -1)
 /// One that asks for memory. dlsym may do that too.
 #define ALLOCATION(name)                                                                                               \
     Any __libc_##name;                                                                                                 \
-    FAIL(Allocation, name, __libc_##name, ENOMEM, 0)
+    FAULT(name, __libc_##name, Fails(FaultKind::Allocation, #name, ENOMEM), 0)
 
 extern "C" {
 ALLOCATION(malloc)
@@ -43,22 +48,29 @@ ALLOCATION(calloc)
 ALLOCATION(realloc)
 FAULT_POINT(open, EMFILE, -1)
 FAULT_POINT(openat, EMFILE, -1)
-FAULT_POINT(read, EIO, -1)
-FAULT_POINT(write, ENOSPC, -1)
+INTERRUPTIBLE(read, EIO)
+INTERRUPTIBLE(write, ENOSPC)
+INTERRUPTIBLE(flock, ENOLCK)
+INTERRUPTIBLE(poll, 0)
+INTERRUPTIBLE(waitpid, 0)
 FAULT_POINT(fsync, EIO, -1)
 FAULT_POINT(rename, EIO, -1)
+FAULT_POINT(renameat, EIO, -1)
 FAULT_POINT(link, ENOSPC, -1)
+FAULT_POINT(linkat, ENOSPC, -1)
 FAULT_POINT(mkdir, ENOSPC, -1)
+FAULT_POINT(mkdirat, ENOSPC, -1)
 FAULT_POINT(unlink, EIO, -1)
+FAULT_POINT(unlinkat, EIO, -1)
 FAULT_POINT(fchown, EIO, -1)
 FAULT_POINT(fchmod, EIO, -1)
 FAULT_POINT(fstat, EIO, -1)
-FAULT_POINT(flock, ENOLCK, -1)
 FAULT_POINT(futimens, EIO, -1)
 FAULT_POINT(pipe2, EMFILE, -1)
 FAULT_POINT(fork, EAGAIN, -1)
 FAULT_POINT(_Fork, EAGAIN, -1)
 FAULT_POINT(posix_spawn, ENOMEM, ENOMEM)
+FAULT_POINT(syscall, EMFILE, -1) // pidfd_open
 
 unsigned sleep(unsigned)
 {

@@ -4,7 +4,7 @@
 /// library, whose functions it passes on otherwise; sleeps take no time.
 namespace MERO::Torture {
 
-enum class FaultKind { Allocation, SystemCall };
+enum class FaultKind { Allocation, SystemCall, Interruption }; ///< by a signal: calls go on
 
 struct Faults {
     FaultKind kind; ///< of the calls that are counted, while it is armed

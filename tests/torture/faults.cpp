@@ -1,9 +1,15 @@
-// Each call into the system that an exported function makes fails once: the 1st, the 2nd, ... the last one.
+// Each call into the system that a function makes fails once, or is broken off by a signal: the 1st, ... the last one.
+#include "support/operations.h"
 #include "torture/fault_points.h"
 #include "torture/torture.h"
 
+#include <merocore/file.h>
+#include <merocore/hash.h>
+#include <merocore/process.h>
+
 #include <sys/mman.h>
 
+#include <climits>
 #include <cmath>
 #include <sstream>
 
@@ -12,13 +18,70 @@ using namespace MERO::Torture;
 namespace {
 
 constexpr const char* kCalls = "/run/systemctl.calls";
-constexpr long kMostFaults = 400; ///< of one function and kind: more calls than these are sampled
+constexpr long kMostFaults = 400; ///< of one function and kind: of more calls some are taken, of each function others
 
-/// A run without a fault, as the forked child tells it.
+/// A run without a fault, as the forked child tells it, and what the one with a fault is like.
 struct GoodRun {
-    long calls;
-    bool isDone, isDoneAgain;
-    char text[4000];
+    long calls = 0;
+    bool isDone = false, isDoneAgain = false;
+    bool isSilent = false; ///< a call into the system failed, and the error register does not say so
+    char text[4000] = {};
+};
+
+constexpr const char* kFile = "/usr/mero/etc/support.conf";
+
+bool Opens()
+{
+    const char* argv[] = {"true", nullptr};
+    FILE* const stream = MLIBCPopenvc("/bin/true", "r", const_cast<char**>(argv));
+    return stream != nullptr && MLIBCPclose(stream) == 0;
+}
+
+bool Forks()
+{
+    const int pid = MLIBCProcForkEx(MLIBC_FORK_DETACHED);
+    return pid == 0 ? _exit(1), false : pid > 0; // nobody asks how it ends, unless it is the host
+}
+
+bool IsAlive()
+{
+    (void)!setresuid(1, 1, 0);
+    const bool isAlive = MLIBCProcAlive(getpid()) == 1 && MLIBCProcAlive(1) == 1 && MLIBCProcAlive(0) == 0 &&
+                         MLIBCProcAlive(INT_MAX) == 0;
+    return setresuid(0, 0, 0) == 0 && isAlive;
+}
+
+bool Locks()
+{
+    int file = -1;
+    return MLIBCFileLockTimeByFile("/run/a.lock", 1, 0, &file) == 0 && MLIBCFileUnlockByFile(file) == 0;
+}
+
+bool AddsSection()
+{
+    const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(0), MLIBCSzHashFree);
+    const MERO::Test::List list(MLIBCSzListAlloc());
+    MLIBCSzList* grown = list.get();
+    return hash && list && MLIBCSzListPush(&grown, "a") == 0 &&
+           MLIBCSzHashSetValue(hash.get(), "more than a string holds", "b") == 0 &&
+           MLIBCFileAddSection(kFile, "S", hash.get(), 0) == 0;
+}
+
+Function Platform(const char* name, bool (*call)(), const std::set<int>& errors)
+{
+    const auto answer = [call](int) { return beforeCall(), Answer{call()}; };
+    return {name, nullptr, false, answer, errors};
+}
+
+/// The platform's, with the errors that their headers promise; without any they must not fail.
+const Function kPlatform[] = {
+    Platform("MLIBCPopenvc", Opens, {MLIBC_ERR_START_PROGRAM}),
+    Platform("MLIBCProcForkEx", Forks, {MLIBC_ERR_FORK}),
+    Platform("MLIBCProcAlive", IsAlive, {}),
+    Platform("MLIBCFileTouch", [] { return MLIBCFileTouch(kFile) == 0; }, {MLIBC_ERR_OPEN_FILE}),
+    Platform("MLIBCFileLock", Locks, {MLIBC_ERR_OPEN_FILE}),
+    Platform("MLIBCFileAddSection", AddsSection,
+             {MLIBC_ERR_OPEN_FILE, MLIBC_ERR_READ_FILE, MLIBC_ERR_WRITE_FILE, MLIBC_ERR_NO_MEMORY}),
 };
 
 /// What an operation leaves undone, and says so in the log only, as its header or its source tells.
@@ -37,7 +100,9 @@ const BestEffort kBestEffort[] = {
     {"Unmount", "/run|s|daemon-reload"}, // units that cannot be asked do not stop
 };
 /// Functions whose answers tell what could not be found out, or leave it out.
-constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath";
+constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath|TickGet|PssGet";
+/// Those whose "no" is an answer, and not logged.
+constexpr const char* kQuestions = "SliceList|CgroupPathnameGet|GetByPid|MonitorSliceGet|Process";
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
@@ -95,23 +160,32 @@ std::string FileFault(const Function& function, const Files& before, Files good,
 }
 
 /// How the first call ends, and that the next one works.
-void Check(Run& run, const Function& function, const std::string& what, const GoodRun& good, const Files& before,
+void Check(Run& run, const Function& function, const std::string& what, GoodRun& good, const Files& before,
            const Files& after)
 {
     World::InCgroups();
     const std::string footprint = Footprint();
+    MLIBCErrSetEx(0, "", 0);
     const Answer answer = function.call(-1);
+    afterCall();
     const auto expect = [&](bool holds, const std::string& otherwise) {
         run.Expect(holds, what + faults.failed + "): " + otherwise);
     };
     run.ExpectSame(footprint, Footprint(), what + faults.failed + "): ");
+    const bool isCall = faults.kind == FaultKind::SystemCall;
+    good.isSilent = !answer.done && isCall && MLIBCErrGet() == 0 && !Has(function.name, kQuestions);
     const bool mayThrow =
-        !function.name.starts_with("MEROC") && (function.mayThrow || answer.thrown == "std::bad_alloc");
+        !Has(function.name, "^M(ERO|LIB)C") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);
     const bool isPartial = Has(function.name, kPartialAnswers);
     expect(!answer.done || answer.text == good.text || isPartial, "succeeds, and answers " + answer.text);
     const std::string fileFault = FileFault(function, before, after, answer.done);
     expect(fileFault.empty(), fileFault);
+    expect(answer.done || faults.kind != FaultKind::Interruption, "fails when a signal comes");
+    if (const auto& errors = function.errors) {
+        const bool isRight = answer.done ? !isCall || errors->empty() : errors->contains(MLIBCErrGet());
+        expect(isRight, answer.done ? "succeeds" : "sets the error " + std::to_string(MLIBCErrGet()));
+    }
     beforeCall = [] {};
     expect(!good.isDoneAgain || function.call(-1).done, "the next call fails");
 }
@@ -120,7 +194,8 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
 {
     static auto& good = *static_cast<GoodRun*>(
         mmap(nullptr, sizeof(GoodRun), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    const std::string name = function.name + (kind == FaultKind::Allocation ? ", allocation " : ", system call ");
+    constexpr const char* kKinds[] = {", allocation ", ", system call ", ", interruption "};
+    const std::string name = function.name + kKinds[static_cast<int>(kind)];
     long nth = 0;
     beforeCall = [&] { faults = {.kind = kind, .isArmed = true, .nth = nth, .count = 0, .failed = "nothing"}; };
     Files before, after;
@@ -130,19 +205,24 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
         run.InChild(name, [&] {
             World::InCgroups();
             const Answer answer = function.call(-1);
-            good = {.calls = faults.count, .isDone = answer.done, .isDoneAgain = false, .text = {}};
+            good = {.calls = faults.count, .isDone = answer.done};
             answer.text.copy(good.text, sizeof good.text - 1);
         });
         after = FilesButIDs();
         run.InChild(name, [&] { World::InCgroups(), good.isDoneAgain = function.call(-1).done; });
     }
     run.Expect(good.isDone, name + "0: fails");
-    const double step = std::max(1.0, static_cast<double>(good.calls) / (kMostFaults * run.Scale()));
-    for (double at = 1; good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
-        const World world;
+    static int turn = 0;
+    const double most = function.errors ? kMostFaults : kMostFaults * run.Scale();
+    const double step = std::max(1.0, static_cast<double>(good.calls) / most);
+    for (double at = 1 + std::fmod(0.618 * ++turn, 1) * (step - 1);
+         good.isDone && at < static_cast<double>(good.calls) + 1; at += step) {
+        World world;
         nth = std::lround(std::floor(at));
         const std::string what = name + std::to_string(nth) + " of " + std::to_string(good.calls) + " (";
         run.InChild(what, [&] { Check(run, function, what, good, before, after); });
+        const bool isLogged = Has(Joined(world.Log(), "\n"), "(^|\n)(ERR|WARNING) ");
+        run.Expect(!good.isSilent || isLogged, what + "): neither the log nor the register says why");
         run.Done();
     }
 }
@@ -152,8 +232,11 @@ void RunFaults(Run& run, const Function& function, FaultKind kind)
 MERO_TORTURE(faults, Machine)
 {
     afterCall = [] { faults.isArmed = false; };
-    for (const Function& function : Functions()) {
-        RunFaults(run, function, FaultKind::SystemCall);
-        RunFaults(run, function, FaultKind::Allocation);
+    std::vector<Function> functions = Functions();
+    functions.insert(functions.begin(), std::begin(kPlatform), std::end(kPlatform));
+    for (const Function& function : functions) {
+        for (const FaultKind kind : {FaultKind::SystemCall, FaultKind::Interruption, FaultKind::Allocation}) {
+            RunFaults(run, function, kind);
+        }
     }
 }

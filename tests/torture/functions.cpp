@@ -319,7 +319,7 @@ World::World(StandIn systemctl)
     for (const auto& [path, text] : std::map<std::string, std::string>{
              {"/usr/lib/systemd/system/a.service", keys},
              {"/usr/lib/systemd/system/a.slice", keys},
-             {"/usr/mero/etc/support.conf", "k=yes\n"},
+             {"/usr/mero/etc/support.conf", "k=yes\n" + std::string(5000, '#')}, // more than is read at once
              {"/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"},
              {"/usr/mero/etc/merosystemd/volume-register/a.service", "[\"/old\"]\n"},
              {"/var/packages/P/etc/meropkg_conf/reg_volume", "[\"/old\"]\n"},

@@ -10,7 +10,9 @@
 
 #include <atomic>
 #include <map>
+#include <optional>
 #include <random>
+#include <set>
 
 /// What the long runs have in common.
 namespace MERO::Torture {
@@ -130,6 +132,7 @@ struct Function {
     /// Calls it with an argument that is bad in one of the ways, counted from 0, unless it has no such way; -1: with
     /// good ones.
     std::function<Answer(int bad)> call;
+    std::optional<std::set<int>> errors = {}; ///< of the platform's: those that a failure sets
 };
 
 /// What happens right before and right after each call: its arguments are there, its outputs are not looked at.

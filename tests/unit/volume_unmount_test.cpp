@@ -232,8 +232,9 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
 TEST_F(VolumeUnmount, TheDialectOfTodaySeesMore)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
-    SetUnits({{kAll, {"refreshing.service", "maintenance.service"}}, {"Master=whole", {"gone.service"}}});
-    SystemctlScript("case $1 in list*) printf '%s enabled enabled\\n' maintenance.service refreshing.service;; "
+    SetUnits(
+        {{kAll, {"odd.service", "refreshing.service", "maintenance.service"}}, {"Master=whole", {"gone.service"}}});
+    SystemctlScript("case $1 in list*) printf '%s.service enabled enabled\\n' fileless odd maintenance refreshing;; "
                     "*) echo ActiveState=${4%.service};; esac");
     Write(kVolume + "/x", ""), fs::create_symlink(kVolume, "/run/to-volume");
     const Holder ofUser("user.slice/user@7.service/app.slice/b.service", [] { fs::current_path(kVolume); });
