@@ -26,6 +26,19 @@ std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before, const 
     return units;
 }
 
+/// The unit of this process, whose stop waits for us; empty in the classic dialect, which waits all the same.
+std::string OwnUnit()
+{
+    std::string unit;
+    try {
+        if (ConfiguredSystemctlDialect().isOfToday) {
+            (void)MEROSystemdGetByPid(getpid(), unit);
+        }
+    } catch (const std::exception&) { // the dialect cannot be read now: logged
+    }
+    return unit;
+}
+
 void LogJobs(const char* heading, const Jobs& jobs)
 {
     MERO_LOG(LOG_INFO, "%s", heading);
@@ -50,10 +63,7 @@ void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* 
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT unwanted;
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT& state = result != nullptr ? *result : unwanted;
     Jobs now;
-    std::string own; // the unit of this process, whose stop waits for us
-    if (ConfiguredSystemctlDialect().isOfToday) {
-        (void)MEROSystemdGetByPid(getpid(), own);
-    }
+    const std::string own = OwnUnit();
     for (int pass = kPasses - 1; pass >= 0; --pass) {
         now.clear();
         if (!ListJobs(now)) {

@@ -72,21 +72,44 @@ Texts TextsFromJson(const Json::Value& array)
     return texts;
 }
 
+Json::Value ToJson(const UnmountRecord& record)
+{
+    Json::Value value(Json::objectValue);
+    value["volumes"] = TextsToJson(record.volumes);
+    value["services"] = TextsToJson(record.services);
+    value["units"] = TextsToJson(record.units);
+    value["since"] = static_cast<Json::Int64>(record.since);
+    value["caller"] = ProcessToJson(record.caller);
+    value["watcher"] = ProcessToJson(record.watcher);
+    return value;
+}
+
+bool WriteWhole(const Json::Value& value)
+{
+    const Descriptor folder = MakeDirectory(kFolder);
+    if (!folder || (unlinkat(folder.Get(), kTemporary, 0) != 0 && errno != ENOENT)) {
+        return false;
+    }
+    const bool written =
+        WriteJsonFile(folder, kTemporary, kName, value) && renameat(folder.Get(), kTemporary, folder.Get(), kName) == 0;
+    if (!written) {
+        const int error = errno;
+        (void)unlinkat(folder.Get(), kTemporary, 0);
+        errno = error;
+    }
+    return written;
+}
+
 } // namespace
 
 bool UnmountRecord::Write() const
 {
-    Json::Value value(Json::objectValue);
-    value["volumes"] = TextsToJson(volumes);
-    value["services"] = TextsToJson(services);
-    value["units"] = TextsToJson(units);
-    value["since"] = static_cast<Json::Int64>(since);
-    value["caller"] = ProcessToJson(caller);
-    value["watcher"] = ProcessToJson(watcher);
-    const Descriptor folder = MakeDirectory(kFolder);
-    const bool written = folder && (unlinkat(folder.Get(), kTemporary, 0) == 0 || errno == ENOENT) &&
-                         WriteJsonFile(folder, kTemporary, kName, value) &&
-                         renameat(folder.Get(), kTemporary, folder.Get(), kName) == 0;
+    bool written = false;
+    try {
+        written = WriteWhole(ToJson(*this));
+    } catch (const std::exception&) { // no memory
+        errno = ENOMEM;
+    }
     if (!written) {
         MERO_LOG(LOG_WARNING, "Cannot write [%s%s]: %m. If this process and its watcher are killed, [%s] stay stopped.",
                  kFolder, kName, Join(services).c_str());

@@ -130,11 +130,7 @@ private:
     {
         (void)watcher_.Start(
             locks_, [&, caller = getpid()] { GoBackForCaller(caller, volumes_, back_); }, [&] { TakeRecordBack(); });
-        Record();
-        if (!RemoveTarget(kBeginTarget) || !RemoveTarget(kEndTarget) ||
-            !WriteTarget(kBeginTarget, "Conflicts", stops_.services) ||
-            !WriteTarget(kEndTarget, "Wants", back_.services) || !MEROSystemdDaemonReload()) {
-            TakeRecordBack();
+        if (!Prepare()) {
             return false;
         }
         MERO_LOG(LOG_INFO, "the following service will temporarily stop for volume unmounting: [%s][%s]",
@@ -142,6 +138,24 @@ private:
         watcher_.Arm();
         bool mayBeStopping = true;
         return RunAndGoBack([&] { return Stop(mayBeStopping) && action(); }, [&] { return GoBack(mayBeStopping); });
+    }
+
+    bool Prepare() const
+    {
+        bool isPrepared = false;
+        return RunAndGoBack(
+            [&] {
+                Record();
+                return isPrepared = RemoveTarget(kBeginTarget) && RemoveTarget(kEndTarget) &&
+                                    WriteTarget(kBeginTarget, "Conflicts", stops_.services) &&
+                                    WriteTarget(kEndTarget, "Wants", back_.services) && MEROSystemdDaemonReload();
+            },
+            [&] {
+                if (!isPrepared) {
+                    TakeRecordBack();
+                }
+                return true;
+            });
     }
 
     bool Stop(bool& mayBeStopping) const
@@ -154,12 +168,17 @@ private:
 
     bool GoBack(bool mayBeStopping)
     {
-        const bool isOurs = IsAnyOurs(back_.isOfToday ? back_.units : back_.services);
-        const bool started = back_.StartEndTarget(mayBeStopping && !isOurs);
-        if (!isOurs || !watcher_.HandOver()) {
-            FinishOfToday(back_);
+        try {
+            const bool isOurs = IsAnyOurs(back_.isOfToday ? back_.units : back_.services);
+            const bool started = back_.StartEndTarget(mayBeStopping && !isOurs);
+            if (!isOurs || !watcher_.HandOver()) {
+                FinishOfToday(back_);
+            }
+            return started;
+        } catch (const std::exception&) { // no memory: the watcher has its own
+            (void)watcher_.HandOver();
+            throw;
         }
-        return started;
     }
 
     void Record() const

@@ -244,6 +244,9 @@ void AddDependents(VolumeStopSet& set)
     for (const std::string& unit : units) {
         const UnitFacts* facts = set.facts.Find(unit);
         stopping.insert(facts != nullptr ? facts->id : unit);
+        if (facts == nullptr) {
+            set.startOrder.push_back(unit); // not shown
+        }
     }
     for (const Dependent& one : *all) {
         const bool stops = stopping.contains(one.unit), runs = set.facts.Find(one.unit)->IsRunning();

@@ -93,7 +93,7 @@ const BestEffort kBestEffort[] = {
     {"", "list-jobs"}, // asks for jobs that may be in the way
     {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
     {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
-    {"Reason", "reset-failed|daemon-reload"},
+    {"Reason", "reset-failed|daemon-reload|show|/run/merosystemd/stopped-along"},
     {"Uninstall", "is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status"},
     {"Isolate", "/run/merosystemd/(status_monitor.exit.lock|isolate-state)"},
     {"KillSlice", "stop|kill a.slice"},
@@ -132,10 +132,20 @@ std::string EssentialCalls(const Function& function, Files& files)
     return calls;
 }
 
+/// Where memory is out on the way back, that is left to the watcher, which waits here for jobs that are always listed.
+void EndWatcher()
+{
+    const std::string record = "/run/merosystemd/volume-unmount.json";
+    if (std::filesystem::exists(record)) {
+        Shell("jq .watcher.pid " + record + " | xargs kill -9; rm " + record);
+    }
+}
+
 /// What a call has left on the disk: each file is whole, as it was before or as it is after a success; and after a
 /// success all are as they should be. A unit that the library makes lacks a key for which there was no memory.
 std::string FileFault(const Function& function, const Files& before, Files good, bool done)
 {
+    EndWatcher();
     Files now = FilesButIDs();
     const std::string calls = EssentialCalls(function, now);
     if (done && calls != EssentialCalls(function, good)) {
