@@ -34,7 +34,7 @@ bool AskAll(const Texts& units, Relatives relatives, UnitFactsTable& facts)
     return true;
 }
 
-/// Puts the unit behind all that can be reached from it. The second name of each is the unit that it was reached from.
+/// Adds the unit after all that can be reached from it. The second name of each is the unit that it was reached from.
 void Visit(const UnitFactsTable& table, Relatives relatives, const std::string& unit, const std::string& from,
            std::set<std::string>& visited, std::vector<Dependent>& found)
 {

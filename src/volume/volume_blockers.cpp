@@ -153,7 +153,7 @@ void AddProcesses(const VolumeStopSet& set, MountNamespaces& namespaces, std::ve
         }
         const Texts units = UnitsOf(files.Cgroup(process));
         if (IsOfAny(units, stopping) || (units.empty() && files.IsEnding(process))) {
-            return; // it ends: of which unit cannot be told any more, perhaps
+            return; // it ends: perhaps nobody can say any more of which unit it was
         }
         const std::string unit = units.empty() ? std::string() : units.back();
         if (user) {
