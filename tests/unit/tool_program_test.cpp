@@ -173,7 +173,11 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("daemon-reload").output,
               "merosystemctl: systemd 257 speaks the current dialect: put dialect=current into " + conf + "\n");
     EXPECT_EQ(Tool("complete -- daemon-r").output, "daemon-reload\n");
-    Write(conf, "dialect=current\n"), RemoveSystemctl();
+    Write(conf, "dialect=current\n"), Write("/usr/lib/systemd/libsystemd-shared-245.so", "");
+    EXPECT_EQ(Tool("daemon-reload").output,
+              "merosystemctl: systemd 245 does not speak the current dialect: take dialect=current out of " + conf +
+                  "\n");
+    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so"), RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
                                       "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {
         EXPECT_THAT(Tool(command),

@@ -5,6 +5,8 @@
 #include <merocore/file.h>
 #include <merocore/process.h>
 
+#include <glob.h>
+
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -25,6 +27,18 @@ int SystemdVersion()
     return output != nullptr && std::fscanf(output.get(), "systemd %d", &number) == 1 ? number : 0;
 }
 
+/// The same by the name of systemd's private library, for which no process is started.
+int InstalledSystemdVersion()
+{
+    glob_t found{};
+    int number = 0;
+    if (glob("/usr/lib/{,*/}systemd/libsystemd-shared-*.so", GLOB_BRACE, nullptr, &found) == 0) {
+        (void)std::sscanf(std::strrchr(found.gl_pathv[0], '/'), "/libsystemd-shared-%d", &number);
+    }
+    globfree(&found);
+    return number;
+}
+
 } // namespace
 
 bool IsDialectOfToday()
@@ -36,10 +50,13 @@ bool IsDialectOfToday()
 
 void WarnOfDialect()
 {
-    const int version = IsDialectOfToday() ? 0 : SystemdVersion(); // no process more where all is as it usually is
-    if (version >= kFirstCurrent) {
-        PrintError("systemd " + std::to_string(version) + " speaks the current dialect: put dialect=current into " +
-                   kConfiguration);
+    const bool isOfToday = IsDialectOfToday(); // as usual: no process more then
+    const int version = isOfToday ? InstalledSystemdVersion() : SystemdVersion();
+    const std::string systemd = "systemd " + std::to_string(version);
+    if (!isOfToday && version >= kFirstCurrent) {
+        PrintError(systemd + " speaks the current dialect: put dialect=current into " + kConfiguration);
+    } else if (isOfToday && version > 0 && version < kFirstCurrent) {
+        PrintError(systemd + " does not speak the current dialect: take dialect=current out of " + kConfiguration);
     }
 }
 
