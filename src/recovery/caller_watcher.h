@@ -15,7 +15,7 @@ namespace MERO::Systemd {
 /// It is forked, so that it needs no file that could be missing or of another version. It has its own session, belongs
 /// to init, and of the caller's descriptors has only those of the locks, which stay held until it has ended. It leaves
 /// the caller's unit, since systemd kills all processes of a unit: for a scope of system.slice where systemctl is
-/// today's, otherwise for the root of systemd's named hierarchy. Where neither is there, it stays.
+/// today's, otherwise for the root of the hierarchy named systemd. Where neither is there, it stays.
 class CallerWatcher {
 public:
     CallerWatcher() = default;

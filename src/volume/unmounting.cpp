@@ -51,7 +51,7 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
 bool IsAnyOurs(const Texts& units)
 {
     std::string unit;
-    return MEROSystemdGetByPid(getpid(), unit) && std::find(units.begin(), units.end(), unit) != units.end();
+    return MEROSystemdGetByPid(getpid(), unit) && Contains(units, unit);
 }
 
 void FinishOfToday(const UnmountReturn& back)
@@ -90,7 +90,7 @@ std::optional<UnmountRecord> FindInterrupted()
 void AddMissing(const Texts& from, Texts& to)
 {
     std::copy_if(from.begin(), from.end(), std::back_inserter(to),
-                 [&](const std::string& unit) { return std::find(to.begin(), to.end(), unit) == to.end(); });
+                 [&](const std::string& unit) { return !Contains(to, unit); });
 }
 
 /// From the moment at which all is known, under the locks.
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    /// Nothing stops. What an interrupted unmounting left behind starts all the same.
+    /// Nothing stops, but what an interrupted unmounting has left stopped starts again.
     bool RunOnly(const std::function<bool()>& action)
     {
         MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(volumes_).c_str());

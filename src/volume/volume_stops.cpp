@@ -137,25 +137,25 @@ void AddCauseOnce(const std::string& unit, StopCause cause, VolumeStopSet& set)
 /// units like others, and it is they that run.
 void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
 {
-    std::vector<std::pair<std::string, Dependency>> candidates;
+    struct Candidate {
+        std::string unit;
+        Dependency dependency;
+        std::optional<StopCause> cause; ///< none: an instance of the template may have one
+    };
+    std::vector<Candidate> candidates;
     Texts asked;
     for (const std::string& unit : units) {
         const Dependency dependency = DependencyOf(unit);
-        const bool canStop = dependency == MERO_SYSTEMD_VOLUME_DEPENDENCY_ALL ||
-                             (dependency == MERO_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL &&
-                              (IsTemplate(unit) || FindRegistration(unit, set.volumes)));
-        if (canStop) {
-            candidates.emplace_back(unit, dependency);
+        auto cause = FindDeclaration(unit, dependency, set.volumes);
+        if (cause || (IsTemplate(unit) && dependency != MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE)) {
+            candidates.push_back({unit, dependency, std::move(cause)});
             asked.push_back(IsTemplate(unit) ? std::string(unit).insert(unit.find('@') + 1, "*") : unit);
         }
     }
     (void)set.facts.Ask(asked); // those that it does not show are asked one by one
-    for (const auto& [unit, dependency] : candidates) {
+    for (const auto& [unit, dependency, own] : candidates) {
         for (const std::string& one : IsTemplate(unit) ? set.facts.InstancesOf(unit) : Texts{unit}) {
-            auto cause = FindDeclaration(one, dependency, set.volumes);
-            if (!cause && one != unit) {
-                cause = FindDeclaration(unit, dependency, set.volumes); // the template has registered the volume
-            }
+            const auto cause = own ? own : FindDeclaration(one, dependency, set.volumes);
             if (cause && IsRunning(one, set.facts)) {
                 AddCauseOnce(one, *cause, set);
             }
@@ -214,8 +214,7 @@ void AddResolved(Texts& volumes)
 {
     for (std::size_t i = 0, count = volumes.size(); i < count; ++i) {
         const CMemory<char> resolved(realpath(volumes[i].c_str(), nullptr));
-        if (resolved != nullptr && volumes[i] != resolved.get() &&
-            std::find(volumes.begin(), volumes.end(), resolved.get()) == volumes.end()) {
+        if (resolved != nullptr && !Contains(volumes, resolved.get())) {
             MERO_LOG(LOG_WARNING, "[%s] leads to [%s], which is looked for too.", volumes[i].c_str(), resolved.get());
             volumes.emplace_back(resolved.get());
         }
@@ -279,8 +278,7 @@ void FindTriggers(VolumeStopSet& set)
     }
     std::copy_if(triggers.begin(), triggers.end(), std::back_inserter(set.triggers), [&](const VolumeTrigger& trigger) {
         const UnitFacts* facts = set.facts.Find(trigger.unit);
-        return facts != nullptr && facts->IsRunning() &&
-               std::find(stopping.begin(), stopping.end(), facts->id) == stopping.end();
+        return facts != nullptr && facts->IsRunning() && !Contains(stopping, facts->id);
     });
 }
 

@@ -20,7 +20,7 @@ namespace {
 constexpr const char* kCalls = "/run/systemctl.calls";
 constexpr long kMostFaults = 400; ///< of one function and kind: of more calls some are taken, of each function others
 
-/// A run without a fault, as the forked child tells it, and what the one with a fault is like.
+/// A run without a fault, as the forked child reports it, and what the one with a fault is like.
 struct GoodRun {
     long calls = 0;
     bool isDone = false, isDoneAgain = false;
@@ -132,7 +132,7 @@ std::string EssentialCalls(const Function& function, Files& files)
     return calls;
 }
 
-/// Where memory is out on the way back, that is left to the watcher, which waits here for jobs that are always listed.
+/// When the way back runs out of memory, the watcher takes over. Here it waits for jobs that are always listed.
 void EndWatcher()
 {
     const std::string record = "/run/merosystemd/volume-unmount.json";
