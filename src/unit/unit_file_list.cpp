@@ -21,9 +21,8 @@ bool IsPassedOver(const std::error_code& error)
 /// As unit_name_is_valid() in systemd's unit-name.c has it. What is hidden is no unit file.
 bool IsUnitFileName(const std::string& name)
 {
-    constexpr std::size_t kLongest = 255;
     constexpr std::string_view kCharacters = "@:-_.\\0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    return name.size() <= kLongest && !name.starts_with('.') && !name.starts_with('@') && HasKnownUnitType(name) &&
+    return !name.starts_with('.') && !name.starts_with('@') && HasKnownUnitType(name) &&
            name.find_first_not_of(kCharacters) == name.npos;
 }
 
