@@ -1,5 +1,6 @@
 #include "support/child.h"
 #include "support/operations.h"
+#include "support/shell.h"
 #include "support/texts.h"
 #include "unit/job_info.h"
 
@@ -146,6 +147,48 @@ TEST_F(Questions, EachDialectHasItsColumnsAndItsExitCode)
                             "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))"));
     EXPECT_THAT(units, ElementsAre("before", "nfs", "a.b"));
     EXPECT_EQ(Items(List(list).get()), units);
+}
+
+TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
+{
+    Write(kConfiguration, "dialect=current\n");
+    for (const char* name :
+         {"one/b.service", "one/A.service", "one/c@.service", "one/.d.service", "one/e.servicex", "one/@.service",
+          "one/f g.service", "one/h", "two/A.service", "two/z.mount", "two/.mount"}) {
+        Write(std::string("/run/units/") + name, "");
+    }
+
+    Shell("cd /run/units/two; mkdir k.service; mkfifo l.service; ln -s /nowhere m.timer; ln -s /etc n.target; touch "
+          "file");
+    const Texts listed{"z.mount", "A.service", "b.service", "c@.service", "n.target", "m.timer"};
+    const Answer asked{"list-unit-files --no-legend --root=/.", "asked.service enabled x\n"};
+    struct Case {
+        Answer unitPath;
+        Texts found;
+    };
+    const std::string ask = "show --property=UnitPath";
+    const Case cases[] = {
+        {{ask, "UnitPath=/run/units/two /run/nowhere /run/units/two/file /run/units/one\n"}, listed},
+        {{ask, "UnitPath=/run/units/two \"/run/a b\" /run/units/one\n"}, {"asked.service"}},
+        {{ask, "UnitPath=/run/units/two [unprintable]\n"}, {"asked.service"}},
+        {{ask, "UnitPath=\n"}, {"asked.service"}},
+        {{ask, "Failed to connect to bus\n", 1}, {"asked.service"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.unitPath.output);
+        Systemctl({c.unitPath, asked});
+        EXPECT_EQ(Files(), c.found);
+    }
+    Systemctl({cases[0].unitPath});
+    Texts units{"before"};
+    EXPECT_TRUE(MEROSystemdListUnits(units, "service"));
+    EXPECT_THAT(units, ElementsAre("before", "A.service", "b.service", "c@.service"));
+    Shell("cd /run/units; ln -s loop loop");
+    Systemctl({{ask, "UnitPath=/run/units/one /run/units/loop\n"}});
+    EXPECT_EQ(Files(), Texts{"failed"});
+    EXPECT_EQ(MLIBCErrGet(), MLIBC_ERR_OPEN_DIRECTORY);
+    EXPECT_EQ(Said("systemd_internal_lib").back(),
+              "ERR Failed to read the folders of unit files: Too many levels of symbolic links");
 }
 
 using Words = std::vector<std::pair<std::string, int>>;

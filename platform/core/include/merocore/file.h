@@ -31,10 +31,10 @@ int MLIBCFileCheckDir(const char* path);
 
 /** Locks the file `path`, which is created (mode 0600) if it is missing: for this caller alone when `exclusive` is
    not 0, together with other shared holders otherwise. Waits up to `timeoutSeconds` seconds; 0 means one attempt.
-   A lock that becomes free is taken within 20 ms. On success stores the descriptor in `*fd`: the lock (flock)
-   belongs to its open file description and goes when the last copy of the descriptor is closed, inherited ones
-   included. Returns 0, or negative with `*fd` untouched. Errors: MLIBC_ERR_LOCK_BUSY, MLIBC_ERR_OPEN_FILE,
-   MLIBC_ERR_INVALID_ARGUMENT (a negative time among them). */
+   A lock that becomes free is taken within 20 ms, one held for 0.1 s within 5. On success stores the descriptor in
+   `*fd`: the lock (flock) belongs to its open file description and goes when the last copy of the descriptor is closed,
+   inherited ones included. Returns 0, or negative with `*fd` untouched. Errors: MLIBC_ERR_LOCK_BUSY,
+   MLIBC_ERR_OPEN_FILE, MLIBC_ERR_INVALID_ARGUMENT (a negative time among them). */
 int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds, int* fd);
 
 /** Closes `fd`, and with its last copy gives the lock back. 0 or negative. */
