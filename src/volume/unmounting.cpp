@@ -119,11 +119,7 @@ private:
         if (!interrupted_) {
             return action();
         }
-        return RunAndGoBack(action, [&] {
-            (void)(back_.WaitForJobs() && back_.StartUnits());
-            UnmountRecord::Remove();
-            return true;
-        });
+        return RunAndGoBack(action, [&] { return (void)FinishInterruptedUnmounting(*interrupted_), true; });
     }
 
     bool RunBetweenStopAndStart(const std::function<bool()>& action)

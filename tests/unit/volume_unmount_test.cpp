@@ -6,6 +6,7 @@
 #include "support/waiting.h"
 #include "volume/mount_path.h"
 #include "volume/mount_table.h"
+#include "volume/start_again.h"
 #include "volume/text_table.h"
 
 #include <fcntl.h>
@@ -16,6 +17,8 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <thread>
 
 using namespace MERO::Systemd;
@@ -247,6 +250,67 @@ TEST_F(VolumeUnmount, TheDialectOfTodaySeesMore)
     const Texts said = Said("systemd_volume_unmount_action");
     EXPECT_THAT(said, IsSupersetOf({"WARNING [/run/to-volume] leads to [" + kVolume + "], which is looked for too.",
                                     "WARNING [maintenance.service] is in maintenance: it counts as not running."s}));
+}
+
+/// A systemctl of today that knows every unit; all of them are in one state.
+const std::string kShowsAll = "case $1 in list-unit-files) cat /run/files;; show) shift 2; for unit; do "
+                              "printf 'Id=%s\\nNames=%s\\nLoadState=loaded\\nCanStart=yes\\n' $unit $unit; "
+                              "echo ActiveState=$(cat /run/state); echo; done;; esac";
+
+TEST_F(VolumeUnmount, EachUnitOfAMasterIsACause)
+{
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Write("/run/state", "active");
+    SetUnits({{kAll + "\nMaster=m.service", {"a.service", "c.service"}}});
+    Write("/run/files", "a.service enabled enabled\nc.service enabled enabled\n"), SystemctlScript(kShowsAll);
+    fs::create_directories(kVolume);
+    const Holder user("user.slice/user@7.service", [] { fs::current_path(kVolume); }); // the manager itself
+    FullVolumeUnmountPlan plan;
+    EXPECT_TRUE(MEROSystemdVolumeUnmountFullPlan({kVolume}, plan));
+    ASSERT_THAT(plan.stops,
+                ElementsAre(Field(&PlannedStop::unit, "m.service"), Field(&PlannedStop::unit, "user@7.service")));
+    EXPECT_THAT(plan.stops[0].causes,
+                ElementsAre(Field(&StopCause::unit, "a.service"), Field(&StopCause::unit, "c.service")));
+}
+
+TEST_F(VolumeUnmount, AnUnmountWhoseProcessesAreGoneIsEndedByTheNextOne)
+{
+    using Kind = VolumeUnmountState::Kind;
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Write("/run/state", "inactive");
+    Write("/run/files", ""), SystemctlScript(kShowsAll);
+    const std::string stat = Read("/proc/self/stat");
+    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+    const Texts all{std::istream_iterator<std::string>(fields), {}};
+    const auto process = [](int pid, const std::string& started) {
+        return "{\"pid\":" + std::to_string(pid) + ",\"started\":\"" + started + "\"}";
+    };
+    const std::string here = process(getpid(), all[19]), reused = process(getpid(), "1"), none = process(0, "");
+    const std::tuple<std::string, std::string, Kind> cases[] = {
+        {here, none, Kind::Running},       {none, here, Kind::Running},     {reused, here, Kind::Running},
+        {reused, none, Kind::Interrupted}, {none, none, Kind::Interrupted}, {none, reused, Kind::Interrupted},
+    };
+    VolumeUnmountState state;
+    for (const auto& [caller, watcher, kind] : cases) {
+        Write(kRun + "volume-unmount.json", R"({"volumes":["/w"],"services":["a.service"],"units":["a.service"],)"
+                                            R"("since":7,"caller":)" +
+                                                caller + ",\"watcher\":" + watcher + "}");
+        EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == kind) << caller << watcher;
+    }
+    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }));
+    EXPECT_THAT(Calls(), Contains("start a.service"));
+    EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == Kind::None);
+    EXPECT_FALSE(fs::exists(kRun + "volume-unmount.json"));
+}
+
+TEST_F(VolumeUnmount, WhatWasTriedIsTriedAgainOnlyWithTheOthers)
+{
+    Write("/run/state", "inactive"), SystemctlScript(kShowsAll);
+    const StoppedUnits both{.units = {"a.service", "b.service"}, .lost = {}, .tried = {"a.service"}};
+    const StoppedUnits tried{.units = {"a.service"}, .lost = {"c.scope"}, .tried = {"a.service"}};
+    const std::string start = "start a.service b.service";
+    EXPECT_THAT(StartAgain(MERO_HERE, both, "it"), ElementsAre("a.service", "b.service"));
+    EXPECT_THAT(Calls(), Contains(start));
+    EXPECT_THAT(StartAgain(MERO_HERE, tried, "it"), ElementsAre("a.service", "c.scope"));
+    EXPECT_THAT(Calls(), Each(StartsWith("show ")));
 }
 
 TEST_F(VolumeUnmount, MountsElsewhereAreTold)
