@@ -1,6 +1,6 @@
-/// What does the library add to the systemctl runs in the plan of an unmounting? 1,000 unit files, 50 of which belong
-/// to services that run and have registered the volume: the plan, and the same systemctl runs with their output read.
-/// Runs inside mero-sandbox.
+/// What does it cost to list the unit files, and to plan an unmounting? 1,000 and 5,000 unit files, 50 of which belong
+/// to services that run and have registered the volume: beside `systemctl list-unit-files`, and beside one
+/// `systemctl show` of those services. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 #include "population.h"
@@ -16,8 +16,8 @@ namespace {
 
 using namespace MERO::Bench;
 
-constexpr int kUnits = 1000;
-constexpr int kDependentUnits = 50;
+constexpr int kFewUnits = 1000;
+constexpr int kDependentUnits = 50; // the first ones
 constexpr const char* kSystemctl = "/usr/bin/systemctl";
 constexpr const char* kVolume = "/run/bench/volume";
 
@@ -26,30 +26,42 @@ std::string NameOf(int number)
     return "bench-" + std::to_string(number) + ".service";
 }
 
-bool IsDependent(int number)
+std::vector<std::string> DependentUnits()
 {
-    return number % (kUnits / kDependentUnits) == 0;
+    std::vector<std::string> units;
+    for (int i = 0; i < kDependentUnits; ++i) {
+        units.push_back(NameOf(i));
+    }
+    return units;
 }
 
-bool MakeUnits()
+bool MakeUnits(int first, int end)
 {
     const std::string text = "[Service]\nType=oneshot\nRemainAfterExit=yes\nExecStart=/bin/true\n"
                              "[X-Tarvix]\nName=Bench\n";
-    std::vector<std::string> start{"systemctl", "start"};
-    for (int i = 0; i < kUnits; ++i) {
-        WriteUnit(NameOf(i), IsDependent(i) ? text + "VolumeDependency=partial\n" : text);
-        if (IsDependent(i)) {
-            start.push_back(NameOf(i));
-            if (!MEROSystemdVolumeRegister(NameOf(i), kVolume)) {
-                return false;
-            }
+    for (int i = first; i < end; ++i) {
+        const bool isDependent = i < kDependentUnits;
+        WriteUnit(NameOf(i), isDependent ? text + "VolumeDependency=partial\n" : text);
+        if (isDependent && !MEROSystemdVolumeRegister(NameOf(i), kVolume)) {
+            return false;
         }
     }
     LoadUnits();
-    return RunProgram(start);
+    std::vector<std::string> failed;
+    return MEROSystemdStart(DependentUnits(), failed);
 }
 
-void Library(benchmark::State& state)
+void List(benchmark::State& state)
+{
+    for (auto _ : state) {
+        std::vector<std::string> units;
+        if (!MEROSystemdListUnits(units, "")) {
+            state.SkipWithError("the unit files cannot be listed");
+        }
+    }
+}
+
+void Plan(benchmark::State& state)
 {
     for (auto _ : state) {
         MERO::Systemd::VolumeUnmountPlan plan;
@@ -59,20 +71,39 @@ void Library(benchmark::State& state)
     }
 }
 
-void BareRuns(benchmark::State& state)
+void Systemctl(benchmark::State& state, std::vector<std::string> words)
 {
+    words.insert(words.begin(), kSystemctl);
     std::string output;
     for (auto _ : state) {
-        bool done = ReadProgram({kSystemctl, "list-unit-files", "--no-legend", "--root=/."}, output);
-        for (int i = 0; i < kUnits; ++i) {
-            if (IsDependent(i)) {
-                done = done && ReadProgram({kSystemctl, "show", "--property", "ActiveState", NameOf(i)}, output);
-            }
-        }
-        if (!done) {
+        if (!ReadProgram(words, output)) {
             state.SkipWithError("systemctl cannot be run");
         }
     }
+}
+
+bool MeasureAmong(int units)
+{
+    std::vector<std::string> show = DependentUnits();
+    show.insert(show.begin(), "show");
+    const std::string files = std::to_string(units) + " unit files";
+    const auto run = [](std::vector<std::string> words) {
+        return [words = std::move(words)](benchmark::State& state) { Systemctl(state, words); };
+    };
+    const Candidate list{"list", List}, plan{"plan", Plan};
+    const Results results =
+        Measure({list, plan, {"show of the services", run(show)}}, {.iterations = 1, .repetitions = 15});
+    bool done = results.PrintRatio("plan of an unmounting, " + files + ", 50 dependent services", "plan",
+                                   "show of the services", units == kFewUnits ? std::optional(1.5) : std::nullopt) &&
+                results.PrintPoint("list of unit files", units, "list") &&
+                results.PrintPoint("plan of an unmounting, by unit files", units, "plan");
+    if (units == kFewUnits) { // more of them take systemctl minutes
+        done = Measure({list, {"list-unit-files", run({"list-unit-files", "--no-legend", "--root=/."})}},
+                       {.iterations = 1, .repetitions = 3})
+                   .PrintRatio("list of " + files, "list", "list-unit-files", 0.02) &&
+               done;
+    }
+    return done;
 }
 
 } // namespace
@@ -81,15 +112,15 @@ int main(int argc, char* argv[])
 {
     Initialize(argc, argv);
     SetUpMachine();
-    if (!MakeUnits()) {
-        std::fprintf(stderr, "no units to plan with\n");
-        return 1;
-    }
     const Population population({.processes = 0, .mappedFiles = 0, .descriptors = 0, .volume = kVolume});
-    const Results results =
-        Measure({{"library", Library}, {"systemctl alone", BareRuns}}, {.iterations = 1, .repetitions = 9});
-    return results.PrintRatio("plan of an unmounting, 1,000 unit files, 50 dependent services", "library",
-                              "systemctl alone", 1.15)
-               ? 0
-               : 1;
+    bool done = true;
+    for (int made = 0; const int units : {kFewUnits, 2 * kFewUnits, 5 * kFewUnits}) {
+        if (!MakeUnits(made, units)) {
+            std::fprintf(stderr, "no units to plan with\n");
+            return 1;
+        }
+        made = units;
+        done = MeasureAmong(units) && done;
+    }
+    return done ? 0 : 1;
 }
