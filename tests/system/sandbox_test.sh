@@ -225,6 +225,9 @@ done <<'TABLE'
 137|kill -KILL $$
 143|kill -TERM $$
 TABLE
+# shellcheck disable=SC2016
+check "a hang-up that its caller ignores is ignored" exits 0 bash -c \
+    'trap "" HUP; "$0" true & sleep 0.2; kill -HUP $!; wait $!' "$box"
 check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
 check "status 127 for what is not found" exits 127 "$box" no-such-command
 check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
