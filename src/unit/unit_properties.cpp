@@ -36,6 +36,7 @@ std::vector<std::string> ItemsOf(const std::string& value)
 {
     Texts items;
     std::istringstream rest(value);
+    rest.exceptions(std::ios::badbit); // std::bad_alloc, which the stream would keep to itself
     for (std::string item; rest >> std::quoted(item);) {
         items.push_back(item);
     }
