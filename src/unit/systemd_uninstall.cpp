@@ -47,12 +47,12 @@ bool IsMasked(const std::string& unit)
     return MEROSystemdEnableStatusGet(unit) == MERO_SYSTEMD_ENABLE_STATUS_MASKED;
 }
 
-/// Whether one of the units is masked. They are one question in the current dialect; unless systemctl answers it for
+/// Whether one of the units is masked. What is one question is put again for each unit if systemctl does not answer for
 /// all of them: that of systemd 252 ends at the first unit without a file.
-bool IsOneMasked(const Texts& vecUnits, bool isOfToday)
+bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
 {
     Texts states;
-    if (isOfToday && vecUnits.size() > 1) {
+    if (isOneQuestion) {
         try {
             (void)MEROSystemdSystemctl("is-enabled", {}, vecUnits, [&](int, const Texts& lines) {
                 states = lines;
@@ -69,7 +69,7 @@ bool IsOneMasked(const Texts& vecUnits, bool isOfToday)
 }
 
 /// Stops the units and takes them out of the boot: no link to them is left.
-bool TakeOutOfService(const Texts& vecUnits, bool isOfToday, const SystemctlObserver& observer)
+bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
     const Texts offlineRuntime{kOfflineOption, "--runtime"};
@@ -80,7 +80,7 @@ bool TakeOutOfService(const Texts& vecUnits, bool isOfToday, const SystemctlObse
         !run("disable runtime", "disable", offlineRuntime)) {
         return false;
     }
-    return !IsOneMasked(vecUnits, isOfToday) ||
+    return !IsOneMasked(vecUnits, isOneQuestion) ||
            (run("unmask", "unmask", offline) && run("unmask runtime", "unmask", offlineRuntime));
 }
 
@@ -160,14 +160,14 @@ bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& obser
 
 bool Uninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    const bool isOfToday = ConfiguredSystemctlDialect().isOfToday;
-    if (!TakeOutOfService(vecUnits, isOfToday, observer)) {
+    const bool isOneQuestion = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isOfToday;
+    if (!TakeOutOfService(vecUnits, isOneQuestion, observer)) {
         AddFailed(vecUnits, failed);
         (void)Reload(vecUnits, failed, observer);
         return false;
     }
     bool done = Reload(vecUnits, failed, observer);
-    const Paths known = isOfToday ? PathsOf(vecUnits) : Paths();
+    const Paths known = isOneQuestion ? PathsOf(vecUnits) : Paths();
     for (const std::string& unit : vecUnits) {
         if (!RemoveTraces(unit, known)) {
             AddFailed({unit}, failed);
