@@ -7,27 +7,30 @@
 #include <exception>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
 
-std::vector<UnitProperties> Parse(const Texts& lines, const Texts& properties)
+ShowAnswer Parse(int exitCode, const Texts& lines, const Texts& properties)
 {
-    std::vector<UnitProperties> units;
+    ShowAnswer answer{.exitCode = exitCode, .units = {}, .messages = {}};
     bool isBetween = true;
     for (const std::string& line : lines) {
         const std::size_t equals = line.find('=');
         const std::string name = line.substr(0, equals);
         if (line == "\n") {
             isBetween = true;
-        } else if (equals != line.npos && Contains(properties, name)) {
+        } else if (equals == line.npos || !Contains(properties, name)) {
+            answer.messages.push_back(line);
+        } else {
             if (std::exchange(isBetween, false)) {
-                units.emplace_back();
+                answer.units.emplace_back();
             }
-            units.back().try_emplace(name, line.substr(equals + 1, line.find_last_not_of('\n') - equals));
+            answer.units.back().try_emplace(name, line.substr(equals + 1, line.find_last_not_of('\n') - equals));
         }
     }
-    return units;
+    return answer;
 }
 
 } // namespace
@@ -36,6 +39,7 @@ std::vector<std::string> ItemsOf(const std::string& value)
 {
     Texts items;
     std::istringstream rest(value);
+    rest.exceptions(std::ios::badbit); // std::bad_alloc, which the stream would keep to itself
     for (std::string item; rest >> std::quoted(item);) {
         items.push_back(item);
     }
@@ -50,7 +54,7 @@ std::optional<ShowAnswer> RunShow(const SystemctlOpts& opts, const Texts& units,
     std::optional<ShowAnswer> answer;
     try {
         (void)MEROSystemdSystemctlUltron("show", show, units, [&](int exitCode, const Texts& lines) {
-            answer = {.exitCode = exitCode, .units = Parse(lines, properties), .lines = lines};
+            answer = Parse(exitCode, lines, properties);
             return true;
         });
     } catch (const std::exception&) {

@@ -250,12 +250,16 @@ TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
     fs::permissions("/run/systemctl.calls", fs::perms(0666));
     const auto ask = [] {
         std::for_each(std::begin(kQuestions), std::end(kQuestions), [](auto& question) { question.get("u"); });
-        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;
+        std::map<std::string, ShownUnit> units;
+        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1 +
+               MEROSystemdShowProperties({"u"}, {"Id"}, units) + MEROSystemdShowPropertiesSystem({"u"}, {"Id"}, units);
     };
     EXPECT_EQ(RunAs(65534, ask), 0);
-    EXPECT_THAT(Calls(), ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
-                                     "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
-                                     "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u"));
+    EXPECT_THAT(Calls(),
+                ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
+                            "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
+                            "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u",
+                            "show --user --property=Id,Names u.service", "show --property=Id,Names u.service"));
     EXPECT_THAT(Log(), Contains("ERR systemd_putenv_by_pam_systemd: Failed to put env by pam systemd for 65534"));
 }
 
@@ -299,6 +303,10 @@ TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOth
         {{"m\\x2dn.mount", "-.mount"}, {{"-- m\\x2dn.mount -.mount", mounts}}, "-.mount= m\\x2dn.mount="},
         {{"a", "x", "b"}, {{axb, a, 1, named}, {"b.service", b}}, "a=x=y b=2 x-"},
         {{"a", "x", "b"}, {{axb, a, 1, refused + "no\n"}, {"b.service", b}}, "a=x=y b=2 x-"},
+        {{"c", "x", "b"},
+         {{"c.service x.service b.service", "Id=c.service\nNames=c.service\nS=z b.service\n", 1, named},
+          {"b.service", b}},
+         "b=2 c=z b.service x-"},
         {{"x", "a", "b"}, {{"x.service a.service b.service", "", 1, named}, {"a.service b.service", b}}, "a- b=2 x-"},
         {{"x", "b"}, {{"x.service b.service", "", 1, refused + "no\n"}, {"b.service", b}}, "b=2 x-"},
         {{"x"}, {{"x.service", "", 1, named}}, "x-"},
