@@ -380,37 +380,4 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         "");
 }
 
-TEST_F(FullProgram, CompletesCommandLines)
-{
-    ASSERT_EQ(mount("/dev/pool", (fs::create_directories("/run/vol9"), "/run/vol9"), "tmpfs", 0, ""), 0);
-    const std::pair<std::string, std::string> cases[] = {
-        {"star", "start"},
-        {"volume un", "unmount unregister"},
-        {"start --no-block we", "web.service"},
-        {"start web.service a", "a.slice all.service"},
-        {"start --v", "--verify"},
-        {"reason release ''", "r"},
-        {"reason release r w", "web.service"},
-        {"reason list w", "web.service"},
-        {"volume plan /v /run/vol", "/run/vol9"},
-        {"volume users /run/", kVolume + " /run/vol9"},
-        {"volume plan /v", "/v"},
-        {"volume register --unit so", "some.service"},
-        {"list-units --type ti", "timer"},
-        {"slice kill b", "b.slice"},
-    };
-    EXPECT_THAT(Tool("complete --").output, HasSubstr("\nwhy\n"));
-    for (const auto& [words, expected] : cases) {
-        EXPECT_EQ(Shell("echo $(" + kTool + "complete -- " + words + ")").output, expected + "\n") << words;
-    }
-    for (const std::string words : {"isolate w", "slice top --interval ''", "show web.service ''", "nonsense ''"}) {
-        EXPECT_EQ(Tool("complete -- " + words).output, "") << words;
-    }
-    EXPECT_EQ(Shell("PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
-                    "; COMP_WORDS=(merosystemctl start so); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'")
-                  .output,
-              "some.service\n");
-    umount("/run/vol9");
-}
-
 } // namespace

@@ -69,22 +69,22 @@ std::string OperandName(const CLI::App& command, std::size_t index)
     return all[std::min(index, all.size() - 1)]->get_name(true);
 }
 
-Texts OptionNames(const CLI::App& command)
+std::vector<Word> OptionNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::Option* option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
+            names.push_back({"--" + name, option->get_description()});
         }
     }
     return names;
 }
 
-Texts CommandNames(const CLI::App& command)
+std::vector<Word> CommandNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::App* sub : command.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); })) {
-        names.push_back(sub->get_name());
+        names.push_back({sub->get_name(), sub->get_description()});
     }
     return names;
 }
@@ -135,27 +135,30 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
 {
     const CLI::App* command = app_.get();
     const CLI::Option* valueOf = nullptr;
-    std::size_t operands = 0;
+    Expected expected;
     for (const std::string& word : words) {
         if (valueOf != nullptr) {
-            valueOf = nullptr;
+            valueOf = word == "=" ? valueOf : nullptr; // bash makes three words of "--type=service"
         } else if (word.starts_with("-")) {
             const CLI::Option* option = NamedOption(*command, word);
             valueOf = TakesValue(option) ? option : nullptr;
         } else if (const CLI::App* sub = Subcommand(*command, word)) {
             command = sub;
+            expected.command += (expected.command.empty() ? "" : " ") + word;
         } else {
-            ++operands;
+            expected.operands.push_back(word);
         }
     }
     if (valueOf != nullptr) {
-        return {.commands = {}, .options = {}, .argument = valueOf->get_name()};
+        expected.argument = valueOf->get_name();
+        return expected;
     }
-    return {
-        .commands = operands == 0 ? CommandNames(*command) : Texts(), // else behind a command that there is not
-        .options = OptionNames(*command),
-        .argument = OperandName(*command, operands),
-    };
+    if (expected.operands.empty()) { // else behind a command that there is not
+        expected.commands = CommandNames(*command);
+    }
+    expected.options = OptionNames(*command);
+    expected.argument = OperandName(*command, expected.operands.size());
+    return expected;
 }
 
 } // namespace MERO::Tool

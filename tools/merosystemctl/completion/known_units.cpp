@@ -1,0 +1,102 @@
+#include "completion/known_units.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <sstream>
+
+namespace MERO::Tool {
+namespace {
+
+/// systemctl's lines; none when it cannot be run.
+Texts Ask(const char* verb, const Texts& options)
+{
+    Texts answer;
+    try {
+        (void)MEROSystemdSystemctl(verb, options, {}, [&](int exitCode, const Texts& lines) {
+            answer = exitCode == 0 ? lines : Texts();
+            return true;
+        });
+    } catch (const std::exception&) {
+        answer.clear();
+    }
+    return answer;
+}
+
+/// In the manager's order.
+Texts UnitFolders()
+{
+    constexpr std::string_view kProperty = "UnitPath=";
+    Texts folders;
+    for (const std::string& line : Ask("show", {"--property=UnitPath"})) {
+        std::istringstream words(line.starts_with(kProperty) ? line.substr(kProperty.size()) : "");
+        for (std::string word; words >> word;) {
+            folders.push_back(word);
+        }
+    }
+    return !folders.empty() ? folders
+                            : Texts{"/etc/systemd/system", "/run/systemd/system", "/usr/local/lib/systemd/system",
+                                    "/lib/systemd/system", "/usr/lib/systemd/system"};
+}
+
+bool IsRunning(const KnownUnit& unit)
+{
+    return unit.active == "active" || unit.active == "activating" || unit.active == "reloading" ||
+           unit.active == "refreshing";
+}
+
+bool IsMasked(const KnownUnit& unit)
+{
+    return unit.file.isMasked || unit.load == "masked";
+}
+
+bool CanBeStarted(const std::string& name, const KnownUnit& unit)
+{
+    return !IsRunning(unit) && !IsMasked(unit) && !name.ends_with(".device") && name.find("@.") == name.npos;
+}
+
+} // namespace
+
+std::map<std::string, KnownUnit> KnownUnits()
+{
+    std::map<std::string, KnownUnit> units;
+    // One answer has the states of all; "list-unit-files" takes seconds where there are many files.
+    for (const std::string& line : Ask("list-units", {"--all", "--full", "--plain", "--no-legend"})) {
+        std::istringstream words(line);
+        std::string name, sub;
+        KnownUnit unit;
+        if (words >> name >> unit.load >> unit.active >> sub && unit.load != "not-found") {
+            std::getline(words >> std::ws, unit.description);
+            units[name] = unit;
+        }
+    }
+    for (const auto& [name, file] : UnitFiles(UnitFolders())) {
+        if (!file.path.empty()) {
+            units[name].file = file;
+        }
+    }
+    return units;
+}
+
+bool IsOffered(const std::string& command, const std::string& name, const KnownUnit& unit)
+{
+    if (command == "start") {
+        return CanBeStarted(name, unit);
+    }
+    if (command == "stop" || command == "restart" || command == "try-restart" || command == "reload" ||
+        command == "reload-or-restart") {
+        return IsRunning(unit) && !name.ends_with(".device");
+    }
+    if (command == "reset-failed") {
+        return unit.active == "failed";
+    }
+    if (command == "mask" || command == "unmask") {
+        return IsMasked(unit) == (command == "unmask");
+    }
+    if (command == "enable" || command == "disable") {
+        const UnitFile& file = unit.file;
+        return !file.isMasked && !file.isAlias && file.isLinked == (command == "disable") && HasInstallSection(file);
+    }
+    return true;
+}
+
+} // namespace MERO::Tool
