@@ -38,6 +38,29 @@ TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
     EXPECT_EQ(terminal.HangUp(), 7);
 }
 
+TEST_F(OnTerminal, TablesAreNoWiderThanItAndWholeElsewhere)
+{
+    for (const std::string volume : {"/volume1/photographs", "/volume2/ärchive"}) {
+        EXPECT_EQ(Tool("volume register " + volume + " --unit long-" + volume.substr(1, 7)).output, "");
+    }
+    const std::string heading = "KIND  OWNER                 VOLUMES", unit = "\nunit  long-volume";
+    const std::string list = kTool + "volume list";
+    EXPECT_EQ(Shell("COLUMNS=20 " + list).output,
+              heading + unit + "1.service  /volume1/photographs" + unit + "2.service  /volume2/ärchive\n");
+    const std::tuple<unsigned short, std::string, std::string> cases[] = {
+        {48, "C.UTF-8", heading + unit + "1.service  /volume1/photographs" + unit + "2.service  /volume2/ärchive\n"},
+        {43, "C.UTF-8", heading + unit + "1.service  /volume1/photo…" + unit + "2.service  /volume2/ärchi…\n"},
+        {30, "C.UTF-8", "KIND  OWNER        VOLUMES\nunit  long-volum…  /volume1/p…\nunit  long-volum…  /volume2/ä…\n"},
+        {30, "C", "KIND  OWNER        VOLUMES\nunit  long-vol...  /volume1...\nunit  long-vol...  /volume2...\n"},
+        {7, "C.UTF-8", "…  …  …\n…  …  …\n…  …  …\n"},
+    };
+    for (const auto& [columns, locale, expected] : cases) {
+        std::string screen = Terminal("LC_ALL=" + locale + " " + list, columns).Rest();
+        std::erase(screen, '\r');
+        EXPECT_EQ(screen, expected) << columns;
+    }
+}
+
 TEST_F(OnTerminal, UninstallAsksFirst)
 {
     const std::pair<std::string, std::string> cases[] = {

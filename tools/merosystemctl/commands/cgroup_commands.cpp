@@ -33,7 +33,7 @@ int Show(int pid, bool json)
         PrintJson(object);
     } else {
         const auto cell = [](const std::string& text) { return text.empty() ? "-" : text; };
-        PrintTable({{"Unit", cell(unit)}, {"systemd", cell(systemd)}, {"meromonitor", cell(monitor)}});
+        PrintFields({{"Unit", cell(unit)}, {"systemd", cell(systemd)}, {"meromonitor", cell(monitor)}});
     }
     return kDone;
 }

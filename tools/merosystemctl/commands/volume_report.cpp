@@ -118,7 +118,7 @@ std::string Remedy(const VolumeBlocker& blocker)
 Texts BlockerRow(const VolumeBlocker& blocker)
 {
     if (blocker.user.pid == 0) {
-        return {KindWord(blocker.kind), kNone, kNone, kNone, kNone, blocker.user.file, "-> " + Remedy(blocker)};
+        return {KindWord(blocker.kind), kNone, kNone, kNone, kNone, blocker.user.file};
     }
     const Texts cells = UserCells(blocker.user);
     Texts row{KindWord(blocker.kind), blocker.unit.empty() ? kNone : blocker.unit};
@@ -126,7 +126,6 @@ Texts BlockerRow(const VolumeBlocker& blocker)
     if (blocker.kind == VolumeBlocker::Kind::MountNamespace) {
         row[4] = kNone; // it uses no file
     }
-    row.push_back("-> " + Remedy(blocker));
     return row;
 }
 
@@ -156,9 +155,10 @@ std::vector<Texts> StopRows(const FullVolumeUnmountPlan& plan)
 
 std::vector<Texts> BlockerRows(const VolumeUnmountPlan& plan)
 {
-    std::vector<Texts> rows{{"WHAT", "UNIT", "PID", "COMMAND", "HOW", "FILE", "WHAT TO DO"}};
+    std::vector<Texts> rows{{"WHAT", "UNIT", "PID", "COMMAND", "HOW", "FILE"}};
     for (const VolumeBlocker& blocker : plan.blockers) {
         rows.push_back(BlockerRow(blocker));
+        rows.push_back({"  -> " + Remedy(blocker)});
     }
     return rows;
 }

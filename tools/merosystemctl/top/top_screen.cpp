@@ -1,9 +1,9 @@
+#include "output/terminal.h"
 #include "top/top_display.h"
 #include "top/top_page.h"
 
 #define NCURSES_NOMACROS // names such as "clear" and "move"
 #include <curses.h>
-#include <langinfo.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -94,8 +94,7 @@ private:
 
 class TopScreen : public TopDisplay {
 public:
-    explicit TopScreen(const EndSignals& signals)
-        : signals_(signals), glyphs_(std::string_view(nl_langinfo(CODESET)) == "UTF-8" ? kBlockGlyphs : kAsciiGlyphs)
+    explicit TopScreen(const EndSignals& signals) : signals_(signals), glyphs_(HasUtf8() ? kBlockGlyphs : kAsciiGlyphs)
     {
     }
 
