@@ -85,7 +85,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
     }
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
-    EXPECT_THAT(top.Until("q: quit"),
+    EXPECT_THAT(top.Until("q quit"),
                 AllOf(HasSubstr("> a.slice"), HasSubstr("\x1b[32m"), HasSubstr("Processes of a.slice: 1, by CPU")));
     // What changes is written over, behind the sequence that goes there.
     const std::pair<std::string, std::string> keys[] = {
@@ -97,15 +97,35 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
         {"m", "Hmemory"},
         {"p", "PID"},
         {"n", "name"},
+        {"i", "input"},
+        {"o", "output"},
         {"c", "CPU"},
         {"h", "\x1b[J"},
-        {"h", "Up/Down j/k"},
+        {"h", "q quit"},
+        {"x", "Kill b.slice: stop its units and end its 1 processes? [y/N]"},
+        {"n", "q quit"},
     };
     for (const auto& [typed, shown] : keys) {
         top.Type(typed);
         EXPECT_THAT(top.Until(shown), EndsWith(shown)) << typed;
     }
+    top.Resize(100);
+    EXPECT_THAT(top.Until("OUTPUT"), HasSubstr("INPUT")) << "there is room for more";
+    top.Type("xy");
+    EXPECT_THAT(top.Until("b.slice: nothing runs there"), HasSubstr("\x1b[?1049l"));
+    EXPECT_THAT(top.Until("q quit"), HasSubstr("\x1b[?1049h"));
     EXPECT_EQ(top.HangUp(), 128 + SIGHUP);
+    Terminal ignoring("trap '' HUP; " + command + "100");
+    EXPECT_THAT(ignoring.Until("q quit"), HasSubstr("INPUT"));
+    EXPECT_EQ(ignoring.HangUp(), 0) << "nobody is there any more";
+    Write("/sys/fs/cgroup/meromonitor/-.slice/tasks", "");
+    Terminal root(command + "100 --sort name");
+    EXPECT_THAT(root.Until("q quit"), HasSubstr(", by name"));
+    root.Type("xy");
+    EXPECT_THAT(root.Until("go on"), HasSubstr("-.slice is not killed: this process runs in it"));
+    root.Type("\n");
+    EXPECT_THAT(root.Until("q quit"), HasSubstr("\x1b[?1049h"));
+    fs::remove_all("/sys/fs/cgroup/meromonitor/-.slice");
     const std::tuple<std::string, std::string, int> cases[] = {{"100", "q", 0},
                                                                {"100", "\x04", 0},
                                                                {"100", "\x03", 130},
@@ -113,7 +133,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
                                                                {"0.1 --count 2", "", 0}};
     for (const auto& [options, key, exitCode] : cases) {
         Terminal ending(command + options);
-        EXPECT_THAT(ending.Until("q: quit"), StartsWith("\x1b[?1049h"));
+        EXPECT_THAT(ending.Until("q quit"), StartsWith("\x1b[?1049h"));
         ending.Type(key);
         EXPECT_THAT(ending.Rest(), HasSubstr("\x1b[?1049l")) << exitCode;
         EXPECT_EQ(ending.HangUp(), exitCode);

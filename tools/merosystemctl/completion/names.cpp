@@ -1,6 +1,7 @@
 #include "completion/names.h"
 
 #include "completion/known_units.h"
+#include "usage/usage.h"
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
@@ -171,6 +172,14 @@ const std::map<std::string, Names> kNames{
     {"MOUNT", VolumesAndDevices},
     {"--package", Packages},
     {"SLICE", Slices},
+    {"--sort",
+     [](const Expected&) {
+         std::vector<Word> words;
+         for (const auto& [order, word] : kOrders) {
+             words.push_back({word, ""});
+         }
+         return words;
+     }},
     {"--type",
      [](const Expected&) {
          return ToWords({"service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer",
