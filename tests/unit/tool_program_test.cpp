@@ -31,7 +31,7 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
         {"run-in takes a command behind --\n", {"run-in a.target"}},
         {"nothing: there is no such program\n",
          {"run-in a.target" + program, "volume unmount /v" + program, "cgroup move a.slice" + program}},
-        {"cgroup move takes a slice or --root, and a command behind --\n",
+        {"missing command: cgroup move SLICE -- COMMAND..., or --root in place of SLICE\n",
          {"cgroup move -- true", "cgroup move a.slice --root -- true", "cgroup move a.slice"}},
     };
     for (const auto& [fault, commands] : cases) {
@@ -121,7 +121,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
 {
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\n"},
               {"b", "Id=b.service\nLoadState=loaded\n"},
-              {"none", "Id=none.service\nLoadState=not-found\n"}});
+              {"none", "Id=none.service\nLoadState=not-found\n"},
+              {"gone.service", "Id=gone.service\nNames=gone.service\nLoadState=not-found\n"},
+              {"pkgctl-gone.service", "Id=pkgctl-gone.service\nNames=pkgctl-gone.service\nLoadState=not-found\n"}});
     Otherwise(
         "for u; do case $u in -*|$1|good|default.target) ;; *) echo \"Job for $u.service failed.\"; code=1;; esac; "
         "done; exit $code");
@@ -139,6 +141,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
+        {"volume register /v --package gone", 4,
+         "gone: volume register failed: there is no unit pkgctl-gone.service\n"},
+        {"volume register /v --unit gone", 4, "gone: volume register failed: there is no such unit\n"},
         {"volume unmount /run/none/", 1, "/run/none: is not mounted\n"},
         {"volume plan /run/none", 1, "/run/none: is not mounted\n"},
         {"reason add --no-protect ../up a", 1, "reason add failed\n" + log},
@@ -146,7 +151,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"reason release r b", 3, "b: it does not have the reason r\n"},
         {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
-        {"cgroup show 4194304", 1, "4194304: there is no such process, or it has no cgroup of systemd's\n"},
+        {"cgroup show 4194304", 1, "4194304: there is no such process, or systemd has no cgroup for it\n"},
         {"slice show a", 4, "a: this slice is not tracked\n"},
         {"slice list", 3, "no slice is tracked\n"},
         {"slice top", 3, "no slice is tracked\n"},
@@ -248,9 +253,9 @@ struct FullProgram : Program {
         close(file_), fs::create_directories("/var/packages/Foo");
         EXPECT_EQ(Tool("volume register " + kVolume + " --unit some; " + kTool + "volume register " + kVolume +
                        " --package Foo; " + kTool + "volume register /v --unit web; " + kTool +
-                       "volume register /w --unit web; " + kTool + "volume unregister /w --unit web")
+                       "volume register /tmp --unit web; " + kTool + "volume unregister /tmp --unit web")
                       .output,
-                  "");
+                  "merosystemctl: warning: /v is registered, but there is no such folder now\n");
         Write("/run/cgroup", "1:name=systemd:/uses.service\n2:name=meromonitor:/a.slice\n");
         Write("/run/other", "1:name=systemd:/\n"),
             Write("/run/swaps", "Filename Type\n" + kVolume + "/swap file 1 0\n");
@@ -317,6 +322,9 @@ TEST_F(FullProgram, PrintsTables)
     for (const auto& [command, table] : cases) {
         EXPECT_EQ(Table(command), table) << command;
     }
+    EXPECT_THAT(Shell("setpriv --reuid 65534 --clear-groups " + kTool + "volume plan " + kVolume + "; echo $?").output,
+                EndsWith("this plan is incomplete: the files of other users' processes cannot be read\n"
+                         "  -> run it as root\n1\n"));
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
                 HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
         << "figures end below each other";
@@ -347,11 +355,12 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         {"volume list", "/v", ".", R"([{"kind":"unit","owner":"web.service","volumes":["/v"]}])"},
         {"volume users", kVolume, ".", R"(["uses.service"])"},
         {"volume dependency", "some", ".", R"("partial")"},
-        {"volume plan", kVolume, "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.blockers[].what]",
+        {"volume plan", kVolume,
+         "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.complete, .blockers[].what]",
          R"(["all","all.service","","all","child.service","","package","pkgctl-Foo.service","Foo","unit",)"
          R"("some.service","","files","uses.service","","fd"])"
          "\n"
-         R"(["process","swap file"])"},
+         R"([true,"process","swap file"])"},
         {"volume unmount", "--dry-run " + kVolume, ".blockers[0].user.file", "\"" + kVolume + "/file\""},
         {"volume state", "", ".", R"({"pid":0,"since":0,"state":"none","units":[],"volumes":[]})"},
         {"cgroup show", pid_, "del(.pid)",
