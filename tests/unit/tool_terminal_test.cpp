@@ -26,6 +26,21 @@ TEST_F(OnTerminal, ProgressIsALineThatIsWrittenOver)
     EXPECT_THAT(dumb.Rest(), MatchesRegex(isolating + "\\([1-9] s\\): a.service [^\n]*\n")) << "a line for each matter";
 }
 
+TEST_F(OnTerminal, ProgressOfAnUnmountSaysWhatIsDone)
+{
+    Write("/usr/lib/systemd/system/all.service", "[X-Tarvix]\nVolumeDependency=all\n");
+    SystemctlScript(
+        "case $1 in list-unit-files) sleep 1.2; echo all.service enabled enabled;; start) mkdir /run/once && sleep "
+        "2.2;; "
+        "show) printf 'Id=all.service\\nNames=all.service\\nLoadState=loaded\\nActiveState=active\\n';; esac");
+    const std::string screen = Terminal(kXterm + "volume unmount /v -- true", 60).Rest();
+    const std::size_t planning = screen.find("\x1b[Kplanning to unmount /v ("),
+                      stopping = screen.find("\x1b[Kstopping what uses /v (");
+    EXPECT_LT(planning, screen.find("stopping: all.service\r\n")) << screen;
+    EXPECT_LT(screen.find("stopping: all.service\r\n"), stopping) << screen;
+    EXPECT_NE(stopping, screen.npos) << screen;
+}
+
 TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
 {
     // They do not reach it. It waits until its caller knows it, which would pass on what came before.
