@@ -13,6 +13,7 @@ void AddInfoCommand(const Command& program);
 void AddIsolateCommands(const Command& program);
 void AddJobsCommand(const Command& program);
 void AddMaintenanceCommands(const Command& program);
+void AddManagerCommands(const Command& program);
 void AddProcessCommands(const Command& program);
 void AddQueryCommands(const Command& program);
 void AddReasonCommands(const Command& program);

@@ -44,12 +44,6 @@ void AddMaintenanceCommands(const Command& program)
         return ReportUnits(work.done, "reset-failed", failed, work.error);
     });
 
-    const Command daemonReload = program.AddCommand("daemon-reload", "Have systemd read its unit files again");
-    daemonReload.OnCall([] {
-        const WatchedWork work = Watch("daemon-reload", [](Progress&) { return MEROSystemdDaemonReload(); });
-        return work.done ? kDone : ReportFailure("daemon-reload", work.error);
-    });
-
     const Command uninstall = program.AddCommand("uninstall", "Stop units and remove all that belongs to them");
     uninstall.AddFlag("-y,--yes", arguments->yes, "Do not ask first on a terminal");
     uninstall.OnCall([arguments]() -> int {

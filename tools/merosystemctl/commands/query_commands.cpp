@@ -70,40 +70,12 @@ void AddLists(const Command& program)
     });
 }
 
-void AddDefaultTarget(const Command& program)
-{
-    struct Arguments {
-        std::string target;
-        bool offline = false;
-        bool json = false;
-    };
-    const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("default-target", "Print or set the target that the machine boots into");
-    const Argument target = command.AddOptionalOperand("TARGET", arguments->target, "Set this target");
-    command.AddFlag("--offline", arguments->offline, "Change the files, without the manager").Needs(target);
-    command.AddFlag("--json", arguments->json, "As a JSON string").Excludes(target);
-    command.OnCall([arguments]() -> int {
-        if (!arguments->target.empty()) {
-            const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
-                                                 : MEROSystemdDefaultTargetSet(arguments->target);
-            return done ? kDone : ReportFailure("setting the default target");
-        }
-        std::string target;
-        if (!MEROSystemdDefaultTargetGet(target)) {
-            return ReportFailure("reading the default target");
-        }
-        PrintText(target, arguments->json);
-        return kDone;
-    });
-}
-
 } // namespace
 
 void AddQueryCommands(const Command& program)
 {
     AddShow(program);
     AddLists(program);
-    AddDefaultTarget(program);
 }
 
 } // namespace MERO::Tool

@@ -1,11 +1,13 @@
 #include "commands/usual_arguments.h"
 
+#include "running/general_options.h"
+
 #include <charconv>
 
 namespace MERO::Tool {
 namespace {
 
-constexpr double kLongest = 24 * 60 * 60;
+constexpr int kLongest = 24 * 60 * 60;
 
 std::string IntervalFault(const std::string& text)
 {
@@ -31,6 +33,17 @@ std::string VolumeFault(const std::string& volume)
 }
 
 } // namespace
+
+void AddGeneralOptions(const Command& program)
+{
+    GeneralOptions& general = General();
+    program.AddFlag("-q,--quiet", general.quiet, "Print errors and answers only");
+    program.AddFlag("--no-progress", general.noProgress, "Do not show what is waited for");
+    program.AddFlag("--no-legend", general.noLegend, "Print tables without headings");
+    program.AddFlag("--system", general.system, "Ask the system manager; for questions only");
+    program.AddOption("--timeout", "SECONDS", general.timeout, "Wait this long for jobs, then leave them queued")
+        .MustLie(1, kLongest);
+}
 
 void AddUnit(const Command& command, std::string& unit)
 {

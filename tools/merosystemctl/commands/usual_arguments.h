@@ -8,6 +8,9 @@ namespace MERO::Tool {
 
 using Seconds = std::chrono::duration<double>;
 
+/// Adds the options that the program takes before and after every command.
+void AddGeneralOptions(const Command& program);
+
 void AddUnit(const Command& command, std::string& unit);
 void AddUnits(const Command& command, Texts& units);
 
