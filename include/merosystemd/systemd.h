@@ -201,6 +201,20 @@ int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListRea
    no number (0x8000), or that the argument is invalid.
    @{ */
 
+/** Gets a property of a unit. The texts are gone after the call. `szUnit` is spelt as its caller did; `szProperty` and
+    `szValue` are NULL for a unit that systemd could not be asked for. */
+typedef void (*MEROSystemdPropertyCallback)(const char* szUnit, const char* szProperty, const char* szValue,
+                                            void* pData);
+
+/** Several properties of several units, in one question: calls `callback` in this thread with `pData` for each property
+    of each unit, in no order that can be relied on, when all answers are there. Id and Names come along; a property
+   that systemd does not know does not. A unit that does not exist has the LoadState "not-found". A pattern, a template
+    ("a@.service"), a number, and what is no unit's name or refused by systemd cannot be asked for; the others are, in a
+    few further questions if need be. Of a value with several lines the first counts. 0, with no call, when systemd does
+    not answer, and for a list that is empty or holds NULL. @since 7.1.0 */
+int MEROCSystemdShowProperties(const MLIBCSzList* pListUnits, const MLIBCSzList* pListProperties,
+                               MEROSystemdPropertyCallback callback, void* pData);
+
 /** A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1. */
 int MEROCSystemdLoadStatusGet(const char* szUnit);
 

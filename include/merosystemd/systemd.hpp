@@ -12,6 +12,7 @@
 
 #include <merosystemd/job.hpp>
 #include <merosystemd/options.hpp>
+#include <merosystemd/properties.hpp>
 #include <merosystemd/status.h>
 #include <merosystemd/systemd.h>
 #include <merosystemd/volume.hpp>
@@ -31,6 +32,13 @@
 /// Judges a run of systemctl: its exit code (0 to 255; 0 too when a signal ended it, 255 when its wait status was
 /// lost), and every line that it printed on either output in the order of arrival, with its newline.
 using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std::string>& lines)>;
+
+/// Sees what systemctl answered to an action: exit code and lines, as SystemctlCallback gets them. It is called in the
+/// calling thread, once for each systemctl that carries out the action (and was not refused by the service control
+/// policy), after the log lines of that run are written and its units are on the failed list; not for what is asked on
+/// the way. Nothing depends on it: log, commands and results are the same without. It must not throw. An empty one is
+/// fine. @since 7.1.0
+using SystemctlObserver = std::function<void(int exitCode, const std::vector<std::string>& lines)>;
 
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
 ///
@@ -76,6 +84,8 @@ bool MEROSystemdStart(const std::string& strUnit);
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed);
+bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdStartNoBlock(const std::string& strUnit);
 bool MEROSystemdStartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -89,6 +99,8 @@ bool MEROSystemdStop(const std::string& strUnit);
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed);
+bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdStopNoBlock(const std::string& strUnit);
 bool MEROSystemdStopNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -99,6 +111,8 @@ bool MEROSystemdRestart(const std::string& strUnit);
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                    std::vector<std::string>& failed);
+bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -109,6 +123,8 @@ bool MEROSystemdTryRestart(const std::string& strUnit);
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                       std::vector<std::string>& failed);
+bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                      std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdTryRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -119,6 +135,8 @@ bool MEROSystemdReload(const std::string& strUnit);
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                   std::vector<std::string>& failed);
+bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdReloadNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -129,6 +147,9 @@ bool MEROSystemdReloadOrRestart(const std::string& strUnit);
 bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                           const SystemctlObserver& observer);
 bool MEROSystemdReloadOrRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -152,6 +173,9 @@ bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
                                   const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
 bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
+                                          const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                          const SystemctlObserver& observer);
 bool MEROSystemdEnableInGenerator(const std::string& strUnit);
 bool MEROSystemdEnableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -164,6 +188,9 @@ bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
                                    const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
 bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                           const SystemctlObserver& observer);
 bool MEROSystemdDisableInGenerator(const std::string& strUnit);
 bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -172,31 +199,48 @@ bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std
 /// Disables units and enables them anew, as their files say now.
 bool MEROSystemdReenable(const std::string& strUnit);
 bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                         const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
-/// Keeps units from being started at all; takes that back. The RunTime forms last until the next boot.
+/// Keeps units from being started at all; takes that back. The RunTime forms last until the next boot. `options` are
+/// systemctl's.
 bool MEROSystemdMask(const std::string& strUnit);
 bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdMaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdMaskRunTime(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdUnmaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
 /** @} */
 
+/** @{ */
 /// Clears the failed state. Appends the units that systemctl named as failing: those that are not loaded, say.
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                            const SystemctlObserver& observer);
+/** @} */
 
+/** @{ */
 /// Has the manager read all unit files again.
 bool MEROSystemdDaemonReload();
+bool MEROSystemdDaemonReload(const SystemctlObserver& observer);
+/** @} */
 
 /** @{ */
 /// Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
 /// clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed and all of them are
 /// failed; a file that cannot be removed, or that is a folder, fails its unit alone. A unit that is in `failed` already
-/// is not appended again.
+/// is not appended again. An observer sees the stop, each step of disabling and unmasking, and the reloads; not the
+/// clearing of failed states, which fails for every unit that is gone.
 bool MEROSystemdUninstall(const std::string& strUnit);
 bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
+bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                          const SystemctlObserver& observer);
 /** @} */
 
 /// @}
@@ -218,19 +262,24 @@ bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<
 /**
    @{ */
 /// Gives the services the reason, then stops them. The reason stays when the stop fails. False, too, with no service
-/// failed, when the manager did not read its unit files again.
+/// failed, when the manager did not read its unit files again. An observer sees the stop and the reload.
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                    std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
 /// Takes the reason from the services (one that does not have it is fine), clears their failed state and starts them,
 /// whatever other reasons they have. Those that have none left bring back what stopped along with them; then a process
-/// watches for the end of the caller, and goes on if it is killed.
+/// watches for the end of the caller, and goes on if it is killed. An observer sees the start and the reload, in this
+/// process only.
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                      std::vector<std::string>& vecFailed);
+bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                     std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
@@ -290,12 +339,24 @@ bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty,
 bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value);
 /** @} */
 
-/// Several properties of several units, in one question: replaces `values` by one map for each unit, in their order, of
-/// each property's text by its name. A property that systemd does not know is missing in the map; a unit that it does
-/// not know has the LoadState "not-found". Names are whole, no patterns. A property whose text has several lines cannot
-/// be asked for. False, with `values` untouched, when systemd cannot be asked or refuses a name. @since 7.1.0
+/** @{ */
+/// Several properties of several units, in one question: replaces `units` by what systemd says of each unit, by the
+/// name that the caller spelt. A property that systemd does not know is missing; Id and Names are always there. A unit
+/// that does not exist has the LoadState "not-found".
+///
+/// What is no unit's name is not asked for, as a pattern, a template ("a@.service") and a number, which systemctl takes
+/// for a process' ID; a name that systemd refuses does not keep it from being asked for the others, in a few further
+/// questions (16 at most). Such units are in `units` all the same, with `asked` false. Of a value with several lines
+/// the first counts.
+///
+/// False, with `units` untouched, when systemd does not answer. The System form asks the system's manager for an
+/// ordinary user, too. @since 7.1.0
 bool MEROSystemdShowProperties(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecProperties,
-                               std::vector<std::map<std::string, std::string>>& values);
+                               std::map<std::string, MERO::Systemd::ShownUnit>& units);
+bool MEROSystemdShowPropertiesSystem(const std::vector<std::string>& vecUnits,
+                                     const std::vector<std::string>& vecProperties,
+                                     std::map<std::string, MERO::Systemd::ShownUnit>& units);
+/** @} */
 
 /// A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
 int MEROSystemdLoadStatusGet(const std::string& strUnit);
@@ -326,6 +387,7 @@ bool MEROSystemdServiceList(std::vector<std::string>& services);
 /// The target that the machine boots into; has it boot into another one. `options` are systemctl's.
 bool MEROSystemdDefaultTargetGet(std::string& defaultTarget);
 bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget);
+bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget, const SystemctlObserver& observer);
 bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget);
 bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget);
 /** @} */
@@ -380,6 +442,8 @@ bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>
 /// as it was. An empty target is an invalid argument (0x0D00), which is seen when the waiting is over.
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                               MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
+bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
+                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer);
 bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 /** @} */
 

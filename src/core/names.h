@@ -22,6 +22,9 @@ std::string UnitNameWithoutFileExtensionGet(const std::string& unit);
 /// The name itself when its type is a known one, otherwise the name with ".service" appended.
 std::string NormalizedUnitNameGet(const std::string& unit);
 
+/// Whether a unit can have this name, with its type: no template, no pattern, no path.
+bool IsUnitName(const std::string& name);
+
 /// Whether the name is a slice's, and can become a folder's.
 bool IsSliceName(const std::string& name);
 

@@ -5,6 +5,7 @@
 #include "isolate/isolate_state.h"
 #include "isolate/isolate_watcher.h"
 #include "isolate/stop_job_wait.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -14,7 +15,8 @@ namespace {
 
 constexpr int kVolumeUnmountTimeout = 600; // seconds
 
-bool RunIsolateCommand(const std::string& target, const std::vector<std::string>& options)
+bool RunIsolateCommand(const std::string& target, const std::vector<std::string>& options,
+                       const SystemctlObserver& observer)
 {
     try {
         return MEROSystemdSystemctl(
@@ -22,11 +24,12 @@ bool RunIsolateCommand(const std::string& target, const std::vector<std::string>
                 if (exitCode != 0) {
                     MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "isolate to [%s] failed: ret=[%d], reason=[%s]",
                                     target.c_str(), exitCode);
-                    return false;
+                } else {
+                    const std::string with = options.empty() ? "" : " with option [" + Join(options) + "]";
+                    MERO_LOG(LOG_INFO, "isolated to [%s]%s.", target.c_str(), with.c_str());
                 }
-                const std::string with = options.empty() ? "" : " with option [" + Join(options) + "]";
-                MERO_LOG(LOG_INFO, "isolated to [%s]%s.", target.c_str(), with.c_str());
-                return true;
+                ShowRun(observer, exitCode, lines);
+                return exitCode == 0;
             });
     } catch (const std::exception&) {
         MERO_LOG(LOG_ERR, "isolate to [%s] failed.", target.c_str());
@@ -34,10 +37,8 @@ bool RunIsolateCommand(const std::string& target, const std::vector<std::string>
     }
 }
 
-} // namespace
-
-bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
-                                 MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+bool Isolate(const std::string& strTarget, const IsolateOptions& options, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result,
+             const SystemctlObserver& observer)
 {
     const std::vector<std::string> commandOptions(options.noBlock ? 1 : 0, "--no-block");
     FileLock lock(kIsolateAndVolumeUnmountLock, true, kVolumeUnmountTimeout);
@@ -72,7 +73,7 @@ bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOpti
     if (!knowsBefore && result != nullptr) {
         *result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED;
     }
-    const bool isolated = RunIsolateCommand(strTarget, commandOptions);
+    const bool isolated = RunIsolateCommand(strTarget, commandOptions, observer);
     lock.Release();
     flag.TakeDown();
     if (isolated && knowsBefore) {
@@ -81,20 +82,34 @@ bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOpti
     return isolated;
 }
 
+} // namespace
+
+bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
+                                 MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    return Isolate(strTarget, options, result, {});
+}
+
 bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
 {
     return MEROSystemdIntIsolateTarget(strTarget, IsolateOptions(), result);
 }
 
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
-                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer)
 {
     SystemOperationLock lock;
     if (!lock.Acquire()) {
         lock.LogLockFailed(strTarget);
         return false;
     }
-    return MEROSystemdIntIsolateTarget(strTarget, options, result);
+    return Isolate(strTarget, options, result, observer);
+}
+
+bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
+                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
+{
+    return MEROSystemdIsolateTarget(strTarget, options, result, {});
 }
 
 bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)

@@ -1,6 +1,7 @@
 #include "core/errors.h"
 #include "core/log.h"
 #include "core/text.h"
+#include "unit/unit_operation.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -8,19 +9,20 @@ using namespace MERO::Systemd;
 
 namespace {
 
-bool _MEROSystemdDaemonReload()
+bool _MEROSystemdDaemonReload(const SystemctlObserver& observer)
 {
     MERO_LOG(LOG_INFO, "start daemon reload");
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
     try {
         return MEROSystemdSystemctlUltron(
-            "daemon-reload", opts, {}, [](int exitCode, const std::vector<std::string>& lines) {
+            "daemon-reload", opts, {}, [&](int exitCode, const std::vector<std::string>& lines) {
                 if (exitCode == 0) {
                     MERO_LOG(LOG_INFO, "daemon reload success!");
-                    return true;
+                } else {
+                    MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "daemon reload failed: ret=[%d], reason=[%s]", exitCode);
                 }
-                MERO_LOG_OUTPUT(LOG_ERR, Join(lines), "daemon reload failed: ret=[%d], reason=[%s]", exitCode);
-                return false;
+                ShowRun(observer, exitCode, lines);
+                return exitCode == 0;
             });
     } catch (const std::exception&) {
         MERO_LOG(LOG_ERR, "daemon-reload failed.");
@@ -30,9 +32,14 @@ bool _MEROSystemdDaemonReload()
 
 } // namespace
 
+bool MEROSystemdDaemonReload(const SystemctlObserver& observer)
+{
+    return _MEROSystemdDaemonReload(observer);
+}
+
 bool MEROSystemdDaemonReload()
 {
-    return _MEROSystemdDaemonReload();
+    return _MEROSystemdDaemonReload({});
 }
 
 int MEROCSystemdDaemonReload(void)

@@ -11,17 +11,24 @@ constexpr ActionWords kDisable{
     .verb = "disable", .doing = "disabling ...", .done = "disabled.", .failed = "disable failed", .changesFiles = true};
 
 bool _MEROSystemdDisableCore(std::vector<std::string> options, const std::vector<std::string>& vecUnits,
-                             std::vector<std::string>& failed)
+                             std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kDisable, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kDisable, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                           const SystemctlObserver& observer)
+{
+    return _MEROSystemdDisableCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdDisableCore(options, vecUnits, failed);
+    return _MEROSystemdDisableCore(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits, const CommandOptions& options,
@@ -29,12 +36,12 @@ bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits, con
 {
     std::vector<std::string> words;
     GetEnableDisableOptions(options, words);
-    return _MEROSystemdDisableCore(words, vecUnits, failed);
+    return _MEROSystemdDisableCore(words, vecUnits, failed, {});
 }
 
 bool MEROSystemdDisable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdDisableCore({}, vecUnits, failed);
+    return _MEROSystemdDisableCore({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdDisable(const std::string& strUnit)

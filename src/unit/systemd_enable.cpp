@@ -11,17 +11,24 @@ constexpr ActionWords kEnable{
     .verb = "enable", .doing = "enabling ...", .done = "enabled.", .failed = "enable failed", .changesFiles = true};
 
 bool _MEROSystemdEnableCore(std::vector<std::string> options, const std::vector<std::string>& vecUnits,
-                            std::vector<std::string>& failed)
+                            std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kEnable, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kEnable, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
+                                          const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                          const SystemctlObserver& observer)
+{
+    return _MEROSystemdEnableCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdEnableCore(options, vecUnits, failed);
+    return _MEROSystemdEnableCore(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits, const CommandOptions& options,
@@ -29,12 +36,12 @@ bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits, cons
 {
     std::vector<std::string> words;
     GetEnableDisableOptions(options, words);
-    return _MEROSystemdEnableCore(words, vecUnits, failed);
+    return _MEROSystemdEnableCore(words, vecUnits, failed, {});
 }
 
 bool MEROSystemdEnable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdEnableCore({}, vecUnits, failed);
+    return _MEROSystemdEnableCore({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdEnable(const std::string& strUnit)

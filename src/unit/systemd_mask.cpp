@@ -8,16 +8,23 @@ namespace {
 
 constexpr ActionWords kMask{.verb = "mask", .doing = "masking ...", .done = "masked.", .failed = "mask failed"};
 
-bool _MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed, bool runtime)
+bool _MEROSystemdMask(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                      std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunMasking(MERO_HERE, kMask, runtime, vecUnits, failed);
+    return RunMasking(MERO_HERE, kMask, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
+bool MEROSystemdMaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdMask(options, vecUnits, failed, observer);
+}
+
 bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdMask(vecUnits, failed, false);
+    return _MEROSystemdMask({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdMask(const std::string& strUnit)
@@ -28,7 +35,7 @@ bool MEROSystemdMask(const std::string& strUnit)
 bool MEROSystemdMaskRunTime(const std::string& strUnit)
 {
     const auto atRunTime = [](const std::vector<std::string>& vecUnits, std::vector<std::string>& failed) {
-        return _MEROSystemdMask(vecUnits, failed, true);
+        return _MEROSystemdMask({"--runtime"}, vecUnits, failed, {});
     };
     return RunSingleForm(MERO_HERE, atRunTime, strUnit);
 }

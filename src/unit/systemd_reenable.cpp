@@ -12,16 +12,23 @@ constexpr ActionWords kReenable{.verb = "reenable",
                                 .failed = "reenable failed",
                                 .changesFiles = true};
 
-bool _MEROSystemdReenableCore(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+bool _MEROSystemdReenableCore(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                              const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kReenable, {}, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kReenable, {}, vecUnits, failed, observer);
 }
 
 } // namespace
 
+bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                         const SystemctlObserver& observer)
+{
+    return _MEROSystemdReenableCore(vecUnits, failed, observer);
+}
+
 bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdReenableCore(vecUnits, failed);
+    return _MEROSystemdReenableCore(vecUnits, failed, {});
 }
 
 bool MEROSystemdReenable(const std::string& strUnit)

@@ -15,26 +15,32 @@ const std::string kNoBlock = "--no-block";
 
 // No reload waits for its job, the blocking forms' neither.
 bool _MEROSystemdReloadCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                            std::vector<std::string>& failed)
+                            std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     std::vector<std::string> notBlocking = options;
     if (std::find(options.begin(), options.end(), kNoBlock) == options.end()) {
         notBlocking.push_back(kNoBlock);
     }
-    return RunUnitAction(MERO_HERE, kReload, notBlocking, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kReload, notBlocking, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdReloadCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                   std::vector<std::string>& failed)
 {
-    return _MEROSystemdReloadCore(options, vecUnits, failed);
+    return MEROSystemdReloadWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadWithOptions({}, vecUnits, failed);
+    return MEROSystemdReloadWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdReload(const std::string& strUnit)

@@ -12,22 +12,29 @@ constexpr ActionWords kReloadOrRestart{.verb = "reload-or-restart",
                                        .failed = "reload-or-restart failed"};
 
 bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                     std::vector<std::string>& failed)
+                                     std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kReloadOrRestart, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kReloadOrRestart, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
+                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                           const SystemctlObserver& observer)
+{
+    return _MEROSystemdReloadOrRestartCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdReloadOrRestartCore(options, vecUnits, failed);
+    return MEROSystemdReloadOrRestartWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadOrRestartWithOptions({}, vecUnits, failed);
+    return MEROSystemdReloadOrRestartWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdReloadOrRestart(const std::string& strUnit)

@@ -13,14 +13,21 @@ constexpr ActionWords kResetFailed{.verb = "reset-failed",
                                    .failed = "is unabled to reset-failed, skipped",
                                    .notRun = "failed to reset-failed"};
 
-bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
+bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                             const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kResetFailed, {}, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kResetFailed, {}, vecUnits, failed, observer);
 }
 
 } // namespace
 
+bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                            const SystemctlObserver& observer)
+{
+    return _MEROSystemdResetFailed(vecUnits, failed, observer);
+}
+
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdResetFailed(vecUnits, failed);
+    return _MEROSystemdResetFailed(vecUnits, failed, {});
 }

@@ -13,22 +13,28 @@ constexpr ActionWords kTryRestart{
     .verb = "try-restart", .doing = "try-restarting ...", .done = "try-restarted.", .failed = "try-restart failed"};
 
 bool _MEROSystemdRestartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                             std::vector<std::string>& failed, bool tryRestart)
+                             std::vector<std::string>& failed, bool tryRestart, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, tryRestart ? kTryRestart : kRestart, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, tryRestart ? kTryRestart : kRestart, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdRestartCore(options, vecUnits, failed, false, observer);
+}
+
+bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                    std::vector<std::string>& failed)
 {
-    return _MEROSystemdRestartCore(options, vecUnits, failed, false);
+    return MEROSystemdRestartWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdRestartWithOptions({}, vecUnits, failed);
+    return MEROSystemdRestartWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdRestart(const std::string& strUnit)
@@ -47,14 +53,20 @@ int MEROCSystemdRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppList
 }
 
 bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                      std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdRestartCore(options, vecUnits, failed, true, observer);
+}
+
+bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                       std::vector<std::string>& failed)
 {
-    return _MEROSystemdRestartCore(options, vecUnits, failed, true);
+    return MEROSystemdTryRestartWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdTryRestartWithOptions({}, vecUnits, failed);
+    return MEROSystemdTryRestartWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdTryRestart(const std::string& strUnit)

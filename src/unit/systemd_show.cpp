@@ -1,5 +1,4 @@
 #include "core/errors.h"
-#include "unit/unit_properties.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -42,18 +41,4 @@ bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty,
 bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value)
 {
     return Show(true, strUnit, strProperty, value);
-}
-
-bool MEROSystemdShowProperties(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecProperties,
-                               std::vector<std::map<std::string, std::string>>& values)
-{
-    if (!MERO_VALID(!vecUnits.empty()) || !MERO_VALID(!vecProperties.empty())) {
-        return false;
-    }
-    auto shown = ShowUnits(vecUnits, vecProperties);
-    if (!shown || shown->size() != vecUnits.size()) {
-        return false;
-    }
-    values = std::move(*shown);
-    return true;
 }

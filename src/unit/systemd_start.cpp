@@ -11,22 +11,28 @@ constexpr ActionWords kStart{
     .verb = "start", .doing = "starting ...", .done = "started.", .failed = "start failed", .event = kStartEvent};
 
 bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                           std::vector<std::string>& failed)
+                           std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kStart, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdStartCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed)
 {
-    return _MEROSystemdStartCore(options, vecUnits, failed);
+    return MEROSystemdStartWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdStartWithOptions({}, vecUnits, failed);
+    return MEROSystemdStartWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdStart(const std::string& strUnit)
@@ -47,7 +53,7 @@ int MEROCSystemdStartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFa
 bool MERO::Systemd::StartIrreversibly(const std::string& unit, bool& wasKilled)
 {
     Texts failed;
-    return RunUnitAction(MERO_HERE, kStart, {"--job-mode=replace-irreversibly"}, {unit}, failed, &wasKilled);
+    return RunUnitAction(MERO_HERE, kStart, {"--job-mode=replace-irreversibly"}, {unit}, failed, {}, &wasKilled);
 }
 
 bool MEROSystemdStartIrreversibly(const std::string& strUnit)

@@ -11,22 +11,28 @@ constexpr ActionWords kStop{
     .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed", .event = kStopEvent};
 
 bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                          std::vector<std::string>& failed)
+                          std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed);
+    return RunUnitAction(MERO_HERE, kStop, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdStopCore(options, vecUnits, failed, observer);
+}
+
+bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed)
 {
-    return _MEROSystemdStopCore(options, vecUnits, failed);
+    return MEROSystemdStopWithOptions(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdStopWithOptions({}, vecUnits, failed);
+    return MEROSystemdStopWithOptions({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdStop(const std::string& strUnit)

@@ -28,13 +28,15 @@ void AddFailed(const Texts& units, Texts& failed)
 }
 
 /// One systemctl for all units.
-bool RunStep(const char* step, const std::string& verb, const Texts& options, const Texts& vecUnits)
+bool RunStep(const char* step, const std::string& verb, const Texts& options, const Texts& vecUnits,
+             const SystemctlObserver& observer)
 {
     return MEROSystemdSystemctl(verb, options, vecUnits, [&](int exitCode, const Texts& lines) {
         if (exitCode != 0) {
             MERO_LOG_OUTPUT(LOG_ERR, Concatenate(lines), "[%s] uninstalling, failed to do [%s]: ret=[%d], reason:\n%s",
                             Join(vecUnits).c_str(), step, exitCode);
         }
+        ShowRun(observer, exitCode, lines);
         return exitCode == 0;
     });
 }
@@ -45,17 +47,19 @@ bool IsMasked(const std::string& unit)
 }
 
 /// Stops the units and takes them out of the boot: no link to them is left.
-bool TakeOutOfService(const Texts& vecUnits)
+bool TakeOutOfService(const Texts& vecUnits, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
     const Texts offlineRuntime{kOfflineOption, "--runtime"};
-    if (!RunStep("stop", "stop", {}, vecUnits) || !RunStep("disable", "disable", offline, vecUnits) ||
-        !RunStep("disable runtime", "disable", offlineRuntime, vecUnits)) {
+    const auto run = [&](const char* step, const std::string& verb, const Texts& options) {
+        return RunStep(step, verb, options, vecUnits, observer);
+    };
+    if (!run("stop", "stop", {}) || !run("disable", "disable", offline) ||
+        !run("disable runtime", "disable", offlineRuntime)) {
         return false;
     }
     return std::none_of(vecUnits.begin(), vecUnits.end(), IsMasked) ||
-           (RunStep("unmask", "unmask", offline, vecUnits) &&
-            RunStep("unmask runtime", "unmask", offlineRuntime, vecUnits));
+           (run("unmask", "unmask", offline) && run("unmask runtime", "unmask", offlineRuntime));
 }
 
 bool IsDirectory(const std::string& path)
@@ -104,33 +108,33 @@ bool RemoveTraces(const std::string& unit)
     return true;
 }
 
-bool Reload(const Texts& vecUnits, Texts& failed)
+bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    const bool reloaded = MEROSystemdDaemonReload();
+    const bool reloaded = MEROSystemdDaemonReload(observer);
     if (!reloaded) {
         AddFailed(vecUnits, failed);
     }
     return reloaded;
 }
 
-bool Uninstall(const Texts& vecUnits, Texts& failed)
+bool Uninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    if (!TakeOutOfService(vecUnits)) {
+    if (!TakeOutOfService(vecUnits, observer)) {
         AddFailed(vecUnits, failed);
-        (void)Reload(vecUnits, failed);
+        (void)Reload(vecUnits, failed, observer);
         return false;
     }
-    bool done = Reload(vecUnits, failed);
+    bool done = Reload(vecUnits, failed, observer);
     for (const std::string& unit : vecUnits) {
         if (!RemoveTraces(unit)) {
             AddFailed({unit}, failed);
             done = false;
         }
     }
-    return Reload(vecUnits, failed) && done;
+    return Reload(vecUnits, failed, observer) && done;
 }
 
-bool _MEROSystemdUninstallCore(const Texts& vecUnits, Texts& failed)
+bool _MEROSystemdUninstallCore(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
     if (!MERO_VALID(!vecUnits.empty())) {
         return false;
@@ -143,7 +147,7 @@ bool _MEROSystemdUninstallCore(const Texts& vecUnits, Texts& failed)
     MERO_LOG(LOG_INFO, "[%s] uninstalling ...", units.c_str());
     bool done = false;
     try {
-        done = Uninstall(vecUnits, failed);
+        done = Uninstall(vecUnits, failed, observer);
         if (done) {
             MERO_LOG(LOG_INFO, "[%s] uninstalled.", units.c_str());
         }
@@ -158,9 +162,14 @@ bool _MEROSystemdUninstallCore(const Texts& vecUnits, Texts& failed)
 
 } // namespace
 
+bool MEROSystemdUninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdUninstallCore(vecUnits, failed, observer);
+}
+
 bool MEROSystemdUninstall(const Texts& vecUnits, Texts& failed)
 {
-    return _MEROSystemdUninstallCore(vecUnits, failed);
+    return _MEROSystemdUninstallCore(vecUnits, failed, {});
 }
 
 bool MEROSystemdUninstall(const std::string& strUnit)

@@ -9,16 +9,23 @@ namespace {
 constexpr ActionWords kUnmask{
     .verb = "unmask", .doing = "unmasking ...", .done = "unmasked.", .failed = "unmask failed"};
 
-bool _MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed, bool runtime)
+bool _MEROSystemdUnmask(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                        std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
-    return RunMasking(MERO_HERE, kUnmask, runtime, vecUnits, failed);
+    return RunMasking(MERO_HERE, kUnmask, options, vecUnits, failed, observer);
 }
 
 } // namespace
 
+bool MEROSystemdUnmaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& failed, const SystemctlObserver& observer)
+{
+    return _MEROSystemdUnmask(options, vecUnits, failed, observer);
+}
+
 bool MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return _MEROSystemdUnmask(vecUnits, failed, false);
+    return _MEROSystemdUnmask({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdUnmask(const std::string& strUnit)
@@ -29,7 +36,7 @@ bool MEROSystemdUnmask(const std::string& strUnit)
 bool MEROSystemdUnmaskRunTime(const std::string& strUnit)
 {
     const auto atRunTime = [](const std::vector<std::string>& vecUnits, std::vector<std::string>& failed) {
-        return _MEROSystemdUnmask(vecUnits, failed, true);
+        return _MEROSystemdUnmask({"--runtime"}, vecUnits, failed, {});
     };
     return RunSingleForm(MERO_HERE, atRunTime, strUnit);
 }

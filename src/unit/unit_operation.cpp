@@ -49,7 +49,7 @@ bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts&
 }
 
 bool RunOnUnits(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits, Texts& failed,
-                bool* wasKilled)
+                const SystemctlObserver& observer, bool* wasKilled)
 {
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
@@ -72,12 +72,13 @@ bool RunOnUnits(SourceLine where, const ActionWords& words, const Texts& options
             }
             if (exitCode == 0) {
                 MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.done);
-                return true;
+            } else {
+                words.changesFiles ? FailedUnitsCopy(vecUnits, failed) : FailedUnitsGet(vecUnits, lines, failed);
+                MERO_LOG_OUTPUT_AT(where, LOG_ERR, Concatenate(lines), "[%s] %s: ret=[%d], reason:\n%s",
+                                   (words.changesFiles ? units : Join(failed)).c_str(), words.failed, exitCode);
             }
-            words.changesFiles ? FailedUnitsCopy(vecUnits, failed) : FailedUnitsGet(vecUnits, lines, failed);
-            MERO_LOG_OUTPUT_AT(where, LOG_ERR, Concatenate(lines), "[%s] %s: ret=[%d], reason:\n%s",
-                               (words.changesFiles ? units : Join(failed)).c_str(), words.failed, exitCode);
-            return false;
+            ShowRun(observer, exitCode, lines);
+            return exitCode == 0;
         });
     } catch (const std::exception&) {
         FailedUnitsCopy(vecUnits, failed);
@@ -89,13 +90,15 @@ bool RunOnUnits(SourceLine where, const ActionWords& words, const Texts& options
     }
 }
 
-bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpts& opts, const std::string& unit)
+bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpts& opts, const std::string& unit,
+                  const SystemctlObserver& observer)
 {
     try {
         return MEROSystemdSystemctlUltron(words.verb, opts, {unit}, [&](int exitCode, const Texts& lines) {
             if (exitCode != 0) {
                 MERO_LOG_OUTPUT_AT(where, LOG_ERR, Join(lines), "%s: ret=[%d], reason=[%s]", words.failed, exitCode);
             }
+            ShowRun(observer, exitCode, lines);
             return exitCode == 0;
         });
     } catch (const std::exception&) {
@@ -106,37 +109,36 @@ bool RunMaskingOf(SourceLine where, const ActionWords& words, const SystemctlOpt
 } // namespace
 
 bool RunUnitAction(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits,
-                   Texts& failed, bool* wasKilled)
+                   Texts& failed, const SystemctlObserver& observer, bool* wasKilled)
 {
     if (&failed == &vecUnits || &failed == &options) {
-        return AppendFailedUnits(
-            failed, [&](auto& own) { return RunUnitAction(where, words, options, vecUnits, own, wasKilled); });
+        return AppendFailedUnits(failed, [&](auto& own) {
+            return RunUnitAction(where, words, options, vecUnits, own, observer, wasKilled);
+        });
     }
-    const bool done = RunOnUnits(where, words, options, vecUnits, failed, wasKilled);
+    const bool done = RunOnUnits(where, words, options, vecUnits, failed, observer, wasKilled);
     if (words.event != 0) {
         MEROSystemdLogAction(words.event, done, vecUnits, failed);
     }
     return done;
 }
 
-bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const Texts& vecUnits, Texts& failed)
+bool RunMasking(SourceLine where, const ActionWords& words, const Texts& options, const Texts& vecUnits, Texts& failed,
+                const SystemctlObserver& observer)
 {
-    if (&failed == &vecUnits) {
-        return AppendFailedUnits(failed, [&](auto& own) { return RunMasking(where, words, runtime, vecUnits, own); });
+    if (&failed == &vecUnits || &failed == &options) {
+        return AppendFailedUnits(failed,
+                                 [&](auto& own) { return RunMasking(where, words, options, vecUnits, own, observer); });
     }
     if (!MERO_VALID_AT(where, !vecUnits.empty())) {
         return false;
     }
     const std::string units = Join(vecUnits);
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s", units.c_str(), words.doing);
-    Texts options;
-    if (runtime) {
-        options.emplace_back("--runtime");
-    }
     const SystemctlOpts opts = SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build();
     bool done = true;
     for (const std::string& unit : vecUnits) {
-        if (!RunMaskingOf(where, words, opts, unit)) {
+        if (!RunMaskingOf(where, words, opts, unit, observer)) {
             failed.push_back(unit);
             done = false;
         }
@@ -147,6 +149,13 @@ bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const 
         MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", units.c_str(), words.failed);
     }
     return done;
+}
+
+void ShowRun(const SystemctlObserver& observer, int exitCode, const Texts& lines)
+{
+    if (observer) {
+        observer(exitCode, lines);
+    }
 }
 
 bool RunSingleForm(SourceLine where, ListForm* operation, const std::string& strUnit)

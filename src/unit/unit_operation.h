@@ -4,13 +4,14 @@
 #include "core/errors.h"
 
 #include <merocore/list.h>
+#include <merosystemd/systemd.hpp>
 
 #include <functional>
 #include <string>
 #include <vector>
 
 /// What the operations on units have in common: the run of systemctl, and the forms in which each is offered.
-/// `where` is the place that log lines name. A failed list may be one of the other lists.
+/// `where` is the place that log lines name. A failed list may be one of the other lists. An observer may be empty.
 namespace MERO::Systemd {
 
 /// Has systemctl work on the unit files below the root directory, without the manager. ("/" alone would be no root.)
@@ -36,17 +37,21 @@ struct ActionWords {
 /// A systemctl that a signal ended counts as one that succeeded. `wasKilled`, if it is given, says so.
 bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
                    const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                   bool* wasKilled = nullptr);
+                   const SystemctlObserver& observer, bool* wasKilled = nullptr);
 
 /// MEROSystemdStartIrreversibly that knows whether a signal ended systemctl.
 bool StartIrreversibly(const std::string& unit, bool& wasKilled);
 
 /// Runs mask or unmask once for each of `vecUnits`, and appends those that failed to `failed`.
-bool RunMasking(SourceLine where, const ActionWords& words, bool runtime, const std::vector<std::string>& vecUnits,
-                std::vector<std::string>& failed);
+bool RunMasking(SourceLine where, const ActionWords& words, const std::vector<std::string>& options,
+                const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                const SystemctlObserver& observer);
 
 using ListForm = bool(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 using SingleForm = bool(const std::string& strUnit);
+
+/// Shows a run to the caller's observer, when all that follows from the run is done.
+void ShowRun(const SystemctlObserver& observer, int exitCode, const std::vector<std::string>& lines);
 
 /// One unit, its failed list thrown away. An empty name is an invalid argument.
 bool RunSingleForm(SourceLine where, ListForm* operation, const std::string& strUnit);

@@ -4,22 +4,27 @@
 
 #include <merosystemd/systemd.hpp>
 
-#include <algorithm>
 #include <exception>
+#include <iomanip>
+#include <sstream>
 
 namespace MERO::Systemd {
 namespace {
 
 std::vector<UnitProperties> Parse(const Texts& lines, const Texts& properties)
 {
-    std::vector<UnitProperties> units(1);
+    std::vector<UnitProperties> units;
+    bool isBetween = true;
     for (const std::string& line : lines) {
         const std::size_t equals = line.find('=');
         const std::string name = line.substr(0, equals);
-        if (line == "\n") { // between two units
-            units.emplace_back();
-        } else if (equals != line.npos && std::find(properties.begin(), properties.end(), name) != properties.end()) {
-            units.back()[name] = line.substr(equals + 1, line.find_last_not_of('\n') - equals);
+        if (line == "\n") {
+            isBetween = true;
+        } else if (equals != line.npos && Contains(properties, name)) {
+            if (std::exchange(isBetween, false)) {
+                units.emplace_back();
+            }
+            units.back().try_emplace(name, line.substr(equals + 1, line.find_last_not_of('\n') - equals));
         }
     }
     return units;
@@ -27,21 +32,37 @@ std::vector<UnitProperties> Parse(const Texts& lines, const Texts& properties)
 
 } // namespace
 
-std::optional<std::vector<UnitProperties>> ShowUnits(const Texts& units, const Texts& properties)
+std::vector<std::string> ItemsOf(const std::string& value)
 {
-    std::optional<std::vector<UnitProperties>> shown;
+    Texts items;
+    std::istringstream rest(value);
+    for (std::string item; rest >> std::quoted(item);) {
+        items.push_back(item);
+    }
+    return items;
+}
+
+std::optional<ShowAnswer> RunShow(const SystemctlOpts& opts, const Texts& units, const Texts& properties)
+{
+    const Texts options{"--property=" + Join(properties, ",")};
+    SystemctlOpts show = opts;
+    show.cmdOpts = &options;
+    std::optional<ShowAnswer> answer;
     try {
-        (void)MEROSystemdSystemctl("show", {"--property=" + Join(properties, ",")}, units,
-                                   [&](int exitCode, const Texts& lines) {
-                                       if (exitCode == 0) {
-                                           shown = Parse(lines, properties);
-                                       }
-                                       return true;
-                                   });
+        (void)MEROSystemdSystemctlUltron("show", show, units, [&](int exitCode, const Texts& lines) {
+            answer = {.exitCode = exitCode, .units = Parse(lines, properties), .lines = lines};
+            return true;
+        });
     } catch (const std::exception&) {
         return std::nullopt; // logged where it was thrown
     }
-    return shown;
+    return answer;
+}
+
+std::optional<std::vector<UnitProperties>> ShowUnits(const Texts& units, const Texts& properties)
+{
+    auto answer = RunShow({}, units, properties);
+    return answer && answer->exitCode == 0 ? std::optional(std::move(answer->units)) : std::nullopt;
 }
 
 } // namespace MERO::Systemd

@@ -23,7 +23,7 @@ struct Release {
     const Texts& services;
     const ReasonChange change{services};
 
-    bool Run(Texts& failed) const
+    bool Run(Texts& failed, const SystemctlObserver& observer) const
     {
         Texts released;
         const bool unlinked = UnlinkReasons(reason, services, released, failed);
@@ -33,9 +33,10 @@ struct Release {
         const bool changed = change.HappenedTo(released);
         Texts ignored;
         (void)MEROSystemdResetFailed(released, ignored);
-        const bool started = after == AfterRelease::LeaveStopped || MEROSystemdStart(released, failed);
+        const bool started =
+            after == AfterRelease::LeaveStopped || MEROSystemdStartWithOptions({}, released, failed, observer);
         if (changed) {
-            (void)MEROSystemdDaemonReload(); // its result does not count here, unlike in a stop by reason
+            (void)MEROSystemdDaemonReload(observer); // its result does not count here, unlike in a stop by reason
         }
         if (after == AfterRelease::LeaveStopped) {
             ForgetStoppedAlong(released);
@@ -52,13 +53,13 @@ void GoOnForCaller(pid_t caller, const Release& release)
     MERO_LOG_AT(release.where, LOG_WARNING, "pid[%d] ended while it was starting [%s] by reason [%s]: this goes on.",
                 caller, Join(release.services).c_str(), release.reason.c_str());
     Texts ignored;
-    (void)release.Run(ignored);
+    (void)release.Run(ignored, {});
 }
 
 } // namespace
 
 bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, const std::string& reason,
-                   const Texts& services, Texts& failed)
+                   const Texts& services, Texts& failed, const SystemctlObserver& observer)
 {
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
     const Release release{.where = where, .after = after, .reason = reason, .services = services};
@@ -68,15 +69,16 @@ bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, cons
             {}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
         watcher.Arm();
     }
-    return release.Run(failed);
+    return release.Run(failed, observer);
 }
 
 bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std::string& strReason,
-                        const Texts& vecServices, Texts& vecFailed)
+                        const Texts& vecServices, Texts& vecFailed, const SystemctlObserver& observer)
 {
     if (&vecFailed == &vecServices) {
-        return AppendFailedUnits(
-            vecFailed, [&](auto& own) { return RunReasonOperation(where, operation, strReason, vecServices, own); });
+        return AppendFailedUnits(vecFailed, [&](auto& own) {
+            return RunReasonOperation(where, operation, strReason, vecServices, own, observer);
+        });
     }
     using std::string; // the conditions' texts are logged as they stand
     // NOLINTNEXTLINE(performance-faster-string-find)
@@ -86,16 +88,15 @@ bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std:
         return false;
     }
     constexpr int kStopped = -1;
-    const int done = WithoutExceptions(where, [&] { return operation(strReason, vecServices, vecFailed); }, kStopped,
-                                       {.what = "an exception"});
+    const int done = WithoutExceptions(where, [&] { return operation(strReason, vecServices, vecFailed, observer); },
+                                       kStopped, {.what = "an exception"});
     if (done == kStopped) {
         FailedUnitsCopy(vecServices, vecFailed);
     }
     return done == 1;
 }
 
-bool RunReasonForm(SourceLine where, ReasonOperation* listForm, const std::string& strReason,
-                   const std::string& strService)
+bool RunReasonForm(SourceLine where, ReasonForm* listForm, const std::string& strReason, const std::string& strService)
 {
     if (!MERO_VALID_AT(where, !strService.empty())) {
         return false;
@@ -104,14 +105,14 @@ bool RunReasonForm(SourceLine where, ReasonOperation* listForm, const std::strin
     return listForm(strReason, {strService}, failed);
 }
 
-int RunCReasonForm(SourceLine where, ReasonOperation* listForm, const char* szReason, const char* szService)
+int RunCReasonForm(SourceLine where, ReasonForm* listForm, const char* szReason, const char* szService)
 {
     return MERO_VALID_AT(where, nullptr != szReason) && MERO_VALID_AT(where, nullptr != szService) &&
            WithoutExceptions(where, [&] { return RunReasonForm(where, listForm, szReason, szService); });
 }
 
-int RunCReasonGroupForm(SourceLine where, ReasonOperation* listForm, const char* szReason,
-                        const MLIBCSzList* pListServices, MLIBCSzList** ppListFailed)
+int RunCReasonGroupForm(SourceLine where, ReasonForm* listForm, const char* szReason, const MLIBCSzList* pListServices,
+                        MLIBCSzList** ppListFailed)
 {
     const auto operation = [=](const Texts& services, Texts& failed) { return listForm(szReason, services, failed); };
     return MERO_VALID_AT(where, nullptr != szReason) && MERO_VALID_AT(where, nullptr != pListServices) &&

@@ -3,6 +3,7 @@
 #include "core/log.h"
 
 #include <merocore/list.h>
+#include <merosystemd/systemd.hpp>
 
 #include <string>
 #include <vector>
@@ -10,8 +11,10 @@
 /// What stop by reason, start by reason and the removal of a reason have in common.
 namespace MERO::Systemd {
 
+using ReasonForm = bool(const std::string& strReason, const std::vector<std::string>& vecServices,
+                        std::vector<std::string>& vecFailed);
 using ReasonOperation = bool(const std::string& strReason, const std::vector<std::string>& vecServices,
-                             std::vector<std::string>& vecFailed);
+                             std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
 
 enum class AfterRelease { Start, LeaveStopped };
 
@@ -21,19 +24,20 @@ enum class AfterRelease { Start, LeaveStopped };
 /// service not started; what becomes of the rest does not count, nor of what had stopped along with the services and
 /// starts with them.
 bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, const std::string& reason,
-                   const std::vector<std::string>& services, std::vector<std::string>& failed);
+                   const std::vector<std::string>& services, std::vector<std::string>& failed,
+                   const SystemctlObserver& observer);
 
 /// Checks the arguments, in the order that callers rely on, and runs `operation`. An exception of its is logged and
 /// fails all services. `vecFailed` may be the list of the services.
 bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std::string& strReason,
-                        const std::vector<std::string>& vecServices, std::vector<std::string>& vecFailed);
+                        const std::vector<std::string>& vecServices, std::vector<std::string>& vecFailed,
+                        const SystemctlObserver& observer);
 
 /// One service, its failed list thrown away.
-bool RunReasonForm(SourceLine where, ReasonOperation* listForm, const std::string& strReason,
-                   const std::string& strService);
+bool RunReasonForm(SourceLine where, ReasonForm* listForm, const std::string& strReason, const std::string& strService);
 
-int RunCReasonForm(SourceLine where, ReasonOperation* listForm, const char* szReason, const char* szService);
-int RunCReasonGroupForm(SourceLine where, ReasonOperation* listForm, const char* szReason,
-                        const MLIBCSzList* pListServices, MLIBCSzList** ppListFailed);
+int RunCReasonForm(SourceLine where, ReasonForm* listForm, const char* szReason, const char* szService);
+int RunCReasonGroupForm(SourceLine where, ReasonForm* listForm, const char* szReason, const MLIBCSzList* pListServices,
+                        MLIBCSzList** ppListFailed);
 
 } // namespace MERO::Systemd

@@ -7,16 +7,18 @@ using namespace MERO::Systemd;
 
 namespace {
 
-bool RemoveReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
+bool RemoveReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                  const SystemctlObserver& observer)
 {
-    return ReleaseReason(MERO_HERE, "clear reason", AfterRelease::LeaveStopped, strReason, vecServices, vecFailed);
+    return ReleaseReason(MERO_HERE, "clear reason", AfterRelease::LeaveStopped, strReason, vecServices, vecFailed,
+                         observer);
 }
 
 } // namespace
 
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    return RunReasonOperation(MERO_HERE, RemoveReason, strReason, vecServices, vecFailed);
+    return RunReasonOperation(MERO_HERE, RemoveReason, strReason, vecServices, vecFailed, {});
 }
 
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService)

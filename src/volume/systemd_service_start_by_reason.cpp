@@ -7,16 +7,24 @@ using namespace MERO::Systemd;
 
 namespace {
 
-bool StartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
+bool StartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                   const SystemctlObserver& observer)
 {
-    return ReleaseReason(MERO_HERE, "starting by reason", AfterRelease::Start, strReason, vecServices, vecFailed);
+    return ReleaseReason(MERO_HERE, "starting by reason", AfterRelease::Start, strReason, vecServices, vecFailed,
+                         observer);
 }
 
 } // namespace
 
+bool MEROSystemdServiceStartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                                     const SystemctlObserver& observer)
+{
+    return RunReasonOperation(MERO_HERE, StartByReason, strReason, vecServices, vecFailed, observer);
+}
+
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    return RunReasonOperation(MERO_HERE, StartByReason, strReason, vecServices, vecFailed);
+    return MEROSystemdServiceStartByReason(strReason, vecServices, vecFailed, {});
 }
 
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService)

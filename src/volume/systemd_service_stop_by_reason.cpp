@@ -32,7 +32,8 @@ bool AddReason(const std::string& reason, const std::string& service)
     return true;
 }
 
-bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
+bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                  const SystemctlObserver& observer)
 {
     MERO_LOG(LOG_INFO, "[%s] stopping by reason [%s] ...", Join(vecServices).c_str(), strReason.c_str());
     const ReasonChange change(vecServices);
@@ -49,16 +50,22 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
     if (ConfiguredSystemctlDialect().isOfToday) {
         NoteStoppedAlong(MERO_HERE, held);
     }
-    const bool stopped = MEROSystemdStop(held, vecFailed);
-    const bool reloaded = !changed || MEROSystemdDaemonReload();
+    const bool stopped = MEROSystemdStopWithOptions({}, held, vecFailed, observer);
+    const bool reloaded = !changed || MEROSystemdDaemonReload(observer);
     return held.size() == vecServices.size() && stopped && reloaded;
 }
 
 } // namespace
 
+bool MEROSystemdServiceStopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                                    const SystemctlObserver& observer)
+{
+    return RunReasonOperation(MERO_HERE, StopByReason, strReason, vecServices, vecFailed, observer);
+}
+
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    return RunReasonOperation(MERO_HERE, StopByReason, strReason, vecServices, vecFailed);
+    return MEROSystemdServiceStopByReason(strReason, vecServices, vecFailed, {});
 }
 
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService)

@@ -1,0 +1,166 @@
+#include "core/c_values.h"
+#include "core/errors.h"
+#include "core/names.h"
+#include "core/text.h"
+#include "unit/unit_properties.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+#include <set>
+
+using namespace MERO::Systemd;
+
+namespace {
+
+constexpr int kMaxQuestions = 17; // each of them sets aside one refused name at least
+
+/// The name to ask for; empty when systemctl would refuse it, or take it for something else.
+std::string AskedName(const std::string& unit)
+{
+    const bool isNumber = unit.find_first_not_of("0123456789") == unit.npos; // a process' ID
+    const std::string name = isNumber ? std::string() : NormalizedUnitNameGet(unit);
+    return IsUnitName(name) ? name : std::string();
+}
+
+/// What the messages of systemctl name: "Unit name x.service is neither a valid invocation ID nor unit name."
+std::set<std::string> NamesIn(const Texts& lines)
+{
+    std::set<std::string> names;
+    for (const std::string& line : lines) {
+        Texts words;
+        (void)Split(line, words, " \"',;\n");
+        for (const std::string& word : words) {
+            names.insert(word.substr(0, word.find_last_not_of(".:") + 1));
+        }
+    }
+    return names;
+}
+
+/// Asks systemd for units until it has shown all of them but those that it refuses.
+class Question {
+public:
+    Question(bool forceSystem, Texts properties) : properties_(std::move(properties))
+    {
+        opts_.forceSystem = forceSystem;
+        for (const char* name : {"Id", "Names"}) {
+            if (!Contains(properties_, name)) {
+                properties_.emplace_back(name);
+            }
+        }
+    }
+
+    /// False when systemd does not answer.
+    bool Ask(Texts units)
+    {
+        bool isSilent = false;
+        for (int i = 0; i < kMaxQuestions && !units.empty(); ++i) {
+            const auto answer = RunShow(opts_, units, properties_);
+            if (!answer) {
+                break;
+            }
+            Add(answer->units);
+            if (answer->exitCode == 0) {
+                break;
+            }
+            // systemctl asks for one unit after the other, and ends at the first that is refused.
+            const auto shown = std::erase_if(units, [&](const std::string& unit) { return shown_.contains(unit); });
+            const auto refused = NamesIn(answer->lines);
+            const auto named = std::erase_if(units, [&](const std::string& unit) { return refused.contains(unit); });
+            if (named == 0 && !units.empty()) {
+                if (shown == 0 && std::exchange(isSilent, true)) {
+                    break;
+                }
+                units.erase(units.begin());
+            }
+            hasAnswered_ = hasAnswered_ || shown + named > 0;
+        }
+        return hasAnswered_ || !shown_.empty();
+    }
+
+    const UnitProperties* Find(const std::string& name) const
+    {
+        const auto found = shown_.find(name);
+        return found != shown_.end() ? &found->second : nullptr;
+    }
+
+private:
+    void Add(const std::vector<UnitProperties>& units)
+    {
+        for (const UnitProperties& unit : units) {
+            const auto id = unit.find("Id");
+            const auto names = unit.find("Names");
+            if (id != unit.end() && names != unit.end()) {
+                shown_[id->second] = unit;
+                for (const std::string& name : ItemsOf(names->second)) {
+                    shown_[name] = unit;
+                }
+            }
+        }
+    }
+
+    Texts properties_;
+    SystemctlOpts opts_;
+    std::map<std::string, UnitProperties> shown_; ///< by each of a unit's names
+    bool hasAnswered_ = false;
+};
+
+bool ShowProperties(bool forceSystem, const Texts& vecUnits, const Texts& vecProperties,
+                    std::map<std::string, ShownUnit>& units)
+{
+    if (!MERO_VALID(!vecUnits.empty()) || !MERO_VALID(!vecProperties.empty())) {
+        return false;
+    }
+    Texts names;
+    std::set<std::string> seen;
+    for (const std::string& unit : vecUnits) {
+        const std::string name = AskedName(unit);
+        if (!name.empty() && seen.insert(name).second) {
+            names.push_back(name);
+        }
+    }
+    Question question(forceSystem, vecProperties);
+    if (!names.empty() && !question.Ask(names)) {
+        return false;
+    }
+    std::map<std::string, ShownUnit> all;
+    for (const std::string& unit : vecUnits) {
+        const UnitProperties* properties = question.Find(AskedName(unit));
+        all[unit] = properties != nullptr ? ShownUnit{.asked = true, .properties = *properties} : ShownUnit();
+    }
+    units = std::move(all);
+    return true;
+}
+
+} // namespace
+
+bool MEROSystemdShowProperties(const Texts& vecUnits, const Texts& vecProperties,
+                               std::map<std::string, ShownUnit>& units)
+{
+    return ShowProperties(false, vecUnits, vecProperties, units);
+}
+
+bool MEROSystemdShowPropertiesSystem(const Texts& vecUnits, const Texts& vecProperties,
+                                     std::map<std::string, ShownUnit>& units)
+{
+    return ShowProperties(true, vecUnits, vecProperties, units);
+}
+
+int MEROCSystemdShowProperties(const MLIBCSzList* pListUnits, const MLIBCSzList* pListProperties,
+                               MEROSystemdPropertyCallback callback, void* pData)
+{
+    return MERO_VALID(nullptr != pListUnits) && MERO_VALID(nullptr != pListProperties) &&
+           MERO_VALID(nullptr != callback) && WithoutExceptions(MERO_HERE, [=] {
+               std::map<std::string, ShownUnit> units;
+               const bool shown = MEROSystemdShowProperties(FromList(pListUnits), FromList(pListProperties), units);
+               for (const auto& [unit, what] : units) {
+                   if (!what.asked) {
+                       callback(unit.c_str(), nullptr, nullptr, pData);
+                   }
+                   for (const auto& [property, value] : what.properties) {
+                       callback(unit.c_str(), property.c_str(), value.c_str(), pData);
+                   }
+               }
+               return shown;
+           });
+}
