@@ -87,9 +87,10 @@ const MERO::Tool::Texts kElsewhere{"add-requires",
                                    "unset-environment"};
 
 const std::vector<MERO::Tool::Section> kSections{
-    {"Units",
-     {"start", "stop", "restart", "try-restart", "reload", "reload-or-restart", "reset-failed", "status", "why", "show",
-      "info", "list-units", "list-services", "enable", "disable", "reenable", "mask", "unmask", "uninstall"}},
+    {"Units", {"start",        "stop",   "restart",    "try-restart",   "reload",    "reload-or-restart",
+               "reset-failed", "status", "why",        "show",          "is-active", "is-enabled",
+               "is-failed",    "info",   "list-units", "list-services", "enable",    "disable",
+               "reenable",     "mask",   "unmask",     "uninstall"}},
     {"Holds", {"reason"}},
     {"Volumes", {"volume"}},
     {"Isolation", {"isolate", "isolate-state", "run-in"}},
@@ -98,7 +99,7 @@ const std::vector<MERO::Tool::Section> kSections{
 };
 
 const std::map<std::string, MERO::Tool::Texts> kLimited{
-    {"--system", {"show"}},
+    {"--system", {"show", "is-active", "is-enabled", "is-failed"}},
     {"--timeout",
      {"start", "stop", "restart", "try-restart", "reload-or-restart", "enable", "disable", "mask", "reason add",
       "reason release", "uninstall"}},
@@ -124,6 +125,8 @@ int main(int argc, char* argv[])
     MERO::Tool::AddActionCommands(program); // the help lists sections and commands in this order
     MERO::Tool::AddStatusCommand(program);
     MERO::Tool::AddWhyCommand(program);
+    MERO::Tool::AddShowCommand(program);
+    MERO::Tool::AddStateCommands(program);
     MERO::Tool::AddInfoCommand(program);
     MERO::Tool::AddQueryCommands(program);
     MERO::Tool::AddEnablementCommands(program);

@@ -119,6 +119,9 @@ std::string UnknownFault(const CLI::App& program, const CLI::App& called, const 
                                      [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
     if (option != words.end()) {
         Texts known = OptionNames(called);
+        if (std::find(known.begin(), known.end(), *option) != known.end()) {
+            return *option + " goes after the command";
+        }
         const Texts general = OptionNames(program);
         known.insert(known.end(), general.begin(), general.end());
         return "unknown option " + *option + DidYouMean(Nearest(*option, known));
@@ -208,6 +211,9 @@ int CommandLine::Run(Texts words)
     } catch (const UsageError& error) {
         PrintError(error.what());
         std::cerr << HelpHint(Called(app_.get())) << '\n';
+    } catch (const CommandError& error) {
+        PrintError(error.what());
+        return error.code;
     }
     return kUsage;
 }

@@ -24,9 +24,10 @@ void AddDefaultTarget(const Command& program)
     command.AddFlag("--json", arguments->json, "As a JSON string").Excludes(target);
     command.OnCall([arguments]() -> int {
         if (!arguments->target.empty()) {
+            SystemctlWords words;
             const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
-                                                 : MEROSystemdDefaultTargetSet(arguments->target);
-            return done ? kDone : ReportFailure("setting the default target");
+                                                 : MEROSystemdDefaultTargetSet(arguments->target, words.Listener());
+            return done ? kDone : ReportFailure("setting the default target", MLIBCErrGet(), words);
         }
         std::string target;
         if (!MEROSystemdDefaultTargetGet(target)) {
@@ -45,8 +46,10 @@ void AddManagerCommands(const Command& program)
 
     const Command daemonReload = program.AddCommand("daemon-reload", "Have systemd read its unit files again");
     daemonReload.OnCall([] {
-        const WatchedWork work = Watch("daemon-reload", [](Progress&) { return MEROSystemdDaemonReload(); });
-        return work.done ? kDone : ReportFailure("daemon-reload", work.error);
+        SystemctlWords words;
+        const WatchedWork work =
+            Watch("daemon-reload", [&](Progress&) { return MEROSystemdDaemonReload(words.Listener()); });
+        return work.done ? kDone : ReportFailure("daemon-reload", work.error, words);
     });
 }
 

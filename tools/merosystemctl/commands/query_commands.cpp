@@ -1,5 +1,4 @@
 #include "commands/commands.h"
-#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 
@@ -24,27 +23,6 @@ int PrintNames(bool listed, const Texts& names, bool json)
         std::cout << name << '\n';
     }
     return kDone;
-}
-
-void AddShow(const Command& program)
-{
-    struct Arguments {
-        std::string unit, property;
-        bool json = false;
-    };
-    const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("show", "Print one of the properties of a unit");
-    AddUnit(command, arguments->unit);
-    command.AddOperand("PROPERTY", arguments->property, "Such as MainPID or FragmentPath");
-    command.AddFlag("--json", arguments->json, "As a JSON string");
-    command.OnCall([arguments]() -> int {
-        std::string value;
-        if (!MEROSystemdShow(arguments->unit, arguments->property, value)) {
-            return ReportFailure(arguments->unit + ": reading the property " + arguments->property);
-        }
-        PrintText(value, arguments->json);
-        return kDone;
-    });
 }
 
 void AddLists(const Command& program)
@@ -74,7 +52,6 @@ void AddLists(const Command& program)
 
 void AddQueryCommands(const Command& program)
 {
-    AddShow(program);
     AddLists(program);
 }
 

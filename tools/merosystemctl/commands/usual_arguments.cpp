@@ -1,6 +1,7 @@
 #include "commands/usual_arguments.h"
 
 #include "running/general_options.h"
+#include "running/unit_patterns.h"
 
 #include <charconv>
 
@@ -32,6 +33,11 @@ std::string VolumeFault(const std::string& volume)
     return isVolume ? "" : volume + ": a mount path begins with \"/\" and does not end with it";
 }
 
+std::string PatternFault(const std::string& unit)
+{
+    return IsPattern(unit) ? unit + ": patterns are not taken here; name the unit" : "";
+}
+
 } // namespace
 
 void AddGeneralOptions(const Command& program)
@@ -50,9 +56,19 @@ void AddUnit(const Command& command, std::string& unit)
     command.AddOperand("UNIT", unit, "A unit; a name without a type means a service");
 }
 
-void AddUnits(const Command& command, Texts& units)
+Argument AddUnits(const Command& command, Texts& units)
 {
-    command.AddOperand("UNIT", units, "Units; a name without a type means a service");
+    return command.AddOperand("UNIT", units, "Units; a name without a type means a service");
+}
+
+void AddUnitsOrPatterns(const Command& command, Texts& units)
+{
+    command.AddOperand("UNIT", units, "Units or patterns ('nfs*'); services without a type");
+}
+
+void TakeNames(const Argument& argument)
+{
+    argument.MustPass(PatternFault);
 }
 
 void TakeVolumes(const Argument& argument)
