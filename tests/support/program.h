@@ -5,6 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 namespace MERO::Test {
 
 /// How a shell calls merosystemctl.
@@ -18,8 +21,18 @@ struct Program : Machine {
         Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
         WriteProgram("/usr/bin/journalctl", "");
         Otherwise("true");
+        Listen();
     }
-    ~Program() override { std::filesystem::remove_all("/sys/fs"); }
+    ~Program() override { close(manager_), std::filesystem::remove_all("/sys/fs"); }
+
+    /// Has somebody at the manager's socket.
+    void Listen() const
+    {
+        const sockaddr_un address{AF_UNIX, "/run/systemd/private"};
+        fs::create_directories("/run/systemd");
+        EXPECT_EQ(bind(manager_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(listen(manager_, 99), 0);
+    }
 
     /// A shell script: what systemctl does when it is not asked for those.
     void Otherwise(const std::string& script)
@@ -45,6 +58,8 @@ struct Program : Machine {
         }
     }
     static ShellResult Tool(const std::string& arguments) { return Shell(kTool + arguments); }
+
+    const int manager_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
 } // namespace MERO::Test

@@ -230,17 +230,23 @@ TEST_F(Why, IsToldOfUnitsThatAreNotAsWantedASecondLater)
                  R"(echo '{"MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf","UNIT":"'$u'","MESSAGE":"x",)" +
                      rest + R"(;; --unit=*) echo '{"UNIT":"'$u'","MESSAGE":"a line",)" + rest + ";; esac; done");
     const std::string all = " --verify good rereads done skipped dead failed ill reborn again > /run/$v 2>&1; ";
-    EXPECT_EQ(Shell("for v in start try-restart stop; do { " + kTool + "$v" + all + "echo $? >> /run/$v; } & done; " +
-                    kTool +
-                    "start --verify good done; wait; cd /run; grep -c ': a line$' start; sed -n 's/^mero[^ ]* \\(.*\\) "
-                    "was done, but a second later the unit is/\\1/p; /^.$/p' start try-restart stop")
-                  .output,
-              "4\nskipped: start inactive (dead)\ndead: start inactive (dead)\nfailed: start failed (failed)\n"
-              "ill: start failed (failed)\nreborn: start active (running)\nagain: start activating (auto-restart)\n1\n"
-              "failed: try-restart failed (failed)\nill: try-restart failed (failed)\nreborn: try-restart active "
-              "(running)\nagain: try-restart activating (auto-restart)\n1\ngood: stop active (running)\n"
-              "rereads: stop reloading (reloading)\nreborn: stop active (running)\nagain: stop activating "
-              "(auto-restart)\n1\n");
+    EXPECT_EQ(
+        Shell("for v in start try-restart stop; do { " + kTool + "$v" + all + "echo $? >> /run/$v; } & done; " + kTool +
+              "start --verify good done; wait; cd /run; grep -c ': a line$' start; sed -n 's/^mero[^ ]* //p; /^.$/p' "
+              "start try-restart stop")
+            .output,
+        "4\nskipped: started, but one second later it was inactive (dead)\n"
+        "dead: started, but one second later it was inactive (dead)\n"
+        "failed: started, but it had failed one second later\nill: started, but it had failed one second later\n"
+        "reborn: started, but systemd had to start it again within one second\n"
+        "again: started, but one second later it was activating (auto-restart)\n1\n"
+        "failed: started, but it had failed one second later\nill: started, but it had failed one second later\n"
+        "reborn: started, but systemd had to start it again within one second\n"
+        "again: started, but one second later it was activating (auto-restart)\n1\n"
+        "good: stopped, but one second later it was active (running)\n"
+        "rereads: stopped, but one second later it was reloading (reloading)\n"
+        "reborn: stopped, but one second later it was active (running)\n"
+        "again: stopped, but one second later it was activating (auto-restart)\n1\n");
 }
 
 } // namespace

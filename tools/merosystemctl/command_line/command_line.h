@@ -3,8 +3,10 @@
 #include "command_line/command.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace MERO::Tool {
 
@@ -13,6 +15,12 @@ struct Expected {
     Texts commands;
     Texts options;        ///< with their dashes
     std::string argument; ///< the name of the operand, or of the option whose value is wanted
+};
+
+/// Commands that the help lists below one title.
+struct Section {
+    std::string title;
+    Texts commands;
 };
 
 /// The program's command line: its commands, and the reading of what was typed.
@@ -24,6 +32,9 @@ public:
         std::string version;
         std::string note;             ///< below the help
         std::function<void()> before; ///< runs before each command, but for those that are hidden
+        std::vector<Section> sections;
+        std::map<std::string, Texts> limited; ///< options of the program, and the commands that take them
+        Texts elsewhere;                      ///< commands that systemctl has, and this program does not
     };
 
     explicit CommandLine(const Description& description);
@@ -41,8 +52,7 @@ public:
 private:
     std::unique_ptr<CLI::App> app_;
     std::unique_ptr<Calls> calls_;
-    std::string note_;
-    std::function<void()> before_;
+    Description description_;
 };
 
 } // namespace MERO::Tool

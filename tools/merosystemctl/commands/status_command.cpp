@@ -8,6 +8,7 @@
 #include "output/output.h"
 #include "output/text_width.h"
 #include "output/words.h"
+#include "running/unit_patterns.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -139,8 +140,9 @@ void PrintWarnings(const std::vector<UnitStatus>& all)
     }
 }
 
-int RunStatus(const Texts& names, bool json)
+int RunStatus(const Texts& words, bool json)
 {
+    const Texts names = LoadedUnits("", words);
     const bool isForOne = names.size() == 1 && !json;
     auto reading = isForOne ? std::make_unique<JournalReading>(names) : nullptr; // beside the question
     const std::vector<UnitProperties> units = AskProperties(names, kStatusProperties);
@@ -181,7 +183,7 @@ void AddStatusCommand(const Command& program)
     };
     const auto arguments = std::make_shared<Arguments>();
     const Command command = program.AddCommand("status", "Show the state of units; of one, its log too");
-    AddUnits(command, arguments->units);
+    AddUnitsOrPatterns(command, arguments->units);
     command.AddFlag("--json", arguments->json, "As a JSON array");
     command.OnCall([arguments] { return RunStatus(arguments->units, arguments->json); });
 }

@@ -4,6 +4,7 @@
 #include "diagnosis/report.h"
 #include "output/colour.h"
 #include "output/words.h"
+#include "running/unit_patterns.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -77,8 +78,9 @@ bool ListTroubled(Texts& units)
     return failed.has_value();
 }
 
-int RunWhy(Texts units, bool json)
+int RunWhy(const Texts& words, bool json)
 {
+    Texts units = LoadedUnits("", words);
     const bool isForAll = units.empty();
     if (isForAll && !ListTroubled(units)) {
         return ReportFailure("listing the failed units");
@@ -124,7 +126,7 @@ void AddWhyCommand(const Command& program)
     };
     const auto arguments = std::make_shared<Arguments>();
     const Command command = program.AddCommand("why", "Print why units do not run");
-    command.AddOptionalOperand("UNIT", arguments->units, "Units; default: what failed, is held, or down");
+    command.AddOptionalOperand("UNIT", arguments->units, "Units or patterns; default: all failed, held, down");
     command.AddFlag("--json", arguments->json, "As a JSON object; several units as an array");
     command.OnCall([arguments] { return RunWhy(arguments->units, arguments->json); });
 }

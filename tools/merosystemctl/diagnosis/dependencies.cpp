@@ -23,46 +23,46 @@ bool IsEverywhere(const std::string& name)
     return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
 }
 
-struct Fault {
+struct DependencyFault {
     std::string text, remedy;
     bool isFirst = true; ///< false: something that it needs itself may be the cause
 };
 
 /// What is wrong with a dependency that explains why `unit` does not run.
-std::optional<Fault> FaultOf(const UnitProperties& unit, const std::string& need, const UnitProperties& needed,
-                             const std::vector<JournalEntry>& journal)
+std::optional<DependencyFault> FaultOf(const UnitProperties& unit, const std::string& need,
+                                       const UnitProperties& needed, const std::vector<JournalEntry>& journal)
 {
     const std::string& name = needed["Id"];
     const std::string why = "merosystemctl why " + name;
     if (needed["ActiveState"] == "failed") {
-        return Fault{"failed, " + FailureText(needed), why};
+        return DependencyFault{"failed, " + FailureText(needed), why};
     }
     if (IsRestarting(needed)) {
-        return Fault{"is restarted again and again, " + FailureText(needed), why};
+        return DependencyFault{"is restarted again and again, " + FailureText(needed), why};
     }
     if (needed["ActiveState"] == "activating" && !unit["Job"].empty()) {
-        return Fault{"is still starting", why};
+        return DependencyFault{"is still starting", why};
     }
     if (needed["ActiveState"] != "inactive") {
         return std::nullopt;
     }
     if (needed["LoadState"] == "not-found") {
-        return Fault{"does not exist", why};
+        return DependencyFault{"does not exist", why};
     }
     if (needed["LoadState"] != "loaded") {
-        return Fault{"is " + needed["LoadState"], why};
+        return DependencyFault{"is " + needed["LoadState"], why};
     }
     if (const std::vector<Cause> holds = HoldsOf(name); !holds.empty()) {
-        return Fault{"is held " + holds.front().text, holds.front().remedy};
+        return DependencyFault{"is held " + holds.front().text, holds.front().remedy};
     }
     if (name.ends_with(".device") && need != "PartOf") {
-        return Fault{"is not there", ""};
+        return DependencyFault{"is not there", ""};
     }
     if (StoppedTogether(journal, unit["Id"], name)) {
-        return Fault{"was stopped at the same time (" + need + "=)", "merosystemctl start " + name, false};
+        return DependencyFault{"was stopped at the same time (" + need + "=)", "merosystemctl start " + name, false};
     }
     if (need == "Requisite") {
-        return Fault{"does not run, and must run before (Requisite=)", "merosystemctl start " + name, false};
+        return DependencyFault{"does not run, and must run before (Requisite=)", "merosystemctl start " + name, false};
     }
     return std::nullopt;
 }
@@ -126,7 +126,7 @@ void Dependencies::Collect(const UnitProperties& unit, bool isRoot, Search& sear
             if (needed == nullptr || !search.seen.insert((*needed)["Id"]).second) {
                 continue;
             }
-            const std::optional<Fault> fault = FaultOf(unit, need, *needed, search.journal);
+            const std::optional<DependencyFault> fault = FaultOf(unit, need, *needed, search.journal);
             const std::size_t count = search.causes.size();
             const bool isDown = (*needed)["ActiveState"] == "inactive" && (fault || need != "PartOf");
             if (isDown && !(fault && fault->isFirst)) {

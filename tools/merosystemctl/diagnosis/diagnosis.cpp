@@ -28,7 +28,7 @@ const std::string kUnmountTarget = "unmount-volume-begin.target"; // conflicts w
 /// Asked for with the units: where the machine is.
 const Texts kMachine{"default.target", "rescue.target", "emergency.target"};
 
-const std::string& Properties()
+const std::string& DiagnosedProperties()
 {
     static const std::string properties = Dependencies::Properties() +
                                           ",LoadError,UnitFileState,StateChangeTimestamp,TriggeredBy,RefuseManualStart,"
@@ -228,7 +228,7 @@ std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
     JournalReading reading(names); // beside the questions
     Texts all = names;
     all.insert(all.end(), kMachine.begin(), kMachine.end());
-    Facts facts{.units = AskProperties(all, Properties().c_str()),
+    Facts facts{.units = AskProperties(all, DiagnosedProperties().c_str()),
                 .machine = {},
                 .jobs = {},
                 .journal = {},

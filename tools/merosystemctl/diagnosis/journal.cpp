@@ -1,6 +1,7 @@
 #include "diagnosis/journal.h"
 
 #include "diagnosis/dialect.h"
+#include "running/general_options.h"
 
 #include <merocore/process.h>
 
@@ -57,7 +58,7 @@ FILE* RunJournalctl(const Texts& units)
                 "--output=json",
                 "--lines=" + std::to_string(std::min(kLinesOfUnit * units.size(), kMostLines))};
     for (const std::string& unit : units) {
-        words.push_back((getuid() == 0 ? "--unit=" : "--user-unit=") + unit);
+        words.push_back((getuid() == 0 || General().system ? "--unit=" : "--user-unit=") + unit);
     }
     if (IsDialectOfToday()) { // others may not know it; it saves half of the time
         words.emplace_back("--output-fields=MESSAGE,MESSAGE_ID,SYSLOG_IDENTIFIER,_COMM,_PID,UNIT,USER_UNIT,"

@@ -1,5 +1,7 @@
 #include "diagnosis/loaded_units.h"
 
+#include "running/general_options.h"
+
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
@@ -54,7 +56,8 @@ std::optional<std::vector<LoadedUnit>> ListLoadedUnits(const Texts& options, con
         return exitCode == 0;
     };
     try {
-        const bool listed = MEROSystemdSystemctl("list-units", words, patterns, read);
+        const auto opts = Systemd::SystemctlOptsBuilder().SetCmdOpts(&words).SetForceSystem(General().system).Build();
+        const bool listed = MEROSystemdSystemctlUltron("list-units", opts, patterns, read);
         return listed ? std::optional(units) : std::nullopt;
     } catch (const std::exception&) {
         return std::nullopt; // systemctl cannot be run
