@@ -226,8 +226,8 @@ TEST_F(Program, StatusTellsStatesApart)
     const std::string names = "Id=x\nDescription=A d\n", loaded = names + "LoadState=loaded\n";
     SetUnits({{"runs", loaded + "ActiveState=active\nUnitFileState=enabled\n"},
               {"rereads", loaded + "ActiveState=reloading\nUnitFileState=static\n"},
-              {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\n"},
-              {"held", loaded + "ActiveState=inactive\nUnitFileState=disabled\n"},
+              {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\nJob=7\n"},
+              {"held", loaded + "ActiveState=inactive\nUnitFileState=disabled\nJob=8\n"},
               {"failed", loaded + "ActiveState=failed\nUnitFileState=indirect\n"},
               {"masked", names + "LoadState=masked\nActiveState=inactive\nUnitFileState=masked\n"},
               {"none", names + "LoadState=not-found\nActiveState=inactive\n"}});
@@ -239,14 +239,30 @@ TEST_F(Program, StatusTellsStatesApart)
               "rereads  loaded     reloading   static    -              -        A d\n"
               "starts   loaded     activating  linked    start waiting  -        A d\n"
               "held     loaded     inactive    disabled  other running  a b      A d\n"
-              "failed   loaded     failed      other     -              -        A d\n"
+              "failed   loaded     failed      indirect  -              -        A d\n"
               "masked   masked     inactive    masked    -              -        A d\n"
-              "none     not-found  inactive    -         -              -        \n");
+              "none     not-found  inactive    -         -              -        A d\n");
     const std::string exitCodes =
         "for units in runs rereads starts held masked failed none 'runs held' 'held failed runs' "
         "'runs none failed'; do " +
-        kTool + "status $units > /dev/null; printf $?; done";
+        kTool + "status $units > /dev/null 2>&1; printf $?; done";
     EXPECT_EQ(Shell(exitCodes).output, "0033314314");
+    const std::string pid = std::to_string(getpid()), command = Shell("cat /proc/" + pid + "/comm").output;
+    SetUnits({{"one", loaded +
+                          "FragmentPath=/f\nActiveState=active\nSubState=running\nStateChangeTimestamp=Mon\nJob=7\n"
+                          "UnitFileState=alias\nMemoryCurrent=2048\nNeedDaemonReload=yes\nMainPID=" +
+                          pid + "\n"}});
+    Write("/run/merosystemd/reasons/one.service/r", "");
+    WriteProgram("/usr/bin/journalctl", R"(echo '{"_SYSTEMD_UNIT":"x","MESSAGE":"hi","__REALTIME_TIMESTAMP":"1"}')");
+    EXPECT_THAT(
+        Tool("status one"),
+        FieldsAre(0, "x - A d\nActive    active (running) since Mon\nLoaded    loaded from /f, alias\nMain PID  " +
+                         pid + " (" + command.substr(0, command.size() - 1) +
+                         ")\nMemory    2.0 KiB\nJob       start waiting\nHeld      r\nJan 01 00:00:00 : "
+                         "hi\nmerosystemctl: changed on disk since "
+                         "systemd read it: one\n  -> merosystemctl daemon-reload\n"));
+    fs::remove("/run/merosystemd/reasons/one.service/r");
+    EXPECT_THAT(Tool("status one 'a b'"), FieldsAre(1, HasSubstr("a b: systemd cannot be asked")));
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
     EXPECT_EQ(Tool("reason list none held").output, "SERVICE       REASONS\nheld.service  a b\nnone.service  -\n");
@@ -277,7 +293,7 @@ struct FullProgram : Program {
         for (const auto& [unit, keys] : units) {
             Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
-            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\n"}});
+            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n"}});
         }
         Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
         close(file_), fs::create_directories("/var/packages/Foo");
@@ -362,7 +378,7 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
     const std::string briefly = "--interval 0.1 ";
     const Case cases[] = {
         {"status", "web.service", ".[0] | [.active, .enabled, .job.id, .job.type, .job.state, .load, .reasons, .unit]",
-         R"(["active","other",7,"start","waiting","loaded",["r"],"web.service"])"},
+         R"(["active","",7,"start","waiting","loaded",["r"],"web.service"])"},
         {"why", "web.service", "[.active, .causes[0].kind, .causes[0].remedy]",
          R"(["active","held","merosystemctl reason release r web.service"])"},
         {"jobs", "", ".", R"([{"id":7,"state":"waiting","type":"start","unit":"web.service"}])"},

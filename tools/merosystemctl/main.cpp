@@ -99,7 +99,7 @@ const std::vector<MERO::Tool::Section> kSections{
 };
 
 const std::map<std::string, MERO::Tool::Texts> kLimited{
-    {"--system", {"show", "is-active", "is-enabled", "is-failed"}},
+    {"--system", {"show", "is-active", "is-enabled", "is-failed", "status", "why", "list-units"}},
     {"--timeout",
      {"start", "stop", "restart", "try-restart", "reload-or-restart", "enable", "disable", "mask", "reason add",
       "reason release", "uninstall"}},

@@ -1,5 +1,7 @@
 #include "diagnosis/unit_properties.h"
 
+#include "running/general_options.h"
+
 #include <merosystemd/systemd.hpp>
 
 #include <sstream>
@@ -31,7 +33,8 @@ std::vector<UnitProperties> AskProperties(const Texts& units, const char* names)
         properties.push_back(name);
     }
     std::map<std::string, Systemd::ShownUnit> shown;
-    if (!MEROSystemdShowProperties(units, properties, shown)) {
+    const auto ask = General().system ? MEROSystemdShowPropertiesSystem : MEROSystemdShowProperties;
+    if (!ask(units, properties, shown)) {
         return {};
     }
     std::vector<UnitProperties> all;
