@@ -75,15 +75,15 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"stop --no-block slow-to-stop", 0, ""},
         {"try-restart slow-to-stop web", 0, ""},
         {"reload slow-to-stop", 0, ""},
-        {"status slow-to-stop", 3, "UNIT .*\nslow-to-stop +loaded +deactivating +static +stop running .*"},
+        {"status slow-to-stop", 3, "slow-to-stop.service\nActive +deactivating .*\nJob +stop running\n.*Stopping.*"},
         {"reset-failed unknown", 4, "merosystemctl: unknown: reset-failed failed: there is no such unit\n"},
         {"reason add --no-protect check boot", 0, ""},
         {"mask --runtime hidden", 0, ""},
         {"status web slow boot hidden nowhere", 4,
          "UNIT .*\nweb +loaded +active +static +- +- +web.service\n"
          "slow +loaded +activating +static +start running +- +slow.service\n"
-         "boot +loaded +inactive +disabled +- +check +A b\nhidden +masked +inactive +masked +- +- +hidden.service\n"
-         "nowhere +not-found +inactive +- +- +- +\n"},
+         "boot +loaded +inactive +disabled +- +check +A b\nhidden +masked +inactive +masked-runtime +- +- +hidden.service\n"
+         "nowhere +not-found +inactive +- +- +- +nowhere.service\n"},
         {"unmask --runtime hidden", 0, ""},
         {"reason remove check boot", 0, ""},
         {"show web FragmentPath", 0, "/run/systemd/system/web.service\n"},
@@ -200,7 +200,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
     Unit("rival.service", "[Unit]\nConflicts=off.service\n[Service]\nExecStart=/bin/sleep infinity\n");
     Unit("unmount-volume-begin.target", "[Unit]\nConflicts=quick.service\nDefaultDependencies=no\n");
     Load();
-    const std::string kExit3 = "result exit-code: its main process ended[ \n]+with exit code 3\n.*";
+    const std::string kExit3 = "result exit-code: ExecStart=/bin/sh ended[ \n]+with[ \n]+exit[ \n]+code 3\n.*no disk\n.*";
     const std::string kLog = ".*with result .exit-code.*";
     Expect({
         {"why web", 3, "web.service does not run: inactive \\(dead\\)\n.*"},
@@ -215,7 +215,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
          "dies: .*a second later the unit is failed \\(failed\\)\n  failed .*exit code 1\n.*reborn: start was done.*"},
         {"stop --verify reborn web", 0, ""},
         {"start rival unmount-volume-begin.target", 0, ""},
-        {"why off", 3, ".*\nconflict +rival.service runs\n +-> merosystemctl stop rival.service\ndisabled .*"},
+        {"why off", 3, ".*\nconflict +rival.service is running\n +-> merosystemctl stop rival.service\ndisabled .*"},
         {"why quick", 3, ".*\nvolume +stopped while a volume [^\n]*\n.*"},
         {"stop unmount-volume-begin.target rival", 0, ""},
         {"reason add --no-protect check off", 0, ""},

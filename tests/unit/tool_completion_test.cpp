@@ -28,12 +28,13 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     for (const auto& [link, target] : links) {
         fs::create_symlink(target, link);
     }
-    Write("/run/loaded", "on.service loaded active running Is on\n"
-                         "fails.service loaded failed failed Has: failed\n"
-                         "gone.service not-found inactive dead gone.service\n"
-                         "bad.service masked inactive dead bad.service\n"
-                         "a.slice loaded active active Slice\n"
-                         "b.device loaded active plugged Device\n");
+    Write("/run/loaded", "UNIT          LOAD      ACTIVE   SUB     DESCRIPTION\n"
+                         "on.service    loaded    active   running Is on\n"
+                         "fails.service loaded    failed   failed  Has: failed\n"
+                         "gone.service  not-found inactive dead    gone.service\n"
+                         "bad.service   masked    inactive dead    bad.service\n"
+                         "a.slice       loaded    active   active  Slice\n"
+                         "b.device      loaded    active   plugged Device\n");
     Otherwise("case $1 in list-units) cat /run/loaded;; esac");
     Write("/run/merosystemd/reasons/on.service/r1", ""), Write("/run/merosystemd/reasons/off.service/r2", "");
     Write("/var/packages/Foo/INFO", ""), Write("/run/units/on.service", "Id=on.service\nMainPID=1\n");
@@ -42,7 +43,9 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     const std::pair<std::string, std::string> cases[] = {
         {"star", "start"},
         {"volume un", "unmount unregister"},
-        {"start --v", "--verify"},
+        {"start --v", "--verify --version"},
+        {"--timeout 3 star", "start"},
+        {"slice top --sort in", "input"},
         {"start ''",
          "alias.service fails.service off.service other.service plain.service tty@1.service vendor.service"},
         {"stop ''", "a.slice on.service"},
@@ -53,7 +56,7 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"enable ''", "off.service vendor.service"},
         {"disable ''", "on.service other.service tty@.service tty@1.service"},
         {"status fail", "fails.service"},
-        {"show on.service ''", "Id MainPID"},
+        {"show on.service M", "MainPID"},
         {"reason release ''", "r1 r2"},
         {"reason release r1 ''", "on.service"},
         {"reason list o", "off.service on.service"},
@@ -77,7 +80,7 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     EXPECT_EQ(Tool("complete --descriptions -- stop ''").output, "a.slice\tSlice\non.service\tIs on\n");
     EXPECT_EQ(Tool("complete --descriptions -- reason release r").output,
               "r1\tholds on.service\nr2\tholds off.service\n");
-    EXPECT_THAT(Tool("complete --descriptions -- start --v").output, StartsWith("--verify\t"));
+    EXPECT_THAT(Tool("complete --descriptions -- start --verif").output, StartsWith("--verify\t"));
     EXPECT_EQ(Shell("PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
                     "; COMP_WORDS=(merosystemctl start p); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'")
                   .output,

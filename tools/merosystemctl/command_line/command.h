@@ -1,9 +1,9 @@
 #pragma once
 
+#include "output/command_error.h"
 #include "output/output.h"
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 
 namespace CLI {
@@ -14,11 +14,6 @@ class Option;
 namespace MERO::Tool {
 
 struct Calls;
-
-/// Thrown by a command that was called: what it was given does not go together. Nothing was done.
-class UsageError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// Says what is wrong with a value, and nothing when nothing is.
 using Check = std::string (*)(const std::string& value);

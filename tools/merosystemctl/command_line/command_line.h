@@ -3,8 +3,10 @@
 #include "command_line/command.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace MERO::Tool {
 
@@ -23,6 +25,12 @@ struct Expected {
     Texts operands;            ///< of it, that are there
 };
 
+/// Commands that the help lists below one title.
+struct Section {
+    std::string title;
+    Texts commands;
+};
+
 /// The program's command line: its commands, and the reading of what was typed.
 class CommandLine {
 public:
@@ -32,6 +40,9 @@ public:
         std::string version;
         std::string note;             ///< below the help
         std::function<void()> before; ///< runs before each command, but for those that are hidden
+        std::vector<Section> sections;
+        std::map<std::string, Texts> limited; ///< options of the program, and the commands that take them
+        Texts elsewhere;                      ///< commands that systemctl has, and this program does not
     };
 
     explicit CommandLine(const Description& description);
@@ -49,8 +60,7 @@ public:
 private:
     std::unique_ptr<CLI::App> app_;
     std::unique_ptr<Calls> calls_;
-    std::string note_;
-    std::function<void()> before_;
+    Description description_;
 };
 
 } // namespace MERO::Tool

@@ -1,5 +1,4 @@
 #include "commands/commands.h"
-#include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 
@@ -26,27 +25,6 @@ int PrintNames(bool listed, const Texts& names, bool json)
     return kDone;
 }
 
-void AddShow(const Command& program)
-{
-    struct Arguments {
-        std::string unit, property;
-        bool json = false;
-    };
-    const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("show", "Print one of the properties of a unit");
-    AddUnit(command, arguments->unit);
-    command.AddOperand("PROPERTY", arguments->property, "Such as MainPID or FragmentPath");
-    command.AddFlag("--json", arguments->json, "As a JSON string");
-    command.OnCall([arguments]() -> int {
-        std::string value;
-        if (!MEROSystemdShow(arguments->unit, arguments->property, value)) {
-            return ReportFailure(arguments->unit + ": reading the property " + arguments->property);
-        }
-        PrintText(value, arguments->json);
-        return kDone;
-    });
-}
-
 void AddLists(const Command& program)
 {
     struct Arguments {
@@ -70,40 +48,11 @@ void AddLists(const Command& program)
     });
 }
 
-void AddDefaultTarget(const Command& program)
-{
-    struct Arguments {
-        std::string target;
-        bool offline = false;
-        bool json = false;
-    };
-    const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("default-target", "Print or set the target that the machine boots into");
-    const Argument target = command.AddOptionalOperand("TARGET", arguments->target, "Set this target");
-    command.AddFlag("--offline", arguments->offline, "Change the files, without the manager").Needs(target);
-    command.AddFlag("--json", arguments->json, "As a JSON string").Excludes(target);
-    command.OnCall([arguments]() -> int {
-        if (!arguments->target.empty()) {
-            const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
-                                                 : MEROSystemdDefaultTargetSet(arguments->target);
-            return done ? kDone : ReportFailure("setting the default target");
-        }
-        std::string target;
-        if (!MEROSystemdDefaultTargetGet(target)) {
-            return ReportFailure("reading the default target");
-        }
-        PrintText(target, arguments->json);
-        return kDone;
-    });
-}
-
 } // namespace
 
 void AddQueryCommands(const Command& program)
 {
-    AddShow(program);
     AddLists(program);
-    AddDefaultTarget(program);
 }
 
 } // namespace MERO::Tool

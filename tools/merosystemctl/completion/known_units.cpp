@@ -1,5 +1,7 @@
 #include "completion/known_units.h"
 
+#include "diagnosis/loaded_units.h"
+
 #include <merosystemd/systemd.hpp>
 
 #include <sstream>
@@ -7,31 +9,24 @@
 namespace MERO::Tool {
 namespace {
 
-/// systemctl's lines; none when it cannot be run.
-Texts Ask(const char* verb, const Texts& options)
-{
-    Texts answer;
-    try {
-        (void)MEROSystemdSystemctl(verb, options, {}, [&](int exitCode, const Texts& lines) {
-            answer = exitCode == 0 ? lines : Texts();
-            return true;
-        });
-    } catch (const std::exception&) {
-        answer.clear();
-    }
-    return answer;
-}
-
 /// In the manager's order.
 Texts UnitFolders()
 {
     constexpr std::string_view kProperty = "UnitPath=";
     Texts folders;
-    for (const std::string& line : Ask("show", {"--property=UnitPath"})) {
-        std::istringstream words(line.starts_with(kProperty) ? line.substr(kProperty.size()) : "");
-        for (std::string word; words >> word;) {
-            folders.push_back(word);
+    const auto read = [&](int, const Texts& lines) {
+        for (const std::string& line : lines) {
+            std::istringstream words(line.starts_with(kProperty) ? line.substr(kProperty.size()) : "");
+            for (std::string word; words >> word;) {
+                folders.push_back(word);
+            }
         }
+        return true;
+    };
+    try {
+        (void)MEROSystemdSystemctl("show", {"--property=UnitPath"}, {}, read);
+    } catch (const std::exception&) {
+        folders.clear(); // systemctl cannot be run
     }
     return !folders.empty() ? folders
                             : Texts{"/etc/systemd/system", "/run/systemd/system", "/usr/local/lib/systemd/system",
@@ -60,16 +55,12 @@ std::map<std::string, KnownUnit> KnownUnits()
 {
     std::map<std::string, KnownUnit> units;
     // One answer has the states of all; "list-unit-files" takes seconds where there are many files.
-    for (const std::string& line : Ask("list-units", {"--all", "--full", "--plain", "--no-legend"})) {
-        std::istringstream words(line);
-        std::string name, sub;
-        KnownUnit unit;
-        if (words >> name >> unit.load >> unit.active >> sub && unit.load != "not-found") {
-            std::getline(words >> std::ws, unit.description);
-            units[name] = unit;
+    for (const LoadedUnit& unit : ListLoadedUnits({"--all"}, {}).value_or(std::vector<LoadedUnit>())) {
+        if (unit.load != "not-found") {
+            units[unit.name] = {unit.load, unit.active, unit.description, {}};
         }
     }
-    for (const auto& [name, file] : UnitFiles(UnitFolders())) {
+    for (const auto& [name, file] : ReadUnitFolders(UnitFolders())) {
         if (!file.path.empty()) {
             units[name].file = file;
         }

@@ -79,13 +79,9 @@ std::vector<Word> Services(const Expected& expected)
     return words;
 }
 
-/// Those that the first operand, a unit, has.
-std::vector<Word> Properties(const Expected& expected)
+std::vector<Word> Properties(const std::string& unit)
 {
     std::vector<Word> words;
-    if (expected.operands.empty()) {
-        return words;
-    }
     const auto addNames = [&](int, const Texts& lines) {
         for (const std::string& line : lines) {
             words.push_back({line.substr(0, line.find('=')), ""});
@@ -93,9 +89,20 @@ std::vector<Word> Properties(const Expected& expected)
         return true;
     };
     try {
-        (void)MEROSystemdSystemctl("show", {"--all"}, {expected.operands.front()}, addNames);
+        (void)MEROSystemdSystemctl("show", {"--all"}, {unit}, addNames);
     } catch (const std::exception&) {
         words.clear();
+    }
+    return words;
+}
+
+/// "show" takes a unit and a property, or more units.
+std::vector<Word> UnitsOrProperties(const Expected& expected)
+{
+    std::vector<Word> words = Units(expected);
+    if (expected.command == "show" && !expected.operands.empty()) {
+        const std::vector<Word> properties = Properties(expected.operands.front());
+        words.insert(words.end(), properties.begin(), properties.end());
     }
     return words;
 }
@@ -162,11 +169,10 @@ std::vector<Word> Slices(const Expected& expected)
 using Names = std::vector<Word> (*)(const Expected& expected);
 
 const std::map<std::string, Names> kNames{
-    {"UNIT", [](const Expected& expected) { return Units(expected); }},
+    {"UNIT", UnitsOrProperties},
     {"--unit", [](const Expected& expected) { return Units(expected); }},
     {"SERVICE", Services},
     {"TARGET", [](const Expected& expected) { return Units(expected, ".target"); }},
-    {"PROPERTY", Properties},
     {"REASON", Reasons},
     {"VOLUME", Volumes},
     {"MOUNT", VolumesAndDevices},

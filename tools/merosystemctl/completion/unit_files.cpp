@@ -52,7 +52,7 @@ void AddEntry(const fs::directory_entry& entry, bool isEnablement, std::map<std:
 
 } // namespace
 
-std::map<std::string, UnitFile> UnitFiles(const Texts& folders)
+std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders)
 {
     std::map<std::string, UnitFile> files;
     for (const std::string& folder : folders) {

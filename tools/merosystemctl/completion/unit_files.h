@@ -16,7 +16,7 @@ struct UnitFile {
 };
 
 /// By name, of all units in these folders. Where several have one, the first folder counts.
-std::map<std::string, UnitFile> UnitFiles(const Texts& folders);
+std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders);
 
 /// Whether enabling the unit has any effect. Reads the file.
 bool HasInstallSection(const UnitFile& file);

@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -14,6 +15,7 @@ namespace {
 
 constexpr auto kPlainInterval = 10s;
 constexpr std::size_t kDefaultWidth = 80;
+constexpr std::size_t kShortestTitle = 8;
 
 bool CanUpdateLines()
 {
@@ -27,21 +29,28 @@ std::size_t TerminalWidth()
     return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kDefaultWidth;
 }
 
+std::string Shortened(const std::string& text, std::size_t width)
+{
+    return text.size() <= width ? text : text.substr(0, width - 3) + "...";
+}
+
 } // namespace
 
 ProgressLine::ProgressLine() : updates_(CanUpdateLines()) {}
 
-void ProgressLine::Show(const std::string& matter, const std::string& details)
+void ProgressLine::Show(const std::string& matter, const std::string& title, const std::string& figures)
 {
     if (updates_) {
         // One less than the width: a full line would wrap on some terminals, and could not be cleared.
-        std::cerr << "\r\033[K" << details.substr(0, TerminalWidth() - 1) << std::flush;
+        const std::size_t width = TerminalWidth() - 1;
+        const std::size_t room = std::max(width - std::min(width, figures.size()), kShortestTitle);
+        std::cerr << "\r\033[K" << (Shortened(title, room) + figures).substr(0, width) << std::flush;
         isShown_ = true;
         return;
     }
     const Clock::time_point now = Clock::now();
     if (matter != lastMatter_ || now - lastTime_ >= kPlainInterval) {
-        std::cerr << details << '\n';
+        std::cerr << title << figures << '\n';
         lastMatter_ = matter;
         lastTime_ = now;
     }
