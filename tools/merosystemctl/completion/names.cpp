@@ -186,6 +186,14 @@ const std::map<std::string, Names> kNames{
          }
          return words;
      }},
+    {"--state",
+     [](const Expected& expected) {
+         return expected.command == "list-unit-files"
+                    ? ToWords({"enabled", "disabled", "static", "masked", "linked", "alias", "indirect", "generated",
+                               "transient", "bad"})
+                    : ToWords({"loaded", "not-found", "masked", "error", "active", "inactive", "failed", "activating",
+                               "deactivating", "reloading", "running", "exited", "dead"});
+     }},
     {"--type",
      [](const Expected&) {
          return ToWords({"service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer",
