@@ -2,6 +2,7 @@
 
 #include "completion/known_units.h"
 #include "usage/usage.h"
+
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
