@@ -321,6 +321,9 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
         {"slice kill bulk.slice", 0, "stopping its units\n.*bulk.slice: killed\n"},
         {"status deep stubborn web", 3,
          "UNIT .*\ndeep +loaded +inactive .*\nstubborn +loaded +inactive .*\nweb +loaded +active .*"},
+        {"slice kill none.slice", 4, "merosystemctl: none.slice: there is no such slice\n"},
+        {"slice show none.slice", 4, "merosystemctl: none.slice: there is no such slice\n"},
+        {"volume register /vol1 --unit none", 4, "merosystemctl: none: [^\n]*there is no such unit\n"},
         {"slice kill bulk.slice", 0, "bulk.slice: nothing runs there in systemd's hierarchy\n"},
     });
     EXPECT_EQ(Shell("cat /run/asked").output, "asked\n");
