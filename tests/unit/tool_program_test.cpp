@@ -216,7 +216,27 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("daemon-reload").output,
               "merosystemctl: systemd 245 does not speak the current dialect: take dialect=current out of " + conf +
                   "\n");
-    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so"), RemoveSystemctl();
+    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so");
+    // systemctl's words, and how they are told: a warning, a list without units, the same for all units.
+    const std::tuple<std::string, std::string, std::string> words[] = {
+        {"enable a", "echo Created symlink x; echo 'Warning: y'", "Warning: y\n"},
+        {"start --quiet a", "echo 'Warning: y'", ""},
+        {"stop a b", "echo 'Failed to x: No way'; echo 'See z'; exit 1",
+         "merosystemctl: a: stop failed\n  systemd     No way\nmerosystemctl: b: stop failed\n  systemd     No way\n"},
+        {"stop a b", "echo 'Failed to stop a.service: Access denied'; exit 1",
+         "merosystemctl: a: stop failed: permission denied; run it as root\n"},
+        {"start a b", "echo 'Failed to connect to bus: Host is down'; exit 1",
+         "merosystemctl: start failed: systemd does not run on this machine\n"},
+    };
+    for (const auto& [command, script, output] : words) {
+        Otherwise(script);
+        EXPECT_EQ(Tool(command).output, output) << command;
+    }
+    Otherwise("exit 1"), shutdown(manager_, SHUT_RDWR);
+    for (const std::string command : {"start 'a*'", "isolate a.target", "daemon-reload", "default-target a.target"}) {
+        EXPECT_THAT(Tool(command).exitCode, AnyOf(1, 6)) << command;
+    }
+    RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
                                       "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {
         EXPECT_THAT(Tool(command),
@@ -397,7 +417,9 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
          R"({"belongsTo":["multi-user.target"],"defaultEnable":true,"firewallSections":["http","https"],)"
          R"("infoCenter":false,"name":"Web \"server\"","nameI18n":"web:title","nanoUpdate":false,)"
          R"("oneClickEnable":false,"packedIn":["a.target"],"supported":false,"unit":"web"})"},
-        {"show", "web.service Id", ".", R"("web.service")"},
+        {"show", "-p Id web", ".", R"({"web":{"Id":"web.service"}})"},
+        {"start", "web", "[.[0].done, .[0].causes[].kind]", R"([false,"held"])"},
+        {"stop", "--dry-run web", "[.changes[].change]", R"(["stops"])"},
         {"list-units", "--type slice", ".", R"(["a.slice","b.slice"])"},
         {"list-services", "", "length", "6"},
         {"default-target", "", ".", R"("a.target")"},

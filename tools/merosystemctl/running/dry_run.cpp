@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
+#include <set>
 
 namespace MERO::Tool {
 namespace {
@@ -62,7 +63,8 @@ ReachedUnits Reach(const Texts& units, const Texts& lists)
             if (from[level[i]].empty() && (unit["Id"].empty() || IsMissing(unit["LoadState"]))) {
                 throw CommandError(kNoSuchUnit, level[i] + ": there is no such unit");
             }
-            if (unit["Id"].empty() || IsSkipped(unit) || !reached.try_emplace(unit["Id"], Reached{unit, from[level[i]]}).second) {
+            if (unit["Id"].empty() || IsSkipped(unit) ||
+                !reached.try_emplace(unit["Id"], Reached{unit, from[level[i]]}).second) {
                 continue;
             }
             for (const std::string& list : lists) {
@@ -159,23 +161,27 @@ std::vector<Foreseen> ForeseeIsolation(const std::string& target)
     std::vector<Foreseen> changes;
     AddStarts(wanted, changes);
     const std::vector<UnitProperties> loaded = AskProperties(LoadedUnits("", {"*"}), kStates);
-    std::map<std::string, bool> stops; // by the units that systemd looks at
+    std::set<std::string> kept, running;
     for (const UnitProperties& unit : loaded) {
-        const bool isKept = unit["IgnoreOnIsolate"] == "yes" || wanted.contains(unit["Id"]);
-        stops[unit["Id"]] = Runs(unit) && !isKept;
+        if (unit["IgnoreOnIsolate"] == "yes" || wanted.contains(unit["Id"])) {
+            kept.insert(unit["Id"]);
+        } else if (Runs(unit)) {
+            running.insert(unit["Id"]);
+        }
     }
+    const auto hasOneOf = [](const Texts& names, const std::set<std::string>& units) {
+        return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return units.contains(name); });
+    };
     for (const UnitProperties& unit : loaded) {
         // systemd keeps what is triggered by a unit that it keeps, and takes one that it has decided to stop for such a
         // unit: see transaction_add_isolate_jobs().
         const Texts triggers = unit.List("TriggeredBy");
-        const auto isKept = [&](const std::string& trigger) {
-            return wanted.contains(trigger) || (stops.contains(trigger) && !stops[trigger]);
-        };
-        if (!stops[unit["Id"]] || std::any_of(triggers.begin(), triggers.end(), isKept)) {
+        if (!running.contains(unit["Id"]) || hasOneOf(triggers, kept)) {
             continue;
         }
-        changes.push_back({unit["Id"], triggers.empty() ? "stops" : "may stop",
-                           triggers.empty() ? target + " does not need it" : "as does " + ToCell(triggers)});
+        const bool isTriggered = hasOneOf(triggers, running);
+        changes.push_back({unit["Id"], isTriggered ? "may stop" : "stops",
+                           isTriggered ? "as does " + ToCell(triggers) : target + " does not need it"});
     }
     return changes;
 }
