@@ -82,7 +82,8 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"status web slow boot hidden nowhere", 4,
          "UNIT .*\nweb +loaded +active +static +- +- +web.service\n"
          "slow +loaded +activating +static +start running +- +slow.service\n"
-         "boot +loaded +inactive +disabled +- +check +A b\nhidden +masked +inactive +masked-runtime +- +- +hidden.service\n"
+         "boot +loaded +inactive +disabled +- +check +A b\nhidden +masked +inactive +masked-runtime +- +- "
+         "+hidden.service\n"
          "nowhere +not-found +inactive +- +- +- +nowhere.service\n"},
         {"unmask --runtime hidden", 0, ""},
         {"reason remove check boot", 0, ""},
@@ -110,8 +111,11 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
 TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
 {
     Expect({
-        {"list-units", 0, ".*\nboot.service\n.*\nbasic.target\n.*"},
-        {"list-units --type target", 0, "([a-z0-9@-]+.target\n)+"},
+        {"list-unit-files", 0, "UNIT +STATE\n.*\nboot.service +disabled\n.*\nbasic.target +static\n.*"},
+        {"list-unit-files --type target", 0, "UNIT +STATE\n([a-z0-9@-]+.target +[a-z]+\n)+"},
+        {"list-units 'sys*.target' web.service nowhere", 0,
+         "UNIT +LOAD +ACTIVE +SUB +DESCRIPTION\nsysinit.target +loaded +active +active +[A-Z].*"},
+        {"list-units --failed --all nowhere", 4, "merosystemctl: nowhere: no loaded unit matches\n"},
         {"list-services", 0, ".*\nboot\n.*"},
         {"default-target rescue.target", 0, ""},
         {"default-target", 0, "rescue.target\n"},
@@ -200,7 +204,8 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
     Unit("rival.service", "[Unit]\nConflicts=off.service\n[Service]\nExecStart=/bin/sleep infinity\n");
     Unit("unmount-volume-begin.target", "[Unit]\nConflicts=quick.service\nDefaultDependencies=no\n");
     Load();
-    const std::string kExit3 = "result exit-code: ExecStart=/bin/sh ended[ \n]+with[ \n]+exit[ \n]+code 3\n.*no disk\n.*";
+    const std::string kExit3 =
+        "result exit-code: ExecStart=/bin/sh ended[ \n]+with[ \n]+exit[ \n]+code 3\n.*no disk\n.*";
     const std::string kLog = ".*with result .exit-code.*";
     Expect({
         {"why web", 3, "web.service does not run: inactive \\(dead\\)\n.*"},
