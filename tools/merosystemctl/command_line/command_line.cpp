@@ -183,7 +183,7 @@ CommandLine::CommandLine(const Description& description)
     app_->failure_message([this](const CLI::App* program, const CLI::Error& error) {
         return UsageMessage(*program, error, description_.elsewhere);
     });
-    app_->get_formatter()->column_width(28);
+    app_->get_formatter()->column_width(22);
     app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
     app_->get_formatter()->label("Positionals", "Arguments");
 }
