@@ -1,6 +1,8 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
+#include "output/output.h"
+#include "running/general_options.h"
 
 #include <algorithm>
 #include <clocale>
@@ -136,7 +138,11 @@ int main(int argc, char* argv[])
         .help = "Manages the services of this machine through libmerosystemd.",
         .version = MERO_VERSION,
         .note = kNote,
-        .before = MERO::Tool::WarnOfDialect,
+        .before =
+            [] {
+                MERO::Tool::SetLegend(!MERO::Tool::General().noLegend);
+                MERO::Tool::WarnOfDialect();
+            },
         .sections = kSections,
         .limited = kLimited,
         .elsewhere = kElsewhere,

@@ -62,24 +62,31 @@ std::string OperandName(const CLI::App& command, std::size_t index)
     return all[std::min(index, all.size() - 1)]->get_name(true);
 }
 
-Texts OptionNames(const CLI::App& command)
+std::vector<Word> OptionNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::Option* option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
+            names.push_back({"--" + name, option->get_description()});
         }
     }
     return names;
 }
 
-Texts CommandNames(const CLI::App& command)
+std::vector<Word> CommandNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::App* sub : command.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); })) {
-        names.push_back(sub->get_name());
+        names.push_back({sub->get_name(), sub->get_description()});
     }
     return names;
+}
+
+Texts TextsOf(const std::vector<Word>& words)
+{
+    Texts texts;
+    std::transform(words.begin(), words.end(), std::back_inserter(texts), [](const Word& word) { return word.text; });
+    return texts;
 }
 
 /// The command that was called, as far as its words are known: the program itself when the first one is not.
@@ -118,15 +125,15 @@ std::string UnknownFault(const CLI::App& program, const CLI::App& called, const 
     const auto option = std::find_if(words.begin(), words.end(),
                                      [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
     if (option != words.end()) {
-        Texts known = OptionNames(called);
+        Texts known = TextsOf(OptionNames(called));
         if (std::find(known.begin(), known.end(), *option) != known.end()) {
             return *option + " goes after the command";
         }
-        const Texts general = OptionNames(program);
+        const Texts general = TextsOf(OptionNames(program));
         known.insert(known.end(), general.begin(), general.end());
         return "unknown option " + *option + DidYouMean(Nearest(*option, known));
     }
-    const Texts commands = CommandNames(called);
+    const Texts commands = TextsOf(CommandNames(called));
     if (commands.empty()) {
         return std::string("unexpected argument") + (words.size() > 1 ? "s" : "") + ": " + ToCell(words);
     }
@@ -146,7 +153,7 @@ std::string UsageMessage(const CLI::App& program, const CLI::Error& error, const
     std::string fault = error.what();
     if (!unknown.empty()) {
         fault = UnknownFault(program, *called, unknown, elsewhere);
-    } else if (const Texts commands = CommandNames(*called); !commands.empty()) {
+    } else if (const Texts commands = TextsOf(CommandNames(*called)); !commands.empty()) {
         const bool isGroup = called != &program;
         fault = "missing command" + (isGroup ? ": " + ToCell(commands) : "");
     }
@@ -222,33 +229,35 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
 {
     const CLI::App* command = app_.get();
     const CLI::Option* valueOf = nullptr;
-    std::size_t operands = 0;
+    Expected expected;
     for (const std::string& word : words) {
         if (valueOf != nullptr) {
-            valueOf = nullptr;
+            valueOf = word == "=" ? valueOf : nullptr; // bash makes three words of "--type=service"
         } else if (word.starts_with("-")) {
             const CLI::Option* own = NamedOption(*command, word);
             const CLI::Option* option = own != nullptr ? own : NamedOption(*app_, word);
             valueOf = TakesValue(option) ? option : nullptr;
         } else if (const CLI::App* sub = Subcommand(*command, word)) {
             command = sub;
+            expected.command += (expected.command.empty() ? "" : " ") + word;
         } else {
-            ++operands;
+            expected.operands.push_back(word);
         }
     }
     if (valueOf != nullptr) {
-        return {.commands = {}, .options = {}, .argument = valueOf->get_name()};
+        expected.argument = valueOf->get_name();
+        return expected;
     }
-    Texts options = OptionNames(*command);
+    if (expected.operands.empty()) { // else after a command that there is not
+        expected.commands = CommandNames(*command);
+    }
+    expected.options = OptionNames(*command);
     if (command != app_.get()) {
-        const Texts general = OptionNames(*app_);
-        options.insert(options.end(), general.begin(), general.end());
+        const std::vector<Word> general = OptionNames(*app_);
+        expected.options.insert(expected.options.end(), general.begin(), general.end());
     }
-    return {
-        .commands = operands == 0 ? CommandNames(*command) : Texts(), // else after a command that there is not
-        .options = options,
-        .argument = OperandName(*command, operands),
-    };
+    expected.argument = OperandName(*command, expected.operands.size());
+    return expected;
 }
 
 } // namespace MERO::Tool

@@ -10,11 +10,19 @@
 
 namespace MERO::Tool {
 
+/// A word that a command line can go on with.
+struct Word {
+    std::string text;
+    std::string description;
+};
+
 /// What a command line can go on with.
 struct Expected {
-    Texts commands;
-    Texts options;        ///< with their dashes
-    std::string argument; ///< the name of the operand, or of the option whose value is wanted
+    std::vector<Word> commands;
+    std::vector<Word> options; ///< with their dashes
+    std::string argument;      ///< the name of the operand, or of the option whose value is wanted
+    std::string command;       ///< that all this is for, such as "reason release"
+    Texts operands;            ///< of it, that are there
 };
 
 /// Commands that the help lists below one title.

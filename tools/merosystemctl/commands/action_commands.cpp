@@ -5,6 +5,7 @@
 #include "diagnosis/report.h"
 #include "diagnosis/verification.h"
 #include "output/output.h"
+#include "running/dry_run.h"
 #include "running/unit_action.h"
 #include "running/unit_patterns.h"
 
@@ -43,6 +44,7 @@ struct ActionArguments {
     bool noBlock = false;
     bool irreversibly = false;
     bool verify = false;
+    bool dryRun = false;
     bool json = false;
 };
 
@@ -110,6 +112,9 @@ int Run(const Action& action, const ActionArguments& arguments)
         throw UsageError("--verify excludes --no-block"); // the help shows no line for it
     }
     Texts units = LoadedUnits(action.verb, arguments.units);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeStop(units), arguments.json);
+    }
     Results results = TakeHeld(action, units);
     if (!units.empty()) {
         const Results others = RunOn(units, action, arguments);
@@ -132,6 +137,9 @@ void AddActionCommands(const Command& program)
         }
         if (action.takesJobMode) {
             command.AddFlag("--irreversibly", arguments->irreversibly, "Queue jobs that later jobs cannot cancel");
+        }
+        if (action.wanted == Wanted::Stopped) {
+            AddDryRun(command, arguments->dryRun);
         }
         command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
         command.OnCall([&action, arguments] { return Run(action, *arguments); });

@@ -5,6 +5,7 @@
 #include "output/command_error.h"
 #include "output/output.h"
 #include "running/command_within.h"
+#include "running/dry_run.h"
 #include "running/general_options.h"
 #include "running/run_command.h"
 #include "running/unit_questions.h"
@@ -138,6 +139,7 @@ void AddIsolateCommands(const Command& program)
         std::string target;
         Texts command;
         bool noBlock = false;
+        bool dryRun = false;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
@@ -145,8 +147,16 @@ void AddIsolateCommands(const Command& program)
     const Command isolate = program.AddCommand("isolate", "Switch the machine to a target");
     TakeNames(isolate.AddOperand("TARGET", arguments->target, "A target with AllowIsolate=yes"));
     isolate.AddFlag("--no-block", arguments->noBlock, "Do not wait for the target, only for the stops");
-    isolate.OnCall([arguments] { return Isolate(arguments->target, arguments->noBlock); });
+    isolate.OnCall([arguments] {
+        if (arguments->json && !arguments->dryRun) {
+            throw UsageError("--json needs --dry-run");
+        }
+        return arguments->dryRun ? PrintForeseen(ForeseeIsolation(TargetName(arguments->target)), arguments->json)
+                                 : Isolate(arguments->target, arguments->noBlock);
+    });
 
+    AddDryRun(isolate, arguments->dryRun);
+    isolate.AddFlag("--json", arguments->json, "Print the dry run as a JSON object");
     const Command state = program.AddCommand("isolate-state", "Show whether an isolation is going on");
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintState(arguments->json); });

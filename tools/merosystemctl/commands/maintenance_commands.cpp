@@ -1,8 +1,10 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
+#include "diagnosis/unit_properties.h"
 #include "output/command_error.h"
 #include "output/output.h"
+#include "running/dry_run.h"
 #include "running/unit_action.h"
 #include "running/unit_patterns.h"
 
@@ -19,6 +21,7 @@ namespace {
 struct MaintenanceArguments {
     Texts units;
     bool yes = false;
+    bool dryRun = false;
     bool json = false;
 };
 
@@ -46,8 +49,24 @@ int ResetFailed(const MaintenanceArguments& arguments)
                         arguments.json);
 }
 
+std::vector<Foreseen> ForeseeUninstall(const Texts& units)
+{
+    std::vector<Foreseen> changes = ForeseeStop(units);
+    for (const UnitProperties& unit : AskProperties(units, "Id,FragmentPath,DropInPaths")) {
+        for (const char* list : {"FragmentPath", "DropInPaths"}) {
+            for (const std::string& file : unit.List(list)) {
+                changes.push_back({unit["Id"], "loses its file", file});
+            }
+        }
+    }
+    return changes;
+}
+
 int Uninstall(const MaintenanceArguments& arguments)
 {
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeUninstall(arguments.units), arguments.json);
+    }
     if (!arguments.yes && !IsWanted(arguments.units)) {
         PrintError("nothing was done");
         return kFailed;
@@ -73,6 +92,7 @@ void AddMaintenanceCommands(const Command& program)
     const Command uninstall = program.AddCommand("uninstall", "Stop units and remove all that belongs to them");
     TakeNames(AddUnits(uninstall, arguments->units));
     uninstall.AddFlag("-y,--yes", arguments->yes, "Do not ask first");
+    AddDryRun(uninstall, arguments->dryRun);
     uninstall.OnCall([arguments] { return Uninstall(*arguments); });
 
     for (const Command& command : {resetFailed, uninstall}) {

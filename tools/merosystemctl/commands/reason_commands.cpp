@@ -1,8 +1,10 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
 #include "diagnosis/holds.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
+#include "running/dry_run.h"
 #include "running/reason_drop_in.h"
 #include "running/unit_action.h"
 #include "running/unit_patterns.h"
@@ -21,6 +23,7 @@ struct ReasonArguments {
     std::string reason;
     Texts services;
     bool isUnprotected = false;
+    bool dryRun = false;
     bool json = false;
 };
 
@@ -78,6 +81,9 @@ int Add(const ReasonArguments& arguments)
 {
     const std::string verb = "reason add";
     Texts services = LoadedUnits(verb, arguments.services);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeStop(services), arguments.json);
+    }
     std::vector<HeldService> held;
     Results results = IsDialectOfToday() ? TakeMissing(verb, services, held) : Results();
     if (arguments.isUnprotected) {
@@ -116,30 +122,62 @@ Texts TakeLacking(const std::string& reason, Texts& services)
     return lacking;
 }
 
-/// What stopped along with the services and did not start with them again: the library keeps a note of that. Its
-/// result is about the services alone.
+/// What the library has noted as stopped along with a service.
+Texts StoppedAlong(const std::string& service)
+{
+    Texts units;
+    std::error_code error;
+    const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
+    for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
+        units.push_back(note.path().filename());
+    }
+    return units;
+}
+
+/// What stopped along with the services and did not start with them again. The library's result is about the services
+/// alone.
 Results StillStopped(const Texts& services)
 {
     Results stopped;
     for (const std::string& service : services) {
-        std::error_code error;
-        const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
-        for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
-            const std::string unit = note.path().filename();
-            if (!Systemd::CheckServiceHasReason(service)) {
-                stopped.push_back({.unit = unit,
-                                   .code = kFailed,
-                                   .fault = "it stopped along with " + service + ", and does not run again",
-                                   .causes = {{"stopped", "along with " + service, "merosystemctl why " + unit}}});
-            }
+        for (const std::string& unit : Systemd::CheckServiceHasReason(service) ? Texts() : StoppedAlong(service)) {
+            stopped.push_back({.unit = unit,
+                               .code = kFailed,
+                               .fault = "does not run again",
+                               .causes = {{"stopped", "along with " + service, "merosystemctl why " + unit}}});
         }
     }
     return stopped;
 }
 
+/// A service starts when this was its last reason, and what stopped along with it does too.
+std::vector<Foreseen> ForeseeRelease(const std::string& reason, Texts services)
+{
+    (void)TakeLacking(reason, services);
+    std::vector<Foreseen> changes;
+    for (const std::string& service : services) {
+        Texts reasons;
+        (void)MEROSystemdServiceReasonList(service, reasons);
+        std::erase(reasons, reason);
+        if (!reasons.empty()) {
+            changes.push_back({service, "stays held", "by " + ToCell(reasons)});
+            continue;
+        }
+        const auto starts = ForeseeStart({service});
+        changes.insert(changes.end(), starts.begin(), starts.end());
+        for (const std::string& unit : StoppedAlong(service)) {
+            changes.push_back({unit, "starts", "stopped along with " + service});
+        }
+    }
+    return changes;
+}
+
 int Release(const ReasonArguments& arguments)
 {
     Texts services = LoadedUnits("reason release", arguments.services);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeRelease(arguments.reason, services), arguments.json);
+    }
     Results results;
     for (const std::string& service : TakeLacking(arguments.reason, services)) {
         results.push_back(
@@ -206,6 +244,9 @@ void AddReasonCommands(const Command& program)
         command.AddOperand("REASON", arguments->reason, "A name for the cause, without \"/\"");
         command.AddOperand("SERVICE", arguments->services, "Services, or patterns such as 'nfs*'");
         command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        if (change.run != Remove) {
+            AddDryRun(command, arguments->dryRun);
+        }
         if (change.run == Add) {
             command.AddFlag("--no-protect", arguments->isUnprotected, "Add no drop-in; others can start the services");
         }

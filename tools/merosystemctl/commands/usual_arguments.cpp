@@ -61,6 +61,11 @@ Argument AddUnits(const Command& command, Texts& units)
     return command.AddOperand("UNIT", units, "Units; a name without a type means a service");
 }
 
+void AddDryRun(const Command& command, bool& dryRun)
+{
+    command.AddFlag("--dry-run", dryRun, "Show what would happen, and change nothing");
+}
+
 void AddUnitsOrPatterns(const Command& command, Texts& units)
 {
     command.AddOperand("UNIT", units, "Units or patterns ('nfs*'); services without a type");

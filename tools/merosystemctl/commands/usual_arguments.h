@@ -11,6 +11,8 @@ using Seconds = std::chrono::duration<double>;
 /// Adds the options that the program takes before and after every command.
 void AddGeneralOptions(const Command& program);
 
+void AddDryRun(const Command& command, bool& dryRun);
+
 /// Each pattern has to be replaced by LoadedUnits() or UnitFiles().
 void AddUnitsOrPatterns(const Command& command, Texts& units);
 

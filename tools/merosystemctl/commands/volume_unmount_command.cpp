@@ -112,6 +112,7 @@ int Unmount(const Texts& volumes, const Texts& command, bool force)
         .name = command.front(),
         .before = "stopping what uses " + ToCell(volumes),
         .after = "starting the services again",
+        .planning = "planning to unmount " + ToCell(volumes),
     });
 }
 
@@ -146,7 +147,7 @@ int PrintUnmountState(bool json)
         std::cout << "no unmount has stopped services\n";
     } else {
         std::cout << "an unmount of " << ToCell(state.volumes) << " by process " << state.pid
-                  << (isInterrupted ? " was interrupted" : " is going on") << "; it began " << AgeText(state.since)
+                  << (isInterrupted ? " was interrupted" : " is running") << "; it began " << AgeText(state.since)
                   << " ago\nstopped for it: " << ToCell(state.units) << '\n'
                   << (isInterrupted ? "  -> merosystemctl volume recover\n" : "");
     }
@@ -188,11 +189,12 @@ void AddVolumeUnmountCommand(const Command& volume)
     const auto arguments = std::make_shared<Arguments>();
     const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount, restart");
     TakeVolumes(command.AddOperand("VOLUME", arguments->volumes, "Mount paths"));
-    const Argument dryRun = command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
-    command.AddFlag("--force", arguments->force, "Go on although something else keeps the volume busy");
+    const Argument dryRun =
+        command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as 'volume plan' does");
+    command.AddFlag("--force", arguments->force, "Go on even if something else keeps the volume busy");
     command.AddFlag("--json", arguments->json, "With --dry-run: as a JSON object").Needs(dryRun);
     command.TakeBehindDashes(arguments->command, "[-- COMMAND...]");
-    command.SetNote("COMMAND unmounts; without one: umount VOLUME...");
+    command.SetNote("COMMAND unmounts the volumes. The default is umount VOLUME...");
     command.OnCall([arguments]() -> int {
         if (arguments->dryRun) {
             return ShowVolumePlan(arguments->volumes, arguments->json);
@@ -208,7 +210,7 @@ void AddVolumeUnmountCommand(const Command& volume)
         return Unmount(arguments->volumes, words, arguments->force);
     });
 
-    const Command state = volume.AddCommand("state", "Show whether an unmount goes on, or was interrupted");
+    const Command state = volume.AddCommand("state", "Show whether an unmount runs or was interrupted");
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintUnmountState(arguments->json); });
 

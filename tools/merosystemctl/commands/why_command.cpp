@@ -32,15 +32,7 @@ Json::Value DiagnosisToJson(const Diagnosis& diagnosis)
     object["active"] = diagnosis.active;
     object["sub"] = diagnosis.sub;
     object["since"] = diagnosis.since;
-    object["causes"] = Json::Value(Json::arrayValue);
-    for (const Cause& cause : diagnosis.causes) {
-        Json::Value& entry = object["causes"].append(Json::objectValue);
-        entry["kind"] = cause.kind;
-        entry["text"] = cause.text;
-        entry["remedy"] = cause.remedy;
-        entry["unit"] = cause.unit;
-        entry["log"] = ToJson(cause.log);
-    }
+    object["causes"] = ToJson(diagnosis.causes);
     object["log"] = ToJson(diagnosis.log);
     return object;
 }

@@ -262,6 +262,20 @@ std::optional<Diagnosis> Diagnose(const std::string& unit)
     return diagnoses ? std::optional(diagnoses->front()) : std::nullopt;
 }
 
+Json::Value ToJson(const std::vector<Cause>& causes)
+{
+    Json::Value list(Json::arrayValue);
+    for (const Cause& cause : causes) {
+        Json::Value& entry = list.append(Json::objectValue);
+        entry["kind"] = cause.kind;
+        entry["text"] = cause.text;
+        entry["remedy"] = cause.remedy;
+        entry["unit"] = cause.unit;
+        entry["log"] = ToJson(cause.log);
+    }
+    return list;
+}
+
 void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const std::string& indentation)
 {
     constexpr std::size_t kColumn = 12; // after the longest word

@@ -34,6 +34,8 @@ struct Diagnosis {
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& units);
 std::optional<Diagnosis> Diagnose(const std::string& unit);
 
+Json::Value ToJson(const std::vector<Cause>& causes);
+
 /// One below the other, with what to do in a line of its own.
 void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const std::string& indentation);
 

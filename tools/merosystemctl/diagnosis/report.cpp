@@ -70,27 +70,34 @@ bool IsKnown(const std::string& failure, const Diagnosis& diagnosis)
            });
 }
 
-UnitResult Explain(const std::string& unit, const std::string& load, const FailedAction& action, Texts failures)
+UnitResult Explain(const std::string& unit, const Diagnosis& diagnosis, const std::string& verb, Texts failures)
 {
-    UnitResult result{.unit = unit, .code = kFailed, .fault = action.verb + " failed"};
-    if (IsMissing(load)) {
+    UnitResult result{.unit = unit, .code = kFailed, .fault = verb + " failed"};
+    if (IsMissing(diagnosis.load)) {
         result.code = kNoSuchUnit;
         result.fault += ": there is no such unit";
         return result;
     }
-    const auto diagnosis = action.diagnoses ? Diagnose(unit) : std::nullopt;
-    if (diagnosis) {
-        std::erase_if(failures, [&](const std::string& failure) { return IsKnown(failure, *diagnosis); });
-        result.log = diagnosis->log;
-    }
+    std::erase_if(failures, [&](const std::string& failure) { return IsKnown(failure, diagnosis); });
     result.causes = ToCauses(failures);
-    if (diagnosis) {
-        result.causes.insert(result.causes.end(), diagnosis->causes.begin(), diagnosis->causes.end());
-    }
+    result.causes.insert(result.causes.end(), diagnosis.causes.begin(), diagnosis.causes.end());
+    result.log = diagnosis.log;
     if (result.causes.empty() && result.log.empty()) {
         result.causes.push_back({"log", "what merosystemctl did", kLog});
     }
     return result;
+}
+
+/// Whether the units exist, when that can be told, and no more.
+std::vector<Diagnosis> AskLoadStates(const Texts& units)
+{
+    std::map<std::string, Systemd::ShownUnit> shown;
+    (void)MEROSystemdShowProperties(units, {"LoadState"}, shown);
+    std::vector<Diagnosis> all(units.size());
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        all[i].load = shown[units[i]].properties["LoadState"];
+    }
+    return all;
 }
 
 void Print(const std::vector<Cause>& causes, const Texts& log)
@@ -107,13 +114,7 @@ Json::Value ToJson(const UnitResult& result)
     object["unit"] = result.unit;
     object["done"] = result.code == kDone;
     object["fault"] = result.fault;
-    object["causes"] = Json::Value(Json::arrayValue);
-    for (const Cause& cause : result.causes) {
-        Json::Value& entry = object["causes"].append(Json::objectValue);
-        entry["kind"] = cause.kind;
-        entry["text"] = cause.text;
-        entry["remedy"] = cause.remedy;
-    }
+    object["causes"] = MERO::Tool::ToJson(result.causes);
     object["log"] = MERO::Tool::ToJson(result.log);
     return object;
 }
@@ -153,18 +154,16 @@ std::vector<UnitResult> ExplainFailure(const FailedAction& action, const Systemc
     if (const auto common = CommonFailure(what, action.error, action.needsManager, words)) {
         throw CommandError(*common);
     }
-    std::map<std::string, Systemd::ShownUnit> shown;
-    (void)MEROSystemdShowProperties(failed, {"LoadState"}, shown);
+    const auto diagnosed = action.diagnoses ? Diagnose(failed) : std::nullopt;
+    const std::vector<Diagnosis> diagnoses = diagnosed ? *diagnosed : AskLoadStates(failed);
     std::vector<UnitResult> results;
     for (const std::string& unit : action.units) {
         if (!std::binary_search(failed.begin(), failed.end(), unit)) {
             results.push_back({.unit = unit});
         }
     }
-    for (const std::string& unit : failed) {
-        const Texts own = words.FailuresOf(unit);
-        results.push_back(
-            Explain(unit, shown[unit].properties["LoadState"], action, own.empty() ? words.Failures() : own));
+    for (std::size_t i = 0; i < failed.size(); ++i) {
+        results.push_back(Explain(failed[i], diagnoses[i], action.verb, words.FailuresOf(failed[i], failed)));
     }
     return results;
 }

@@ -83,16 +83,18 @@ SystemctlObserver SystemctlWords::Listener()
     };
 }
 
-Texts SystemctlWords::FailuresOf(const std::string& unit) const
+Texts SystemctlWords::FailuresOf(const std::string& unit, const Texts& others) const
 {
-    const std::string name = WholeName(unit);
-    Texts some;
+    Texts own, common;
     for (std::size_t i = 0; i < lines_.size(); ++i) {
-        if (Names(lines_[i], name)) {
-            some.push_back(failures_[i]);
+        const auto isNamed = [&](const std::string& other) { return Names(lines_[i], WholeName(other)); };
+        if (isNamed(unit)) {
+            own.push_back(failures_[i]);
+        } else if (std::none_of(others.begin(), others.end(), isNamed)) {
+            common.push_back(failures_[i]);
         }
     }
-    return some;
+    return !own.empty() ? own : !common.empty() ? common : failures_;
 }
 
 bool SystemctlWords::SayNoManager() const

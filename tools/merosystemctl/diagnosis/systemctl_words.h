@@ -21,8 +21,8 @@ public:
     /// other commands.
     const Texts& Failures() const { return failures_; }
 
-    /// Those that name a unit.
-    Texts FailuresOf(const std::string& unit) const;
+    /// Those that name the unit; else those that name none of the others; else all.
+    Texts FailuresOf(const std::string& unit, const Texts& others) const;
 
     /// Lines of runs that succeeded, but for the links that were made or removed.
     const Texts& Warnings() const { return warnings_; }

@@ -7,6 +7,7 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -64,19 +65,23 @@ std::vector<UnitResult> Verify(const Texts& units, const std::string& verb, Want
         throw CommandError(kFailed, "verifying the " + verb + " failed: systemd does not answer");
     }
     std::vector<UnitResult> results;
+    Texts ill;
     for (const std::string& unit : units) {
         Properties& state = after[unit].properties;
         results.push_back({.unit = unit});
         if (IsAs(wanted, before[unit].properties, state)) {
             continue;
         }
-        UnitResult& result = results.back();
-        result.code = kFailed;
-        result.fault = Fault(wanted, state["ActiveState"], state["SubState"]);
-        if (const std::optional<Diagnosis> diagnosis = Diagnose(unit)) {
-            result.causes = diagnosis->causes;
-            result.log = diagnosis->log;
-        }
+        results.back().code = kFailed;
+        results.back().fault = Fault(wanted, state["ActiveState"], state["SubState"]);
+        ill.push_back(unit);
+    }
+    const auto diagnoses = ill.empty() ? std::nullopt : Diagnose(ill);
+    for (std::size_t i = 0; diagnoses && i < ill.size(); ++i) {
+        const auto result =
+            std::find_if(results.begin(), results.end(), [&](const UnitResult& one) { return one.unit == ill[i]; });
+        result->causes = (*diagnoses)[i].causes;
+        result->log = (*diagnoses)[i].log;
     }
     return results;
 }
