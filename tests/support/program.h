@@ -37,19 +37,22 @@ struct Program : Machine {
     /// A shell script: what systemctl does when it is not asked for those.
     void Otherwise(const std::string& script)
     {
-        SystemctlScript("property() { sed -n \"s/^$1=//p\" \"/run/units/$2\" | tail -n 1; }\n"
-                        "case \"$1 $2\" in\n"
-                        "'show --property') echo \"$3=$(property $3 $4)\";;\n"
-                        "show*) names=$2; shift 2; for unit; do file=/run/units/$unit; [ -f $file ] || "
-                        "case $unit in *.target) file=/dev/null;; *) file=${file%.service}; esac; "
-                        "[ -e $file ] || continue; $next; next=echo; "
-                        "case $names in *=NRestarts,*) echo NRestarts=0; esac; "
-                        "cat $file; echo Id=$unit; echo Names=$unit; done;;\n"
-                        "is-enabled*) property UnitFileState $2;;\n"
-                        "list-jobs*) grep \" $3\" /run/jobs || true;;\n"
-                        "list-unit-files*) grep \"[.]$5\" /run/files || true;;\n"
-                        "*) " +
-                        script + ";; esac\n");
+        SystemctlScript(
+            "property() { sed -n \"s/^$1=//p\" \"/run/units/$2\" | tail -n 1; }\n"
+            "case \"$1 $2\" in\n"
+            "'show --property') echo \"$3=$(property $3 $4)\";;\n"
+            "show*) names=$2; shift 2; for unit; do file=/run/units/$unit; [ -f $file ] || "
+            "case $unit in *.target) file=/dev/null;; *) file=${file%.service}; esac; "
+            "[ -e $file ] || continue; $next; next=echo; "
+            "case $names in *=NRestarts,*) echo NRestarts=0; esac; "
+            "cat $file; echo Id=$unit; echo Names=$unit; done;;\n"
+            "is-enabled*) property UnitFileState $2;;\n"
+            "list-jobs*) grep \" $3\" /run/jobs || true;;\n"
+            "'list-unit-files --full') printf '%-20s %s\\n' 'UNIT FILE' STATE; while read unit state last; do "
+            "printf '%-20s %s\\n' $unit $state; done < /run/files;;\n"
+            "list-unit-files*) grep \"[.]$5\" /run/files || true;;\n"
+            "*) " +
+            script + ";; esac\n");
     }
     static void SetUnits(const std::vector<std::pair<std::string, std::string>>& units)
     {

@@ -139,8 +139,11 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
 TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
 {
     Expect({
-        {"list-units", 0, ".*\nboot.service\n.*\nbasic.target\n.*"},
-        {"list-units --type target", 0, "([a-z0-9@-]+.target\n)+"},
+        {"list-unit-files", 0, "UNIT +STATE\n.*\nboot.service +disabled\n.*\nbasic.target +static\n.*"},
+        {"list-unit-files --type target", 0, "UNIT +STATE\n([a-z0-9@-]+.target +[a-z]+\n)+"},
+        {"list-units 'sys*.target' web.service nowhere", 0,
+         "UNIT +LOAD +ACTIVE +SUB +DESCRIPTION\nsysinit.target +loaded +active +active +[A-Z].*"},
+        {"list-units --failed --all nowhere", 4, "merosystemctl: nowhere: no loaded unit matches\n"},
         {"list-services", 0, ".*\nboot\n.*"},
         {"default-target rescue.target", 0, ""},
         {"default-target", 0, "rescue.target\n"},

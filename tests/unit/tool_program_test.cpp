@@ -69,10 +69,11 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
     EXPECT_THAT(Tool("--help").output,
                 AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("done; of several units"),
-                      HasSubstr("Examples:"), Not(HasSubstr("complete")), Not(HasSubstr("Subcommands")),
+                      HasSubstr("Examples:"), Not(HasSubstr("complete")), Not(HasSubstr("\nCommands:")),
                       MatchesRegex(".*\nUnits:\n.*\nHolds:\n.*\nVolumes:\n.*\nManager:\n.*")));
     const std::string helps =
-        "for c in '' start status why info jobs show list-units default-target enable mask uninstall 'reason add' "
+        "for c in '' start status why info jobs show list-units list-unit-files overview doctor default-target enable "
+        "mask uninstall 'reason add' "
         "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' slice 'slice list' "
         "'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
         " $c --help > /run/help || echo $c; "
@@ -179,7 +180,6 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
          "a: reason add failed\n  log         what merosystemctl did\n            " + log},
         {"reason add r none", 4, "none: reason add failed: there is no such unit\n"},
         {"reason release r b", 3, "b: it does not have the reason r\n"},
-        {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
         {"cgroup show 4194304", 1, "4194304: there is no such process, or systemd has no cgroup for it\n"},
         {"slice show a", 4, "a: this slice is not tracked\n"},
@@ -195,7 +195,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         EXPECT_THAT(Tool(arguments), FieldsAre(exitCode, program + output)) << arguments;
     }
     Write("/run/merosystemd/isolate-state", "");
-    EXPECT_EQ(Tool("isolate-state").output, "merosystemctl: cannot read /run/merosystemd/isolate-state\n");
+    EXPECT_EQ(Tool("isolate-state").output,
+              "merosystemctl: cannot read /run/merosystemd/isolate-state\n  -> merosystemctl isolate default.target\n");
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=4000000\n");
     EXPECT_THAT(Tool("isolate-state"), FieldsAre(1, "merosystemctl: an isolation to a.target was interrupted (PID "
                                                     "4000000 is gone)\n  -> merosystemctl isolate default.target\n"))
@@ -247,7 +248,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
 
 TEST_F(Program, StatusTellsStatesApart)
 {
-    const std::string names = "Id=x\nDescription=A d\n", loaded = names + "LoadState=loaded\n";
+    const std::string names = "Description=A d\n", loaded = names + "LoadState=loaded\n";
     SetUnits({{"runs", loaded + "ActiveState=active\nUnitFileState=enabled\n"},
               {"rereads", loaded + "ActiveState=reloading\nUnitFileState=static\n"},
               {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\nJob=7\n"},
@@ -277,14 +278,16 @@ TEST_F(Program, StatusTellsStatesApart)
                           "UnitFileState=alias\nMemoryCurrent=2048\nNeedDaemonReload=yes\nMainPID=" +
                           pid + "\n"}});
     Write("/run/merosystemd/reasons/one.service/r", "");
-    WriteProgram("/usr/bin/journalctl", R"(echo '{"_SYSTEMD_UNIT":"x","MESSAGE":"hi","__REALTIME_TIMESTAMP":"1"}')");
+    WriteProgram("/usr/bin/journalctl",
+                 R"(echo '{"_SYSTEMD_UNIT":"one.service","MESSAGE":"hi","__REALTIME_TIMESTAMP":"1"}')");
     EXPECT_THAT(
         Tool("status one"),
-        FieldsAre(0, "x - A d\nActive    active (running) since Mon\nLoaded    loaded from /f, alias\nMain PID  " +
-                         pid + " (" + command.substr(0, command.size() - 1) +
-                         ")\nMemory    2.0 KiB\nJob       start waiting\nHeld      r\nJan 01 00:00:00 : "
-                         "hi\nmerosystemctl: changed on disk since "
-                         "systemd read it: one\n  -> merosystemctl daemon-reload\n"));
+        FieldsAre(
+            0, "one.service - A d\nActive    active (running) since Mon\nLoaded    loaded from /f, alias\nMain PID  " +
+                   pid + " (" + command.substr(0, command.size() - 1) +
+                   ")\nMemory    2.0 KiB\nJob       start waiting\nHeld      r\nJan 01 00:00:00 : "
+                   "hi\nmerosystemctl: changed on disk since "
+                   "systemd read it: one\n  -> merosystemctl daemon-reload\n"));
     fs::remove("/run/merosystemd/reasons/one.service/r");
     EXPECT_THAT(Tool("status one 'a b'"), FieldsAre(1, HasSubstr("a b: systemd cannot be asked")));
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
@@ -297,6 +300,60 @@ TEST_F(Program, StatusTellsStatesApart)
         const std::string screen = Terminal(environment + kTool + "status runs starts masked").Rest();
         EXPECT_EQ(Value(screen, AllOf(HasSubstr(green), HasSubstr(yellow), HasSubstr(red))), isColoured) << screen;
         EXPECT_EQ(Value(screen, HasSubstr("\x1b")), isColoured);
+    }
+}
+
+/// As systemctl prints it while there are jobs.
+const std::string kFailedUnit = "UNIT      LOAD   ACTIVE SUB    JOB DESCRIPTION\\na.service loaded failed failed     A "
+                                "b\\n\\nLOAD = text\\n";
+
+TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
+{
+    const std::string well = "all is well: nothing failed, is held, or is down for a volume; no jobs, no isolation\n";
+    Write("/run/jobs", "");
+    EXPECT_THAT(Tool("overview"), FieldsAre(0, well));
+    Otherwise("case $1 in list-units) [ $7 ] || printf '" + kFailedUnit + "';; esac");
+    for (char c = 'a'; c < 'j'; ++c) {
+        Write("/run/jobs", Read("/run/jobs") + std::to_string(c) + " " + c + ".service start waiting\n");
+    }
+    Write("/run/merosystemd/reasons/h.service/r", ""), Shell("touch -d @0 /run/merosystemd/reasons/h.service/r");
+    Write("/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["d.service"],"since":0})");
+    Write("/run/merosystemd/isolate-state", "target=a.target\npid=4194304\n");
+    const std::string to = "            -> merosystemctl ";
+    EXPECT_EQ(Shell(kTool + "overview | sed 's/([0-9]*$/(n/; / start waiting$/d'").output,
+              "failed      a.service - A b\n" + to +
+                  "why\nheld        h.service by the reason r since Thu 1970-01-01 "
+                  "00:00:00 UTC (n\n            days)\n" +
+                  to +
+                  "reason release REASON SERVICE\n"
+                  "down        the unmount of /v that began Thu 1970-01-01 00:00:00 UTC was\n"
+                  "            interrupted\n            d.service\n" +
+                  to +
+                  "volume recover\n"
+                  "            and 2 more\n" +
+                  to +
+                  "jobs\n"
+                  "isolation   an isolation to a.target was interrupted (PID 4194304 is gone)\n" +
+                  to + "isolate default.target\n");
+    Calls();
+    EXPECT_THAT(Tool("list-units --all --failed --type service --state x 'a*'"),
+                FieldsAre(4, "merosystemctl: a*: no loaded unit matches\n"));
+    EXPECT_THAT(Calls(),
+                ElementsAre("list-units --full --no-pager --plain --all --state=failed --type=service --state=x a*"));
+    Otherwise("echo no; exit 1");
+    EXPECT_THAT(Tool("list-units"), FieldsAre(1, HasSubstr("listing the loaded units failed\n")));
+    fs::remove_all("/run/merosystemd/reasons");
+    Write("/run/systemd/system/g.service.d/mero-reason.conf",
+          "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n");
+    Write("/run/merosystemd/stopped-along/b.service/w.service", "");
+    const std::string found =
+        Shell("cd /run/merosystemd; mkdir -p locks; flock locks/x.lock " + kTool + "doctor; echo $?").output;
+    for (const std::string& text : std::vector<std::string>{
+             "\nnote   event log", "hold that is gone\n       " + to + "reason remove any g.service\n",
+             "w.service stopped along with b.service", "\nnote   locks       x.lock: held by process ",
+             "\nbad    isolation   an isolation",
+             "of /v was interrupted; down: d.service\n       " + to + "volume recover\n1\n"}) {
+        EXPECT_THAT(found, HasSubstr(text));
     }
 }
 
@@ -333,7 +390,7 @@ struct FullProgram : Program {
         Mount("/run/swaps", "/proc/swaps"), Mount(kVolume, kVolume);
         Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", pid_ + "\n");
         Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", "");
-        Otherwise("case $1 in get-default) echo a.target;; esac");
+        Otherwise("case $1 in get-default) echo a.target;; list-units) printf '" + kFailedUnit + "';; esac");
     }
     ~FullProgram() override { umount("/proc/swaps"), umount(kVolume.c_str()); }
 
@@ -420,7 +477,15 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         {"show", "-p Id web", ".", R"({"web":{"Id":"web.service"}})"},
         {"start", "web", "[.[0].done, .[0].causes[].kind]", R"([false,"held"])"},
         {"stop", "--dry-run web", "[.changes[].change]", R"(["stops"])"},
-        {"list-units", "--type slice", ".", R"(["a.slice","b.slice"])"},
+        {"list-jobs", "", "length", "1"},
+        {"list-units", "", ".",
+         R"([{"active":"failed","description":"A b","load":"loaded","sub":"failed","unit":"a.service"}])"},
+        {"list-unit-files", "", "[length, .[0]]", R"([8,{"state":"enabled","unit":"web.service"}])"},
+        {"overview", "", "del(.jobs, .unmount.since)",
+         R"({"failed":[{"description":"A b","sub":"failed","unit":"a.service"}],"held":{"web.service":["r"]},)"
+         R"("isolation":{"state":"none","target":""},"unmount":{"state":"none","units":[],"volumes":[]}})"},
+        {"doctor", "", "map(select(.check == \"holds\") | .result, .remedy)",
+         R"(["bad","merosystemctl reason add REASON web.service"])"},
         {"list-services", "", "length", "6"},
         {"default-target", "", ".", R"("a.target")"},
         {"reason list", "", ".", R"({"web.service":["r"]})"},

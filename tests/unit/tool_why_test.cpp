@@ -141,7 +141,7 @@ TEST_F(Why, SaysEveryCause)
          "/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["a.service"]})"},
         {"", isolated + "is being isolated to b.target\n", "", "/run/merosystemd/isolate-state",
          "target=b.target\npid=1\n"},
-        {"", "isolation   an isolation to b.target was interrupted (process 4194304 is gone)" + back, "",
+        {"", "isolation   an isolation to b.target was interrupted (PID 4194304 is gone)" + back, "",
          "/run/merosystemd/isolate-state", "target=b.target\npid=4194304\n"},
         {"", isolated + "is in rescue.target" + back, "", "/run/units/rescue.target", "ActiveState=active\n"},
         {"", isolated + "has left default.target, its default target" + back, "", "/run/units/default.target",
@@ -184,12 +184,12 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
               {"d", "Id=d.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"}});
     Write("/run/merosystemd/reasons/b.service/r", ""),
         Write("/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["d.service"]})");
-    Otherwise("[ $1 != list-units ] || printf 'UNIT LOAD   ACTIVE SUB    JOB DESCRIPTION\\na    loaded failed failed   "
-              "  A\\n\\nLOAD = x\\n'");
-    std::string restarts = Entry("\"_SYSTEMD_UNIT\":\"a.service\",\"X\":", "\"no disk\",\"UNIT\":\"\"");
-    restarts =
-        R"({"_SYSTEMD_UNIT":"a.service","SYSLOG_IDENTIFIER":"sh","_PID":"9","__REALTIME_TIMESTAMP":"1","MESSAGE":"no disk"})"
-        "\n";
+    Otherwise(
+        "[ $1 != list-units ] || printf 'UNIT      LOAD   ACTIVE SUB    DESCRIPTION\\na.service loaded failed failed "
+        "A\\n'");
+    std::string restarts = R"({"_SYSTEMD_UNIT":"a.service","SYSLOG_IDENTIFIER":"sh","_PID":"9",)"
+                           R"("__REALTIME_TIMESTAMP":"1","MESSAGE":"no disk"})"
+                           "\n";
     for (int i = 0; i < 9; ++i) {
         restarts += Entry("", "\"again\"");
     }
@@ -199,10 +199,8 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
     EXPECT_THAT(lines, MatchesRegex("a.service does not run: failed .failed. since Mon\nfailed .*\n.* sh.9.: no disk\n"
                                     "(Nov 18 11:06:40 systemd.1.: again\n){5}\nb.service does not run: .*\nheld .*\n"
                                     "d.service does not run: .*\nvolume .*recover\n"));
-    EXPECT_THAT(
-        Read("/run/journal"),
-        MatchesRegex(
-            "--no-pager --quiet --boot --output=json --lines=300 --unit=a --unit=b.service --unit=d.service [^\n]*\n"));
+    EXPECT_THAT(Read("/run/journal"), MatchesRegex("--no-pager --quiet --boot --output=json --lines=300 "
+                                                   "--unit=a.service --unit=b.service --unit=d.service [^\n]*\n"));
     EXPECT_THAT(Tool("why c 'd e'"), FieldsAre(1, HasSubstr("cannot be asked")));
     EXPECT_EQ(Shell(kTool + "why --json c a | jq -c 'map([.unit, .causes[].kind])'").output,
               "[[\"c.service\"],[\"a.service\",\"failed\"]]\n");

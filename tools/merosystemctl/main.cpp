@@ -89,19 +89,40 @@ const MERO::Tool::Texts kElsewhere{"add-requires",
                                    "unset-environment"};
 
 const std::vector<MERO::Tool::Section> kSections{
-    {"Units", {"start",        "stop",   "restart",    "try-restart",   "reload",    "reload-or-restart",
-               "reset-failed", "status", "why",        "show",          "is-active", "is-enabled",
-               "is-failed",    "info",   "list-units", "list-services", "enable",    "disable",
-               "reenable",     "mask",   "unmask",     "uninstall"}},
+    {"Units",
+     {"start",
+      "stop",
+      "restart",
+      "try-restart",
+      "reload",
+      "reload-or-restart",
+      "reset-failed",
+      "overview",
+      "status",
+      "why",
+      "show",
+      "is-active",
+      "is-enabled",
+      "is-failed",
+      "info",
+      "list-units",
+      "list-unit-files",
+      "list-services",
+      "enable",
+      "disable",
+      "reenable",
+      "mask",
+      "unmask",
+      "uninstall"}},
     {"Holds", {"reason"}},
     {"Volumes", {"volume"}},
     {"Isolation", {"isolate", "isolate-state", "run-in"}},
     {"Resources", {"cgroup", "slice", "process"}},
-    {"Manager", {"jobs", "daemon-reload", "default-target"}},
+    {"Manager", {"jobs", "list-jobs", "daemon-reload", "default-target", "doctor"}},
 };
 
 const std::map<std::string, MERO::Tool::Texts> kLimited{
-    {"--system", {"show", "is-active", "is-enabled", "is-failed", "status", "why", "list-units"}},
+    {"--system", {"show", "is-active", "is-enabled", "is-failed", "status", "why", "list-units", "list-unit-files"}},
     {"--timeout",
      {"start", "stop", "restart", "try-restart", "reload-or-restart", "enable", "disable", "mask", "reason add",
       "reason release", "uninstall"}},
@@ -129,6 +150,7 @@ int main(int argc, char* argv[])
     const MERO::Tool::Command program = commandLine.Program();
     MERO::Tool::AddGeneralOptions(program);
     MERO::Tool::AddActionCommands(program); // the help lists sections and commands in this order
+    MERO::Tool::AddOverviewCommand(program);
     MERO::Tool::AddStatusCommand(program);
     MERO::Tool::AddWhyCommand(program);
     MERO::Tool::AddShowCommand(program);
@@ -145,6 +167,7 @@ int main(int argc, char* argv[])
     MERO::Tool::AddProcessCommands(program);
     MERO::Tool::AddJobsCommand(program);
     MERO::Tool::AddManagerCommands(program);
+    MERO::Tool::AddDoctorCommand(program);
     MERO::Tool::AddCompleteCommand(commandLine);
     const int exitCode = commandLine.Run({argv + std::min(argc, 1), argv + argc});
     return std::cout.flush() ? exitCode : MERO::Tool::kFailed;

@@ -30,7 +30,7 @@ bool TakesValue(const CLI::Option* option)
     return option != nullptr && option->get_items_expected_max() > 0;
 }
 
-/// The words behind "--" of a command that takes them. For other commands "--" only ends the options.
+/// The words after "--" of a command that takes them. For other commands "--" only ends the options.
 void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
 {
     const CLI::App* program = command;
@@ -185,6 +185,7 @@ CommandLine::CommandLine(const Description& description)
     });
     app_->get_formatter()->column_width(22);
     app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_->get_formatter()->label("Positionals", "Arguments");
 }
 
 CommandLine::~CommandLine() = default;

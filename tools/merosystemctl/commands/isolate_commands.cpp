@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
+#include "diagnosis/isolation.h"
 #include "diagnosis/report.h"
 #include "output/command_error.h"
 #include "output/output.h"
@@ -10,7 +11,6 @@
 #include "running/unit_questions.h"
 #include "running/watched_work.h"
 
-#include <merocore/file.h>
 #include <merosystemd/systemd.hpp>
 
 #include <iostream>
@@ -68,15 +68,10 @@ int Isolate(const std::string& target, bool noBlock)
 
 int ReportBadState()
 {
-    constexpr const char* kStateFile = "/run/merosystemd/isolate-state";
-    char target[256], pid[32];
-    if (MLIBCFileGetKeyValue(kStateFile, "target", target, sizeof target, 0) < 0 ||
-        MLIBCFileGetKeyValue(kStateFile, "pid", pid, sizeof pid, 0) < 0) {
-        PrintError(std::string("cannot read ") + kStateFile);
-        return kFailed;
+    if (const auto cause = IsolationCause(CurrentIsolation())) {
+        PrintError(cause->text);
+        std::cerr << "  -> " << cause->remedy << '\n';
     }
-    PrintError(std::string("an isolation to ") + target + " was interrupted (PID " + pid + " is gone)");
-    std::cerr << "  -> merosystemctl isolate default.target\n";
     return kFailed;
 }
 

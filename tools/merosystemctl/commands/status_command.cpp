@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
+#include "diagnosis/holds.h"
 #include "diagnosis/jobs.h"
 #include "diagnosis/journal.h"
 #include "diagnosis/report.h"
@@ -154,7 +155,7 @@ int RunStatus(const Texts& words, bool json)
     ExitCode code = kDone;
     for (std::size_t i = 0; i < names.size(); ++i) {
         UnitStatus status{names[i], units[i], FindJob(jobs, units[i]), {}};
-        (void)MEROSystemdServiceReasonList(names[i], status.reasons); // what is no service has none
+        (void)MEROSystemdServiceReasonList(OwnName(names[i], units[i]), status.reasons); // what is no service has none
         std::sort(status.reasons.begin(), status.reasons.end());
         code =
             Worse(code, units[i].WasAsked() ? StateExitCode(units[i]["LoadState"], units[i]["ActiveState"]) : kFailed);
@@ -167,7 +168,10 @@ int RunStatus(const Texts& words, bool json)
     } else if (IsMissing(units.front()["LoadState"])) {
         PrintError(names.front() + ": there is no such unit");
     } else if (units.front().WasAsked()) {
-        PrintStatus(all.front(), LastLines(reading->Take(), units.front()["Id"], kOwnLogLines, kSystemdLogLines));
+        const std::string& id = units.front()["Id"];
+        const bool isAlias = OwnName(names.front(), units.front()) != names.front(); // the journal does not know it
+        const auto journal = isAlias ? JournalReading({id}).Take() : reading->Take();
+        PrintStatus(all.front(), LastLines(journal, id, kOwnLogLines, kSystemdLogLines));
     }
     PrintWarnings(all);
     return code;

@@ -1,7 +1,7 @@
 #include "commands/commands.h"
 #include "diagnosis/diagnosis.h"
-#include "diagnosis/loaded_units.h"
 #include "diagnosis/report.h"
+#include "diagnosis/systemctl_table.h"
 #include "output/colour.h"
 #include "output/words.h"
 #include "running/unit_patterns.h"
@@ -54,9 +54,9 @@ ExitCode Refuse(const std::string& name, const Diagnosis& diagnosis)
 /// What failed, is held, or is down for a volume. False when systemd cannot be asked.
 bool ListTroubled(Texts& units)
 {
-    const std::optional<std::vector<LoadedUnit>> failed = ListLoadedUnits({"--state=failed,auto-restart"}, {});
-    for (const LoadedUnit& unit : failed ? *failed : std::vector<LoadedUnit>()) {
-        units.push_back(unit.name);
+    const auto failed = FailedUnits();
+    for (TableRow unit : failed ? *failed : std::vector<TableRow>()) {
+        units.push_back(unit["UNIT"]);
     }
     Texts held;
     (void)Systemd::ListServicesWithReason(held);

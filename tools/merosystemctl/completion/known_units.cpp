@@ -1,6 +1,6 @@
 #include "completion/known_units.h"
 
-#include "diagnosis/loaded_units.h"
+#include "diagnosis/systemctl_table.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -55,9 +55,10 @@ std::map<std::string, KnownUnit> KnownUnits()
 {
     std::map<std::string, KnownUnit> units;
     // One answer has the states of all; "list-unit-files" takes seconds where there are many files.
-    for (const LoadedUnit& unit : ListLoadedUnits({"--all"}, {}).value_or(std::vector<LoadedUnit>())) {
-        if (unit.load != "not-found") {
-            units[unit.name] = {unit.load, unit.active, unit.description, {}};
+    const auto loaded = ReadTable("list-units", {"--plain", "--all"}, {});
+    for (TableRow unit : loaded.value_or(std::vector<TableRow>())) {
+        if (unit["LOAD"] != "not-found") {
+            units[unit["UNIT"]] = {unit["LOAD"], unit["ACTIVE"], unit["DESCRIPTION"], {}};
         }
     }
     for (const auto& [name, file] : ReadUnitFolders(UnitFolders())) {

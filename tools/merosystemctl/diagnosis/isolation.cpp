@@ -35,7 +35,7 @@ std::optional<Cause> IsolationCause(const Isolation& isolation)
         return Cause{"isolation", "the machine is being isolated to " + isolation.target, ""};
     case Isolation::Kind::Interrupted:
         return Cause{"isolation",
-                     "an isolation to " + isolation.target + " was interrupted (process " + isolation.pid + " is gone)",
+                     "an isolation to " + isolation.target + " was interrupted (PID " + isolation.pid + " is gone)",
                      back};
     case Isolation::Kind::Unreadable:
         return Cause{"isolation", std::string("cannot read ") + kState, back};

@@ -19,4 +19,6 @@ Jobs JobsOf(const std::vector<UnitProperties>& units);
 /// The unit's own; null when it has none.
 const Systemd::JobInfo* FindJob(const Jobs& jobs, const UnitProperties& unit);
 
+Json::Value JobsToJson(const Jobs& jobs);
+
 } // namespace MERO::Tool
