@@ -89,6 +89,26 @@ Texts TextsOf(const std::vector<Word>& words)
     return texts;
 }
 
+/// The words with a command, if they have none but mean one.
+Texts WithCommand(const CLI::App& program, Texts words, const CommandLine::Description& description)
+{
+    auto word = words.begin();
+    while (word != words.end() && NamedOption(program, *word) != nullptr) {
+        if (*word == "--help" || *word == "-h" || *word == "--version") {
+            return words;
+        }
+        const bool hasValue = TakesValue(NamedOption(program, *word));
+        word += hasValue && word + 1 != words.end() ? 2 : 1;
+    }
+    const auto shorthand = word == words.end() ? description.shorthands.end() : description.shorthands.find(*word);
+    if (word == words.end()) {
+        words.push_back(description.whenNothing);
+    } else if (shorthand != description.shorthands.end()) {
+        words.insert(word, shorthand->second);
+    }
+    return words;
+}
+
 /// The command that was called, as far as its words are known: the program itself when the first one is not.
 const CLI::App* Called(const CLI::App* program)
 {
@@ -203,6 +223,7 @@ int CommandLine::Run(Texts words)
             app_->get_subcommand(name)->group(section.title);
         }
     }
+    words = WithCommand(*app_, words, description_);
     TakeBehindDashes(app_.get(), *calls_, words);
     std::reverse(words.begin(), words.end()); // as the parser wants them
     try {
