@@ -27,7 +27,11 @@ ShowAnswer Parse(int exitCode, const Texts& lines, const Texts& properties)
             if (std::exchange(isBetween, false)) {
                 answer.units.emplace_back();
             }
-            answer.units.back().try_emplace(name, line.substr(equals + 1, line.find_last_not_of('\n') - equals));
+            const std::string value = line.substr(equals + 1, line.find_last_not_of('\n') - equals);
+            const auto [known, isNew] = answer.units.back().try_emplace(name, value);
+            if (!isNew && value.starts_with("{ ")) { // commands of a service have a line each
+                known->second += "\n" + value;
+            }
         }
     }
     return answer;

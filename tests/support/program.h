@@ -5,6 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 namespace MERO::Test {
 
 /// How a shell calls merosystemctl.
@@ -18,22 +21,38 @@ struct Program : Machine {
         Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
         WriteProgram("/usr/bin/journalctl", "");
         Otherwise("true");
+        Listen();
     }
-    ~Program() override { std::filesystem::remove_all("/sys/fs"); }
+    ~Program() override { close(manager_), std::filesystem::remove_all("/sys/fs"); }
+
+    /// Has somebody at the manager's socket.
+    void Listen() const
+    {
+        const sockaddr_un address{AF_UNIX, "/run/systemd/private"};
+        fs::create_directories("/run/systemd");
+        EXPECT_EQ(bind(manager_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(listen(manager_, 99), 0);
+    }
 
     /// A shell script: what systemctl does when it is not asked for those.
     void Otherwise(const std::string& script)
     {
-        SystemctlScript("property() { sed -n \"s/^$1=//p\" \"/run/units/$2\" | tail -n 1; }\n"
-                        "case \"$1 $2\" in\n"
-                        "'show --property') echo \"$3=$(property $3 $4)\";;\n"
-                        "show*) names=$2; shift 2; for unit; do $next; next=echo; cat /run/units/$unit; "
-                        "[ $names != --property=NRestarts ] || echo NRestarts=0; done;;\n"
-                        "is-enabled*) property UnitFileState $2;;\n"
-                        "list-jobs*) grep \" $3\" /run/jobs || true;;\n"
-                        "list-unit-files*) grep \"[.]$5\" /run/files || true;;\n"
-                        "*) " +
-                        script + ";; esac\n");
+        SystemctlScript(
+            "property() { sed -n \"s/^$1=//p\" \"/run/units/$2\" | tail -n 1; }\n"
+            "case \"$1 $2\" in\n"
+            "'show --property') echo \"$3=$(property $3 $4)\";;\n"
+            "show*) names=$2; shift 2; for unit; do file=/run/units/$unit; [ -f $file ] || "
+            "case $unit in *.target) file=/dev/null;; *) file=${file%.service}; esac; "
+            "[ -e $file ] || continue; $next; next=echo; "
+            "case $names in *=NRestarts,*) echo NRestarts=0; esac; "
+            "cat $file; echo Id=$unit; echo Names=$unit; done;;\n"
+            "is-enabled*) property UnitFileState $2;;\n"
+            "list-jobs*) grep \" $3\" /run/jobs || true;;\n"
+            "'list-unit-files --full') printf '%-20s %s\\n' 'UNIT FILE' STATE; while read unit state last; do "
+            "printf '%-20s %s\\n' $unit $state; done < /run/files;;\n"
+            "list-unit-files*) grep \"[.]$5\" /run/files || true;;\n"
+            "*) " +
+            script + ";; esac\n");
     }
     static void SetUnits(const std::vector<std::pair<std::string, std::string>>& units)
     {
@@ -42,6 +61,8 @@ struct Program : Machine {
         }
     }
     static ShellResult Tool(const std::string& arguments) { return Shell(kTool + arguments); }
+
+    const int manager_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
 } // namespace MERO::Test

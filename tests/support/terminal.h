@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,6 +28,12 @@ public:
     {
         kill(pid_, SIGKILL);
         HangUp();
+    }
+
+    void Resize(unsigned short columns) const
+    {
+        const winsize size{24, columns, 0, 0};
+        ioctl(master_, TIOCSWINSZ, &size);
     }
 
     void Type(const std::string& keys) const { (void)!write(master_, keys.data(), keys.size()); }

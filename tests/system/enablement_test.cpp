@@ -115,7 +115,7 @@ TEST_F(RealEnablement, TheHostsEnvironmentChangesNoAnswer)
     for (std::string variable; each >> variable;) {
         EXPECT_EQ(answers(variable), expected) << variable;
     }
-    EXPECT_EQ(answers(variables, "list-units"), answers("", "list-units")); // takes longest
+    EXPECT_EQ(answers(variables, "list-unit-files"), answers("", "list-unit-files")); // takes longest
 }
 
 TEST_F(RealEnablement, OfflineFormsNeedNoManager)

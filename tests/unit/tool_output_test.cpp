@@ -119,26 +119,49 @@ TEST_F(Screen, ShowsSlicesAndTheProcessesOfTheChosenOneInOrder)
     const std::vector<ProcessUsage> processes{{{41, "writer", 0, 2048, 0, 0}, 0.25},
                                               {{4194304, "日本語\x1b[2J\n", 0, 1UL << 20, 0, 0}, 1}};
     EXPECT_THAT(page({}, {"", Order::Cpu, false}, {9, 2}), ElementsAre("no slice ", ""));
-    EXPECT_THAT(page({Slice("db.slice", processes, {0, 0.5, 1}), Slice("web.slice", {}, {})}, {"gone.slice"}, {80, 10}),
-                ElementsAre("  SLICE      CPU                               MEMORY",
-                            "> db.slice   ############ 100.0%          _=#  #####.....   1.0 GiB          =#",
-                            "  web.slice  ............      -               #####.....       0 B          =#", "",
+    EXPECT_THAT(page({Slice("db.slice", processes, {0, 0.5, 1}), Slice("web.slice", {}, {})}, {"gone.slice"}, {82, 11}),
+                ElementsAre("  SLICE      CPU                   MEMORY                      INPUT       OUTPUT",
+                            "> db.slice   ###### 100.0%    _=#  ##..   1.0 GiB    _#        0 B/s        0 B/s",
+                            "  web.slice  ......      -         ##..       0 B    _#        0 B/s        0 B/s",
+                            "  total      ###### 100.0%    _=#  ####   1.0 GiB    _#        0 B/s        0 B/s", "",
                             "Processes of db.slice: 2, by CPU",
-                            "     PID  NAME             CPU     MEMORY  CPU SECONDS         READ        WRITE",
-                            " 4194304  日本語?[2J?   100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
-                            "      41  writer         25.0%    2.0 MiB         0.00        0 B/s        0 B/s", "",
-                            "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit"));
-    const std::vector<ProcessUsage> alike{{{3, "b", 0, 50, 0, 0}, 0.1},
-                                          {{1, "c", 0, 10, 0, 0}, 0.2},
-                                          {{4, "a", 0, 50, 0, 0}, 0.2},
-                                          {{2, "b", 0, 50, 0, 0}, 0.1}};
-    const std::pair<Order, const char*> orders[] = {
-        {Order::Cpu, "4123"}, {Order::Memory, "4231"}, {Order::Pid, "1234"}, {Order::Name, "4231"}};
+                            "     PID  NAME               CPU     MEMORY  CPU SECONDS        INPUT       OUTPUT",
+                            " 4194304  日本語?[2J?     100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
+                            "      41  writer           25.0%    2.0 MiB         0.00        0 B/s        0 B/s", "",
+                            "Arrows PgUp PgDn  Sort: c CPU m memory i input o output p n  x kill  h  q quit"));
+    const std::vector<ProcessUsage> alike{{{3, "b", 0, 50, 0, 0}, 0.1, 5, 0},
+                                          {{1, "c", 0, 10, 0, 0}, 0.2, 0, 7},
+                                          {{4, "a", 0, 50, 0, 0}, 0.2, 9, 7},
+                                          {{2, "b", 0, 50, 0, 0}, 0.1, 5, 8}};
+    const std::pair<Order, const char*> orders[] = {{Order::Cpu, "4123"},   {Order::Memory, "4231"},
+                                                    {Order::Input, "4231"}, {Order::Output, "2143"},
+                                                    {Order::Pid, "1234"},   {Order::Name, "4231"}};
     for (const auto& [order, expected] : orders) {
         const auto lines = page({Slice("a.slice", alike, {})}, {"", order, false}, {20, 9});
         std::string pids;
         std::for_each(lines.begin() + 5, lines.end(), [&](const std::string& line) { pids += line[7]; });
         EXPECT_EQ(pids, expected) << lines[3];
+        std::vector<SliceUsage> slices;
+        for (const ProcessUsage& process : alike) {
+            slices.push_back(Slice(std::to_string(process.pid), {process}, {}));
+        }
+        Sort(slices, order);
+        std::string units;
+        std::ranges::for_each(slices, [&](const SliceUsage& slice) { units += slice.unit; });
+        EXPECT_EQ(units, order == Order::Name ? "1234" : expected) << "slices have other names";
+    }
+    TopView view{"", Order::Pid, false};
+    const std::vector<SliceUsage> one{Slice("a.slice", alike, {})};
+    const PageSize low{40, 7}; // two processes
+    const std::pair<int, const char*> scrolled[] = {{0, "12"}, {1, "34"}, {1, "34"}, {-1, "12"}, {-1, "12"}};
+    for (const auto& [pages, expected] : scrolled) {
+        ScrollProcesses(view, one, low, pages);
+        const auto lines = page(one, view, low);
+        EXPECT_EQ(lines[3], FitLeft(std::string("Processes of a.slice: 4 (") +
+                                        (*expected == '1' ? "1 to 2" : "3 to 4") + "), by PID",
+                                    40)
+                                .substr(0, lines[3].size()));
+        EXPECT_EQ((std::string{lines[5][7], lines[6][7]}), expected);
     }
 }
 
@@ -163,9 +186,10 @@ TEST_F(Screen, FitsEveryScreenAndHoldsTheChosenSlice)
 
 TEST(Plot, ShowsTheNewestValuesAtTheRight)
 {
-    EXPECT_EQ(Plot({1, 0, 0.1, 0.2}, 0.2, 3, kAsciiGlyphs), "_=#");
-    EXPECT_EQ(Plot({-1, 3}, 1, 4, kBlockGlyphs), "  ▁█") << "beyond the plot";
-    EXPECT_EQ(Plot({0, 0}, 0, 2, kAsciiGlyphs), "__");
+    EXPECT_EQ(Plot({1, 0, 0.1, 0.2}, 0.01, 3, kAsciiGlyphs), "_=#");
+    EXPECT_EQ(Plot({-1, 3}, 1, 4, kBlockGlyphs), "  ▁█");
+    EXPECT_EQ(Plot({0.7, 0.7, 0.7}, 0.01, 4, kAsciiGlyphs), " ___") << "what does not change is flat";
+    EXPECT_EQ(Plot({0.5, 0.505}, 0.01, 2, kAsciiGlyphs), "_=") << "and nearly so";
     EXPECT_EQ(Plot({1}, 1, 0, kAsciiGlyphs), "");
 }
 

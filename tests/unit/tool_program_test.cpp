@@ -11,41 +11,68 @@ namespace {
 
 TEST_F(Program, RefusesWhatDoesNotGoTogether)
 {
-    const std::string program = " -- nothing", hint = "\nmerosystemctl: --help, also behind a command, tells what .*\n";
+    const std::string program = " -- nothing";
     const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
         // a fault, and what has it
-        {"A subcommand is required" + hint, {""}},
-        {"UNIT is required" + hint, {"start"}},
-        {"there is no command dance" + hint, {"dance web"}},
-        {"--verify excludes --no-block" + hint, {"start --verify --no-block web"}},
-        {"--unit or --package is required" + hint, {"volume register /vol1"}},
-        {"--unit: a name is missing" + hint, {"volume register /vol1 --unit ''"}},
-        {"VOLUME: (vol1|/): a mount path begins with \"/\" and does not end with it" + hint,
+        {"missing command: add release remove list", {"reason"}},
+        {"UNIT is required", {"start", "--quiet start"}},
+        {"there is no command dance", {"dance web"}},
+        {"there is no command stauts\nDid you mean status.", {"stauts web"}},
+        {"there is no command volume plna\nDid you mean plan.", {"volume plna /v"}},
+        {"there is no command cat here. Use 'systemctl cat web'.", {"cat web", "--quiet cat web"}},
+        {"unknown option -v", {"-v", "--no-legend -v", "start -v", "start web -v"}},
+        {"unknown option -foo", {"-foo", "start -foo web"}},
+        {"unknown option --systme\nDid you mean --system.", {"show --systme web Id"}},
+        {"unexpected arguments: b c", {"info a b c"}},
+        {"unexpected argument: b", {"jobs b"}},
+        {"--system is not for start; it is for: show.*", {"start --system web", "--system start web"}},
+        {"--timeout is not for jobs; it is for: start stop.*", {"jobs --timeout 3", "--timeout 3 jobs"}},
+        {"--timeout: Value 0 not in range 1 to 86400", {"start --timeout 0 web"}},
+        {"--verify excludes --no-block", {"start --verify --no-block web"}},
+        {"missing command: run-in TARGET -- COMMAND...", {"run-in a.target"}},
+        {"UNIT: app[*]: patterns are not taken here; name the unit", {"uninstall --yes 'app*'"}},
+        {"TARGET: app[*]: .*", {"isolate 'app*'", "run-in 'app*' -- true"}},
+        {"'nfs A' is no name of a property", {"show web 'nfs A'"}},
+        {"--json goes after the command", {"--json show web Id"}},
+        {"show takes UNIT PROPERTY, or .*", {"show web", "show web Id Names"}},
+        {"--unit or --package is required", {"volume register /vol1"}},
+        {"--unit: a name is missing", {"volume register /vol1 --unit ''"}},
+        {"VOLUME: (vol1|/): a mount path begins with \"/\" and does not end with it",
          {"volume plan vol1", "volume plan /", "volume plan //"}},
-        {"--interval: must be a positive number of seconds, a day at most" + hint,
+        {"--interval: must be a positive number of seconds, a day at most",
          {"slice top --interval 0", "slice top --interval 86401", "slice top --interval 1s"}},
-        {".+" + hint, {"reload --no-block web", "stop --irreversibly web", "reason", "info a b", "isolate"}},
-        {".+" + hint, {"default-target --offline", "default-target --json a", "volume unmount --json /v"}},
-        {".+" + hint, {"cgroup show 0", "cgroup show 4194305", "process show 0", "slice top --count 0"}},
-        {".+" + hint, {"volume register /v --unit a --package b", "cgroup move --root --monitor-only -- true"}},
-        {"run-in takes a command behind --\n", {"run-in a.target"}},
-        {"nothing: there is no such program\n",
-         {"run-in a.target" + program, "volume unmount /v" + program, "cgroup move a.slice" + program}},
-        {"cgroup move takes a slice or --root, and a command behind --\n",
-         {"cgroup move -- true", "cgroup move a.slice --root -- true", "cgroup move a.slice"}},
+        {".+", {"reload --no-block web", "stop --irreversibly web", "isolate"}},
+        {".+", {"default-target --offline", "default-target --json a", "volume unmount --json /v"}},
+        {".+", {"cgroup show 0", "cgroup show 4194305", "process show 0", "slice top --count 0"}},
+        {".+", {"volume register /v --unit a --package b", "cgroup move --root --monitor-only -- true"}},
     };
     for (const auto& [fault, commands] : cases) {
         for (const std::string& arguments : commands) {
-            EXPECT_THAT(Tool(arguments), FieldsAre(2, MatchesRegex("merosystemctl: " + fault))) << arguments;
+            EXPECT_THAT(Tool(arguments),
+                        FieldsAre(2, MatchesRegex("merosystemctl: " + fault + "\nTry 'merosystemctl .*--help'.\n")))
+                << arguments;
+        }
+    }
+    const std::vector<std::pair<std::string, std::vector<std::string>>> faultsOfCommands{
+        {"nothing: there is no such program\n",
+         {"run-in a.target" + program, "volume unmount /v" + program, "cgroup move a.slice" + program}},
+        {"missing command: cgroup move SLICE -- COMMAND..., or --root in place of SLICE\n",
+         {"cgroup move -- true", "cgroup move a.slice --root -- true", "cgroup move a.slice"}},
+    };
+    for (const auto& [fault, commands] : faultsOfCommands) {
+        for (const std::string& arguments : commands) {
+            EXPECT_THAT(Tool(arguments), FieldsAre(2, "merosystemctl: " + fault)) << arguments;
         }
     }
     EXPECT_TRUE(Calls().empty());
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
     EXPECT_THAT(Tool("--help").output,
                 AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("done; of several units"),
-                      HasSubstr("Examples:"), Not(HasSubstr("complete"))));
+                      HasSubstr("Examples:"), Not(HasSubstr("complete")), Not(HasSubstr("\nCommands:")),
+                      MatchesRegex(".*\nUnits:\n.*\nHolds:\n.*\nVolumes:\n.*\nManager:\n.*")));
     const std::string helps =
-        "for c in '' start status why info jobs show list-units default-target enable mask uninstall 'reason add' "
+        "for c in '' start status why info jobs show list-units list-unit-files overview doctor default-target enable "
+        "mask uninstall 'reason add' "
         "isolate run-in volume 'volume list' 'volume register' 'volume unmount' 'cgroup move' slice 'slice list' "
         "'slice show' 'slice kill' 'slice top' process 'process show'; do " MEROSYSTEMCTL
         " $c --help > /run/help || echo $c; "
@@ -65,7 +92,9 @@ TEST_F(Program, RunsTheCommandsOfSystemctl)
         {"unmask --offline a", "unmask --root=/. a"},
         {"default-target a.target", "set-default a.target"},
         {"default-target --offline a.target", "set-default --root=/. a.target"},
-        {"reason add other a", "stop a, daemon-reload"},
+        {"reason add --no-protect other a", "stop a, daemon-reload"},
+        {"enable --now a", "enable a, start a"},
+        {"mask --now --runtime a", "mask --runtime a, stop a"},
         {"reason remove r a", "reset-failed a"},
         {"reason release other a", "reset-failed a, start a, daemon-reload"},
     };
@@ -121,33 +150,38 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
 {
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\n"},
               {"b", "Id=b.service\nLoadState=loaded\n"},
-              {"none", "Id=none.service\nLoadState=not-found\n"}});
+              {"none", "Id=none.service\nLoadState=not-found\n"},
+              {"gone.service", "Id=gone.service\nNames=gone.service\nLoadState=not-found\n"},
+              {"pkgctl-gone.service", "Id=pkgctl-gone.service\nNames=pkgctl-gone.service\nLoadState=not-found\n"}});
     Otherwise(
         "for u; do case $u in -*|$1|good|default.target) ;; *) echo \"Job for $u.service failed.\"; code=1;; esac; "
         "done; exit $code");
-    const std::string log = "merosystemctl: the reason is in the log: journalctl -t merosystemctl\n";
+    const std::string log = "  -> journalctl -t merosystemctl\n";
+    const auto said = [](const std::string& unit) { return "  systemd     Job for " + unit + ".service failed.\n"; };
     const std::tuple<std::string, int, std::string> cases[] = {
         {"start none a", 4,
          "a: start failed\n  failed      result exit-code\n              -> journalctl --unit=a.service\n"
          "merosystemctl: none: start failed: there is no such unit\n"},
         {"stop none a b", 4,
-         "none: stop failed: there is no such unit\nmerosystemctl: a: stop failed\n"
-         "merosystemctl: b: stop failed\n" +
-             log},
-        {"stop a a", 1, "a: stop failed\n" + log},
-        {"reset-failed a", 1, "a: reset-failed failed\n" + log},
+         "a: stop failed\n" + said("a") + "merosystemctl: b: stop failed\n" + said("b") +
+             "merosystemctl: none: stop failed: there is no such unit\n"},
+        {"stop a a", 1, "a: stop failed\n" + said("a") + said("a")},
+        {"reset-failed a", 1, "a: reset-failed failed\n" + said("a")},
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
+        {"volume register /v --package gone", 4,
+         "gone: volume register failed: there is no unit pkgctl-gone.service\n"},
+        {"volume register /v --unit gone", 4, "gone: volume register failed: there is no such unit\n"},
         {"volume unmount /run/none/", 1, "/run/none: is not mounted\n"},
         {"volume plan /run/none", 1, "/run/none: is not mounted\n"},
-        {"reason add --no-protect ../up a", 1, "reason add failed\n" + log},
+        {"reason add --no-protect ../up a", 1,
+         "a: reason add failed\n  log         what merosystemctl did\n            " + log},
         {"reason add r none", 4, "none: reason add failed: there is no such unit\n"},
         {"reason release r b", 3, "b: it does not have the reason r\n"},
-        {"list-units --type rubbish", 1, "listing the unit files failed\n" + log},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
-        {"cgroup show 4194304", 1, "4194304: there is no such process, or it has no cgroup of systemd's\n"},
-        {"slice show a", 4, "a: there is no such slice, or it has no name\n"},
+        {"cgroup show 4194304", 1, "4194304: there is no such process, or systemd has no cgroup for it\n"},
+        {"slice show a", 4, "a: this slice is not tracked\n"},
         {"slice list", 3, "no slice is tracked\n"},
         {"slice top", 3, "no slice is tracked\n"},
         {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it all the same\n"},
@@ -159,9 +193,13 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         const std::string program = exitCode == 0 || arguments == "isolate-state" ? "" : "merosystemctl: ";
         EXPECT_THAT(Tool(arguments), FieldsAre(exitCode, program + output)) << arguments;
     }
-    Write("/usr/lib/systemd/system/x.slice", "[X-Tarvix]\nName=X\n"), Write("/run/merosystemd/isolate-state", "");
-    EXPECT_EQ(Tool("slice show x.slice").output, "merosystemctl: x.slice: it is no slice that is tracked\n");
-    EXPECT_EQ(Tool("isolate-state").exitCode, 1) << "one that was killed is not none";
+    Write("/run/merosystemd/isolate-state", "");
+    EXPECT_EQ(Tool("isolate-state").output,
+              "merosystemctl: cannot read /run/merosystemd/isolate-state\n  -> merosystemctl isolate default.target\n");
+    Write("/run/merosystemd/isolate-state", "target=a.target\npid=4000000\n");
+    EXPECT_THAT(Tool("isolate-state"), FieldsAre(1, "merosystemctl: an isolation to a.target was interrupted (PID "
+                                                    "4000000 is gone)\n  -> merosystemctl isolate default.target\n"))
+        << "one that was killed is not none";
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n");
     EXPECT_THAT(Tool("isolate-state"), FieldsAre(0, "isolating to a.target\n"));
     const ShellResult busy =
@@ -178,7 +216,30 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("daemon-reload").output,
               "merosystemctl: systemd 245 does not speak the current dialect: take dialect=current out of " + conf +
                   "\n");
-    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so"), RemoveSystemctl();
+    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so");
+    // systemctl's words, and how they are told: a warning, a list without units, the same for all units.
+    const std::tuple<std::string, std::string, std::string> words[] = {
+        {"enable a", "echo Created symlink x; echo 'Warning: y'", "Warning: y\n"},
+        {"start --quiet a", "echo 'Warning: y'", ""},
+        {"stop a b", "echo 'Failed to x: No way'; echo 'See z'; exit 1",
+         "merosystemctl: a: stop failed\n  systemd     No way\nmerosystemctl: b: stop failed\n  systemd     No way\n"},
+        {"stop a b", "echo 'Failed to stop a.service: Access denied'; exit 1",
+         "merosystemctl: a: stop failed: permission denied; run it as root\n"},
+        {"start a b", "echo 'Failed to connect to bus: Host is down'; exit 1",
+         "merosystemctl: start failed: systemd does not run on this machine\n"},
+    };
+    for (const auto& [command, script, output] : words) {
+        Otherwise(script);
+        EXPECT_EQ(Tool(command).output, output) << command;
+    }
+    Otherwise("echo 'Failed to connect to bus: x'; exit 1");
+    for (const std::string command : {"start 'a*'", "isolate a.target", "daemon-reload", "default-target a.target"}) {
+        EXPECT_EQ(Tool(command).exitCode, 6) << command;
+    }
+    SystemctlScript("exit 1"), shutdown(manager_, SHUT_RDWR);
+    EXPECT_THAT(Tool("is-active a"),
+                FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
+    RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
                                       "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {
         EXPECT_THAT(Tool(command),
@@ -189,11 +250,11 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
 
 TEST_F(Program, StatusTellsStatesApart)
 {
-    const std::string names = "Id=x\nDescription=A d\n", loaded = names + "LoadState=loaded\n";
+    const std::string names = "Description=A d\n", loaded = names + "LoadState=loaded\n";
     SetUnits({{"runs", loaded + "ActiveState=active\nUnitFileState=enabled\n"},
               {"rereads", loaded + "ActiveState=reloading\nUnitFileState=static\n"},
-              {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\n"},
-              {"held", loaded + "ActiveState=inactive\nUnitFileState=disabled\n"},
+              {"starts", loaded + "ActiveState=activating\nUnitFileState=linked\nJob=7\n"},
+              {"held", loaded + "ActiveState=inactive\nUnitFileState=disabled\nJob=8\n"},
               {"failed", loaded + "ActiveState=failed\nUnitFileState=indirect\n"},
               {"masked", names + "LoadState=masked\nActiveState=inactive\nUnitFileState=masked\n"},
               {"none", names + "LoadState=not-found\nActiveState=inactive\n"}});
@@ -205,17 +266,35 @@ TEST_F(Program, StatusTellsStatesApart)
               "rereads  loaded     reloading   static    -              -        A d\n"
               "starts   loaded     activating  linked    start waiting  -        A d\n"
               "held     loaded     inactive    disabled  other running  a b      A d\n"
-              "failed   loaded     failed      other     -              -        A d\n"
+              "failed   loaded     failed      indirect  -              -        A d\n"
               "masked   masked     inactive    masked    -              -        A d\n"
-              "none     not-found  inactive    -         -              -        \n");
+              "none     not-found  inactive    -         -              -        A d\n");
     const std::string exitCodes =
         "for units in runs rereads starts held masked failed none 'runs held' 'held failed runs' "
         "'runs none failed'; do " +
-        kTool + "status $units > /dev/null; printf $?; done";
+        kTool + "status $units > /dev/null 2>&1; printf $?; done";
     EXPECT_EQ(Shell(exitCodes).output, "0033314314");
+    const std::string pid = std::to_string(getpid()), command = Shell("cat /proc/" + pid + "/comm").output;
+    SetUnits({{"one", loaded +
+                          "FragmentPath=/f\nActiveState=active\nSubState=running\nStateChangeTimestamp=Mon\nJob=7\n"
+                          "UnitFileState=alias\nMemoryCurrent=2048\nNeedDaemonReload=yes\nMainPID=" +
+                          pid + "\n"}});
+    Write("/run/merosystemd/reasons/one.service/r", "");
+    WriteProgram("/usr/bin/journalctl",
+                 R"(echo '{"_SYSTEMD_UNIT":"one.service","MESSAGE":"hi","__REALTIME_TIMESTAMP":"1"}')");
+    EXPECT_THAT(
+        Tool("status one"),
+        FieldsAre(
+            0, "one.service - A d\nActive    active (running) since Mon\nLoaded    loaded from /f, alias\nMain PID  " +
+                   pid + " (" + command.substr(0, command.size() - 1) +
+                   ")\nMemory    2.0 KiB\nJob       start waiting\nHeld      r\nJan 01 00:00:00 : "
+                   "hi\nmerosystemctl: changed on disk since "
+                   "systemd read it: one\n  -> merosystemctl daemon-reload\n"));
+    fs::remove("/run/merosystemd/reasons/one.service/r");
+    EXPECT_THAT(Tool("status one 'a b'"), FieldsAre(1, HasSubstr("a b: systemd cannot be asked")));
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
-    EXPECT_EQ(Tool("reason list none held").output, "SERVICE  REASONS\nheld     a b\nnone     -\n");
+    EXPECT_EQ(Tool("reason list none held").output, "SERVICE       REASONS\nheld.service  a b\nnone.service  -\n");
     EXPECT_EQ(Tool("reason list").output, "SERVICE       REASONS\nheld.service  a b\n");
     const std::string green = "\x1b[32mactive\x1b[0m", yellow = "\x1b[33mactivating\x1b[0m", red = "\x1b[31mmasked";
     for (const std::string environment : {"NO_COLOR= ", "NO_COLOR=1 ", "TERM=dumb ", "TERM= "}) {
@@ -223,6 +302,60 @@ TEST_F(Program, StatusTellsStatesApart)
         const std::string screen = Terminal(environment + kTool + "status runs starts masked").Rest();
         EXPECT_EQ(Value(screen, AllOf(HasSubstr(green), HasSubstr(yellow), HasSubstr(red))), isColoured) << screen;
         EXPECT_EQ(Value(screen, HasSubstr("\x1b")), isColoured);
+    }
+}
+
+/// As systemctl prints it while there are jobs.
+const std::string kFailedUnit = "UNIT      LOAD   ACTIVE SUB    JOB DESCRIPTION\\na.service loaded failed failed     A "
+                                "b\\n\\nLOAD = text\\n";
+
+TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
+{
+    const std::string well = "all is well: nothing failed, is held, or is down for a volume; no jobs, no isolation\n";
+    Write("/run/jobs", "");
+    EXPECT_THAT(Tool("overview"), FieldsAre(0, well));
+    Otherwise("case $1 in list-units) [ $7 ] || printf '" + kFailedUnit + "';; esac");
+    for (char c = 'a'; c < 'j'; ++c) {
+        Write("/run/jobs", Read("/run/jobs") + std::to_string(c) + " " + c + ".service start waiting\n");
+    }
+    Write("/run/merosystemd/reasons/h.service/r", ""), Shell("touch -d @0 /run/merosystemd/reasons/h.service/r");
+    Write("/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["d.service"],"since":0})");
+    Write("/run/merosystemd/isolate-state", "target=a.target\npid=4194304\n");
+    const std::string to = "            -> merosystemctl ";
+    EXPECT_EQ(Shell(kTool + "overview | sed 's/([0-9]*$/(n/; / start waiting$/d'").output,
+              "failed      a.service - A b\n" + to +
+                  "why\nheld        h.service by the reason r since Thu 1970-01-01 "
+                  "00:00:00 UTC (n\n            days)\n" +
+                  to +
+                  "reason release REASON SERVICE\n"
+                  "down        the unmount of /v that began Thu 1970-01-01 00:00:00 UTC was\n"
+                  "            interrupted\n            d.service\n" +
+                  to +
+                  "volume recover\n"
+                  "            and 2 more\n" +
+                  to +
+                  "jobs\n"
+                  "isolation   an isolation to a.target was interrupted (PID 4194304 is gone)\n" +
+                  to + "isolate default.target\n");
+    Calls();
+    EXPECT_THAT(Tool("list-units --all --failed --type service --state x 'a*'"),
+                FieldsAre(4, "merosystemctl: a*: no loaded unit matches\n"));
+    EXPECT_THAT(Calls(),
+                ElementsAre("list-units --full --no-pager --plain --all --state=failed --type=service --state=x a*"));
+    Otherwise("echo no; exit 1");
+    EXPECT_THAT(Tool("list-units"), FieldsAre(1, HasSubstr("listing the loaded units failed\n")));
+    fs::remove_all("/run/merosystemd/reasons");
+    Write("/run/systemd/system/g.service.d/mero-reason.conf",
+          "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n");
+    Write("/run/merosystemd/stopped-along/b.service/w.service", "");
+    const std::string found =
+        Shell("cd /run/merosystemd; mkdir -p locks; flock locks/x.lock " + kTool + "doctor; echo $?").output;
+    for (const std::string& text : std::vector<std::string>{
+             "\nnote   event log", "hold that is gone\n       " + to + "reason remove any g.service\n",
+             "w.service stopped along with b.service", "\nnote   locks       x.lock: held by process ",
+             "\nbad    isolation   an isolation",
+             "of /v was interrupted; down: d.service\n       " + to + "volume recover\n1\n"}) {
+        EXPECT_THAT(found, HasSubstr(text));
     }
 }
 
@@ -243,15 +376,15 @@ struct FullProgram : Program {
         for (const auto& [unit, keys] : units) {
             Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
-            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\n"}});
+            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n"}});
         }
         Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
         close(file_), fs::create_directories("/var/packages/Foo");
         EXPECT_EQ(Tool("volume register " + kVolume + " --unit some; " + kTool + "volume register " + kVolume +
                        " --package Foo; " + kTool + "volume register /v --unit web; " + kTool +
-                       "volume register /w --unit web; " + kTool + "volume unregister /w --unit web")
+                       "volume register /tmp --unit web; " + kTool + "volume unregister /tmp --unit web")
                       .output,
-                  "");
+                  "merosystemctl: warning: /v is registered, but there is no such folder now\n");
         Write("/run/cgroup", "1:name=systemd:/uses.service\n2:name=meromonitor:/a.slice\n");
         Write("/run/other", "1:name=systemd:/\n"),
             Write("/run/swaps", "Filename Type\n" + kVolume + "/swap file 1 0\n");
@@ -259,7 +392,7 @@ struct FullProgram : Program {
         Mount("/run/swaps", "/proc/swaps"), Mount(kVolume, kVolume);
         Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", pid_ + "\n");
         Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", "");
-        Otherwise("case $1 in get-default) echo a.target;; esac");
+        Otherwise("case $1 in get-default) echo a.target;; list-units) printf '" + kFailedUnit + "';; esac");
     }
     ~FullProgram() override { umount("/proc/swaps"), umount(kVolume.c_str()); }
 
@@ -270,7 +403,8 @@ struct FullProgram : Program {
     /// Its columns, with one blank between them; without figures that change.
     static std::string Table(const std::string& command)
     {
-        return Shell(kTool + command + " | sed 's/  */ /g; s/ [0-9.]* [KMG]iB/ n KiB/g; s/ [0-9]*[.][0-9]*%/ n%/g'")
+        return Shell(kTool + command +
+                     " 2> /dev/null | sed 's/  */ /g; s/ [0-9.]* [KMG]iB/ n KiB/g; s/ [0-9]*[.][0-9]*%/ n%/g'")
             .output;
     }
 
@@ -284,8 +418,10 @@ TEST_F(FullProgram, PrintsTables)
 {
     const std::string users = pid_ + " sleep fd " + kVolume + "/file", none = " - - - -\n", n = " n KiB";
     const std::string usage = " sleep 0.00 n% n KiB 0 B/s 0 B/s\n",
-                      usages = "PID NAME CPU SECONDS CPU MEMORY READ WRITE\n";
-    const std::string top = "a.slice CPU n% memory" + n + " processes 1\nb.slice CPU n% memory 0 B processes 0\n";
+                      usages = "PID NAME CPU SECONDS CPU MEMORY INPUT OUTPUT\n";
+    const std::string top =
+        "a.slice CPU n% memory" + n +
+        " input 0 B/s output 0 B/s processes 1\nb.slice CPU n% memory 0 B input 0 B/s output 0 B/s processes 0\n";
     const std::pair<std::string, std::string> cases[] = {
         {"info web", "Unit web\nName Web \"server\"\nTranslated name web:title\nSupported here no\n"
                      "Enabled by default yes\nOne-click enable no\nIn information centre no\nIn small update no\n"
@@ -293,6 +429,7 @@ TEST_F(FullProgram, PrintsTables)
         {"info a.slice | grep Trans", "Translated name -\n"},
         {"volume list",
          "KIND OWNER VOLUMES\nunit some.service " + kVolume + "\nunit web.service /v\npackage Foo " + kVolume + "\n"},
+        {"--no-legend volume list /v", "unit web.service /v\n"},
         {"volume list /v /none", "KIND OWNER VOLUMES\nunit web.service /v\n"},
         {"volume users " + kVolume, "uses.service\n"},
         {"volume dependency child", "all\n"},
@@ -302,9 +439,9 @@ TEST_F(FullProgram, PrintsTables)
                                        "some.service registered the volume" + none + "uses.service uses files " +
                                        users +
                                        "\n\nStill keeping the volume busy after those services stop:\n\n"
-                                       "WHAT UNIT PID COMMAND HOW FILE WHAT TO DO\nprocess - " +
-                                       other_ + " sleep fd " + kVolume + "/file -> kill " + other_ +
-                                       "\nswap file - - - - " + kVolume + "/swap -> swapoff " + kVolume + "/swap\n"},
+                                       "WHAT UNIT PID COMMAND HOW FILE\nprocess - " +
+                                       other_ + " sleep fd " + kVolume + "/file\n -> kill " + other_ +
+                                       "\nswap file - - - - " + kVolume + "/swap\n -> swapoff " + kVolume + "/swap\n"},
         {"process show --interval 0.1 " + pid_, usages + pid_ + usage},
         {"slice list", "SLICE PROCESSES MEMORY CPU SECONDS NAME TRANSLATED NAME\n"
                        "a.slice 1" +
@@ -315,8 +452,11 @@ TEST_F(FullProgram, PrintsTables)
     for (const auto& [command, table] : cases) {
         EXPECT_EQ(Table(command), table) << command;
     }
+    EXPECT_THAT(Shell("setpriv --reuid 65534 --clear-groups " + kTool + "volume plan " + kVolume + "; echo $?").output,
+                EndsWith("this plan is incomplete: the files of other users' processes cannot be read\n"
+                         "  -> run it as root\n1\n"));
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
-                HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s  0 B/s\n"))
+                HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
         << "figures end below each other";
 }
 
@@ -328,7 +468,7 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
     const std::string briefly = "--interval 0.1 ";
     const Case cases[] = {
         {"status", "web.service", ".[0] | [.active, .enabled, .job.id, .job.type, .job.state, .load, .reasons, .unit]",
-         R"(["active","other",7,"start","waiting","loaded",["r"],"web.service"])"},
+         R"(["active","",7,"start","waiting","loaded",["r"],"web.service"])"},
         {"why", "web.service", "[.active, .causes[0].kind, .causes[0].remedy]",
          R"(["active","held","merosystemctl reason release r web.service"])"},
         {"jobs", "", ".", R"([{"id":7,"state":"waiting","type":"start","unit":"web.service"}])"},
@@ -336,8 +476,18 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
          R"({"belongsTo":["multi-user.target"],"defaultEnable":true,"firewallSections":["http","https"],)"
          R"("infoCenter":false,"name":"Web \"server\"","nameI18n":"web:title","nanoUpdate":false,)"
          R"("oneClickEnable":false,"packedIn":["a.target"],"supported":false,"unit":"web"})"},
-        {"show", "web.service Id", ".", R"("web.service")"},
-        {"list-units", "--type slice", ".", R"(["a.slice","b.slice"])"},
+        {"show", "-p Id web", ".", R"({"web":{"Id":"web.service"}})"},
+        {"start", "web", "[.[0].done, .[0].causes[].kind]", R"([false,"held"])"},
+        {"stop", "--dry-run web", "[.changes[].change]", R"(["stops"])"},
+        {"list-jobs", "", "length", "1"},
+        {"list-units", "", ".",
+         R"([{"active":"failed","description":"A b","load":"loaded","sub":"failed","unit":"a.service"}])"},
+        {"list-unit-files", "", "[length, .[0]]", R"([8,{"state":"enabled","unit":"web.service"}])"},
+        {"overview", "", "del(.jobs, .unmount.since)",
+         R"({"failed":[{"description":"A b","sub":"failed","unit":"a.service"}],"held":{"web.service":["r"]},)"
+         R"("isolation":{"state":"none","target":""},"unmount":{"state":"none","units":[],"volumes":[]}})"},
+        {"doctor", "", "map(select(.check == \"holds\") | .result, .remedy)",
+         R"(["bad","merosystemctl reason add REASON web.service"])"},
         {"list-services", "", "length", "6"},
         {"default-target", "", ".", R"("a.target")"},
         {"reason list", "", ".", R"({"web.service":["r"]})"},
@@ -345,11 +495,12 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         {"volume list", "/v", ".", R"([{"kind":"unit","owner":"web.service","volumes":["/v"]}])"},
         {"volume users", kVolume, ".", R"(["uses.service"])"},
         {"volume dependency", "some", ".", R"("partial")"},
-        {"volume plan", kVolume, "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.blockers[].what]",
+        {"volume plan", kVolume,
+         "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.complete, .blockers[].what]",
          R"(["all","all.service","","all","child.service","","package","pkgctl-Foo.service","Foo","unit",)"
          R"("some.service","","files","uses.service","","fd"])"
          "\n"
-         R"(["process","swap file"])"},
+         R"([true,"process","swap file"])"},
         {"volume unmount", "--dry-run " + kVolume, ".blockers[0].user.file", "\"" + kVolume + "/file\""},
         {"volume state", "", ".", R"({"pid":0,"since":0,"state":"none","units":[],"volumes":[]})"},
         {"cgroup show", pid_, "del(.pid)",
@@ -378,39 +529,6 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
               " > /run/schema && PYTHONWARNINGS=ignore /usr/bin/jsonschema -i /run/out /run/schema")
             .output,
         "");
-}
-
-TEST_F(FullProgram, CompletesCommandLines)
-{
-    ASSERT_EQ(mount("/dev/pool", (fs::create_directories("/run/vol9"), "/run/vol9"), "tmpfs", 0, ""), 0);
-    const std::pair<std::string, std::string> cases[] = {
-        {"star", "start"},
-        {"volume un", "unmount unregister"},
-        {"start --no-block we", "web.service"},
-        {"start web.service a", "a.slice all.service"},
-        {"start --v", "--verify"},
-        {"reason release ''", "r"},
-        {"reason release r w", "web.service"},
-        {"reason list w", "web.service"},
-        {"volume plan /v /run/vol", "/run/vol9"},
-        {"volume users /run/", kVolume + " /run/vol9"},
-        {"volume plan /v", "/v"},
-        {"volume register --unit so", "some.service"},
-        {"list-units --type ti", "timer"},
-        {"slice kill b", "b.slice"},
-    };
-    EXPECT_THAT(Tool("complete --").output, HasSubstr("\nwhy\n"));
-    for (const auto& [words, expected] : cases) {
-        EXPECT_EQ(Shell("echo $(" + kTool + "complete -- " + words + ")").output, expected + "\n") << words;
-    }
-    for (const std::string words : {"isolate w", "slice top --interval ''", "show web.service ''", "nonsense ''"}) {
-        EXPECT_EQ(Tool("complete -- " + words).output, "") << words;
-    }
-    EXPECT_EQ(Shell("PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
-                    "; COMP_WORDS=(merosystemctl start so); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'")
-                  .output,
-              "some.service\n");
-    umount("/run/vol9");
 }
 
 } // namespace

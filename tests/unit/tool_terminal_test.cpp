@@ -26,6 +26,21 @@ TEST_F(OnTerminal, ProgressIsALineThatIsWrittenOver)
     EXPECT_THAT(dumb.Rest(), MatchesRegex(isolating + "\\([1-9] s\\): a.service [^\n]*\n")) << "a line for each matter";
 }
 
+TEST_F(OnTerminal, ProgressOfAnUnmountSaysWhatIsDone)
+{
+    Write("/usr/lib/systemd/system/all.service", "[X-Tarvix]\nVolumeDependency=all\n");
+    SystemctlScript(
+        "case $1 in list-unit-files) sleep 1.2; echo all.service enabled enabled;; start) mkdir /run/once && sleep "
+        "2.2;; "
+        "show) printf 'Id=all.service\\nNames=all.service\\nLoadState=loaded\\nActiveState=active\\n';; esac");
+    const std::string screen = Terminal(kXterm + "volume unmount /v -- true", 60).Rest();
+    const std::size_t planning = screen.find("\x1b[Kplanning to unmount /v ("),
+                      stopping = screen.find("\x1b[Kstopping what uses /v (");
+    EXPECT_LT(planning, screen.find("stopping: all.service\r\n")) << screen;
+    EXPECT_LT(screen.find("stopping: all.service\r\n"), stopping) << screen;
+    EXPECT_NE(stopping, screen.npos) << screen;
+}
+
 TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
 {
     // They do not reach it. It waits until its caller knows it, which would pass on what came before.
@@ -36,6 +51,29 @@ TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
                                "merosystemctl: interrupted: isolating back to default.target\r\n"
                                "merosystemctl: setsid: exit code 7\r\n");
     EXPECT_EQ(terminal.HangUp(), 7);
+}
+
+TEST_F(OnTerminal, TablesAreNoWiderThanItAndWholeElsewhere)
+{
+    for (const std::string volume : {"/volume1/photographs", "/volume2/ärchive"}) {
+        EXPECT_EQ(Tool("volume register " + volume + " --unit long-" + volume.substr(1, 7)).exitCode, 0);
+    }
+    const std::string heading = "KIND  OWNER                 VOLUMES", unit = "\nunit  long-volume";
+    const std::string list = kTool + "volume list";
+    EXPECT_EQ(Shell("COLUMNS=20 " + list).output,
+              heading + unit + "1.service  /volume1/photographs" + unit + "2.service  /volume2/ärchive\n");
+    const std::tuple<unsigned short, std::string, std::string> cases[] = {
+        {48, "C.UTF-8", heading + unit + "1.service  /volume1/photographs" + unit + "2.service  /volume2/ärchive\n"},
+        {43, "C.UTF-8", heading + unit + "1.service  /volume1/photo…" + unit + "2.service  /volume2/ärchi…\n"},
+        {30, "C.UTF-8", "KIND  OWNER        VOLUMES\nunit  long-volum…  /volume1/p…\nunit  long-volum…  /volume2/ä…\n"},
+        {30, "C", "KIND  OWNER        VOLUMES\nunit  long-vol...  /volume1...\nunit  long-vol...  /volume2...\n"},
+        {7, "C.UTF-8", "…  …  …\n…  …  …\n…  …  …\n"},
+    };
+    for (const auto& [columns, locale, expected] : cases) {
+        std::string screen = Terminal("LC_ALL=" + locale + " " + list, columns).Rest();
+        std::erase(screen, '\r');
+        EXPECT_EQ(screen, expected) << columns;
+    }
 }
 
 TEST_F(OnTerminal, UninstallAsksFirst)
@@ -51,8 +89,9 @@ TEST_F(OnTerminal, UninstallAsksFirst)
         EXPECT_EQ(Calls().empty(), !said.empty()) << answer;
     }
     EXPECT_EQ(Terminal(kXterm + "uninstall --yes a").Rest(), "");
-    EXPECT_EQ(Tool("uninstall a < /dev/null").output, "") << "nobody is there to be asked";
     EXPECT_FALSE(Calls().empty());
+    EXPECT_EQ(Tool("uninstall a < /dev/null").exitCode, 2) << "nobody is there to be asked";
+    EXPECT_TRUE(Calls().empty());
 }
 
 TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
@@ -62,7 +101,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
     }
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
-    EXPECT_THAT(top.Until("q: quit"),
+    EXPECT_THAT(top.Until("q quit"),
                 AllOf(HasSubstr("> a.slice"), HasSubstr("\x1b[32m"), HasSubstr("Processes of a.slice: 1, by CPU")));
     // What changes is written over, behind the sequence that goes there.
     const std::pair<std::string, std::string> keys[] = {
@@ -74,15 +113,35 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
         {"m", "Hmemory"},
         {"p", "PID"},
         {"n", "name"},
+        {"i", "input"},
+        {"o", "output"},
         {"c", "CPU"},
         {"h", "\x1b[J"},
-        {"h", "Up/Down j/k"},
+        {"h", "q quit"},
+        {"x", "Stop the units of b.slice and kill what is left (processes: 1)? [y/N]"},
+        {"n", "q quit"},
     };
     for (const auto& [typed, shown] : keys) {
         top.Type(typed);
         EXPECT_THAT(top.Until(shown), EndsWith(shown)) << typed;
     }
+    top.Resize(100);
+    EXPECT_THAT(top.Until("OUTPUT"), HasSubstr("INPUT")) << "there is room for more";
+    top.Type("xy");
+    EXPECT_THAT(top.Until("b.slice: nothing runs there"), HasSubstr("\x1b[?1049l"));
+    EXPECT_THAT(top.Until("q quit"), HasSubstr("\x1b[?1049h"));
     EXPECT_EQ(top.HangUp(), 128 + SIGHUP);
+    Terminal ignoring("trap '' HUP; " + command + "100");
+    EXPECT_THAT(ignoring.Until("q quit"), HasSubstr("INPUT"));
+    EXPECT_EQ(ignoring.HangUp(), 0) << "nobody is there any more";
+    Write("/sys/fs/cgroup/meromonitor/-.slice/tasks", "");
+    Terminal root(command + "100 --sort name");
+    EXPECT_THAT(root.Until("q quit"), HasSubstr(", by name"));
+    root.Type("xy");
+    EXPECT_THAT(root.Until("go on"), HasSubstr("-.slice is not killed: this process runs in it"));
+    root.Type("\n");
+    EXPECT_THAT(root.Until("q quit"), HasSubstr("\x1b[?1049h"));
+    fs::remove_all("/sys/fs/cgroup/meromonitor/-.slice");
     const std::tuple<std::string, std::string, int> cases[] = {{"100", "q", 0},
                                                                {"100", "\x04", 0},
                                                                {"100", "\x03", 130},
@@ -90,7 +149,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
                                                                {"0.1 --count 2", "", 0}};
     for (const auto& [options, key, exitCode] : cases) {
         Terminal ending(command + options);
-        EXPECT_THAT(ending.Until("q: quit"), StartsWith("\x1b[?1049h"));
+        EXPECT_THAT(ending.Until("q quit"), StartsWith("\x1b[?1049h"));
         ending.Type(key);
         EXPECT_THAT(ending.Rest(), HasSubstr("\x1b[?1049l")) << exitCode;
         EXPECT_EQ(ending.HangUp(), exitCode);

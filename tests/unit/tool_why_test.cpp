@@ -8,24 +8,48 @@ namespace {
 
 using Why = Program;
 
-TEST_F(Why, TellsEveryCause)
+/// A line of the journal about a.service, as JSON; `fields` come first.
+std::string Entry(const std::string& fields, const std::string& message = R"("It stopped.")")
+{
+    return "{" + fields + R"("UNIT":"a.service","SYSLOG_IDENTIFIER":"systemd","_PID":"1",)" +
+           R"("__REALTIME_TIMESTAMP":"1795000000999999","MESSAGE":)" + message + "}\n";
+}
+
+TEST_F(Why, SaysEveryCause)
 {
     const std::string unit = "Id=a.service\nLoadState=loaded\nUnitFileState=enabled\nActiveState=inactive\n"
                              "SubState=dead\nResult=success\n";
     const std::string failed = "ActiveState=failed\nResult=", to = "\n            -> ", why = to + "merosystemctl why ";
-    const std::string event = R"("__REALTIME_TIMESTAMP":"1795000000999999","MESSAGE":"It stopped."})";
-    const std::string started = R"({"MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf",)";
-    const std::string ran = started + R"("INVOCATION_ID":"7",)" + event;
-    const std::string told = "Wed 2026-11-18 11:06:40 UTC: It stopped.";
-    SetUnits({{"m.service", "Id=m.service\nLoadState=masked\nActiveState=inactive\n"},
-              {"n.service", "Id=n.service\nLoadState=not-found\nActiveState=inactive\n"},
-              {"deep.service", "Id=deep.service\nLoadState=loaded\nActiveState=inactive\nRequires=a.service "
-                               "deep.service\nRequisite=f.service\nBindsTo=r.service\n"},
-              {"f.service", "Id=f.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\nExecMainCode=1\n"
-                            "ExecMainStatus=3\n"},
-              {"r.service", "Id=r.service\nLoadState=loaded\nActiveState=active\nRequires=m.service\n"},
-              {"s.service", "Id=s.service\nLoadState=loaded\nActiveState=activating\n"},
-              {"unmount-volume-begin.target", "Id=unmount-volume-begin.target\nActiveState=active\n"}});
+    const std::string journal = to + "journalctl --unit=a.service\n", log = "Nov 18 11:06:40 systemd[1]: It stopped.\n";
+    const std::string started = R"("MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf",)";
+    const std::string stopped = R"("MESSAGE_ID":"9d1aaa27d60140bd96365438aad20286",)";
+    const std::string skipped = R"("MESSAGE_ID":"0e4284a0caca4bfc81c0bb6786972673",)";
+    const std::string ran = started + R"("INVOCATION_ID":"7",)";
+    const std::string condition = "condition   It stopped.\n";
+    const std::string isolated = "isolation   the machine ", back = to + "merosystemctl isolate default.target\n";
+    const auto command = [](const std::string& path, const std::string& end) {
+        return "{ path=" + path + " ; argv[]=x code=exited ; status=1 ; ignore_errors=no ; " + end + " }";
+    };
+    const std::string good = command("/bin/good", "code=exited ; status=0");
+    const std::string down = "LoadState=loaded\nActiveState=inactive\n";
+    SetUnits({{"m.service", "LoadState=masked\nActiveState=inactive\n"},
+              {"n.service", "LoadState=not-found\nActiveState=inactive\n"},
+              {"deep.service", down + "Requires=a.service deep.service\nRequisite=f.service\nBindsTo=r.service\n"},
+              {"f.service", "LoadState=loaded\nActiveState=failed\nResult=exit-code\nExecMainCode=1\n"
+                            "ExecMainStatus=203\n"},
+              {"r.service", "LoadState=loaded\nActiveState=active\nRequires=m.service\n"},
+              {"s.service", "LoadState=loaded\nActiveState=activating\n"},
+              {"again.service", "LoadState=loaded\nActiveState=activating\nSubState=auto-restart\nResult=signal\n"},
+              {"down.service", down},
+              {"over.service", down + "BindsTo=down.service\n"},
+              {"held.service", down},
+              {"d.device", down},
+              {"unmount-volume-begin.target", "ActiveState=active\n"}});
+    Write("/run/merosystemd/reasons/held.service/h", ""), Shell("touch -d @1 /run/merosystemd/reasons/held.service/h");
+    Write("/run/down", Entry(stopped, R"("Stopped.","UNIT":"down.service")"));
+    WriteProgram("/usr/bin/journalctl",
+                 "for word; do case $word in --unit=a) cat /run/event;; --unit=down.service) cat "
+                 "/run/down;; esac; done");
     struct Case {
         std::string properties, causes, journal = "", file = "", text = "";
         int exitCode = 3;
@@ -33,8 +57,10 @@ TEST_F(Why, TellsEveryCause)
     const Case cases[] = {
         {"", ""},
         {"LoadState=not-found", "", "", "", "", 4},
-        {"ActiveState=active\nSubState=running\nConflicts=r.service", "", event, "", "", 0},
-        {"ActiveState=reloading", "", "", "", "", 0},
+        {"ActiveState=active\nSubState=running\nConflicts=r.service", "", Entry(""), "", "", 0},
+        {"ActiveState=reloading\nNeedDaemonReload=yes",
+         "changed     its files have changed since systemd read them" + to + "merosystemctl daemon-reload\n", "", "",
+         "", 0},
         {"LoadState=masked\nUnitFileState=masked",
          "masked      it cannot be started" + to + "merosystemctl unmask a.service\n"},
         {"LoadState=masked\nUnitFileState=masked-runtime\nTriggeredBy=a.socket",
@@ -44,61 +70,103 @@ TEST_F(Why, TellsEveryCause)
         {"LoadState=stub", ""},
         {"LoadState=merged", ""},
         {"UnitFileState=disabled", "disabled    it is not started at boot" + to + "merosystemctl enable a.service\n"},
-        {"TriggeredBy=a.socket", "triggered   it is started by a.socket, when that wants it\n"},
+        {"UnitFileState=disabled\nTriggeredBy=a.socket", "triggered   started on demand by a.socket\n"},
+        {"RefuseManualStart=yes\nRequiredBy=x.target\nWantedBy=y.target",
+         "refused     it cannot be started by hand (RefuseManualStart=yes); it starts with\n"
+         "            x.target y.target\n"},
         {"Job=7", "job         start waiting, number 7" + to + "systemctl list-jobs --after a.service\n", "",
          "/run/jobs", "7 a.service start waiting\n"},
         {"Job=7\nActiveState=active", "job         stop running, number 7\n", "", "/run/jobs",
          "7 a.service stop running\n", 0},
         {"", "", "", "/run/jobs", "7 a.service stop running\n"},
-        {failed + "start-limit-hit",
-         "failed      result start-limit-hit" + to + "merosystemctl reset-failed a.service\n", "", "", "", 1},
-        {failed, "failed      result unknown" + to + "journalctl --unit=a.service\n", "", "", "", 1},
+        {failed + "start-limit-hit\nExecMainCode=2\nExecMainStatus=15\nStartLimitBurst=5\nStartLimitIntervalUSec=10s",
+         "failed      result start-limit-hit" + journal + "start limit started too often (5 times in 10s are allowed)" +
+             to + "merosystemctl reset-failed a.service\n",
+         "", "", "", 1},
+        {failed + "exit-code\nExecMainCode=1\nExecMainStatus=3",
+         "failed      result exit-code: its main process ended with exit code 3" + journal +
+             "start limit started too often" + to +
+             "merosystemctl reset-failed a.service\nNov 18 11:06:40 systemd[1]: It stopped.\n"
+             "Nov 18 11:06:40 systemd[1]: It is repeated too quickly.\n",
+         Entry(ran) + Entry("", R"("It is repeated too quickly.")"), "", "", 1},
+        {failed, "failed      result unknown" + journal, "", "", "", 1},
         {failed + "signal\nExecMainCode=2\nExecMainStatus=9",
-         "failed      result signal: its main process was ended by SIGKILL" + to + "journalctl --unit=a.service\n", "",
-         "", "", 1},
+         "failed      result signal: its main process was ended by SIGKILL" + journal, "", "", "", 1},
         {"Result=core-dump\nExecMainCode=3\nExecMainStatus=11",
-         "failed      result core-dump: its main process was ended by SIGSEGV" + to + "journalctl --unit=a.service\n"},
-        {"Result=exit-code\nExecMainCode=1\nExecMainStatus=0",
-         "failed      result exit-code" + to + "journalctl --unit=a.service\n"},
-        {"Requires=m.service\nRequisite=n.service r.service s.service",
-         "dependency  m.service is masked" + why + "m.service\ndependency  n.service is not-found" + why +
-             "n.service\n"},
-        {"BindsTo=deep.service",
-         "dependency  f.service failed, result exit-code: its main process ended with exit\n"
-         "            code 3" +
-             why + "f.service\n",
-         R"({"JOB_RESULT":"dependency",)" + event},
+         "failed      result core-dump: its main process was ended by SIGSEGV" + journal},
+        {"Result=exit-code\nExecMainCode=1\nExecMainStatus=0", "failed      result exit-code" + journal},
+        {failed + "exit-code\nExecStartPre=" + good +
+             "\nExecStartPre=" + command("/bin/bad", "code=exited ; status=217") +
+             "\nExecStart=" + command("/bin/late", "code=killed ; status=9/KILL"),
+         "failed      result exit-code: ExecStartPre=/bin/bad ended with exit code\n"
+         "            217/USER (its user does not exist or cannot be taken)" +
+             journal,
+         "", "", "", 1},
+        {"SubState=auto-restart\nNRestarts=4\nResult=signal\nExecStart=" +
+             command("/bin/late", "code=killed ; status=9/KILL"),
+         "restarting  again and again, 4 times so far: result signal: ExecStart=/bin/late\n"
+         "            was ended by SIGKILL" +
+             journal},
+        {"Requires=m.service d.device\nRequisite=n.service r.service s.service down.service\nPartOf=deep.service",
+         "dependency  m.service is masked" + why +
+             "m.service\ndependency  d.device is not there\ndependency  n.service does not exist" + why +
+             "n.service\ndependency  down.service does not run, and must run before (Requisite=)\n"
+             "            Nov 18 11:06:40 systemd[1]: Stopped." +
+             to + "merosystemctl start down.service\n"},
+        {"Requires=again.service held.service over.service",
+         "dependency  again.service is restarted again and again, result signal" + why +
+             "again.service\ndependency  held.service is held by the reason h since Thu 1970-01-01 00:00:01\n"
+             "            UTC (n days)" +
+             to + "merosystemctl reason release h held.service\n"},
+        {"Requires=s.service\nJob=7",
+         "job         start waiting, number 7" + to +
+             "systemctl list-jobs --after a.service\ndependency  s.service is still starting" + why + "s.service\n",
+         "", "/run/jobs", "7 a.service start waiting\n"},
+        {"BindsTo=deep.service", "dependency  f.service failed, result exit-code: its main process ended with exit\n"
+                                 "            code 203/EXEC (the program cannot be run) (needed by deep.service)" +
+                                     why + "f.service\n"},
+        {"PartOf=down.service",
+         "dependency  down.service was stopped at the same time (PartOf=)\n"
+         "            Nov 18 11:06:40 systemd[1]: Stopped." +
+             to + "merosystemctl start down.service\n" + log,
+         Entry(stopped)},
+        {"Requires=down.service", log, Entry("")},
         {"Conflicts=r.service f.service\nConflictedBy=s.service",
-         "conflict    r.service runs" + to + "merosystemctl stop r.service\nconflict    s.service runs" + to +
-             "merosystemctl stop s.service\n"},
+         "conflict    r.service is running" + to + "merosystemctl stop r.service\nconflict    s.service is running" +
+             to + "merosystemctl stop s.service\n"},
         {"ConflictedBy=unmount-volume-begin.target",
          "volume      stopped while a volume is being unmounted; it will be restarted\n"
          "            afterwards\n"},
         {"", "volume      stopped by an unmount of /v that was interrupted" + to + "merosystemctl volume recover\n", "",
          "/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["a.service"]})"},
-        {"", "isolation   the machine is being isolated to b.target\n", "", "/run/merosystemd/isolate-state",
+        {"", isolated + "is being isolated to b.target\n", "", "/run/merosystemd/isolate-state",
          "target=b.target\npid=1\n"},
-        {"", "support     this machine lacks the capability that it is made for\n", "",
-         "/usr/lib/systemd/system/a.service", "[X-Tarvix]\nSupportKey=zfs\n"},
-        {"", "last event  " + told + "\n", "{" + event},
-        {"", "last event  " + told + "\n", R"({"JOB_RESULT":"dependency",)" + event},
-        {"", "condition   " + told + "\n", R"({"JOB_RESULT":"assert",)" + event},
-        {"", "condition   " + told + "\n", started + R"("INVOCATION_ID":"",)" + event},
-        {"", "condition   " + told + "\n", ran + "\n" + ran},
-        {"", "last event  " + told + "\n", R"({"INVOCATION_ID":"7",)" + event + "\n" + ran},
-        {"", "", "[]"},
-        {"", "", "{"},
-        {"", "", R"({"MESSAGE":"It stopped."})"},
-        {"", "", R"({"MESSAGE":[1],"__REALTIME_TIMESTAMP":"1"})"},
+        {"", "isolation   an isolation to b.target was interrupted (PID 4194304 is gone)" + back, "",
+         "/run/merosystemd/isolate-state", "target=b.target\npid=4194304\n"},
+        {"", isolated + "is in rescue.target" + back, "", "/run/units/rescue.target", "ActiveState=active\n"},
+        {"", isolated + "has left default.target, its default target" + back, "", "/run/units/default.target",
+         "ActiveState=inactive\nActiveExitTimestampMonotonic=5\n"},
+        {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=5\nJob=1\n"},
+        {"", "support     not supported on this platform\n", "", "/usr/lib/systemd/system/a.service",
+         "[X-Tarvix]\nSupportKey=zfs\n"},
+        {"", log, Entry("")},
+        {"", condition, Entry(stopped + R"("JOB_RESULT":"assert",)")},
+        {"", condition, Entry(started + R"("INVOCATION_ID":"",)")},
+        {"", condition, Entry(ran) + Entry(ran)},
+        {"", condition, Entry(skipped) + Entry(started)},
+        {"ExecCondition=" + good, "condition   skipped: ExecCondition=/bin/good was not met\n",
+         Entry(skipped) + Entry(started)},
+        {"", log + log, Entry(stopped + R"("INVOCATION_ID":"7",)") + Entry(ran)},
+        {"", "Nov 18 11:06:40 systemd[1]: a?é\nb\n", Entry("", R"([97,27,195,169,10,98])")},
+        {"", "", "[]\n{\n{\"MESSAGE\":\"x\"}\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.properties + c.journal + c.file);
-        Write("/run/units/a", unit + c.properties + (c.properties.empty() ? "" : "\n"));
+        Write("/run/units/a", c.properties + (c.properties.empty() ? "" : "\n") + unit);
         Write("/run/event", c.journal);
-        WriteProgram("/usr/bin/journalctl",
-                     "case \"$*\" in *=json*ID=39f*ID=be02*ID=9d1*ID=7ad*ID=d9b*) cat /run/event;; esac");
         c.file.empty() ? void() : Write(c.file, c.text);
-        const ShellResult result = Tool("why a");
+        const ShellResult result =
+            Shell(kTool + "why a > /run/out 2>&1; c=$?; sed 's/([0-9]* days)/(n days)/' /run/out; exit $c");
         EXPECT_EQ(result.exitCode, c.exitCode);
         EXPECT_THAT(result.output, c.exitCode == 4   ? StartsWith("merosystemctl: a: there is no such unit\n")
                                    : c.exitCode == 0 ? StartsWith("a.service runs: ")
@@ -106,15 +174,36 @@ TEST_F(Why, TellsEveryCause)
         EXPECT_EQ(result.output.substr(result.output.find('\n') + 1), c.causes);
         fs::remove(c.file);
     }
-    const std::string journal = "--no-pager --quiet --boot --unit=a.service --lines=";
-    const std::string reason = "/run/merosystemd/reasons/a.service/r";
-    Write("/run/units/a", unit + "StateChangeTimestamp=Mon\n");
-    WriteProgram("/usr/bin/journalctl", "echo \"$*\" | sed 's/MESSAGE_ID=.*//'; env | grep -E '^(SYSTEMD|COLUMNS)'");
-    Write(reason, ""), Shell("touch -d @1795000000 " + reason);
-    EXPECT_EQ(Shell("SYSTEMD_COLORS=1 COLUMNS=9 " + kTool + "why a | sed 's/([0-9]* days)/(n days)/'").output,
-              "a.service does not run: inactive (dead) since Mon\n"
-              "held        by the reason r since Wed 2026-11-18 11:06:40 UTC (n days)" +
-                  to + "merosystemctl reason release r a.service\n" + journal + "5 --output=short --no-hostname\n");
+}
+
+TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
+{
+    SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nSubState=failed\nStateChangeTimestamp=Mon\n"},
+              {"b", "Id=b.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"},
+              {"c", "Id=c.service\nLoadState=loaded\nActiveState=active\nSubState=running\n"},
+              {"d", "Id=d.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"}});
+    Write("/run/merosystemd/reasons/b.service/r", ""),
+        Write("/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["d.service"]})");
+    Otherwise(
+        "[ $1 != list-units ] || printf 'UNIT      LOAD   ACTIVE SUB    DESCRIPTION\\na.service loaded failed failed "
+        "A\\n'");
+    std::string restarts = R"({"_SYSTEMD_UNIT":"a.service","SYSLOG_IDENTIFIER":"sh","_PID":"9",)"
+                           R"("__REALTIME_TIMESTAMP":"1","MESSAGE":"no disk"})"
+                           "\n";
+    for (int i = 0; i < 9; ++i) {
+        restarts += Entry("", "\"again\"");
+    }
+    Write("/run/event", restarts);
+    WriteProgram("/usr/bin/journalctl", "echo $* >> /run/journal; env | grep -E '^(SYSTEMD|COLUMNS)'; cat /run/event");
+    const std::string lines = Shell("SYSTEMD_COLORS=1 COLUMNS=9 " + kTool + "why").output;
+    EXPECT_THAT(lines, MatchesRegex("a.service does not run: failed .failed. since Mon\nfailed .*\n.* sh.9.: no disk\n"
+                                    "(Nov 18 11:06:40 systemd.1.: again\n){5}\nb.service does not run: .*\nheld .*\n"
+                                    "d.service does not run: .*\nvolume .*recover\n"));
+    EXPECT_THAT(Read("/run/journal"), MatchesRegex("--no-pager --quiet --boot --output=json --lines=300 "
+                                                   "--unit=a.service --unit=b.service --unit=d.service [^\n]*\n"));
+    EXPECT_THAT(Tool("why c 'd e'"), FieldsAre(1, HasSubstr("cannot be asked")));
+    EXPECT_EQ(Shell(kTool + "why --json c a | jq -c 'map([.unit, .causes[].kind])'").output,
+              "[[\"c.service\"],[\"a.service\",\"failed\"]]\n");
 }
 
 TEST_F(Why, IsToldOfUnitsThatAreNotAsWantedASecondLater)
@@ -129,26 +218,33 @@ TEST_F(Why, IsToldOfUnitsThatAreNotAsWantedASecondLater)
                                            {"dead", dead},
                                            {"failed", failed},
                                            {"ill", failed + "Type=oneshot\n"},
-                                           {"reborn", active + "NRestarts=1\n"},
+                                           {"reborn", "NRestarts=1\n" + active},
                                            {"again", "ActiveState=activating\nSubState=auto-restart\n" + zero}}) {
         SetUnits({{unit, properties + "Id=" + unit + ".service\nLoadState=loaded\n"}});
     }
-    WriteProgram(
-        "/usr/bin/journalctl",
-        "case \"$*\" in *=skipped*=json*) echo '{\"MESSAGE_ID\":\"39f53479d3a045ac8e11786248231fbf\",\"MESSAGE\":\""
-        "x\",\"__REALTIME_TIMESTAMP\":\"1\"}';; *=json*) ;; *) echo a line;; esac");
+    const std::string rest = R"("__REALTIME_TIMESTAMP":"1"}')";
+    WriteProgram("/usr/bin/journalctl",
+                 R"(for word; do u=${word#--unit=}; u=${u%.service}.service; case $word in *=skipped*) )"
+                 R"(echo '{"MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf","UNIT":"'$u'","MESSAGE":"x",)" +
+                     rest + R"(;; --unit=*) echo '{"UNIT":"'$u'","MESSAGE":"a line",)" + rest + ";; esac; done");
     const std::string all = " --verify good rereads done skipped dead failed ill reborn again > /run/$v 2>&1; ";
     EXPECT_EQ(
         Shell("for v in start try-restart stop; do { " + kTool + "$v" + all + "echo $? >> /run/$v; } & done; " + kTool +
-              "start --verify good done; wait; cd /run; grep -c '^  a line$' start; sed -n 's/^mero[^ ]* \\(.*\\) "
-              "was done, but a second later the unit is/\\1/p; /^.$/p' start try-restart stop")
+              "start --verify good done; wait; cd /run; grep -c ': a line$' start; sed -n 's/^mero[^ ]* //p; /^.$/p' "
+              "start try-restart stop")
             .output,
-        "5\nskipped: start inactive (dead)\ndead: start inactive (dead)\nfailed: start failed (failed)\n"
-        "ill: start failed (failed)\nreborn: start active (running)\nagain: start activating (auto-restart)\n1\n"
-        "failed: try-restart failed (failed)\nill: try-restart failed (failed)\nreborn: try-restart active "
-        "(running)\nagain: try-restart activating (auto-restart)\n1\ngood: stop active (running)\n"
-        "rereads: stop reloading (reloading)\nreborn: stop active (running)\nagain: stop activating "
-        "(auto-restart)\n1\n");
+        "4\nskipped: started, but one second later it was inactive (dead)\n"
+        "dead: started, but one second later it was inactive (dead)\n"
+        "failed: started, but it had failed one second later\nill: started, but it had failed one second later\n"
+        "reborn: started, but systemd had to start it again within one second\n"
+        "again: started, but one second later it was activating (auto-restart)\n1\n"
+        "failed: started, but it had failed one second later\nill: started, but it had failed one second later\n"
+        "reborn: started, but systemd had to start it again within one second\n"
+        "again: started, but one second later it was activating (auto-restart)\n1\n"
+        "good: stopped, but one second later it was active (running)\n"
+        "rereads: stopped, but one second later it was reloading (reloading)\n"
+        "reborn: stopped, but one second later it was active (running)\n"
+        "again: stopped, but one second later it was activating (auto-restart)\n1\n");
 }
 
 } // namespace

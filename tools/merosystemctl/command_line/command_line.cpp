@@ -1,11 +1,13 @@
 #include "command_line/command_line.h"
 
 #include "command_line/calls.h"
+#include "command_line/nearest.h"
 #include "output/exit_code.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iostream>
 
 namespace MERO::Tool {
 namespace {
@@ -14,37 +16,6 @@ const CLI::App* Subcommand(const CLI::App& command, const std::string& name)
 {
     const auto all = command.get_subcommands([&](const CLI::App* sub) { return sub->get_name() == name; });
     return all.empty() ? nullptr : all.front();
-}
-
-/// The words behind "--" of a command that takes them. For other commands "--" only ends the options.
-void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
-{
-    for (const std::string& word : words) {
-        const CLI::App* sub = Subcommand(*command, word);
-        if (sub == nullptr) {
-            break;
-        }
-        command = sub;
-    }
-    const auto taker = calls.behindDashes.find(command);
-    const auto dashes = std::find(words.begin(), words.end(), "--");
-    if (taker != calls.behindDashes.end() && dashes != words.end()) {
-        taker->second->assign(dashes + 1, words.end());
-        words.erase(dashes, words.end());
-    }
-}
-
-std::string UsageMessage(const std::string& fault)
-{
-    return "merosystemctl: " + fault + "\nmerosystemctl: --help, also behind a command, tells what there is\n";
-}
-
-/// The parser takes an unknown command for a missing one.
-std::string Fault(const CLI::App* program, const CLI::Error& error)
-{
-    const Texts unknown = program->remaining(true);
-    const bool isCommandMissing = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !unknown.empty();
-    return isCommandMissing ? "there is no command " + unknown.front() : error.what();
 }
 
 /// The option that a word such as "--type" or "-n" names.
@@ -59,6 +30,28 @@ bool TakesValue(const CLI::Option* option)
     return option != nullptr && option->get_items_expected_max() > 0;
 }
 
+/// The words after "--" of a command that takes them. For other commands "--" only ends the options.
+void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
+{
+    const CLI::App* program = command;
+    bool isValue = false; // of an option of the program
+    for (const std::string& word : words) {
+        const CLI::App* sub = Subcommand(*command, word);
+        if (!isValue && sub != nullptr) {
+            command = sub;
+        } else if (!isValue && !word.starts_with('-')) {
+            break;
+        }
+        isValue = !isValue && TakesValue(NamedOption(*program, word));
+    }
+    const auto taker = calls.behindDashes.find(command);
+    const auto dashes = std::find(words.begin(), words.end(), "--");
+    if (taker != calls.behindDashes.end() && dashes != words.end()) {
+        taker->second->assign(dashes + 1, words.end());
+        words.erase(dashes, words.end());
+    }
+}
+
 /// The name of the operand in place `index`; the last one may take all that follow.
 std::string OperandName(const CLI::App& command, std::size_t index)
 {
@@ -69,38 +62,150 @@ std::string OperandName(const CLI::App& command, std::size_t index)
     return all[std::min(index, all.size() - 1)]->get_name(true);
 }
 
-Texts OptionNames(const CLI::App& command)
+std::vector<Word> OptionNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::Option* option : command.get_options()) {
         for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
+            names.push_back({"--" + name, option->get_description()});
         }
     }
     return names;
 }
 
-Texts CommandNames(const CLI::App& command)
+std::vector<Word> CommandNames(const CLI::App& command)
 {
-    Texts names;
+    std::vector<Word> names;
     for (const CLI::App* sub : command.get_subcommands([](const CLI::App* sub) { return !sub->get_group().empty(); })) {
-        names.push_back(sub->get_name());
+        names.push_back({sub->get_name(), sub->get_description()});
     }
     return names;
+}
+
+Texts TextsOf(const std::vector<Word>& words)
+{
+    Texts texts;
+    std::transform(words.begin(), words.end(), std::back_inserter(texts), [](const Word& word) { return word.text; });
+    return texts;
+}
+
+/// The words with a command, if they have none but mean one.
+Texts WithCommand(const CLI::App& program, Texts words, const CommandLine::Description& description)
+{
+    auto word = words.begin();
+    while (word != words.end() && NamedOption(program, *word) != nullptr) {
+        if (*word == "--help" || *word == "-h" || *word == "--version") {
+            return words;
+        }
+        const bool hasValue = TakesValue(NamedOption(program, *word));
+        word += hasValue && word + 1 != words.end() ? 2 : 1;
+    }
+    const auto shorthand = word == words.end() ? description.shorthands.end() : description.shorthands.find(*word);
+    if (word == words.end()) {
+        words.push_back(description.whenNothing);
+    } else if (shorthand != description.shorthands.end()) {
+        words.insert(word, shorthand->second);
+    }
+    return words;
+}
+
+/// The command that was called, as far as its words are known: the program itself when the first one is not.
+const CLI::App* Called(const CLI::App* program)
+{
+    while (!program->get_subcommands().empty()) {
+        program = program->get_subcommands().front();
+    }
+    return program;
+}
+
+/// "volume list"; empty for the program itself.
+std::string FullName(const CLI::App* command)
+{
+    if (command->get_parent() == nullptr) {
+        return {};
+    }
+    const std::string before = FullName(command->get_parent());
+    return before + (before.empty() ? "" : " ") + command->get_name();
+}
+
+std::string HelpHint(const CLI::App* command)
+{
+    const std::string name = FullName(command);
+    return "Try 'merosystemctl " + name + (name.empty() ? "" : " ") + "--help'.";
+}
+
+std::string DidYouMean(const std::string& nearest)
+{
+    return nearest.empty() ? "" : "\nDid you mean " + nearest + "?";
+}
+
+/// What is wrong with the words that the parser did not know what to do with.
+std::string UnknownFault(const CLI::App& program, const CLI::App& called, const Texts& words, const Texts& elsewhere)
+{
+    const auto option = std::find_if(words.begin(), words.end(),
+                                     [](const std::string& word) { return word.size() > 1 && word.front() == '-'; });
+    if (option != words.end()) {
+        Texts known = TextsOf(OptionNames(called));
+        if (std::find(known.begin(), known.end(), *option) != known.end()) {
+            return *option + " goes after the command";
+        }
+        const Texts general = TextsOf(OptionNames(program));
+        known.insert(known.end(), general.begin(), general.end());
+        return "unknown option " + *option + DidYouMean(Nearest(*option, known));
+    }
+    const Texts commands = TextsOf(CommandNames(called));
+    if (commands.empty()) {
+        return std::string("unexpected argument") + (words.size() > 1 ? "s" : "") + ": " + ToCell(words);
+    }
+    const std::string name = FullName(&called) + (called.get_parent() == nullptr ? "" : " ") + words.front();
+    const bool isElsewhere = called.get_parent() == nullptr &&
+                             std::find(elsewhere.begin(), elsewhere.end(), words.front()) != elsewhere.end();
+    return "there is no command " + name +
+           (isElsewhere ? " here. Use 'systemctl " + ToCell(words) + "'."
+                        : DidYouMean(Nearest(words.front(), commands)));
+}
+
+/// What is wrong with the words, and what to do.
+std::string UsageMessage(const CLI::App& program, const CLI::Error& error, const Texts& elsewhere)
+{
+    const CLI::App* called = Called(&program);
+    const Texts unknown = program.remaining(true);
+    std::string fault = error.what();
+    if (!unknown.empty()) {
+        fault = UnknownFault(program, *called, unknown, elsewhere);
+    } else if (const Texts commands = TextsOf(CommandNames(*called)); !commands.empty()) {
+        const bool isGroup = called != &program;
+        fault = "missing command" + (isGroup ? ": " + ToCell(commands) : "");
+    }
+    return "merosystemctl: " + fault + "\n" + HelpHint(called) + "\n";
+}
+
+/// Throws a UsageError when a command was given an option of the program that it does not take.
+void CheckLimits(const CLI::App& program, const std::map<std::string, Texts>& limited)
+{
+    const std::string called = FullName(Called(&program));
+    for (const auto& [option, commands] : limited) {
+        if (program.count(option) > 0 && std::find(commands.begin(), commands.end(), called) == commands.end()) {
+            throw UsageError(option + " is not for " + called + "; it is for: " + ToCell(commands));
+        }
+    }
 }
 
 } // namespace
 
 CommandLine::CommandLine(const Description& description)
     : app_(std::make_unique<CLI::App>(description.help, description.program)), calls_(std::make_unique<Calls>()),
-      note_(description.note), before_(description.before)
+      description_(description)
 {
-    app_->set_version_flag("--version", description.program + " " + description.version);
+    app_->set_version_flag("--version", description.program + " " + description.version, "Print the version and exit");
     app_->set_help_flag("-h,--help", "Print this help and exit");
     app_->require_subcommand(1);
-    app_->failure_message(
-        [](const CLI::App* program, const CLI::Error& error) { return UsageMessage(Fault(program, error)); });
-    app_->get_formatter()->column_width(28);
+    app_->failure_message([this](const CLI::App* program, const CLI::Error& error) {
+        return UsageMessage(*program, error, description_.elsewhere);
+    });
+    app_->get_formatter()->column_width(22);
+    app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_->get_formatter()->label("Positionals", "Arguments");
 }
 
 CommandLine::~CommandLine() = default;
@@ -112,13 +217,20 @@ Command CommandLine::Program()
 
 int CommandLine::Run(Texts words)
 {
-    app_->footer(note_); // as late as this: commands that are added inherit it
+    app_->footer(description_.note); // as late as this: commands that are added inherit it
+    for (const Section& section : description_.sections) {
+        for (const std::string& name : section.commands) {
+            app_->get_subcommand(name)->group(section.title);
+        }
+    }
+    words = WithCommand(*app_, words, description_);
     TakeBehindDashes(app_.get(), *calls_, words);
     std::reverse(words.begin(), words.end()); // as the parser wants them
     try {
         app_->parse(words);
-        if (before_ && !app_->get_subcommands().front()->get_group().empty()) {
-            before_();
+        CheckLimits(*app_, description_.limited);
+        if (description_.before && !app_->get_subcommands().front()->get_group().empty()) {
+            description_.before();
         }
         return calls_->called();
     } catch (const CLI::Success& wanted) { // --help and --version
@@ -126,7 +238,11 @@ int CommandLine::Run(Texts words)
     } catch (const CLI::ParseError& error) {
         app_->exit(error);
     } catch (const UsageError& error) {
-        std::cerr << UsageMessage(error.what());
+        PrintError(error.what());
+        std::cerr << HelpHint(Called(app_.get())) << '\n';
+    } catch (const CommandError& error) {
+        PrintError(error.what());
+        return error.code;
     }
     return kUsage;
 }
@@ -135,27 +251,35 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
 {
     const CLI::App* command = app_.get();
     const CLI::Option* valueOf = nullptr;
-    std::size_t operands = 0;
+    Expected expected;
     for (const std::string& word : words) {
         if (valueOf != nullptr) {
-            valueOf = nullptr;
+            valueOf = word == "=" ? valueOf : nullptr; // bash makes three words of "--type=service"
         } else if (word.starts_with("-")) {
-            const CLI::Option* option = NamedOption(*command, word);
+            const CLI::Option* own = NamedOption(*command, word);
+            const CLI::Option* option = own != nullptr ? own : NamedOption(*app_, word);
             valueOf = TakesValue(option) ? option : nullptr;
         } else if (const CLI::App* sub = Subcommand(*command, word)) {
             command = sub;
+            expected.command += (expected.command.empty() ? "" : " ") + word;
         } else {
-            ++operands;
+            expected.operands.push_back(word);
         }
     }
     if (valueOf != nullptr) {
-        return {.commands = {}, .options = {}, .argument = valueOf->get_name()};
+        expected.argument = valueOf->get_name();
+        return expected;
     }
-    return {
-        .commands = operands == 0 ? CommandNames(*command) : Texts(), // else behind a command that there is not
-        .options = OptionNames(*command),
-        .argument = OperandName(*command, operands),
-    };
+    if (expected.operands.empty()) { // else after a command that there is not
+        expected.commands = CommandNames(*command);
+    }
+    expected.options = OptionNames(*command);
+    if (command != app_.get()) {
+        const std::vector<Word> general = OptionNames(*app_);
+        expected.options.insert(expected.options.end(), general.begin(), general.end());
+    }
+    expected.argument = OperandName(*command, expected.operands.size());
+    return expected;
 }
 
 } // namespace MERO::Tool

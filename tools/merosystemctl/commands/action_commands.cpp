@@ -5,11 +5,12 @@
 #include "diagnosis/report.h"
 #include "diagnosis/verification.h"
 #include "output/output.h"
-#include "running/watched_work.h"
+#include "running/dry_run.h"
+#include "running/unit_action.h"
+#include "running/unit_patterns.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <iostream>
 #include <memory>
 
 namespace MERO::Tool {
@@ -18,8 +19,8 @@ namespace {
 struct Action {
     const char* verb;
     const char* help;
-    bool (*run)(const Texts& options, const Texts& units, Texts& failed);
-    Wanted wanted;     ///< of the units, behind it
+    bool (*run)(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer);
+    Wanted wanted;     ///< of the units, afterwards
     bool takesNoBlock; ///< reload never waits
     bool takesJobMode;
     bool starts; ///< units, which reasons may hold
@@ -43,40 +44,50 @@ struct ActionArguments {
     bool noBlock = false;
     bool irreversibly = false;
     bool verify = false;
+    bool dryRun = false;
+    bool json = false;
 };
 
-/// Whether reasons keep the action from a unit; names them then. Nobody restarts with try-restart what does not run.
-bool IsHeld(const Action& action, const std::string& unit, const std::string& ownName)
+using Results = std::vector<UnitResult>;
+
+/// The reasons that keep the action from a unit. Nobody restarts with try-restart what does not run.
+std::vector<Cause> HoldsFrom(const Action& action, const std::string& unit, const std::string& ownName)
 {
-    const std::vector<Cause> holds = HoldsOf(ownName);
-    if (holds.empty() ||
-        (action.wanted == Wanted::NotFailed && MEROSystemdActiveStatusGet(unit) != MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE)) {
-        return false;
+    const bool startsNothing = action.wanted == Wanted::NotFailed;
+    std::vector<Cause> holds = HoldsOf(ownName);
+    if (!holds.empty() && startsNothing && MEROSystemdActiveStatusGet(unit) != MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE) {
+        holds.clear();
     }
-    for (const Cause& hold : holds) {
-        PrintError(unit + ": " + hold.kind + " " + hold.text);
-        std::cerr << "  -> " << hold.remedy << '\n';
-    }
-    return true;
+    return holds;
 }
 
-Texts WithoutHeld(const Action& action, const Texts& units)
+/// Takes the held units off the list.
+Results TakeHeld(const Action& action, Texts& units)
 {
     Texts held;
-    if (!Systemd::ListServicesWithReason(held) || held.empty()) {
-        return units;
+    if (!action.starts || !Systemd::ListServicesWithReason(held) || held.empty()) {
+        return {};
     }
-    const auto known = IsDialectOfToday() ? AskProperties(units, "Id") : std::vector<UnitProperties>();
+    std::map<std::string, Systemd::ShownUnit> shown;
+    if (IsDialectOfToday()) {
+        (void)MEROSystemdShowProperties(units, {"Id"}, shown);
+    }
+    Results results;
     Texts others;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        if (!IsHeld(action, units[i], known.empty() ? units[i] : OwnName(units[i], known[i]))) {
-            others.push_back(units[i]);
+    for (const std::string& unit : units) {
+        const std::vector<Cause> holds = HoldsFrom(action, unit, OwnName(unit, shown[unit].properties["Id"]));
+        if (holds.empty()) {
+            others.push_back(unit);
+        } else {
+            results.push_back(
+                {.unit = unit, .code = kNotActive, .fault = "nothing was done: it is held", .causes = holds});
         }
     }
-    return others;
+    units = others;
+    return results;
 }
 
-int RunOn(const Texts& units, const Action& action, const ActionArguments& arguments)
+Results RunOn(const Texts& units, const Action& action, const ActionArguments& arguments)
 {
     Texts options;
     if (arguments.irreversibly) {
@@ -86,14 +97,13 @@ int RunOn(const Texts& units, const Action& action, const ActionArguments& argum
         options.emplace_back("--no-block");
     }
     const std::string verb = action.verb;
-    Texts failed;
-    const WatchedWork work =
-        Watch(verb + " " + ToCell(units), [&](Progress&) { return action.run(options, units, failed); });
-    if (!work.done) {
-        const auto report = action.wanted == Wanted::Stopped ? ReportUnits : ReportStart;
-        return report(false, verb, failed, work.error);
-    }
-    return arguments.verify ? Verify(units, verb, action.wanted) : kDone;
+    const Results results = RunUnitAction(
+        {.verb = verb,
+         .units = units,
+         .run = [&](const Texts& some, Texts& failed,
+                    const SystemctlObserver& observer) { return action.run(options, some, failed, observer); },
+         .diagnoses = action.wanted != Wanted::Stopped});
+    return arguments.verify && AreDone(results) ? Verify(units, verb, action.wanted) : results;
 }
 
 int Run(const Action& action, const ActionArguments& arguments)
@@ -101,9 +111,16 @@ int Run(const Action& action, const ActionArguments& arguments)
     if (arguments.verify && arguments.noBlock) {
         throw UsageError("--verify excludes --no-block"); // the help shows no line for it
     }
-    const Texts units = action.starts ? WithoutHeld(action, arguments.units) : arguments.units;
-    const int code = units.empty() ? kDone : RunOn(units, action, arguments);
-    return code == kDone && units.size() < arguments.units.size() ? kNotActive : code;
+    Texts units = LoadedUnits(action.verb, arguments.units);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeStop(units), arguments.json);
+    }
+    Results results = TakeHeld(action, units);
+    if (!units.empty()) {
+        const Results others = RunOn(units, action, arguments);
+        results.insert(results.end(), others.begin(), others.end());
+    }
+    return PrintResults(results, arguments.json);
 }
 
 } // namespace
@@ -113,14 +130,18 @@ void AddActionCommands(const Command& program)
     for (const Action& action : kActions) {
         const auto arguments = std::make_shared<ActionArguments>();
         const Command command = program.AddCommand(action.verb, action.help);
-        AddUnits(command, arguments->units);
-        command.AddFlag("--verify", arguments->verify, "Look a second later how they are");
+        AddUnitsOrPatterns(command, arguments->units);
+        command.AddFlag("--verify", arguments->verify, "Check after one second that the units are running");
         if (action.takesNoBlock) {
             command.AddFlag("--no-block", arguments->noBlock, "Queue the jobs and do not wait for them");
         }
         if (action.takesJobMode) {
-            command.AddFlag("--irreversibly", arguments->irreversibly, "With jobs that no later job can replace");
+            command.AddFlag("--irreversibly", arguments->irreversibly, "Queue jobs that later jobs cannot cancel");
         }
+        if (action.wanted == Wanted::Stopped) {
+            AddDryRun(command, arguments->dryRun);
+        }
+        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
         command.OnCall([&action, arguments] { return Run(action, *arguments); });
     }
 }

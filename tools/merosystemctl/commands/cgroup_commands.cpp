@@ -21,7 +21,7 @@ int Show(int pid, bool json)
     const bool hasSystemd = MEROSystemdCgroupPathnameGet(pid, "name=systemd", systemd);
     const bool hasMonitor = MEROSystemdCgroupPathnameGet(pid, "name=meromonitor", monitor);
     if (!hasUnit && !hasSystemd && !hasMonitor) {
-        PrintError(std::to_string(pid) + ": there is no such process, or it has no cgroup of systemd's");
+        PrintError(std::to_string(pid) + ": there is no such process, or systemd has no cgroup for it");
         return kFailed;
     }
     if (json) {
@@ -33,7 +33,7 @@ int Show(int pid, bool json)
         PrintJson(object);
     } else {
         const auto cell = [](const std::string& text) { return text.empty() ? "-" : text; };
-        PrintTable({{"Unit", cell(unit)}, {"systemd", cell(systemd)}, {"meromonitor", cell(monitor)}});
+        PrintFields({{"Unit", cell(unit)}, {"systemd", cell(systemd)}, {"meromonitor", cell(monitor)}});
     }
     return kDone;
 }
@@ -49,7 +49,7 @@ int MoveAndRun(const Move& move)
 {
     const Texts& command = move.command;
     if (command.empty() || move.slice.empty() != move.toRoot) {
-        PrintError("cgroup move takes a slice or --root, and a command behind --");
+        PrintError("missing command: cgroup move SLICE -- COMMAND..., or --root in place of SLICE");
         return kUsage;
     }
     if (!IsRunnable(command)) {
@@ -69,7 +69,7 @@ int MoveAndRun(const Move& move)
 
 void AddCgroupCommands(const Command& program)
 {
-    const Command cgroup = program.AddGroup("cgroup", "Tell and change the cgroup of processes");
+    const Command cgroup = program.AddGroup("cgroup", "Show and change the cgroups of processes");
 
     struct Arguments {
         int pid = 0;
@@ -77,15 +77,15 @@ void AddCgroupCommands(const Command& program)
         Move move;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command show = cgroup.AddCommand("show", "Tell the unit and the cgroups of a process");
+    const Command show = cgroup.AddCommand("show", "Show the unit and the cgroups of a process");
     show.AddOperand("PID", arguments->pid, "A process ID").MustLie(1, kMaxPid);
     show.AddFlag("--json", arguments->json, "As a JSON object");
     show.OnCall([arguments] { return Show(arguments->pid, arguments->json); });
 
     const Command move = cgroup.AddCommand("move", "Run a command in a slice");
-    move.AddOptionalOperand("SLICE", arguments->move.slice, "A slice of systemd's and the monitor's hierarchy");
+    move.AddOptionalOperand("SLICE", arguments->move.slice, "A slice, in systemd's and the monitor's hierarchy");
     const Argument only =
-        move.AddFlag("--monitor-only", arguments->move.monitorOnly, "Of the monitor's hierarchy only");
+        move.AddFlag("--monitor-only", arguments->move.monitorOnly, "Move in the monitor's hierarchy only");
     move.AddFlag("--root", arguments->move.toRoot, "In place of SLICE: the root of systemd's hierarchy").Excludes(only);
     move.TakeBehindDashes(arguments->move.command, "-- COMMAND...");
     move.OnCall([arguments] { return MoveAndRun(arguments->move); });

@@ -8,13 +8,19 @@ namespace MERO::Tool {
 
 void AddCompleteCommand(CommandLine& commandLine)
 {
-    const auto words = std::make_shared<Texts>();
+    struct Arguments {
+        Texts words;
+        bool descriptions = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
     const Command command =
-        commandLine.Program().AddCommand("complete", "Print what may stand at the end of a command line");
-    command.Hide().TakeBehindDashes(*words, "-- [WORD...]"); // it is for the shells
-    command.OnCall([&commandLine, words] {
-        for (const std::string& candidate : Candidates(commandLine, *words)) {
-            std::cout << candidate << '\n';
+        commandLine.Program().AddCommand("complete", "Print what the last word of a command line can be");
+    command.Hide().TakeBehindDashes(arguments->words, "-- [WORD...]"); // it is for the shells
+    command.AddFlag("--descriptions", arguments->descriptions, "Print a tab and a description after each");
+    command.OnCall([&commandLine, arguments] {
+        for (const Word& candidate : Candidates(commandLine, arguments->words)) {
+            const bool isDescribed = arguments->descriptions && !candidate.description.empty();
+            std::cout << candidate.text << (isDescribed ? "\t" + candidate.description : "") << '\n';
         }
         return kDone;
     });

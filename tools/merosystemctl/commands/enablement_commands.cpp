@@ -2,7 +2,8 @@
 #include "commands/usual_arguments.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
-#include "running/watched_work.h"
+#include "running/unit_action.h"
+#include "running/unit_patterns.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -14,74 +15,69 @@ namespace {
 const std::string kRuntime = "--runtime";
 const std::string kOffline = "--root=/.";
 
+using OptionsForm = bool(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer);
+
 /// Reenabling is disabling and enabling; the library's own does it without options.
-bool Reenable(const Texts& options, const Texts& units, Texts& failed)
+bool Reenable(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer)
 {
-    return options.empty() ? MEROSystemdReenable(units, failed)
-                           : MEROSystemdDisableWithOptionsInternal(options, units, failed) &&
-                                 MEROSystemdEnableWithOptionsInternal(options, units, failed);
-}
-
-/// One unit of mask or unmask with options that its library function does not take.
-bool RunOne(const std::string& verb, const Texts& options, const std::string& unit)
-{
-    try {
-        return MEROSystemdSystemctl(verb, options, {unit}, [](int exitCode, const Texts& lines) {
-            if (exitCode != 0) {
-                PrintError(lines.empty() ? "systemctl said nothing"
-                                         : lines.front().substr(0, lines.front().find('\n')));
-            }
-            return exitCode == 0;
-        });
-    } catch (const std::exception&) {
-        return false; // systemctl cannot be run: the log says so
-    }
-}
-
-bool RunEach(const std::string& verb, bool (*atRunTime)(const std::string&), const Texts& options, const Texts& units,
-             Texts& failed)
-{
-    bool done = true;
-    for (const std::string& unit : units) {
-        if (!(options == Texts{kRuntime} ? atRunTime(unit) : RunOne(verb, options, unit))) {
-            failed.push_back(unit);
-            done = false;
-        }
-    }
-    return done;
-}
-
-bool Mask(const Texts& options, const Texts& units, Texts& failed)
-{
-    return options.empty() ? MEROSystemdMask(units, failed)
-                           : RunEach("mask", MEROSystemdMaskRunTime, options, units, failed);
-}
-
-bool Unmask(const Texts& options, const Texts& units, Texts& failed)
-{
-    return options.empty() ? MEROSystemdUnmask(units, failed)
-                           : RunEach("unmask", MEROSystemdUnmaskRunTime, options, units, failed);
+    return options.empty() ? MEROSystemdReenable(units, failed, observer)
+                           : MEROSystemdDisableWithOptionsInternal(options, units, failed, observer) &&
+                                 MEROSystemdEnableWithOptionsInternal(options, units, failed, observer);
 }
 
 struct EnablementChange {
     const char* verb;
     const char* help;
-    bool (*run)(const Texts& options, const Texts& units, Texts& failed);
+    OptionsForm* run;
+    const char* now; ///< what else is done at once with --now; nullptr: it is no option
+    OptionsForm* runNow;
 };
 
 constexpr EnablementChange kEnablementChanges[] = {
-    {"enable", "Have units start at boot", MEROSystemdEnableWithOptionsInternal},
-    {"disable", "Keep units from starting at boot", MEROSystemdDisableWithOptionsInternal},
-    {"reenable", "Disable units, and enable them anew", Reenable},
-    {"mask", "Keep units from being started at all", Mask},
-    {"unmask", "Undo mask", Unmask},
+    {"enable", "Have units start at boot", MEROSystemdEnableWithOptionsInternal, "start", MEROSystemdStartWithOptions},
+    {"disable", "Keep units from starting at boot", MEROSystemdDisableWithOptionsInternal, "stop",
+     MEROSystemdStopWithOptions},
+    {"reenable", "Disable units and enable them again", Reenable, nullptr, nullptr},
+    {"mask", "Keep units from being started at all", MEROSystemdMaskWithOptions, "stop", MEROSystemdStopWithOptions},
+    {"unmask", "Undo mask", MEROSystemdUnmaskWithOptions, nullptr, nullptr},
 };
 
 struct EnablementArguments {
     Texts units;
     bool runtime = false;
     bool offline = false;
+    bool now = false;
+    bool json = false;
 };
+
+std::vector<UnitResult> RunForm(const std::string& verb, const Texts& units, OptionsForm* form, const Texts& options)
+{
+    const bool isOffline = !options.empty() && options.front() == kOffline;
+    return RunUnitAction(
+        {.verb = verb,
+         .units = units,
+         .run = [&](const Texts& some, Texts& failed,
+                    const SystemctlObserver& observer) { return form(options, some, failed, observer); },
+         .diagnoses = verb == "start",
+         .needsManager = !isOffline});
+}
+
+int Run(const EnablementChange& change, const EnablementArguments& arguments)
+{
+    Texts options;
+    if (arguments.offline) {
+        options.push_back(kOffline);
+    }
+    if (arguments.runtime) {
+        options.push_back(kRuntime);
+    }
+    const Texts units = UnitFiles(change.verb, arguments.units, arguments.offline ? Texts{kOffline} : Texts());
+    std::vector<UnitResult> results = RunForm(change.verb, units, change.run, options);
+    if (arguments.now && AreDone(results)) {
+        results = RunForm(change.now, units, change.runNow, {});
+    }
+    return PrintResults(results, arguments.json);
+}
 
 } // namespace
 
@@ -90,23 +86,15 @@ void AddEnablementCommands(const Command& program)
     for (const EnablementChange& change : kEnablementChanges) {
         const auto arguments = std::make_shared<EnablementArguments>();
         const Command command = program.AddCommand(change.verb, change.help);
-        AddUnits(command, arguments->units);
+        AddUnitsOrPatterns(command, arguments->units);
         command.AddFlag("--runtime", arguments->runtime, "Until the next boot only");
-        command.AddFlag("--offline", arguments->offline, "Change the files, without the manager");
-        command.OnCall([&change, arguments] {
-            Texts options;
-            if (arguments->offline) {
-                options.push_back(kOffline);
-            }
-            if (arguments->runtime) {
-                options.push_back(kRuntime);
-            }
-            Texts failed;
-            const std::string verb = change.verb;
-            const WatchedWork work = Watch(verb + " " + ToCell(arguments->units),
-                                           [&](Progress&) { return change.run(options, arguments->units, failed); });
-            return ReportUnits(work.done, verb, failed, work.error);
-        });
+        const Argument offline =
+            command.AddFlag("--offline", arguments->offline, "Change the files, without the manager");
+        if (change.now != nullptr) {
+            command.AddFlag("--now", arguments->now, std::string("And ") + change.now + " the units").Excludes(offline);
+        }
+        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        command.OnCall([&change, arguments] { return Run(change, *arguments); });
     }
 }
 

@@ -19,7 +19,7 @@ struct Metadata {
 /// False when the unit has no file.
 bool Read(Metadata& data)
 {
-    // These two are false, too, for a unit that says nothing of its name.
+    // These two are false for a unit without a name, too.
     (void)MEROSystemdNameGet(data.unit, data.name);
     if (!MEROSystemdNameI18nGet(data.unit, data.nameI18n)) {
         data.nameI18n.clear();
@@ -45,17 +45,17 @@ std::string Text(const std::string& text)
 
 void Print(const Metadata& data)
 {
-    PrintTable({{"Unit", data.unit},
-                {"Name", Text(data.name)},
-                {"Translated name", Text(data.nameI18n)},
-                {"Supported here", Text(data.supported)},
-                {"Enabled by default", Text(data.defaultEnable)},
-                {"One-click enable", Text(data.oneClickEnable)},
-                {"In information centre", Text(data.infoCenter)},
-                {"In small update", Text(data.nanoUpdate)},
-                {"Firewall sections", ToCell(data.firewallSections)},
-                {"Belongs to", ToCell(data.belongsTo)},
-                {"Packed in", ToCell(data.packedIn)}});
+    PrintFields({{"Unit", data.unit},
+                 {"Name", Text(data.name)},
+                 {"Translated name", Text(data.nameI18n)},
+                 {"Supported here", Text(data.supported)},
+                 {"Enabled by default", Text(data.defaultEnable)},
+                 {"One-click enable", Text(data.oneClickEnable)},
+                 {"In information centre", Text(data.infoCenter)},
+                 {"In small update", Text(data.nanoUpdate)},
+                 {"Firewall sections", ToCell(data.firewallSections)},
+                 {"Belongs to", ToCell(data.belongsTo)},
+                 {"Packed in", ToCell(data.packedIn)}});
 }
 
 void PrintAsJson(const Metadata& data)

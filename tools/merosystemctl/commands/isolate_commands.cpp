@@ -1,9 +1,14 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
+#include "diagnosis/isolation.h"
 #include "diagnosis/report.h"
-#include "diagnosis/unit_properties.h"
+#include "output/command_error.h"
 #include "output/output.h"
 #include "running/command_within.h"
+#include "running/dry_run.h"
+#include "running/general_options.h"
 #include "running/run_command.h"
+#include "running/unit_questions.h"
 #include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
@@ -15,15 +20,35 @@
 namespace MERO::Tool {
 namespace {
 
+/// As systemctl reads it.
+std::string TargetName(const std::string& target)
+{
+    return target.find('.') != target.npos ? target : target + ".target";
+}
+
+/// Whether systemd has no such target; says so then. What it cannot be asked about is none of this.
+bool IsNoTarget(const std::string& target)
+{
+    const std::string unit = TargetName(target);
+    std::map<std::string, Systemd::ShownUnit> shown;
+    (void)MEROSystemdShowProperties({unit}, {"LoadState"}, shown);
+    const bool isMissing = IsMissing(shown[unit].properties["LoadState"]);
+    if (isMissing) {
+        PrintError(unit + ": there is no such target");
+    }
+    return isMissing;
+}
+
 int Isolate(const std::string& target, bool noBlock)
 {
     const MERO::Systemd::IsolateOptions options{.noBlock = noBlock};
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
     const std::string what = "isolating to " + target;
+    SystemctlWords words;
     const WatchedWork isolated =
-        Watch(what, [&](Progress&) { return MEROSystemdIsolateTarget(target, options, &result); });
+        Watch(what, [&](Progress&) { return MEROSystemdIsolateTarget(target, options, &result, words.Listener()); });
     if (!isolated.done) {
-        return ReportFailure(what, isolated.error);
+        return words.WereHeard() && IsNoTarget(target) ? kNoSuchUnit : ReportFailure(what, isolated.error, words);
     }
     switch (result) {
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_PENDING:
@@ -31,20 +56,30 @@ int Isolate(const std::string& target, bool noBlock)
                   << '\n';
         return kTimedOut;
     case MERO_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED:
-        std::cout << "isolated to " << target << "; systemd's jobs cannot be listed: units may still be stopping\n";
+        std::cout << "isolated to " << target << "; units may still be stopping: the jobs cannot be listed\n";
         return kFailed;
     default:
-        std::cout << "isolated to " << target << "; what it stops has stopped\n";
+        if (!General().quiet) {
+            std::cout << "isolated to " << target << "; what it stops has stopped\n";
+        }
         return kDone;
     }
+}
+
+int ReportBadState()
+{
+    if (const auto cause = IsolationCause(CurrentIsolation())) {
+        PrintError(cause->text);
+        std::cerr << "  -> " << cause->remedy << '\n';
+    }
+    return kFailed;
 }
 
 int PrintState(bool json)
 {
     MERO::Systemd::IsolateState state;
     if (!MEROSystemdIsolateStateGet(state)) {
-        PrintError("an isolation was killed and has left its state behind, or its state cannot be read");
-        return kFailed;
+        return ReportBadState();
     }
     if (json) {
         Json::Value object(Json::objectValue);
@@ -57,39 +92,31 @@ int PrintState(bool json)
     return state.isolating ? kDone : kNotActive;
 }
 
-/// Whether systemd would isolate to the target; says so when it would not. The way back stops everything that was
-/// started by hand: it must not begin for a name that is misspelt.
-int CheckTarget(const std::string& target)
+/// Throws when systemd would not isolate to the target. The way back stops everything that was started by hand: it must
+/// not begin for a name that is misspelt.
+void CheckTarget(const std::string& target)
 {
-    const std::string unit = target.find('.') != target.npos ? target : target + ".target"; // as systemctl reads it
-    const std::vector<UnitProperties> answer = AskProperties({unit}, "LoadState,AllowIsolate");
-    if (answer.empty()) {
-        return ReportFailure("asking for " + unit);
-    }
-    const std::string& load = answer.front()["LoadState"];
+    const std::string unit = TargetName(target);
+    auto shown = AskUnits({unit}, {"LoadState", "AllowIsolate"});
+    auto& properties = shown[unit].properties;
+    const std::string& load = properties["LoadState"];
     if (!load.empty() && load != "loaded") {
-        PrintError(unit + ": there is no such target");
-        return kNoSuchUnit;
+        throw CommandError(kNoSuchUnit, unit + ": there is no such target");
     }
-    if (answer.front()["AllowIsolate"] == "no") {
-        PrintError(unit + ": cannot be isolated to (AllowIsolate=no)");
-        return kFailed;
+    if (properties["AllowIsolate"] == "no") {
+        throw CommandError(kFailed, unit + ": cannot be isolated to (AllowIsolate=no)");
     }
-    return kDone;
 }
 
 int RunIn(const std::string& target, const Texts& command)
 {
     if (command.empty()) {
-        PrintError("run-in takes a command behind --");
-        return kUsage;
+        throw UsageError("missing command: run-in TARGET -- COMMAND...");
     }
     if (!IsRunnable(command)) {
         return kUsage;
     }
-    if (const int code = CheckTarget(target); code != kDone) {
-        return code;
-    }
+    CheckTarget(target);
     return RunWithin({
         .action =
             [&](const CommandWithin::Begin& begin, auto callback) {
@@ -112,21 +139,30 @@ void AddIsolateCommands(const Command& program)
         std::string target;
         Texts command;
         bool noBlock = false;
+        bool dryRun = false;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
 
     const Command isolate = program.AddCommand("isolate", "Switch the machine to a target");
-    isolate.AddOperand("TARGET", arguments->target, "A target that allows it");
+    TakeNames(isolate.AddOperand("TARGET", arguments->target, "A target with AllowIsolate=yes"));
     isolate.AddFlag("--no-block", arguments->noBlock, "Do not wait for the target, only for the stops");
-    isolate.OnCall([arguments] { return Isolate(arguments->target, arguments->noBlock); });
+    isolate.OnCall([arguments] {
+        if (arguments->json && !arguments->dryRun) {
+            throw UsageError("--json needs --dry-run");
+        }
+        return arguments->dryRun ? PrintForeseen(ForeseeIsolation(TargetName(arguments->target)), arguments->json)
+                                 : Isolate(arguments->target, arguments->noBlock);
+    });
 
-    const Command state = program.AddCommand("isolate-state", "Tell whether an isolation is going on");
+    AddDryRun(isolate, arguments->dryRun);
+    isolate.AddFlag("--json", arguments->json, "Print the dry run as a JSON object");
+    const Command state = program.AddCommand("isolate-state", "Show whether an isolation is going on");
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintState(arguments->json); });
 
-    const Command runIn = program.AddCommand("run-in", "Run a command in a target, and go back after it");
-    runIn.AddOperand("TARGET", arguments->target, "A target that allows to be isolated");
+    const Command runIn = program.AddCommand("run-in", "Run a command in a target, then isolate back");
+    TakeNames(runIn.AddOperand("TARGET", arguments->target, "A target with AllowIsolate=yes"));
     runIn.TakeBehindDashes(arguments->command, "-- COMMAND...");
     runIn.OnCall([arguments] { return RunIn(arguments->target, arguments->command); });
 }

@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "diagnosis/jobs.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
@@ -10,8 +11,6 @@
 namespace MERO::Tool {
 namespace {
 
-using Jobs = std::map<std::uint32_t, MERO::Systemd::JobInfo>;
-
 void PrintJobs(const Jobs& jobs)
 {
     std::vector<Texts> rows{{"JOB", "UNIT", "TYPE", "STATE"}};
@@ -21,34 +20,23 @@ void PrintJobs(const Jobs& jobs)
     PrintTable(rows);
 }
 
-void PrintJobsAsJson(const Jobs& jobs)
-{
-    Json::Value list(Json::arrayValue);
-    for (const auto& [id, job] : jobs) {
-        Json::Value& entry = list.append(Json::objectValue);
-        entry["id"] = id;
-        entry["unit"] = job.unit;
-        entry["type"] = TypeWord(job.type);
-        entry["state"] = StateWord(job.state);
-    }
-    PrintJson(list);
-}
-
 } // namespace
 
 void AddJobsCommand(const Command& program)
 {
-    const auto json = std::make_shared<bool>(false);
-    const Command command = program.AddCommand("jobs", "List systemd's queued jobs");
-    command.AddFlag("--json", *json, "As a JSON array");
-    command.OnCall([json]() -> int {
-        Jobs jobs;
-        if (!MEROSystemdIntJobList(jobs)) {
-            return ReportFailure("listing the jobs");
-        }
-        *json ? PrintJobsAsJson(jobs) : PrintJobs(jobs);
-        return kDone;
-    });
+    for (const char* name : {"jobs", "list-jobs"}) { // as systemctl calls it
+        const auto json = std::make_shared<bool>(false);
+        const Command command = program.AddCommand(name, "List systemd's queued jobs");
+        command.AddFlag("--json", *json, "As a JSON array");
+        command.OnCall([json]() -> int {
+            Jobs jobs;
+            if (!MEROSystemdIntJobList(jobs)) {
+                return ReportFailure("listing the jobs");
+            }
+            *json ? PrintJson(JobsToJson(jobs)) : PrintJobs(jobs);
+            return kDone;
+        });
+    }
 }
 
 } // namespace MERO::Tool

@@ -35,7 +35,7 @@ int Show(int pid, Seconds interval, bool json)
 
 void AddProcessCommands(const Command& program)
 {
-    const Command process = program.AddGroup("process", "Show what a process uses of the machine");
+    const Command process = program.AddGroup("process", "Show what a process uses");
 
     struct Arguments {
         int pid = 0;
@@ -43,9 +43,9 @@ void AddProcessCommands(const Command& program)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command show = process.AddCommand("show", "Show a process' CPU time, memory, reads and writes");
+    const Command show = process.AddCommand("show", "Show a process' CPU time, memory, input and output");
     show.AddOperand("PID", arguments->pid, "A process ID").MustLie(1, std::numeric_limits<int>::max());
-    AddInterval(show, arguments->interval, "Measure for so long (1)");
+    AddInterval(show, arguments->interval, "Measure for N seconds (default 1)");
     show.AddFlag("--json", arguments->json, "As a JSON object");
     show.OnCall([arguments] { return Show(arguments->pid, Seconds(arguments->interval), arguments->json); });
 }

@@ -1,17 +1,19 @@
 #include "commands/commands.h"
+#include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
 #include "diagnosis/holds.h"
 #include "diagnosis/report.h"
-#include "diagnosis/unit_properties.h"
 #include "output/output.h"
+#include "running/dry_run.h"
 #include "running/reason_drop_in.h"
-#include "running/watched_work.h"
+#include "running/unit_action.h"
+#include "running/unit_patterns.h"
 
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
+#include <map>
 #include <memory>
 
 namespace MERO::Tool {
@@ -21,67 +23,80 @@ struct ReasonArguments {
     std::string reason;
     Texts services;
     bool isUnprotected = false;
+    bool dryRun = false;
+    bool json = false;
 };
 
-using Change = bool(const std::string& reason, const Texts& services, Texts& failed);
+using Change = bool (*)(const std::string& reason, const Texts& services, Texts& failed,
+                        const SystemctlObserver& observer);
+using Results = std::vector<UnitResult>;
 
-int RunChange(const std::string& verb, Change* change, const std::string& reason, const Texts& services)
+void Append(Results& results, const Results& others)
 {
-    Texts failed;
-    const WatchedWork work = Watch(verb + " " + reason + " " + ToCell(services),
-                                   [&](Progress&) { return change(reason, services, failed); });
-    return ReportUnits(work.done, verb, failed, work.error);
+    results.insert(results.end(), others.begin(), others.end());
 }
 
-/// One that cannot be asked, such as a name that is none, spoils the question for all.
-std::vector<UnitProperties> AskEach(const Texts& services, const char* names)
+Results RunChange(const std::string& verb, Change change, const std::string& reason, const Texts& services)
 {
-    std::vector<UnitProperties> units = AskProperties(services, names);
-    for (std::size_t i = units.size(); i < services.size(); ++i) {
-        const auto unit = AskProperties({services[i]}, names);
-        units.push_back(unit.empty() ? UnitProperties() : unit.front());
+    if (services.empty()) {
+        return {};
     }
-    return units;
+    return RunUnitAction(
+        {.verb = verb,
+         .units = services,
+         .run = [&](const Texts& some, Texts& failed,
+                    const SystemctlObserver& observer) { return change(reason, some, failed, observer); },
+         .diagnoses = verb == "reason release"});
 }
 
-/// Takes the units off `services` that do not exist, and says so. What is left has its own names.
-std::vector<HeldService> TakeMissing(const std::string& verb, Texts& services)
+bool RemoveReason(const std::string& reason, const Texts& services, Texts& failed, const SystemctlObserver&)
 {
-    const std::vector<UnitProperties> units = AskEach(services, "Id,LoadState,ActiveState,FragmentPath,DropInPaths");
-    std::vector<HeldService> held;
+    return MEROSystemdServiceReasonRemove(reason, services, failed);
+}
+
+/// Takes the units off `services` that do not exist. What is left has its own names.
+Results TakeMissing(const std::string& verb, Texts& services, std::vector<HeldService>& held)
+{
+    std::map<std::string, Systemd::ShownUnit> shown;
+    (void)MEROSystemdShowProperties(services, {"LoadState", "ActiveState", "FragmentPath", "DropInPaths"}, shown);
+    Results missing;
     Texts found;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        if (IsMissing(units[i]["LoadState"]) && units[i]["ActiveState"] != "active") {
-            PrintError(services[i] + ": " + verb + " failed: there is no such unit");
+    for (const std::string& service : services) {
+        auto& unit = shown[service].properties;
+        if (IsMissing(unit["LoadState"]) && unit["ActiveState"] != "active") {
+            missing.push_back({.unit = service, .code = kNoSuchUnit, .fault = verb + " failed: there is no such unit"});
             continue;
         }
-        found.push_back(OwnName(services[i], units[i]));
-        if (units[i]["Id"].ends_with(".service")) {
-            held.push_back({units[i]["Id"], units[i].List("DropInPaths")});
-            held.back().files.push_back(units[i]["FragmentPath"]);
+        found.push_back(OwnName(service, unit["Id"]));
+        if (unit["Id"].ends_with(".service")) {
+            held.push_back({unit["Id"], SplitWords(unit["DropInPaths"])});
+            held.back().files.push_back(unit["FragmentPath"]);
         }
     }
     services = found;
-    return held;
+    return missing;
 }
 
 int Add(const ReasonArguments& arguments)
 {
     const std::string verb = "reason add";
-    Texts services = arguments.services;
-    std::vector<HeldService> held = IsDialectOfToday() ? TakeMissing(verb, services) : std::vector<HeldService>();
+    Texts services = LoadedUnits(verb, arguments.services);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeStop(services), arguments.json);
+    }
+    std::vector<HeldService> held;
+    Results results = IsDialectOfToday() ? TakeMissing(verb, services, held) : Results();
     if (arguments.isUnprotected) {
         held.clear();
     }
     const bool isProtected = ProtectHeld(held);
-    const int code =
-        services.empty() ? kDone : RunChange(verb, MEROSystemdServiceStopByReason, arguments.reason, services);
+    const Results changed = RunChange(verb, MEROSystemdServiceStopByReason, arguments.reason, services);
     UnprotectReleased(services); // that did not get the reason
     std::erase_if(held, [](const HeldService& one) { return !Systemd::CheckServiceHasReason(one.name); });
     const bool isStillProtected = ProtectHeld(held); // unless another process has just released it
-    return services.size() < arguments.services.size()           ? kNoSuchUnit
-           : code == kDone && !(isProtected && isStillProtected) ? kFailed
-                                                                 : code;
+    Append(results, changed);
+    const int code = PrintResults(results, arguments.json);
+    return code == kDone && !(isProtected && isStillProtected) ? kFailed : code;
 }
 
 bool HasReason(const std::string& service, const std::string& reason)
@@ -96,59 +111,93 @@ Texts TakeLacking(const std::string& reason, Texts& services)
 {
     Texts having, lacking;
     for (const std::string& service : services) {
-        const auto unit = HasReason(service, reason) || !IsDialectOfToday() ? std::vector<UnitProperties>()
-                                                                            : AskProperties({service}, "Id");
-        const std::string name = unit.empty() ? service : OwnName(service, unit.front());
+        std::map<std::string, Systemd::ShownUnit> shown;
+        if (!HasReason(service, reason) && IsDialectOfToday()) {
+            (void)MEROSystemdShowProperties({service}, {"Id"}, shown);
+        }
+        const std::string name = OwnName(service, shown[service].properties["Id"]);
         (HasReason(name, reason) ? having : lacking).push_back(name);
     }
     services = having;
     return lacking;
 }
 
-/// Says what stopped along with the services and did not start with them again: the library keeps a note of that. Its
-/// result is about the services alone.
-bool AllRunAgain(const Texts& services)
+/// What the library has noted as stopped along with a service.
+Texts StoppedAlong(const std::string& service)
 {
-    bool all = true;
+    Texts units;
+    std::error_code error;
+    const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
+    for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
+        units.push_back(note.path().filename());
+    }
+    return units;
+}
+
+/// What stopped along with the services and did not start with them again. The library's result is about the services
+/// alone.
+Results StillStopped(const Texts& services)
+{
+    Results stopped;
     for (const std::string& service : services) {
-        std::error_code error;
-        const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
-        for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
-            const std::string unit = note.path().filename();
-            if (!Systemd::CheckServiceHasReason(service)) {
-                PrintError(unit + ": it stopped along with " + service + ", and does not run again");
-                std::cerr << "  -> merosystemctl why " << unit << '\n';
-                all = false;
-            }
+        for (const std::string& unit : Systemd::CheckServiceHasReason(service) ? Texts() : StoppedAlong(service)) {
+            stopped.push_back({.unit = unit,
+                               .code = kFailed,
+                               .fault = "does not run again",
+                               .causes = {{"stopped", "along with " + service, "merosystemctl why " + unit}}});
         }
     }
-    return all;
+    return stopped;
+}
+
+/// A service starts when this was its last reason, and what stopped along with it does too.
+std::vector<Foreseen> ForeseeRelease(const std::string& reason, Texts services)
+{
+    (void)TakeLacking(reason, services);
+    std::vector<Foreseen> changes;
+    for (const std::string& service : services) {
+        Texts reasons;
+        (void)MEROSystemdServiceReasonList(service, reasons);
+        std::erase(reasons, reason);
+        if (!reasons.empty()) {
+            changes.push_back({service, "stays held", "by " + ToCell(reasons)});
+            continue;
+        }
+        const auto starts = ForeseeStart({service});
+        changes.insert(changes.end(), starts.begin(), starts.end());
+        for (const std::string& unit : StoppedAlong(service)) {
+            changes.push_back({unit, "starts", "stopped along with " + service});
+        }
+    }
+    return changes;
 }
 
 int Release(const ReasonArguments& arguments)
 {
-    Texts services = arguments.services;
-    const Texts lacking = TakeLacking(arguments.reason, services);
-    for (const std::string& service : lacking) {
-        PrintError(service + ": it does not have the reason " + arguments.reason);
+    Texts services = LoadedUnits("reason release", arguments.services);
+    if (arguments.dryRun) {
+        return PrintForeseen(ForeseeRelease(arguments.reason, services), arguments.json);
     }
-    const int code = services.empty()
-                         ? kDone
-                         : RunChange("reason release", MEROSystemdServiceStartByReason, arguments.reason, services);
+    Results results;
+    for (const std::string& service : TakeLacking(arguments.reason, services)) {
+        results.push_back(
+            {.unit = service, .code = kNotActive, .fault = "it does not have the reason " + arguments.reason});
+    }
+    Append(results, RunChange("reason release", MEROSystemdServiceStartByReason, arguments.reason, services));
     UnprotectReleased(services);
-    const bool allRun = AllRunAgain(services);
-    return code != kDone ? code : !allRun ? kFailed : lacking.empty() ? kDone : kNotActive;
+    Append(results, StillStopped(services));
+    return PrintResults(results, arguments.json);
 }
 
 /// A service that lacks the reason is left as it is meant to be.
 int Remove(const ReasonArguments& arguments)
 {
-    Texts services = arguments.services;
+    Texts services = LoadedUnits("reason remove", arguments.services);
     const Texts lacking = TakeLacking(arguments.reason, services);
     services.insert(services.end(), lacking.begin(), lacking.end());
-    const int code = RunChange("reason remove", MEROSystemdServiceReasonRemove, arguments.reason, services);
+    const Results results = RunChange("reason remove", RemoveReason, arguments.reason, services);
     UnprotectReleased(services);
-    return code;
+    return PrintResults(results, arguments.json);
 }
 
 struct ReasonChange {
@@ -158,9 +207,9 @@ struct ReasonChange {
 };
 
 constexpr ReasonChange kReasonChanges[] = {
-    {"add", "Give services a reason to be held, and stop them", Add},
-    {"release", "Take a reason from services, and start them", Release},
-    {"remove", "Take a reason from services, and leave them stopped", Remove},
+    {"add", "Add a hold to services and stop them", Add},
+    {"release", "Remove a hold from services and start them", Release},
+    {"remove", "Remove a hold from services, leave them stopped", Remove},
 };
 
 int ListReasons(Texts services, bool json)
@@ -177,8 +226,8 @@ int ListReasons(Texts services, bool json)
             return ReportFailure(service + ": listing its reasons");
         }
         std::sort(reasons.begin(), reasons.end());
-        object[service] = ToJson(reasons);
-        rows.push_back({service, ToCell(reasons)});
+        object[ServiceName(service)] = ToJson(reasons);
+        rows.push_back({ServiceName(service), ToCell(reasons)});
     }
     json ? PrintJson(object) : PrintTable(rows);
     return kDone;
@@ -188,14 +237,18 @@ int ListReasons(Texts services, bool json)
 
 void AddReasonCommands(const Command& program)
 {
-    const Command reason = program.AddGroup("reason", "Hold services stopped for reasons");
+    const Command reason = program.AddGroup("reason", "Hold services stopped for a reason");
     for (const ReasonChange& change : kReasonChanges) {
         const auto arguments = std::make_shared<ReasonArguments>();
         const Command command = reason.AddCommand(change.verb, change.help);
         command.AddOperand("REASON", arguments->reason, "A name for the cause, without \"/\"");
-        command.AddOperand("SERVICE", arguments->services, "Services");
+        command.AddOperand("SERVICE", arguments->services, "Services, or patterns such as 'nfs*'");
+        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        if (change.run != Remove) {
+            AddDryRun(command, arguments->dryRun);
+        }
         if (change.run == Add) {
-            command.AddFlag("--no-protect", arguments->isUnprotected, "Let others start the services all the same");
+            command.AddFlag("--no-protect", arguments->isUnprotected, "Add no drop-in; others can start the services");
         }
         command.OnCall([&change, arguments] { return change.run(*arguments); });
     }
@@ -205,7 +258,7 @@ void AddReasonCommands(const Command& program)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command list = reason.AddCommand("list", "List the reasons of services");
+    const Command list = reason.AddCommand("list", "List the holds of services");
     list.AddOptionalOperand("SERVICE", arguments->services, "Services; without any, all that are held");
     list.AddFlag("--json", arguments->json, "As a JSON object");
     list.OnCall([arguments] { return ListReasons(arguments->services, arguments->json); });

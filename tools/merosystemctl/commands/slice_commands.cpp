@@ -8,6 +8,7 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <thread>
@@ -110,28 +111,35 @@ bool Measure(const std::string& slice, Seconds interval, std::vector<ProcessUsag
 
 int Show(const std::string& slice, Seconds interval, bool json)
 {
-    const Names names = NamesOf(slice);
-    if (names.name.empty() && names.nameI18n.empty()) {
-        PrintError(slice + ": there is no such slice, or it has no name");
-        return kNoSuchUnit;
-    }
     std::vector<ProcessUsage> processes;
     if (!Measure(slice, interval, processes)) {
-        PrintError(slice + ": it is no slice that is tracked");
+        PrintError(slice + (IsThere(slice) ? ": this slice is not tracked" : ": there is no such slice"));
         return kNoSuchUnit;
     }
-    json ? PrintProcessesAsJson(slice, names, processes) : PrintProcesses(processes);
+    json ? PrintProcessesAsJson(slice, NamesOf(slice), processes) : PrintProcesses(processes);
     return kDone;
+}
+
+const std::pair<Order, const char*>* FindOrder(const std::string& word)
+{
+    return std::find_if(std::begin(kOrders), std::end(kOrders),
+                        [&](const auto& order) { return order.second == word; });
+}
+
+std::string OrderFault(const std::string& word)
+{
+    return FindOrder(word) != std::end(kOrders) ? "" : "must be cpu, memory, input, output, pid or name";
 }
 
 } // namespace
 
 void AddSliceCommands(const Command& program)
 {
-    const Command slice = program.AddGroup("slice", "Show what slices use of the machine, and kill them");
+    const Command slice = program.AddGroup("slice", "Show what slices use, and kill them");
 
     struct Arguments {
         std::string slice;
+        std::string order = "cpu";
         double interval = 1;
         unsigned count = 0;
         bool json = false;
@@ -145,22 +153,35 @@ void AddSliceCommands(const Command& program)
 
     const Command show = slice.AddCommand("show", "Show what the processes of a slice use");
     show.AddOperand("SLICE", arguments->slice, "A slice that is tracked");
-    AddInterval(show, arguments->interval, "Measure for so long (1)");
+    AddInterval(show, arguments->interval, "Measure for N seconds (default 1)");
     show.AddFlag("--json", arguments->json, "As a JSON object");
     show.OnCall([arguments] { return Show(arguments->slice, Seconds(arguments->interval), arguments->json); });
 
-    const Command kill = slice.AddCommand("kill", "Stop a slice's units, and end what is left");
-    kill.AddOperand("SLICE", arguments->slice, "A slice of systemd's");
-    kill.AddFlag("--force", arguments->force, "Even \"-.slice\", or the slice of this process");
+    const Command kill = slice.AddCommand("kill", "Stop the units of a slice and kill what is left");
+    kill.AddOperand("SLICE", arguments->slice, "A slice such as system.slice");
+    kill.AddFlag("--force", arguments->force, "Kill even \"-.slice\" or the slice of this process");
     kill.OnCall([arguments] { return KillSlice(arguments->slice, arguments->force); });
 
     const Command top = slice.AddCommand("top", "Watch what the tracked slices use");
-    AddInterval(top, arguments->interval, "Measure so often (1)");
-    top.AddOption("--count", "N", arguments->count, "End after so many times")
+    AddInterval(top, arguments->interval, "Update every N seconds (default 1)");
+    top.AddOption("--sort", "ORDER", arguments->order, "cpu (default), memory, input, output, pid or name")
+        .MustPass(OrderFault);
+    top.AddOption("--count", "N", arguments->count, "Exit after N updates")
         .MustLie(1, std::numeric_limits<unsigned>::max());
-    top.AddFlag("--json", arguments->json, "As a JSON array on a line, each time");
-    top.SetNote("A screen with keys on a terminal; elsewhere a line for each slice.");
-    top.OnCall([arguments] { return ShowTop(Seconds(arguments->interval), arguments->count, arguments->json); });
+    top.AddFlag("--json", arguments->json, "As a JSON array on one line, at each update");
+    top.SetNote("On a terminal it is a screen with these keys; elsewhere a line for each slice.\n"
+                "  Up Down j k   choose a slice           PgUp PgDn  scroll its processes\n"
+                "  c m i o p n   order by CPU, memory, input, output, PID or name\n"
+                "  x             kill the chosen slice, after a question\n"
+                "  h             show or hide the keys    q          quit\n"
+                "Input and output are what processes read and write, from disks or caches.");
+    top.OnCall([arguments] {
+        return ShowTop({.interval = Seconds(arguments->interval),
+                        .count = arguments->count,
+                        .json = arguments->json,
+                        .order = FindOrder(arguments->order)->first,
+                        .kill = [](const std::string& slice) { return KillSlice(slice, false); }});
+    });
 }
 
 } // namespace MERO::Tool

@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <future>
 #include <iostream>
 #include <mutex>
@@ -80,8 +81,27 @@ bool HoldsThisProcess(const std::string& slice)
 
 } // namespace
 
+bool IsThere(const std::string& slice)
+{
+    Texts tracked;
+    std::map<std::string, Systemd::ShownUnit> units;
+    (void)MEROSystemdSliceList(tracked); // false when there are none
+    if (std::find(tracked.begin(), tracked.end(), slice) != tracked.end() ||
+        !MEROSystemdShowProperties({slice}, {"ActiveState", "FragmentPath", "DropInPaths"}, units) ||
+        !units[slice].asked) {
+        return true;
+    }
+    std::map<std::string, std::string>& properties = units[slice].properties;
+    return properties["ActiveState"] != "inactive" || !properties["FragmentPath"].empty() ||
+           !properties["DropInPaths"].empty();
+}
+
 int KillSlice(const std::string& slice, bool force)
 {
+    if (!IsThere(slice)) {
+        PrintError(slice + ": there is no such slice");
+        return kNoSuchUnit;
+    }
     if (!force && HoldsThisProcess(slice)) {
         PrintError(slice + " is not killed: this process runs in it. --force kills it all the same");
         return kFailed;

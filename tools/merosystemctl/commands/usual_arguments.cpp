@@ -1,11 +1,14 @@
 #include "commands/usual_arguments.h"
 
+#include "running/general_options.h"
+#include "running/unit_patterns.h"
+
 #include <charconv>
 
 namespace MERO::Tool {
 namespace {
 
-constexpr double kLongest = 24 * 60 * 60;
+constexpr int kLongest = 24 * 60 * 60;
 
 std::string IntervalFault(const std::string& text)
 {
@@ -30,16 +33,47 @@ std::string VolumeFault(const std::string& volume)
     return isVolume ? "" : volume + ": a mount path begins with \"/\" and does not end with it";
 }
 
+std::string PatternFault(const std::string& unit)
+{
+    return IsPattern(unit) ? unit + ": patterns are not taken here; name the unit" : "";
+}
+
 } // namespace
+
+void AddGeneralOptions(const Command& program)
+{
+    GeneralOptions& general = General();
+    program.AddFlag("-q,--quiet", general.quiet, "Print errors and answers only");
+    program.AddFlag("--no-progress", general.noProgress, "Do not show what is waited for");
+    program.AddFlag("--no-legend", general.noLegend, "Print tables without headings");
+    program.AddFlag("--system", general.system, "Ask the system manager; for questions only");
+    program.AddOption("--timeout", "SECONDS", general.timeout, "Wait this long for jobs, then leave them queued")
+        .MustLie(1, kLongest);
+}
 
 void AddUnit(const Command& command, std::string& unit)
 {
     command.AddOperand("UNIT", unit, "A unit; a name without a type means a service");
 }
 
-void AddUnits(const Command& command, Texts& units)
+Argument AddUnits(const Command& command, Texts& units)
 {
-    command.AddOperand("UNIT", units, "Units; a name without a type means a service");
+    return command.AddOperand("UNIT", units, "Units; a name without a type means a service");
+}
+
+void AddDryRun(const Command& command, bool& dryRun)
+{
+    command.AddFlag("--dry-run", dryRun, "Show what would happen, and change nothing");
+}
+
+void AddUnitsOrPatterns(const Command& command, Texts& units)
+{
+    command.AddOperand("UNIT", units, "Units or patterns ('nfs*'); services without a type");
+}
+
+void TakeNames(const Argument& argument)
+{
+    argument.MustPass(PatternFault);
 }
 
 void TakeVolumes(const Argument& argument)

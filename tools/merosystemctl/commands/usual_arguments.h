@@ -8,8 +8,19 @@ namespace MERO::Tool {
 
 using Seconds = std::chrono::duration<double>;
 
+/// Adds the options that the program takes before and after every command.
+void AddGeneralOptions(const Command& program);
+
+void AddDryRun(const Command& command, bool& dryRun);
+
+/// Each pattern has to be replaced by LoadedUnits() or UnitFiles().
+void AddUnitsOrPatterns(const Command& command, Texts& units);
+
+/// Has an argument refuse patterns.
+void TakeNames(const Argument& argument);
+
 void AddUnit(const Command& command, std::string& unit);
-void AddUnits(const Command& command, Texts& units);
+Argument AddUnits(const Command& command, Texts& units);
 
 /// Has an argument take mount paths: "/volume1/", as shells complete it, is "/volume1".
 void TakeVolumes(const Argument& argument);

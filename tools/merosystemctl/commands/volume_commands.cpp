@@ -9,6 +9,7 @@
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -23,15 +24,35 @@ std::string NameFault(const std::string& name)
 struct VolumeChange {
     const char* verb;
     const char* help;
+    const char* note;
+    bool isChecked; ///< whether there must be such a unit
     bool (*forUnit)(const std::string& unit, const std::string& volume);
     bool (*forPackage)(const std::string& package, const std::string& volume);
 };
 
 constexpr VolumeChange kVolumeChanges[] = {
-    {"register", "Have a unit or a package use a volume", MEROSystemdVolumeRegister, MEROSystemdPackageVolumeRegister},
-    {"unregister", "Have it not use the volume any more", MEROSystemdVolumeUnregister,
-     MEROSystemdPackageVolumeUnregister},
+    {"register", "Register a volume that a unit or a package uses",
+     "There must be such a unit, or a unit pkgctl-NAME.service. The volume may be\n"
+     "mounted later: a warning says when its folder is not there yet.",
+     true, MEROSystemdVolumeRegister, MEROSystemdPackageVolumeRegister},
+    {"unregister", "Remove a registration", "", false, MEROSystemdVolumeUnregister, MEROSystemdPackageVolumeUnregister},
 };
+
+/// When systemd cannot be asked, as while a machine is installed, the unit may be there.
+bool IsMissingUnit(const std::string& unit)
+{
+    std::map<std::string, MERO::Systemd::ShownUnit> units;
+    return MEROSystemdShowProperties({unit}, {"LoadState"}, units) && units[unit].asked &&
+           IsMissing(units[unit].properties["LoadState"]);
+}
+
+void WarnOfMissingFolder(const std::string& volume)
+{
+    std::error_code error;
+    if (!std::filesystem::is_directory(volume, error)) {
+        PrintError("warning: " + volume + " is registered, but there is no such folder now");
+    }
+}
 
 void AddChange(const Command& volumeCommand, const VolumeChange& change)
 {
@@ -40,20 +61,32 @@ void AddChange(const Command& volumeCommand, const VolumeChange& change)
     };
     const auto arguments = std::make_shared<Arguments>();
     const Command command = volumeCommand.AddCommand(change.verb, change.help);
+    command.SetNote(change.note);
     TakeVolumes(command.AddOperand("VOLUME", arguments->volume, "A mount path"));
     const Argument unit = command.AddOption("--unit", "UNIT", arguments->unit, "The unit that uses it");
     unit.MustPass(NameFault);
     command.AddOption("--package", "NAME", arguments->package, "The package whose services use it")
         .MustPass(NameFault)
         .Excludes(unit);
-    command.OnCall([&change, arguments] {
+    command.OnCall([&change, arguments]() -> int {
         const bool forUnit = !arguments->unit.empty();
         if (!forUnit && arguments->package.empty()) {
             throw UsageError("--unit or --package is required");
         }
         const std::string& name = forUnit ? arguments->unit : arguments->package;
-        const bool done = (forUnit ? change.forUnit : change.forPackage)(name, arguments->volume);
-        return done ? kDone : ReportFailure(name + ": volume " + change.verb);
+        const std::string unit = forUnit ? name : "pkgctl-" + name + ".service";
+        if (change.isChecked && IsMissingUnit(unit)) {
+            PrintError(name + ": volume " + change.verb + " failed: there is no " +
+                       (forUnit ? "such unit" : "unit " + unit));
+            return kNoSuchUnit;
+        }
+        if (!(forUnit ? change.forUnit : change.forPackage)(name, arguments->volume)) {
+            return ReportFailure(name + ": volume " + change.verb);
+        }
+        if (change.isChecked) {
+            WarnOfMissingFolder(arguments->volume);
+        }
+        return kDone;
     });
 }
 
@@ -98,12 +131,12 @@ int Users(const std::string& mount, bool json)
     std::sort(services.begin(), services.end());
     if (json) {
         PrintJson(ToJson(services));
-        return kDone;
+    } else {
+        for (const std::string& service : services) {
+            std::cout << service << '\n';
+        }
     }
-    for (const std::string& service : services) {
-        std::cout << service << '\n';
-    }
-    return kDone;
+    return SeesAllProcesses("this list") ? kDone : kFailed;
 }
 
 int Dependency(const std::string& unit, bool json)
@@ -121,7 +154,7 @@ int Dependency(const std::string& unit, bool json)
 
 void AddVolumeCommands(const Command& program)
 {
-    const Command volume = program.AddGroup("volume", "Know who uses volumes, and unmount them");
+    const Command volume = program.AddGroup("volume", "Show who uses volumes, and unmount them");
     for (const VolumeChange& change : kVolumeChanges) {
         AddChange(volume, change);
     }

@@ -6,6 +6,7 @@
 #include <merosystemd/systemd.hpp>
 
 #include <mntent.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,13 +87,13 @@ std::string CauseText(const PlannedStop& stop, const StopCause& cause)
 
 const std::string kNone = "-";
 
-/// The cells that tell of a process' file.
+/// The cells that describe a process' file.
 Texts UserCells(const VolumeUser& user)
 {
     return {std::to_string(user.pid), user.command, UseWord(user.use), user.file};
 }
 
-/// What takes a blocker out of the way.
+/// The command that removes a blocker.
 std::string Remedy(const VolumeBlocker& blocker)
 {
     const std::string pid = std::to_string(blocker.user.pid);
@@ -118,7 +119,7 @@ std::string Remedy(const VolumeBlocker& blocker)
 Texts BlockerRow(const VolumeBlocker& blocker)
 {
     if (blocker.user.pid == 0) {
-        return {KindWord(blocker.kind), kNone, kNone, kNone, kNone, blocker.user.file, "-> " + Remedy(blocker)};
+        return {KindWord(blocker.kind), kNone, kNone, kNone, kNone, blocker.user.file};
     }
     const Texts cells = UserCells(blocker.user);
     Texts row{KindWord(blocker.kind), blocker.unit.empty() ? kNone : blocker.unit};
@@ -126,7 +127,6 @@ Texts BlockerRow(const VolumeBlocker& blocker)
     if (blocker.kind == VolumeBlocker::Kind::MountNamespace) {
         row[4] = kNone; // it uses no file
     }
-    row.push_back("-> " + Remedy(blocker));
     return row;
 }
 
@@ -156,9 +156,10 @@ std::vector<Texts> StopRows(const FullVolumeUnmountPlan& plan)
 
 std::vector<Texts> BlockerRows(const VolumeUnmountPlan& plan)
 {
-    std::vector<Texts> rows{{"WHAT", "UNIT", "PID", "COMMAND", "HOW", "FILE", "WHAT TO DO"}};
+    std::vector<Texts> rows{{"WHAT", "UNIT", "PID", "COMMAND", "HOW", "FILE"}};
     for (const VolumeBlocker& blocker : plan.blockers) {
         rows.push_back(BlockerRow(blocker));
+        rows.push_back({"  -> " + Remedy(blocker)});
     }
     return rows;
 }
@@ -217,6 +218,11 @@ void PrintPlan(const FullVolumeUnmountPlan& plan)
     }
 }
 
+bool CanReadAllProcesses()
+{
+    return access("/proc/1/fd", R_OK) == 0; // of a process that is always there, and root's
+}
+
 void PrintPlanAsJson(const FullVolumeUnmountPlan& plan)
 {
     Json::Value object(Json::objectValue);
@@ -245,6 +251,7 @@ void PrintPlanAsJson(const FullVolumeUnmountPlan& plan)
     for (const VolumeBlocker& blocker : plan.blockers) {
         object["blockers"].append(BlockerToJson(blocker));
     }
+    object["complete"] = CanReadAllProcesses();
     PrintJson(object);
 }
 
@@ -274,6 +281,17 @@ bool AreMounted(const Texts& volumes)
     return done;
 }
 
+bool SeesAllProcesses(const std::string& what)
+{
+    const bool seesAll = CanReadAllProcesses();
+    if (!seesAll) {
+        std::cout << std::flush;
+        PrintError(what + " is incomplete: the files of other users' processes cannot be read");
+        std::cerr << "  -> run it as root\n";
+    }
+    return seesAll;
+}
+
 int ShowVolumePlan(const Texts& volumes, bool json)
 {
     if (!AreMounted(volumes)) {
@@ -286,7 +304,7 @@ int ShowVolumePlan(const Texts& volumes, bool json)
         return ReportFailure(what, work.error);
     }
     json ? PrintPlanAsJson(plan) : PrintPlan(plan);
-    return kDone;
+    return SeesAllProcesses("this plan") ? kDone : kFailed;
 }
 
 void PrintBlockers(const std::vector<VolumeBlocker>& blockers)

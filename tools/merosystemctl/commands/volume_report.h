@@ -9,6 +9,10 @@ namespace MERO::Tool {
 /// Plans to unmount volumes, and prints what stops and why, and what keeps the volumes busy all the same. An exit code.
 int ShowVolumePlan(const Texts& volumes, bool json);
 
+/// Whether this user may read which files all processes use. When not, says that `what`, which was made from them, is
+/// incomplete.
+bool SeesAllProcesses(const std::string& what);
+
 /// Says on standard error which of the volumes are not mounted.
 bool AreMounted(const Texts& volumes);
 

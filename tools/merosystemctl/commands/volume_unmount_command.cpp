@@ -41,7 +41,7 @@ struct Stops {
     Texts comingBack;
 };
 
-/// Says whom the library is about to wait for, up to an hour.
+/// Says which process the library is about to wait for, up to an hour.
 void SayWhoIsWaitedFor()
 {
     const std::pair<const char*, const char*> locks[] = {
@@ -57,7 +57,7 @@ void SayWhoIsWaitedFor()
     }
 }
 
-/// Asked while the services are stopped: who is still there, is in the way.
+/// Asked while the services are stopped: what uses the volumes now is in the way.
 void ReportHolders(const Texts& volumes)
 {
     MERO::Systemd::VolumeUnmountPlan plan;
@@ -112,6 +112,7 @@ int Unmount(const Texts& volumes, const Texts& command, bool force)
         .name = command.front(),
         .before = "stopping what uses " + ToCell(volumes),
         .after = "starting the services again",
+        .planning = "planning to unmount " + ToCell(volumes),
     });
 }
 
@@ -146,7 +147,7 @@ int PrintUnmountState(bool json)
         std::cout << "no unmount has stopped services\n";
     } else {
         std::cout << "an unmount of " << ToCell(state.volumes) << " by process " << state.pid
-                  << (isInterrupted ? " was interrupted" : " is going on") << "; it began " << AgeText(state.since)
+                  << (isInterrupted ? " was interrupted" : " is running") << "; it began " << AgeText(state.since)
                   << " ago\nstopped for it: " << ToCell(state.units) << '\n'
                   << (isInterrupted ? "  -> merosystemctl volume recover\n" : "");
     }
@@ -186,13 +187,14 @@ void AddVolumeUnmountCommand(const Command& volume)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount, restart");
+    const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount it, restart them");
     TakeVolumes(command.AddOperand("VOLUME", arguments->volumes, "Mount paths"));
-    const Argument dryRun = command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as volume plan");
-    command.AddFlag("--force", arguments->force, "Go on although something else keeps the volume busy");
+    const Argument dryRun =
+        command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as 'volume plan' does");
+    command.AddFlag("--force", arguments->force, "Go on even if something else keeps the volume busy");
     command.AddFlag("--json", arguments->json, "With --dry-run: as a JSON object").Needs(dryRun);
     command.TakeBehindDashes(arguments->command, "[-- COMMAND...]");
-    command.SetNote("COMMAND unmounts; without one: umount VOLUME...");
+    command.SetNote("COMMAND unmounts the volumes. The default is umount VOLUME...");
     command.OnCall([arguments]() -> int {
         if (arguments->dryRun) {
             return ShowVolumePlan(arguments->volumes, arguments->json);
@@ -208,11 +210,11 @@ void AddVolumeUnmountCommand(const Command& volume)
         return Unmount(arguments->volumes, words, arguments->force);
     });
 
-    const Command state = volume.AddCommand("state", "Show whether an unmount goes on, or was interrupted");
+    const Command state = volume.AddCommand("state", "Show whether an unmount is running or was interrupted");
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintUnmountState(arguments->json); });
 
-    const Command recover = volume.AddCommand("recover", "Start what an interrupted unmount has left stopped");
+    const Command recover = volume.AddCommand("recover", "Start the services that an interrupted unmount stopped");
     recover.OnCall(Recover);
 }
 

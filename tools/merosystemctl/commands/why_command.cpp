@@ -1,17 +1,21 @@
 #include "commands/commands.h"
-#include "commands/usual_arguments.h"
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/report.h"
+#include "diagnosis/systemctl_table.h"
 #include "output/colour.h"
 #include "output/words.h"
+#include "running/unit_patterns.h"
 
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
 namespace MERO::Tool {
 namespace {
 
-void Print(const Diagnosis& diagnosis)
+void PrintDiagnosis(const Diagnosis& diagnosis)
 {
     std::cout << diagnosis.unit
               << (StateExitCode(diagnosis.load, diagnosis.active) == kDone ? " runs: " : " does not run: ")
@@ -20,7 +24,7 @@ void Print(const Diagnosis& diagnosis)
     PrintCauses(std::cout, diagnosis, "");
 }
 
-void PrintAsJson(const Diagnosis& diagnosis)
+Json::Value DiagnosisToJson(const Diagnosis& diagnosis)
 {
     Json::Value object(Json::objectValue);
     object["unit"] = diagnosis.unit;
@@ -28,30 +32,80 @@ void PrintAsJson(const Diagnosis& diagnosis)
     object["active"] = diagnosis.active;
     object["sub"] = diagnosis.sub;
     object["since"] = diagnosis.since;
-    object["causes"] = Json::Value(Json::arrayValue);
-    for (const Cause& cause : diagnosis.causes) {
-        Json::Value& entry = object["causes"].append(Json::objectValue);
-        entry["kind"] = cause.kind;
-        entry["text"] = cause.text;
-        entry["remedy"] = cause.remedy;
-    }
+    object["causes"] = ToJson(diagnosis.causes);
     object["log"] = ToJson(diagnosis.log);
-    PrintJson(object);
+    return object;
 }
 
-int Run(const std::string& unit, bool json)
+/// Says of a unit that there is nothing to print of it; kDone otherwise.
+ExitCode Refuse(const std::string& name, const Diagnosis& diagnosis)
 {
-    const std::optional<Diagnosis> diagnosis = Diagnose(unit);
-    if (!diagnosis) {
-        return ReportFailure(unit + ": asking why");
+    if (!diagnosis.asked) {
+        PrintError(name + ": systemd cannot be asked for a unit of this name");
+        return kFailed;
     }
-    const ExitCode code = StateExitCode(diagnosis->load, diagnosis->active);
-    if (code == kNoSuchUnit) {
-        PrintError(unit + ": there is no such unit");
-    } else {
-        json ? PrintAsJson(*diagnosis) : Print(*diagnosis);
+    const bool isMissing = IsMissing(diagnosis.load);
+    if (isMissing) {
+        PrintError(name + ": there is no such unit");
     }
-    return code;
+    return isMissing ? kNoSuchUnit : kDone;
+}
+
+/// What failed, is held, or is down for a volume. False when systemd cannot be asked.
+bool ListTroubled(Texts& units)
+{
+    const auto failed = FailedUnits();
+    for (TableRow unit : failed ? *failed : std::vector<TableRow>()) {
+        units.push_back(unit["UNIT"]);
+    }
+    Texts held;
+    (void)Systemd::ListServicesWithReason(held);
+    Systemd::VolumeUnmountState unmount;
+    (void)MEROSystemdVolumeUnmountStateGet(unmount);
+    for (const Texts& others : {held, unmount.units}) {
+        units.insert(units.end(), others.begin(), others.end());
+    }
+    std::sort(units.begin(), units.end());
+    units.erase(std::unique(units.begin(), units.end()), units.end());
+    return failed.has_value();
+}
+
+int RunWhy(const Texts& words, bool json)
+{
+    Texts units = LoadedUnits("", words);
+    const bool isForAll = units.empty();
+    if (isForAll && !ListTroubled(units)) {
+        return ReportFailure("listing the failed units");
+    }
+    const auto diagnoses = units.empty() ? std::vector<Diagnosis>() : Diagnose(units);
+    if (!diagnoses) {
+        return ReportFailure(ToCell(units) + ": asking why");
+    }
+    ExitCode code = kDone;
+    Json::Value list(Json::arrayValue);
+    bool isFirst = true;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const Diagnosis& diagnosis = (*diagnoses)[i];
+        const ExitCode refused = Refuse(units[i], diagnosis);
+        code = Worse(code, refused != kDone ? refused : StateExitCode(diagnosis.load, diagnosis.active));
+        if (refused != kDone) {
+            continue;
+        }
+        if (json) {
+            list.append(DiagnosisToJson(diagnosis));
+        } else {
+            std::cout << (std::exchange(isFirst, false) ? "" : "\n");
+            PrintDiagnosis(diagnosis);
+        }
+    }
+    if (json && (isForAll || units.size() > 1)) {
+        PrintJson(list);
+    } else if (json && !list.empty()) {
+        PrintJson(list[0]);
+    } else if (isForAll && units.empty()) {
+        std::cout << "nothing failed, is held, or is down for a volume\n";
+    }
+    return isForAll ? kDone : code;
 }
 
 } // namespace
@@ -59,14 +113,14 @@ int Run(const std::string& unit, bool json)
 void AddWhyCommand(const Command& program)
 {
     struct Arguments {
-        std::string unit;
+        Texts units;
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("why", "Tell why a unit does not run");
-    AddUnit(command, arguments->unit);
-    command.AddFlag("--json", arguments->json, "As a JSON object");
-    command.OnCall([arguments] { return Run(arguments->unit, arguments->json); });
+    const Command command = program.AddCommand("why", "Print why units do not run");
+    command.AddOptionalOperand("UNIT", arguments->units, "Units or patterns; default: all failed, held, down");
+    command.AddFlag("--json", arguments->json, "As a JSON object; several units as an array");
+    command.OnCall([arguments] { return RunWhy(arguments->units, arguments->json); });
 }
 
 } // namespace MERO::Tool

@@ -6,26 +6,40 @@
 
 namespace MERO::Tool {
 
-Texts Candidates(const CommandLine& commandLine, const Texts& words)
+std::vector<Word> Candidates(const CommandLine& commandLine, Texts words)
 {
-    Texts before = words;
     std::string last;
-    if (!before.empty()) {
-        last = before.back();
-        before.pop_back();
+    if (!words.empty()) {
+        last = words.back();
+        words.pop_back();
     }
-    const Expected expected = commandLine.ExpectedBehind(before);
-    Texts all;
+    std::string before; // of the last word, what is not looked for
+    if (const std::size_t equals = last.find('='); last.starts_with("--") && equals != last.npos) {
+        before = last.substr(0, equals + 1);
+        words.push_back(last.substr(0, equals));
+        last.erase(0, equals + 1);
+    } else if (last == "=") { // bash makes three words of "--type=service"
+        last.clear();
+    }
+    const Expected expected = commandLine.ExpectedBehind(words);
+    std::vector<Word> all;
     if (last.starts_with("-") && !expected.options.empty()) {
         all = expected.options;
     } else if (!expected.commands.empty()) {
         all = expected.commands;
     } else {
-        all = NamesFor(expected.argument);
+        all = NamesFor(expected);
     }
-    std::erase_if(all, [&](const std::string& name) { return !name.starts_with(last); });
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
+    std::erase_if(all, [&](const Word& word) {
+        const Texts& given = expected.operands;
+        return !word.text.starts_with(last) || std::find(given.begin(), given.end(), word.text) != given.end();
+    });
+    std::sort(all.begin(), all.end(), [](const Word& one, const Word& other) { return one.text < other.text; });
+    const auto isSame = [](const Word& one, const Word& other) { return one.text == other.text; };
+    all.erase(std::unique(all.begin(), all.end(), isSame), all.end());
+    for (Word& word : all) {
+        word.text.insert(0, before);
+    }
     return all;
 }
 

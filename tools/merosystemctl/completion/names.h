@@ -1,11 +1,10 @@
 #pragma once
 
-#include "output/output.h"
+#include "command_line/command_line.h"
 
 namespace MERO::Tool {
 
-/// The names that this machine has for an argument, which is told by how the help calls it: "UNIT", "--type" ... None
-/// for what cannot be listed.
-Texts NamesFor(const std::string& argument);
+/// The names that this machine has for the operand or the value that is expected. None for what cannot be listed.
+std::vector<Word> NamesFor(const Expected& expected);
 
 } // namespace MERO::Tool

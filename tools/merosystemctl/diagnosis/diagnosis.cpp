@@ -1,6 +1,10 @@
 #include "diagnosis/diagnosis.h"
 
+#include "diagnosis/dependencies.h"
+#include "diagnosis/failure.h"
 #include "diagnosis/holds.h"
+#include "diagnosis/isolation.h"
+#include "diagnosis/jobs.h"
 #include "diagnosis/journal.h"
 #include "diagnosis/unit_properties.h"
 #include "output/text_width.h"
@@ -8,46 +12,37 @@
 
 #include <merosystemd/systemd.hpp>
 
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <ostream>
-#include <set>
 #include <utility>
 
 namespace MERO::Tool {
 namespace {
 
-constexpr int kLogLines = 5;
-constexpr const char* kProperties =
-    "Id,LoadState,LoadError,UnitFileState,ActiveState,SubState,StateChangeTimestamp,Result,ExecMainCode,"
-    "ExecMainStatus,Job,TriggeredBy,Requires,Requisite,BindsTo,Conflicts,ConflictedBy";
+constexpr std::size_t kOwnLines = 5, kSystemdLines = 5;        // of the unit itself
+constexpr std::size_t kDependencyLines = 3, kOfDependency = 1; // of one that it needs
 const std::string kTool = "merosystemctl ";
 const std::string kUnmountTarget = "unmount-volume-begin.target"; // conflicts with the services that it stops
 
-bool Runs(const UnitProperties& unit)
+/// Asked for with the units: where the machine is.
+const Texts kMachine{"default.target", "rescue.target", "emergency.target"};
+
+const std::string& DiagnosedProperties()
 {
-    return unit["ActiveState"] == "active" || unit["ActiveState"] == "reloading";
+    static const std::string properties = Dependencies::Properties() +
+                                          ",LoadError,UnitFileState,StateChangeTimestamp,TriggeredBy,RefuseManualStart,"
+                                          "RequiredBy,WantedBy,NeedDaemonReload";
+    return properties;
 }
 
-/// How the main process ended; empty when it did not, or ended well.
-std::string ProcessEnd(const UnitProperties& unit)
-{
-    const int code = std::atoi(unit["ExecMainCode"].c_str());
-    const int status = std::atoi(unit["ExecMainStatus"].c_str());
-    if (code == CLD_EXITED && status != 0) {
-        return ": its main process ended with exit code " + std::to_string(status);
-    }
-    const char* signal = code == CLD_KILLED || code == CLD_DUMPED ? sigabbrev_np(status) : nullptr;
-    return signal != nullptr ? std::string(": its main process was ended by SIG") + signal : "";
-}
-
-/// A unit's failure, in a word of systemd's and how its process ended.
-std::string FailureText(const UnitProperties& unit)
-{
-    return "result " + (unit["Result"].empty() ? "unknown" : unit["Result"]) + ProcessEnd(unit);
-}
+/// What is known of all the units together.
+struct Facts {
+    std::vector<UnitProperties> units, machine;
+    Jobs jobs;
+    std::vector<JournalEntry> journal;
+    std::optional<Cause> isolation;
+};
 
 void AddUnitFileState(const UnitProperties& unit, std::vector<Cause>& causes)
 {
@@ -58,70 +53,34 @@ void AddUnitFileState(const UnitProperties& unit, std::vector<Cause>& causes)
         causes.push_back({"masked", "it cannot be started", kTool + "unmask " + options + name});
     } else if (unit["LoadState"] != "loaded" && unit["LoadState"] != "merged" && unit["LoadState"] != "stub") {
         causes.push_back({"unit file", unit["LoadState"] + ": " + unit["LoadError"], "systemd-analyze verify " + name});
+    } else if (unit["RefuseManualStart"] == "yes") {
+        Texts starters = unit.List("RequiredBy"), wanting = unit.List("WantedBy");
+        starters.insert(starters.end(), wanting.begin(), wanting.end());
+        causes.push_back({"refused",
+                          "it cannot be started by hand (RefuseManualStart=yes)" +
+                              (starters.empty() ? "" : "; it starts with " + ToCell(starters)),
+                          ""});
+    } else if (!unit["TriggeredBy"].empty()) {
+        causes.push_back({"triggered", "started on demand by " + unit["TriggeredBy"], ""});
     } else if (state == "disabled") {
         causes.push_back({"disabled", "it is not started at boot", kTool + "enable " + name});
-    } else if (!unit["TriggeredBy"].empty()) {
-        causes.push_back({"triggered", "it is started by " + unit["TriggeredBy"] + ", when that wants it", ""});
     }
 }
 
-void AddJob(const UnitProperties& unit, std::vector<Cause>& causes)
+void AddChangedFiles(const UnitProperties& unit, std::vector<Cause>& causes)
 {
-    Systemd::JobInfo job;
-    if (!unit["Job"].empty() && MEROSystemdIntJobGet(unit["Id"], job)) {
+    if (unit["NeedDaemonReload"] == "yes") {
+        causes.push_back({"changed", "its files have changed since systemd read them", kTool + "daemon-reload"});
+    }
+}
+
+void AddJob(const UnitProperties& unit, const Jobs& jobs, std::vector<Cause>& causes)
+{
+    if (const Systemd::JobInfo* job = FindJob(jobs, unit)) {
         causes.push_back(
-            {"job", std::string(TypeWord(job.type)) + " " + StateWord(job.state) + ", number " + std::to_string(job.id),
-             job.state == Systemd::JobState::Waiting ? "systemctl list-jobs --after " + unit["Id"] : ""});
-    }
-}
-
-void AddFailure(const UnitProperties& unit, std::vector<Cause>& causes)
-{
-    if (unit["ActiveState"] == "failed" || (!unit["Result"].empty() && unit["Result"] != "success")) {
-        const bool oftenEnough = unit["Result"] == "start-limit-hit";
-        causes.push_back({"failed", FailureText(unit),
-                          oftenEnough ? kTool + "reset-failed " + unit["Id"] : "journalctl --unit=" + unit["Id"]});
-    }
-}
-
-/// Whether `relative`, which the unit must have running, is why the unit does not: it failed, or cannot be started.
-bool IsInTheWay(const UnitProperties& relative)
-{
-    return relative["ActiveState"] == "failed" ||
-           (relative["ActiveState"] == "inactive" && relative["LoadState"] != "loaded");
-}
-
-Texts Together(const UnitProperties& unit, std::initializer_list<const char*> lists)
-{
-    Texts names;
-    for (const char* list : lists) {
-        const Texts some = unit.List(list);
-        names.insert(names.end(), some.begin(), some.end());
-    }
-    return names;
-}
-
-/// Looks for a failed unit among those that the unit requires, and those that these do.
-void AddDependencies(const UnitProperties& unit, std::vector<Cause>& causes)
-{
-    std::set<std::string> seen{unit["Id"]};
-    for (Texts wanted = Together(unit, {"Requires", "Requisite", "BindsTo"}); !wanted.empty();) {
-        std::erase_if(wanted, [&](const std::string& name) { return !seen.insert(name).second; });
-        Texts next;
-        for (const UnitProperties& needed :
-             wanted.empty() ? std::vector<UnitProperties>() : AskProperties(wanted, kProperties)) {
-            if (IsInTheWay(needed)) {
-                const bool failed = needed["ActiveState"] == "failed";
-                causes.push_back(
-                    {"dependency",
-                     needed["Id"] + " " + (failed ? "failed, " + FailureText(needed) : "is " + needed["LoadState"]),
-                     kTool + "why " + needed["Id"]});
-            } else if (needed["ActiveState"] == "inactive") {
-                const Texts deeper = Together(needed, {"Requires", "Requisite", "BindsTo"});
-                next.insert(next.end(), deeper.begin(), deeper.end());
-            }
-        }
-        wanted = next;
+            {"job",
+             std::string(TypeWord(job->type)) + " " + StateWord(job->state) + ", number " + std::to_string(job->id),
+             job->state == Systemd::JobState::Waiting ? "systemctl list-jobs --after " + unit["Id"] : ""});
     }
 }
 
@@ -151,89 +110,194 @@ void AddRecordedUnmount(const std::string& unit, std::vector<Cause>& causes)
     }
 }
 
-void AddConflicts(const UnitProperties& unit, std::vector<Cause>& causes)
+void AddConflicts(const UnitProperties& unit, const Dependencies& dependencies, std::vector<Cause>& causes)
 {
-    const Texts others = Together(unit, {"Conflicts", "ConflictedBy"});
-    for (const UnitProperties& other :
-         others.empty() ? std::vector<UnitProperties>() : AskProperties(others, "Id,ActiveState")) {
-        if (other["ActiveState"] != "active" && other["ActiveState"] != "activating") {
-            continue;
-        }
-        if (other["Id"] == kUnmountTarget) {
+    for (const UnitProperties* other : dependencies.ConflictsOf(unit)) {
+        const std::string& name = (*other)["Id"];
+        if (name == kUnmountTarget) {
             AddUnmount(causes);
         } else {
-            causes.push_back({"conflict", other["Id"] + " runs", kTool + "stop " + other["Id"]});
+            causes.push_back({"conflict", name + " is running", kTool + "stop " + name, name});
         }
     }
 }
 
-void AddMachineState(const std::string& unit, std::vector<Cause>& causes)
+/// A machine that was isolated to another target has stopped most of its services, and starts none.
+void AddMachineState(const Facts& facts, std::vector<Cause>& causes)
 {
-    Systemd::IsolateState isolation;
-    if (MEROSystemdIsolateStateGet(isolation) && isolation.isolating) {
-        causes.push_back({"isolation", "the machine is being isolated to " + isolation.target, ""});
+    if (facts.isolation) {
+        causes.push_back(*facts.isolation);
+        return;
     }
-    bool supported = true;
-    if (MEROSystemdIsSupportGet(unit, supported) && !supported) {
-        causes.push_back({"support", "this machine lacks the capability that it is made for", ""});
+    const std::string back = kTool + "isolate default.target";
+    for (const UnitProperties& target : facts.machine) {
+        const bool isDefault = &target == &facts.machine.front();
+        if (!isDefault && target["ActiveState"] == "active") {
+            causes.push_back({"isolation", "the machine is in " + target["Id"], back, target["Id"]});
+            return;
+        }
+    }
+    const UnitProperties& usual = facts.machine.front();
+    if (usual["ActiveState"] == "inactive" && usual["Job"].empty() &&
+        std::atoll(usual["ActiveExitTimestampMonotonic"].c_str()) > 0) {
+        causes.push_back(
+            {"isolation", "the machine has left " + usual["Id"] + ", its default target", back, usual["Id"]});
     }
 }
 
-void AddLastEvent(const std::string& unit, std::vector<Cause>& causes)
+void AddSupport(const std::string& unit, std::vector<Cause>& causes)
 {
-    const std::optional<UnitEvent> event = LastEvent(unit);
-    const bool isKnown = std::any_of(causes.begin(), causes.end(), [&](const Cause& cause) {
-        return event && event->isDependency && cause.kind == "dependency";
-    });
-    if (event && !isKnown) {
-        causes.push_back({event->isSkipped ? "condition" : "last event", event->time + ": " + event->message, ""});
+    bool supported = true;
+    if (MEROSystemdIsSupportGet(unit, supported) && !supported) {
+        causes.push_back({"support", "not supported on this platform", ""});
     }
+}
+
+/// That the last start was skipped. Other events stand in the log.
+void AddCondition(const UnitProperties& unit, Diagnosis& diagnosis, const std::vector<JournalEntry>& journal)
+{
+    const std::optional<UnitEvent> event = LastEvent(journal, diagnosis.unit);
+    if (!event || !event->isSkipped) {
+        return;
+    }
+    const std::string& command = unit["ExecCondition"];
+    const std::size_t path = command.find("path=");
+    diagnosis.causes.push_back(
+        {"condition",
+         event->isCommand && path != command.npos
+             ? "skipped: ExecCondition" + command.substr(path + 4, command.find(" ;", path) - path - 4) + " was not met"
+             : event->message,
+         ""});
+    std::erase_if(diagnosis.log, [&](const std::string& line) { return line.ends_with(": " + event->message); });
+}
+
+Diagnosis DiagnosisOf(const std::string& name, const UnitProperties& unit, const Facts& facts,
+                      const Dependencies& dependencies)
+{
+    Diagnosis diagnosis{.asked = unit.WasAsked(),
+                        .unit = unit.WasAsked() ? unit["Id"] : name,
+                        .load = unit["LoadState"],
+                        .active = unit["ActiveState"],
+                        .sub = unit["SubState"],
+                        .since = unit["StateChangeTimestamp"],
+                        .causes = {},
+                        .log = {}};
+    if (!unit.WasAsked() || diagnosis.load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
+        return diagnosis;
+    }
+    std::vector<Cause>& causes = diagnosis.causes = HoldsOf(diagnosis.unit);
+    AddJob(unit, facts.jobs, causes);
+    if (!Runs(unit)) {
+        AddRecordedUnmount(diagnosis.unit, causes);
+        AddConflicts(unit, dependencies, causes);
+        AddMachineState(facts, causes);
+        AddSupport(diagnosis.unit, causes);
+        AddFailure(unit, HitStartLimit(facts.journal, diagnosis.unit), causes);
+        for (Cause& cause : dependencies.CausesOf(unit, facts.journal)) {
+            cause.log = LastLines(facts.journal, cause.unit, kDependencyLines, kOfDependency);
+            causes.push_back(std::move(cause));
+        }
+        AddUnitFileState(unit, causes);
+        diagnosis.log = LastLines(facts.journal, diagnosis.unit, kOwnLines, kSystemdLines);
+        AddCondition(unit, diagnosis, facts.journal);
+    }
+    AddChangedFiles(unit, causes);
+    return diagnosis;
+}
+
+/// What else the journal has to be asked for: dependencies that are down, and units that were asked for by an alias,
+/// which it does not know.
+Texts MoreToRead(const Texts& names, const std::vector<UnitProperties>& units, const Dependencies& dependencies)
+{
+    Texts more = dependencies.Down();
+    std::erase_if(more, [&](const std::string& unit) {
+        return std::any_of(units.begin(), units.end(), [&](const UnitProperties& one) { return one["Id"] == unit; });
+    });
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        if (OwnName(names[i], units[i]) != names[i]) {
+            more.push_back(units[i]["Id"]);
+        }
+    }
+    return more;
 }
 
 } // namespace
 
-std::optional<Diagnosis> Diagnose(const std::string& name)
+std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
 {
-    const std::vector<UnitProperties> answer = AskProperties({name}, kProperties);
-    if (answer.empty()) {
+    JournalReading reading(names); // beside the questions
+    Texts all = names;
+    all.insert(all.end(), kMachine.begin(), kMachine.end());
+    Facts facts{.units = AskProperties(all, DiagnosedProperties().c_str()),
+                .machine = {},
+                .jobs = {},
+                .journal = {},
+                .isolation = IsolationCause(CurrentIsolation())};
+    if (facts.units.empty()) {
         return std::nullopt;
     }
-    const UnitProperties& unit = answer.front();
-    Diagnosis diagnosis{
-        unit["Id"], unit["LoadState"], unit["ActiveState"], unit["SubState"], unit["StateChangeTimestamp"], {}, {}};
-    if (diagnosis.load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
-        return diagnosis;
+    const auto machine = facts.units.begin() + static_cast<std::ptrdiff_t>(names.size());
+    facts.machine.assign(machine, facts.units.end());
+    facts.units.erase(machine, facts.units.end());
+    facts.jobs = JobsOf(facts.units);
+    std::vector<UnitProperties> down;
+    std::copy_if(facts.units.begin(), facts.units.end(), std::back_inserter(down),
+                 [](const UnitProperties& unit) { return unit.WasAsked() && !Runs(unit); });
+    const Dependencies dependencies(down);
+    facts.journal = reading.Take();
+    if (const Texts others = MoreToRead(names, facts.units, dependencies); !others.empty()) {
+        const std::vector<JournalEntry> more = JournalReading(others).Take();
+        facts.journal.insert(facts.journal.end(), more.begin(), more.end());
     }
-    std::vector<Cause>& causes = diagnosis.causes = HoldsOf(diagnosis.unit);
-    AddJob(unit, causes);
-    if (Runs(unit)) {
-        return diagnosis;
+    std::vector<Diagnosis> diagnoses;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        diagnoses.push_back(DiagnosisOf(names[i], facts.units[i], facts, dependencies));
     }
-    AddRecordedUnmount(diagnosis.unit, causes);
-    AddConflicts(unit, causes);
-    AddMachineState(diagnosis.unit, causes);
-    AddFailure(unit, causes);
-    AddDependencies(unit, causes);
-    AddUnitFileState(unit, causes);
-    AddLastEvent(diagnosis.unit, causes);
-    diagnosis.log = LastLines(diagnosis.unit, kLogLines);
-    return diagnosis;
+    return diagnoses;
 }
 
-void PrintCauses(std::ostream& stream, const Diagnosis& diagnosis, const std::string& indentation)
+std::optional<Diagnosis> Diagnose(const std::string& unit)
 {
-    constexpr std::size_t kColumn = 12; // behind the longest word
+    const auto diagnoses = Diagnose(Texts{unit});
+    return diagnoses ? std::optional(diagnoses->front()) : std::nullopt;
+}
+
+Json::Value ToJson(const std::vector<Cause>& causes)
+{
+    Json::Value list(Json::arrayValue);
+    for (const Cause& cause : causes) {
+        Json::Value& entry = list.append(Json::objectValue);
+        entry["kind"] = cause.kind;
+        entry["text"] = cause.text;
+        entry["remedy"] = cause.remedy;
+        entry["unit"] = cause.unit;
+        entry["log"] = ToJson(cause.log);
+    }
+    return list;
+}
+
+void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const std::string& indentation)
+{
+    constexpr std::size_t kColumn = 12; // after the longest word
     constexpr std::size_t kWidth = 80;
     const std::string blanks(kColumn, ' ');
-    for (const Cause& cause : diagnosis.causes) {
+    for (const Cause& cause : causes) {
         std::string before = cause.kind + blanks.substr(cause.kind.size());
         for (const std::string& line : WrapWords(cause.text, kWidth - kColumn - indentation.size())) {
             stream << indentation << std::exchange(before, blanks) << line << '\n';
+        }
+        for (const std::string& line : cause.log) {
+            stream << indentation << blanks << line << '\n';
         }
         if (!cause.remedy.empty()) {
             stream << indentation << blanks << "-> " << cause.remedy << '\n'; // whole, to be copied
         }
     }
+}
+
+void PrintCauses(std::ostream& stream, const Diagnosis& diagnosis, const std::string& indentation)
+{
+    PrintCauses(stream, diagnosis.causes, indentation);
     for (const std::string& line : diagnosis.log) {
         stream << indentation << line << '\n';
     }

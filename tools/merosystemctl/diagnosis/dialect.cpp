@@ -48,15 +48,25 @@ bool IsDialectOfToday()
            std::strcmp(dialect, "current") == 0;
 }
 
-void WarnOfDialect()
+std::string DialectFault(bool asksSystemctl)
 {
-    const bool isOfToday = IsDialectOfToday(); // as usual: no process more then
-    const int version = isOfToday ? InstalledSystemdVersion() : SystemdVersion();
+    const bool isOfToday = IsDialectOfToday();
+    const int version = asksSystemctl ? SystemdVersion() : InstalledSystemdVersion();
     const std::string systemd = "systemd " + std::to_string(version);
     if (!isOfToday && version >= kFirstCurrent) {
-        PrintError(systemd + " speaks the current dialect: put dialect=current into " + kConfiguration);
-    } else if (isOfToday && version > 0 && version < kFirstCurrent) {
-        PrintError(systemd + " does not speak the current dialect: take dialect=current out of " + kConfiguration);
+        return systemd + " speaks the current dialect: put dialect=current into " + kConfiguration;
+    }
+    if (isOfToday && version > 0 && version < kFirstCurrent) {
+        return systemd + " does not speak the current dialect: take dialect=current out of " + kConfiguration;
+    }
+    return {};
+}
+
+void WarnOfDialect()
+{
+    const bool asksSystemctl = !IsDialectOfToday(); // as usual: no process more otherwise
+    if (const std::string fault = DialectFault(asksSystemctl); !fault.empty()) {
+        PrintError(fault);
     }
 }
 

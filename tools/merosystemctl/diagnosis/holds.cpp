@@ -17,7 +17,12 @@ std::string ServiceName(const std::string& unit)
 
 std::string OwnName(const std::string& name, const UnitProperties& unit)
 {
-    return unit["Id"].empty() || unit["Id"] == ServiceName(name) ? name : unit["Id"];
+    return OwnName(name, unit["Id"]);
+}
+
+std::string OwnName(const std::string& name, const std::string& id)
+{
+    return id.empty() || id == ServiceName(name) ? name : id;
 }
 
 std::vector<Cause> HoldsOf(const std::string& unit)

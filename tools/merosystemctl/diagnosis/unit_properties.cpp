@@ -1,5 +1,7 @@
 #include "diagnosis/unit_properties.h"
 
+#include "running/general_options.h"
+
 #include <merosystemd/systemd.hpp>
 
 #include <sstream>
@@ -25,25 +27,22 @@ Texts UnitProperties::List(const std::string& name) const
 
 std::vector<UnitProperties> AskProperties(const Texts& units, const char* names)
 {
-    std::vector<UnitProperties> all(1);
-    const auto read = [&](int exitCode, const Texts& lines) {
-        for (std::string line : lines) {
-            line.erase(line.find_last_not_of('\n') + 1);
-            const std::size_t equals = line.find('=');
-            if (line.empty()) { // between two units
-                all.emplace_back();
-            } else if (equals != line.npos) {
-                all.back().Add(line.substr(0, equals), line.substr(equals + 1));
-            }
-        }
-        return exitCode == 0 && all.size() == units.size();
-    };
-    try {
-        const bool asked = MEROSystemdSystemctl("show", {std::string("--property=") + names}, units, read);
-        return asked ? all : std::vector<UnitProperties>();
-    } catch (const std::exception&) {
-        return {}; // systemctl cannot be run
+    Texts properties;
+    std::istringstream list(names);
+    for (std::string name; std::getline(list, name, ',');) {
+        properties.push_back(name);
     }
+    std::map<std::string, Systemd::ShownUnit> shown;
+    const auto ask = General().system ? MEROSystemdShowPropertiesSystem : MEROSystemdShowProperties;
+    if (!ask(units, properties, shown)) {
+        return {};
+    }
+    std::vector<UnitProperties> all;
+    for (const std::string& unit : units) {
+        const Systemd::ShownUnit& one = shown[unit];
+        all.push_back(one.asked ? UnitProperties(one.properties) : UnitProperties());
+    }
+    return all;
 }
 
 } // namespace MERO::Tool

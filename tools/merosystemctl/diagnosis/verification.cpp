@@ -3,10 +3,14 @@
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/journal.h"
 #include "diagnosis/report.h"
-#include "diagnosis/unit_properties.h"
+#include "output/command_error.h"
 
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
 #include <chrono>
-#include <iostream>
+#include <map>
+#include <optional>
 #include <thread>
 
 namespace MERO::Tool {
@@ -14,7 +18,9 @@ namespace {
 
 constexpr auto kTimeToDie = std::chrono::seconds(1);
 
-bool IsAs(Wanted wanted, const UnitProperties& before, const UnitProperties& unit)
+using Properties = std::map<std::string, std::string>;
+
+bool IsAs(Wanted wanted, Properties& before, Properties& unit)
 {
     // One that systemd started again meanwhile has died too; restarts of former days do not count.
     const bool hasDied = unit["ActiveState"] == "failed" || unit["SubState"] == "auto-restart" ||
@@ -36,29 +42,48 @@ bool IsAs(Wanted wanted, const UnitProperties& before, const UnitProperties& uni
     }
 }
 
+/// What is wrong one second later.
+std::string Fault(Wanted wanted, const std::string& active, const std::string& sub)
+{
+    if (wanted == Wanted::Stopped) {
+        return "stopped, but one second later it was " + active + " (" + sub + ")";
+    }
+    const bool runs = active == "active" || active == "reloading";
+    return active == "failed" ? "started, but it had failed one second later"
+           : runs             ? "started, but systemd had to start it again within one second"
+                              : "started, but one second later it was " + active + " (" + sub + ")";
+}
+
 } // namespace
 
-int Verify(const Texts& units, const std::string& verb, Wanted wanted)
+std::vector<UnitResult> Verify(const Texts& units, const std::string& verb, Wanted wanted)
 {
-    const std::vector<UnitProperties> before = AskProperties(units, "NRestarts");
+    std::map<std::string, Systemd::ShownUnit> before, after;
+    (void)MEROSystemdShowProperties(units, {"NRestarts"}, before);
     std::this_thread::sleep_for(kTimeToDie);
-    const std::vector<UnitProperties> states = AskProperties(units, "Id,ActiveState,SubState,Type,Result,NRestarts");
-    if (before.empty() || states.empty()) {
-        return ReportFailure("verifying the " + verb);
+    if (!MEROSystemdShowProperties(units, {"ActiveState", "SubState", "Type", "Result", "NRestarts"}, after)) {
+        throw CommandError(kFailed, "verifying the " + verb + " failed: systemd does not answer");
     }
-    int code = kDone;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        if (IsAs(wanted, before[i], states[i])) {
+    std::vector<UnitResult> results;
+    Texts ill;
+    for (const std::string& unit : units) {
+        Properties& state = after[unit].properties;
+        results.push_back({.unit = unit});
+        if (IsAs(wanted, before[unit].properties, state)) {
             continue;
         }
-        code = kFailed;
-        PrintError(units[i] + ": " + verb + " was done, but a second later the unit is " + states[i]["ActiveState"] +
-                   " (" + states[i]["SubState"] + ")");
-        if (const std::optional<Diagnosis> diagnosis = Diagnose(units[i])) {
-            PrintCauses(std::cerr, *diagnosis, "  ");
-        }
+        results.back().code = kFailed;
+        results.back().fault = Fault(wanted, state["ActiveState"], state["SubState"]);
+        ill.push_back(unit);
     }
-    return code;
+    const auto diagnoses = ill.empty() ? std::nullopt : Diagnose(ill);
+    for (std::size_t i = 0; diagnoses && i < ill.size(); ++i) {
+        const auto result =
+            std::find_if(results.begin(), results.end(), [&](const UnitResult& one) { return one.unit == ill[i]; });
+        result->causes = (*diagnoses)[i].causes;
+        result->log = (*diagnoses)[i].log;
+    }
+    return results;
 }
 
 } // namespace MERO::Tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "diagnosis/report.h"
 #include "output/output.h"
 
 namespace MERO::Tool {
@@ -10,8 +11,8 @@ enum class Wanted {
     Stopped,
 };
 
-/// Looks how the units are a second later: systemd calls a service started that dies at once. The exit code; units that
-/// are not as wanted are named on standard error, with why.
-int Verify(const Texts& units, const std::string& verb, Wanted wanted);
+/// Looks at the units a second later: systemd calls a service started that dies at once. Says of units that are not as
+/// wanted why.
+std::vector<UnitResult> Verify(const Texts& units, const std::string& verb, Wanted wanted);
 
 } // namespace MERO::Tool

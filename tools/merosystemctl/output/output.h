@@ -15,10 +15,18 @@ using Texts = std::vector<std::string>;
 
 using Paint = Colour (*)(const std::string& cell);
 
-/// Prints columns as wide as their widest cell, with two blanks between, those of some columns in colours.
+/// Prints columns as wide as their widest cell, with two blanks between, those of some columns in colours. The first
+/// row is the heading. A row of one cell is a remark to the one above, and printed whole; on a terminal other cells are
+/// shortened so that no line is wider than it.
 void PrintTable(const std::vector<Texts>& rows, const std::map<std::size_t, Paint>& paints = {});
 
-/// Fills the cells of these columns up on the left, so that their numbers stand below each other.
+/// Prints names and their values in the same way. There is no heading.
+void PrintFields(const std::vector<Texts>& rows);
+
+/// Whether tables have headings; they do unless this is called.
+void SetLegend(bool hasLegend);
+
+/// Fills the cells of these columns up on the left, so that their numbers are aligned.
 void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t lastColumn);
 
 enum class Spread { Indented, OneLine };

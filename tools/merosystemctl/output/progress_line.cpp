@@ -1,8 +1,11 @@
 #include "output/progress_line.h"
 
-#include <sys/ioctl.h>
+#include "output/terminal.h"
+#include "output/text_width.h"
+
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -13,7 +16,7 @@ namespace MERO::Tool {
 namespace {
 
 constexpr auto kPlainInterval = 10s;
-constexpr std::size_t kDefaultWidth = 80;
+constexpr std::size_t kShortestTitle = 8;
 
 bool CanUpdateLines()
 {
@@ -21,27 +24,23 @@ bool CanUpdateLines()
     return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
-std::size_t TerminalWidth()
-{
-    winsize size{};
-    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kDefaultWidth;
-}
-
 } // namespace
 
 ProgressLine::ProgressLine() : updates_(CanUpdateLines()) {}
 
-void ProgressLine::Show(const std::string& matter, const std::string& details)
+void ProgressLine::Show(const std::string& matter, const std::string& title, const std::string& figures)
 {
     if (updates_) {
         // One less than the width: a full line would wrap on some terminals, and could not be cleared.
-        std::cerr << "\r\033[K" << details.substr(0, TerminalWidth() - 1) << std::flush;
+        const std::size_t width = TerminalWidth(STDERR_FILENO) - 1;
+        const std::size_t room = std::max(width - std::min(width, figures.size()), kShortestTitle);
+        std::cerr << "\r\033[K" << (Shorten(title, room) + figures).substr(0, width) << std::flush;
         isShown_ = true;
         return;
     }
     const Clock::time_point now = Clock::now();
     if (matter != lastMatter_ || now - lastTime_ >= kPlainInterval) {
-        std::cerr << details << '\n';
+        std::cerr << title << figures << '\n';
         lastMatter_ = matter;
         lastTime_ = now;
     }

@@ -12,8 +12,9 @@ public:
     ProgressLine();
     ~ProgressLine() { Clear(); }
 
-    /// `matter`: what is waited for. `details`: the same with figures that change all the time.
-    void Show(const std::string& matter, const std::string& details);
+    /// `matter`: what is waited for; it is not printed. `title` and `figures` are: on a narrow terminal the title is
+    /// shortened first.
+    void Show(const std::string& matter, const std::string& title, const std::string& figures = "");
 
     /// Takes the line off the terminal.
     void Clear();

@@ -1,5 +1,7 @@
 #include "output/text_width.h"
 
+#include "output/terminal.h"
+
 #include <algorithm>
 #include <cwchar>
 #include <sstream>
@@ -71,6 +73,13 @@ std::vector<std::string> WrapWords(const std::string& text, std::size_t width)
         }
     }
     return lines;
+}
+
+std::string Shorten(const std::string& text, std::size_t width)
+{
+    const std::string ellipsis = HasUtf8() ? "…" : "...";
+    const std::size_t end = WidthOf(ellipsis);
+    return WidthOf(text) <= width ? text : width < end ? Cut(text, width).text : Cut(text, width - end).text + ellipsis;
 }
 
 std::string FitLeft(const std::string& text, std::size_t width)

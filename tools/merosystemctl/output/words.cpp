@@ -59,4 +59,14 @@ ExitCode StateExitCode(const std::string& load, const std::string& active)
                : kNotActive;
 }
 
+ExitCode Worse(ExitCode one, ExitCode other)
+{
+    for (const ExitCode code : {kNoSuchUnit, kFailed, kNotActive}) {
+        if (one == code || other == code) {
+            return code;
+        }
+    }
+    return kDone;
+}
+
 } // namespace MERO::Tool

@@ -20,4 +20,7 @@ const char* DependencyWord(int dependency);
 /// What a unit's state, in these words, is as an exit code: kDone when it runs.
 ExitCode StateExitCode(const std::string& load, const std::string& active);
 
+/// The one that counts of several units: no such unit, failed, not active, done.
+ExitCode Worse(ExitCode one, ExitCode other);
+
 } // namespace MERO::Tool

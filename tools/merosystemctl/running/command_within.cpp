@@ -13,8 +13,12 @@ int RunWithin(const CommandWithin& command)
     std::optional<SignalsToCommand> signals;
     bool wasReached = false;
     int code = kDone;
-    const auto begin = [&](const std::string& notice) { signals.emplace(notice); };
-    const WatchedWork work = Watch(command.before, [&](Progress& progress) {
+    const std::string first = command.planning.empty() ? command.before : command.planning;
+    const WatchedWork work = Watch(first, [&](Progress& progress) {
+        const auto begin = [&](const std::string& notice) {
+            signals.emplace(notice);
+            progress.Resume(command.before);
+        };
         return command.action(begin, [&] {
             wasReached = true;
             progress.Pause();
@@ -24,7 +28,7 @@ int RunWithin(const CommandWithin& command)
         });
     });
     if (!signals) { // nothing was begun; an action that is content with that has said why
-        return work.done ? kFailed : ReportFailure(command.before, work.error);
+        return work.done ? kFailed : ReportFailure(first, work.error);
     }
     const bool isAsBefore = command.report();
     if (!wasReached) {

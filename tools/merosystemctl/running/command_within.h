@@ -19,6 +19,7 @@ struct CommandWithin {
     std::string name;             ///< of the command
     std::string before;           ///< what is done before the command
     std::string after;            ///< and after it
+    std::string planning{};       ///< what is done before the first change begins; empty: nothing that takes time
 };
 
 /// Runs the command with the progress of what stops around it, and says what failed. The program's exit code.

@@ -44,16 +44,23 @@ Texts JobWatch::Stopping() const
 
 std::string JobWatch::Details() const
 {
+    constexpr std::size_t kNamed = 3;
     std::string details;
-    std::size_t waiting = 0;
+    std::size_t running = 0, waiting = 0;
     for (const auto& [unit, watched] : jobs_) {
         if (watched.job.state != JobState::Running) {
             ++waiting;
             continue;
         }
+        if (++running > kNamed) {
+            continue;
+        }
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - watched.seen).count();
         const std::string type = watched.job.type != JobType::Unknown ? TypeWord(watched.job.type) : "job";
         details += (details.empty() ? "" : ", ") + unit + " " + type + " (" + std::to_string(seconds) + " s)";
+    }
+    if (running > kNamed) {
+        details += ", " + std::to_string(running - kNamed) + " more";
     }
     if (waiting > 0) {
         details += (details.empty() ? "" : ", ") + std::to_string(waiting) + " queued";

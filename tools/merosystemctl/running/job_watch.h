@@ -19,7 +19,7 @@ public:
     Texts Units() const;    ///< that had a job at the last update
     Texts Stopping() const; ///< that had a stop job
 
-    /// The jobs that run, with the seconds for which they have been seen to; how many are queued behind them.
+    /// Some of the jobs that run, with the seconds for which they have been seen to; how many more run, or wait.
     std::string Details() const;
 
 private:

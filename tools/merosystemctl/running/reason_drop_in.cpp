@@ -39,18 +39,6 @@ std::string ReadFile(const std::string& path)
     return text.str();
 }
 
-/// Whether a unit file or drop-in has a condition on the reasons.
-bool LooksAtReasons(const std::string& path)
-{
-    std::istringstream lines(ReadFile(path));
-    for (std::string line; std::getline(lines, line);) {
-        if ((line.starts_with("Condition") || line.starts_with("Assert")) && line.find(kReasons) != line.npos) {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Writes the source of the links whole, unless it is there.
 bool WriteSource()
 {
@@ -91,6 +79,17 @@ void ReadAgain()
 }
 
 } // namespace
+
+bool LooksAtReasons(const std::string& path)
+{
+    std::istringstream lines(ReadFile(path));
+    for (std::string line; std::getline(lines, line);) {
+        if ((line.starts_with("Condition") || line.starts_with("Assert")) && line.find(kReasons) != line.npos) {
+            return true;
+        }
+    }
+    return false;
+}
 
 bool ProtectHeld(std::vector<HeldService>& services)
 {

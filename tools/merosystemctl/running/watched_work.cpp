@@ -1,6 +1,8 @@
 #include "running/watched_work.h"
 
+#include "running/general_options.h"
 #include "running/job_watch.h"
+#include "running/waiting_systemctl.h"
 
 #include <merocore/error.h>
 
@@ -10,14 +12,19 @@
 #include <future>
 
 namespace MERO::Tool {
+namespace {
+
+constexpr std::chrono::milliseconds kBetweenEndings(50); // the library may start another systemctl
+
+} // namespace
 
 void Progress::Show(const std::string& units, const std::string& jobs)
 {
     const std::lock_guard lock(mutex_);
     const auto passed = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - since_).count();
     if (!isPaused_ && passed > 0) {
-        line_.Show(what_ + " " + units,
-                   what_ + " (" + std::to_string(passed) + " s)" + (jobs.empty() ? "" : ": " + jobs));
+        line_.Show(what_ + " " + units, what_,
+                   " (" + std::to_string(passed) + " s)" + (jobs.empty() ? "" : ": " + jobs));
     }
 }
 
@@ -42,16 +49,28 @@ WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>&
     JobWatch jobs;
     Progress progress(what);
     const auto show = [&] {
+        if (General().quiet || General().noProgress) {
+            return;
+        }
         if (getuid() == 0) { // an ordinary user's session can be opened in the first thread only, which is at work
             jobs.Update();
         }
         progress.Show(ToCell(jobs.Units()), jobs.Details());
     };
     std::future<void> watcher;
-    std::promise<void> end; // behind the watcher, which ends when this goes
-    watcher = std::async(std::launch::async, [&show, ended = end.get_future()] {
-        while (ended.wait_for(seconds(1)) != std::future_status::ready) {
-            show();
+    std::promise<void> end; // declared after the watcher, which ends when this goes
+    bool timedOut = false;
+    watcher = std::async(std::launch::async, [&, ended = end.get_future()] {
+        using Clock = std::chrono::steady_clock;
+        const seconds timeout(General().timeout);
+        const auto begin = Clock::now();
+        while (ended.wait_for(timedOut ? kBetweenEndings : seconds(1)) != std::future_status::ready) {
+            if (!timedOut) {
+                show();
+            }
+            if (timeout > seconds(0) && Clock::now() - begin >= timeout) {
+                timedOut = EndWaitingSystemctl() || timedOut;
+            }
         }
     });
     MLIBCErrSetEx(0, "", 0);
@@ -59,7 +78,7 @@ WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>&
     const int error = MLIBCErrGet();
     end.set_value();
     watcher.get();
-    return {done, error, jobs.Stopping()};
+    return {done, error, jobs.Stopping(), timedOut};
 }
 
 } // namespace MERO::Tool

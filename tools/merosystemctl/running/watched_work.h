@@ -15,7 +15,7 @@ class Progress {
 public:
     explicit Progress(const std::string& what) : what_(what) {}
 
-    /// `units` are those of the jobs that `jobs` tells.
+    /// `units` are those of the jobs in `jobs`.
     void Show(const std::string& units, const std::string& jobs);
 
     /// Takes the line off the terminal, and shows nothing until Resume(): somebody else prints there.
@@ -34,12 +34,14 @@ private:
 
 struct WatchedWork {
     bool done;      ///< what the work returned
-    int error;      ///< the error register behind it: why it failed, when it did
+    int error;      ///< the error register after it: why it failed, when it did
     Texts stopping; ///< units that were stopping when it was last looked
+    bool timedOut;  ///< the time of --timeout was over, and the waiting for jobs was ended
 };
 
 /// Runs `work`. From its second second on a line says what is done, for how long, and which jobs systemd is busy with
-/// meanwhile. It is the work that stays in this thread: sessions of PAM are for the first one only.
+/// meanwhile. After the time of --timeout every systemctl that waits for jobs is ended. It is the work that stays in
+/// this thread: sessions of PAM are for the first one only.
 WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>& work);
 
 } // namespace MERO::Tool

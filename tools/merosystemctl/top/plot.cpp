@@ -18,14 +18,19 @@ std::string Bar(double share, std::size_t width, const Glyphs& glyphs)
     return bar;
 }
 
-std::string Plot(const History& history, double top, std::size_t width, const Glyphs& glyphs)
+std::string Plot(const History& history, double leastSpan, std::size_t width, const Glyphs& glyphs)
 {
     const std::size_t shown = std::min(width, history.size());
-    const std::size_t highest = glyphs.levels.size() - 1;
     std::string plot(width - shown, ' ');
-    for (std::size_t i = history.size() - shown; i < history.size(); ++i) {
-        const double height = top > 0 ? std::clamp(history[i] / top, 0.0, 1.0) : 0.0;
-        plot += glyphs.levels[static_cast<std::size_t>(std::lround(height * static_cast<double>(highest)))];
+    if (shown == 0) {
+        return plot;
+    }
+    const auto first = history.end() - static_cast<std::ptrdiff_t>(shown);
+    const auto [lowest, highest] = std::minmax_element(first, history.end());
+    const double span = std::max(*highest - *lowest, leastSpan);
+    const auto top = static_cast<double>(glyphs.levels.size() - 1);
+    for (auto value = first; value != history.end(); ++value) {
+        plot += glyphs.levels[static_cast<std::size_t>(std::lround((*value - *lowest) / span * top))];
     }
     return plot;
 }

@@ -8,14 +8,15 @@
 namespace MERO::Tool {
 namespace {
 
-void Run(const EndSignals& signals, SliceMonitor& monitor, Clock::duration interval, unsigned count, bool json)
+void Run(const EndSignals& signals, SliceMonitor& monitor, const TopOptions& options)
 {
-    std::unique_ptr<TopDisplay> display = json ? nullptr : MakeTopScreen(signals);
+    const auto interval = std::chrono::duration_cast<Clock::duration>(options.interval);
+    std::unique_ptr<TopDisplay> display = options.json ? nullptr : MakeTopScreen(signals, options);
     if (!display) {
-        display = MakeTopLines(signals, json);
+        display = MakeTopLines(signals, options);
     }
     display->Show(monitor.Slices());
-    for (unsigned updates = 0; count == 0 || updates < count; ++updates) {
+    for (unsigned updates = 0; options.count == 0 || updates < options.count; ++updates) {
         if (!display->WaitUntil(Clock::now() + interval)) {
             return;
         }
@@ -26,7 +27,7 @@ void Run(const EndSignals& signals, SliceMonitor& monitor, Clock::duration inter
 
 } // namespace
 
-int ShowTop(std::chrono::duration<double> interval, unsigned count, bool json)
+int ShowTop(const TopOptions& options)
 {
     SliceMonitor monitor(ThisMachine());
     monitor.Update(ReadTrackedSlices());
@@ -36,8 +37,8 @@ int ShowTop(std::chrono::duration<double> interval, unsigned count, bool json)
     }
     try {
         const EndSignals signals;
-        Run(signals, monitor, std::chrono::duration_cast<Clock::duration>(interval), count, json);
-    } catch (const std::exception& exception) { // caught, lest the terminal is not restored
+        Run(signals, monitor, options);
+    } catch (const std::exception& exception) { // the terminal is restored on the way here
         PrintError(exception.what());
         return kFailed;
     }

@@ -12,27 +12,31 @@ namespace {
 
 class TopLines : public TopDisplay {
 public:
-    TopLines(const EndSignals& signals, bool json) : signals_(signals), json_(json) {}
+    TopLines(const EndSignals& signals, const TopOptions& options) : signals_(signals), options_(options) {}
 
-    void Show(const std::vector<SliceUsage>& slices) override
+    void Show(std::vector<SliceUsage> slices) override
     {
+        Sort(slices, options_.order);
         const std::time_t now = std::time(nullptr);
         Json::Value list(Json::arrayValue);
         for (const SliceUsage& slice : slices) {
             if (slice.cpuHistory.empty()) {
-                continue; // measured once: nothing can be told yet
+                continue; // measured once: no share is known yet
             }
-            if (json_) {
+            if (options_.json) {
                 Json::Value& entry = list.append(Json::objectValue);
                 entry["time"] = Json::Int64(now);
                 entry["slice"] = slice.unit;
                 entry["cpuPercent"] = slice.total.cpuShare * 100;
                 entry["memoryKB"] = Json::UInt64(slice.total.memory);
+                entry["readBytesPerSecond"] = slice.total.readRate;
+                entry["writeBytesPerSecond"] = slice.total.writeRate;
                 entry["processes"] = Json::UInt64(slice.processes.size());
             } else {
                 std::cout << std::put_time(std::localtime(&now), "%T") << "  " << slice.unit << "  CPU "
                           << PercentText(slice.total.cpuShare) << "  memory " << MemoryText(slice.total.memory)
-                          << "  processes " << slice.processes.size() << '\n';
+                          << "  input " << RateText(slice.total.readRate) << "  output "
+                          << RateText(slice.total.writeRate) << "  processes " << slice.processes.size() << '\n';
             }
         }
         if (!list.empty()) {
@@ -48,14 +52,14 @@ public:
 
 private:
     const EndSignals& signals_;
-    const bool json_;
+    const TopOptions& options_;
 };
 
 } // namespace
 
-std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals, bool json)
+std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals, const TopOptions& options)
 {
-    return std::make_unique<TopLines>(signals, json);
+    return std::make_unique<TopLines>(signals, options);
 }
 
 } // namespace MERO::Tool

@@ -10,8 +10,11 @@ namespace {
 
 constexpr std::size_t kPercentWidth = 6;
 constexpr std::size_t kMemoryWidth = 9;
-constexpr double kLeastPlotTop = 0.01; // lest the plot of an idle slice looks busy
-constexpr const char* kHelp = "Up/Down j/k: slice   Sort: c CPU  m memory  p PID  n name   h: help   q: quit";
+constexpr std::size_t kRateWidth = 13;
+// Smaller changes are no picture of their own: an idle slice must not look busy.
+constexpr double kLeastCpuSpan = 0.01;
+constexpr double kLeastMemorySpan = 0.001;
+constexpr const char* kHelp = "Arrows PgUp PgDn  Sort: c CPU m memory i input o output p n  x kill  h  q quit";
 
 /// How a line of the slices divides the width of a page.
 struct SliceColumns {
@@ -21,11 +24,14 @@ struct SliceColumns {
             name = std::max(name, WidthOf(slice.unit) + 2);
         }
         name = std::min(name, std::max<std::size_t>(width * 3 / 10, 12));
-        measure = width > name ? (width - name) / 2 : 0;
+        constexpr std::size_t kLeastMeasure = 20;
+        rate = width >= name + 2 * (kLeastMeasure + kRateWidth) ? kRateWidth : 0;
+        measure = width > name ? (width - name) / 2 - rate : 0;
     }
 
     std::size_t name = 0;
     std::size_t measure; ///< for each of CPU and memory: bar, value and plot
+    std::size_t rate;    ///< for each of input and output; 0: there is no room for them
 };
 
 /// What a slice uses of something.
@@ -34,7 +40,7 @@ struct Measure {
     std::string value;
     std::size_t valueWidth;
     const History& history;
-    double leastTop;
+    double leastSpan;
     Style style;
 };
 
@@ -43,30 +49,32 @@ void AddMeasure(Line& line, const Measure& measure, std::size_t width, const Gly
     const std::size_t blanks = 4; // two before the bar, and one on each side of the value
     const std::size_t taken = measure.valueWidth + blanks;
     const std::size_t room = width > taken ? width - taken : 0;
-    const double highest =
-        measure.history.empty() ? 0.0 : *std::max_element(measure.history.begin(), measure.history.end());
     line.push_back({"  "});
     line.push_back({Bar(measure.share, room / 2, glyphs), measure.style});
     line.push_back({" " + FitRight(measure.value, measure.valueWidth) + " "});
-    const double top = std::max(highest, measure.leastTop);
-    line.push_back({Plot(measure.history, top, room - room / 2, glyphs), measure.style});
+    line.push_back({Plot(measure.history, measure.leastSpan, room - room / 2, glyphs), measure.style});
 }
 
 Line SliceLine(const SliceUsage& slice, bool isChosen, const SliceColumns& columns, const Glyphs& glyphs)
 {
     Line line{{FitLeft((isChosen ? "> " : "  ") + slice.unit, columns.name), isChosen ? Style::Chosen : Style::Plain}};
     const std::string share = slice.cpuHistory.empty() ? "-" : PercentText(slice.total.cpuShare);
-    AddMeasure(line, {slice.total.cpuShare, share, kPercentWidth, slice.cpuHistory, kLeastPlotTop, Style::Cpu},
+    AddMeasure(line, {slice.total.cpuShare, share, kPercentWidth, slice.cpuHistory, kLeastCpuSpan, Style::Cpu},
                columns.measure, glyphs);
     const std::string memory = MemoryText(slice.total.memory);
-    AddMeasure(line, {slice.memoryShare, memory, kMemoryWidth, slice.memoryHistory, 0.0, Style::Memory},
+    AddMeasure(line, {slice.memoryShare, memory, kMemoryWidth, slice.memoryHistory, kLeastMemorySpan, Style::Memory},
                columns.measure, glyphs);
+    line.push_back({FitRight(RateText(slice.total.readRate), columns.rate)});
+    line.push_back({FitRight(RateText(slice.total.writeRate), columns.rate)});
     return line;
 }
 
 Line SliceHeading(const SliceColumns& columns)
 {
-    return {{FitLeft("  SLICE", columns.name) + FitLeft("  CPU", columns.measure) + "  MEMORY", Style::Strong}};
+    return {{FitLeft("  SLICE", columns.name) + FitLeft("  CPU", columns.measure) +
+                 FitLeft("  MEMORY", columns.measure) + FitRight("INPUT", columns.rate) +
+                 FitRight("OUTPUT", columns.rate),
+             Style::Strong}};
 }
 
 struct ProcessColumn {
@@ -79,12 +87,30 @@ const ProcessColumn kProcessColumns[] = {
     {"CPU", 8, [](const ProcessUsage& process) { return PercentText(process.cpuShare); }},
     {"MEMORY", 11, [](const ProcessUsage& process) { return MemoryText(process.memory); }},
     {"CPU SECONDS", 13, [](const ProcessUsage& process) { return SecondsText(process.cpuSeconds); }},
-    {"READ", 13, [](const ProcessUsage& process) { return RateText(process.readRate); }},
-    {"WRITE", 13, [](const ProcessUsage& process) { return RateText(process.writeRate); }},
+    {"INPUT", kRateWidth, [](const ProcessUsage& process) { return RateText(process.readRate); }},
+    {"OUTPUT", kRateWidth, [](const ProcessUsage& process) { return RateText(process.writeRate); }},
 };
 
 constexpr std::size_t kPidWidth = 8;
 constexpr std::size_t kLeastNameWidth = 10;
+
+/// How many lines of a page its parts have.
+struct PageParts {
+    PageParts(std::size_t slicesThere, const TopView& view, std::size_t height)
+        : help((view.hasHelp || !view.message.empty()) && height > 1 ? 1 : 0)
+    {
+        const std::size_t body = height - help;
+        slices = std::clamp<std::size_t>(body / 2, 1, slicesThere);
+        total = slicesThere > 1 && body > 7 ? 1 : 0;
+        const std::size_t taken = slices + total + 4; // the headings, and a blank line
+        processes = body > taken ? body - taken : 0;
+    }
+
+    std::size_t help;
+    std::size_t slices;
+    std::size_t total;
+    std::size_t processes;
+};
 
 /// A line of the processes' table: as many columns as leave room for the name. `cell` makes a column's text.
 template <typename Cell>
@@ -109,6 +135,10 @@ const char* OrderWord(Order order)
         return "CPU";
     case Order::Memory:
         return "memory";
+    case Order::Input:
+        return "input";
+    case Order::Output:
+        return "output";
     case Order::Pid:
         return "PID";
     default:
@@ -116,20 +146,23 @@ const char* OrderWord(Order order)
     }
 }
 
-void AddProcesses(std::vector<Line>& page, const SliceUsage& slice, Order order, PageSize size)
+void AddProcesses(std::vector<Line>& page, const SliceUsage& slice, const TopView& view, const PageParts& parts,
+                  std::size_t width)
 {
-    page.push_back(
-        {{"Processes of " + slice.unit + ": " + std::to_string(slice.processes.size()) + ", by " + OrderWord(order)}});
-    page.push_back({{ProcessRow("PID", "NAME", size.width, [](const ProcessColumn& column) { return column.heading; }),
-                     Style::Strong}});
     std::vector<ProcessUsage> processes = slice.processes;
-    Sort(processes, order);
-    for (const ProcessUsage& process : processes) {
-        if (page.size() >= size.height) {
-            break;
-        }
-        page.push_back({{ProcessRow(std::to_string(process.pid), process.name, size.width,
-                                    [&](const ProcessColumn& column) { return column.text(process); })}});
+    Sort(processes, view.order);
+    const std::size_t shown = std::min(parts.processes, processes.size());
+    const std::size_t first = std::min(view.firstProcess, processes.size() - shown);
+    std::string title = "Processes of " + slice.unit + ": " + std::to_string(processes.size());
+    if (shown > 0 && shown < processes.size()) {
+        title += " (" + std::to_string(first + 1) + " to " + std::to_string(first + shown) + ")";
+    }
+    page.push_back({{title + ", by " + OrderWord(view.order)}});
+    page.push_back({{ProcessRow("PID", "NAME", width, [](const ProcessColumn& column) { return column.heading; }),
+                     Style::Strong}});
+    for (std::size_t i = first; i < first + shown; ++i) {
+        page.push_back({{ProcessRow(std::to_string(processes[i].pid), processes[i].name, width,
+                                    [&](const ProcessColumn& column) { return column.text(processes[i]); })}});
     }
 }
 
@@ -152,30 +185,45 @@ std::size_t ChosenSlice(const std::vector<SliceUsage>& slices, const TopView& vi
     return found == slices.end() ? 0 : static_cast<std::size_t>(found - slices.begin());
 }
 
+void ScrollProcesses(TopView& view, const std::vector<SliceUsage>& slices, PageSize size, int pages)
+{
+    if (slices.empty()) {
+        return;
+    }
+    const std::size_t there = slices[ChosenSlice(slices, view)].processes.size();
+    const std::size_t shown = std::min(PageParts(slices.size(), view, size.height).processes, there);
+    const auto last = static_cast<long>(there - shown);
+    const long wanted = static_cast<long>(view.firstProcess) + pages * static_cast<long>(shown);
+    view.firstProcess = static_cast<std::size_t>(std::clamp(wanted, 0L, last));
+}
+
 std::vector<Line> ComposePage(const std::vector<SliceUsage>& slices, const TopView& view, PageSize size,
                               const Glyphs& glyphs)
 {
-    const std::size_t helpLines = view.hasHelp && size.height > 1 ? 1 : 0;
-    const PageSize body{size.width, size.height - helpLines};
     std::vector<Line> page;
+    std::size_t foot = view.hasHelp && size.height > 1 ? 1 : 0;
     if (slices.empty()) {
         page.push_back({{"no slice is tracked"}});
     } else {
+        const PageParts parts(slices.size(), view, size.height);
+        foot = parts.help;
         const SliceColumns columns(slices, size.width);
         page.push_back(SliceHeading(columns));
         // With many slices, half of the page is the processes', and the others move along with the chosen one.
         const std::size_t chosen = ChosenSlice(slices, view);
-        const std::size_t shown = std::clamp<std::size_t>(body.height / 2, 1, slices.size());
-        const std::size_t first = std::min(chosen - std::min(chosen, shown / 2), slices.size() - shown);
-        for (std::size_t i = first; i < first + shown; ++i) {
+        const std::size_t first = std::min(chosen - std::min(chosen, parts.slices / 2), slices.size() - parts.slices);
+        for (std::size_t i = first; i < first + parts.slices; ++i) {
             page.push_back(SliceLine(slices[i], i == chosen, columns, glyphs));
         }
+        if (parts.total > 0) {
+            page.push_back(SliceLine(TotalOf(slices), false, columns, glyphs));
+        }
         page.emplace_back();
-        AddProcesses(page, slices[chosen], view.order, body);
+        AddProcesses(page, slices[chosen], view, parts, size.width);
     }
-    page.resize(body.height);
-    if (helpLines > 0) {
-        page.push_back({{kHelp}});
+    page.resize(size.height - foot);
+    if (foot > 0) {
+        page.push_back({{view.message.empty() ? kHelp : view.message}});
     }
     for (Line& line : page) {
         Trim(line, size.width);

@@ -23,12 +23,18 @@ struct TopView {
     std::string unit; ///< the slice whose processes are shown
     Order order = Order::Cpu;
     bool hasHelp = true;
+    std::size_t firstProcess = 0; ///< of those that are shown
+    std::string message{};        ///< in place of the help
 };
 
 /// The number of the slice that is chosen; the first one's when it has gone. There must be slices.
 std::size_t ChosenSlice(const std::vector<SliceUsage>& slices, const TopView& view);
 
-/// A page of at most that height, of lines of at most that width: the slices, and the processes of the chosen one.
+/// Scrolls the processes of the chosen slice by so many pages down, as far as there are any.
+void ScrollProcesses(TopView& view, const std::vector<SliceUsage>& slices, PageSize size, int pages);
+
+/// A page of that height, of lines of at most that width: the slices, all of them together, and the processes of the
+/// chosen one. The slices must be in the view's order.
 std::vector<Line> ComposePage(const std::vector<SliceUsage>& slices, const TopView& view, PageSize size,
                               const Glyphs& glyphs);
 

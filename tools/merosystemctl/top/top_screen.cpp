@@ -1,13 +1,16 @@
+#include "output/output.h"
+#include "output/terminal.h"
 #include "top/top_display.h"
 #include "top/top_page.h"
 
 #define NCURSES_NOMACROS // names such as "clear" and "move"
 #include <curses.h>
-#include <langinfo.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <string_view>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
@@ -52,6 +55,16 @@ public:
 
     bool IsOpen() const { return screen_ != nullptr; }
 
+    /// The terminal is as it was while `work` runs.
+    template <typename Work>
+    void Leave(Work&& work) const
+    {
+        endwin();
+        work();
+        flushinp(); // what was typed meanwhile was not meant for the screen
+        refresh();
+    }
+
     static PageSize Size() { return {static_cast<std::size_t>(COLS), static_cast<std::size_t>(LINES)}; }
 
     void Draw(const std::vector<Line>& page) const
@@ -94,16 +107,18 @@ private:
 
 class TopScreen : public TopDisplay {
 public:
-    explicit TopScreen(const EndSignals& signals)
-        : signals_(signals), glyphs_(std::string_view(nl_langinfo(CODESET)) == "UTF-8" ? kBlockGlyphs : kAsciiGlyphs)
+    TopScreen(const EndSignals& signals, const TopOptions& options)
+        : signals_(signals), options_(options), glyphs_(HasUtf8() ? kBlockGlyphs : kAsciiGlyphs)
     {
+        view_.order = options.order;
     }
 
     bool IsOpen() const { return terminal_.IsOpen(); }
 
-    void Show(const std::vector<SliceUsage>& slices) override
+    void Show(std::vector<SliceUsage> slices) override
     {
-        slices_ = slices;
+        slices_ = std::move(slices);
+        SetOrder(view_.order);
         Draw();
     }
 
@@ -133,6 +148,11 @@ private:
     /// False for a key that ends the program. Unknown ones, and a new size of the screen, have it drawn again.
     bool Obey(int key)
     {
+        if (!asked_.empty()) {
+            Answer(key);
+            return true;
+        }
+        view_.message.clear();
         switch (key) {
         case 'q':
         case kControlD:
@@ -145,17 +165,32 @@ private:
         case 'j':
             Choose(+1);
             break;
+        case KEY_PPAGE:
+            ScrollProcesses(view_, slices_, Terminal::Size(), -1);
+            break;
+        case KEY_NPAGE:
+            ScrollProcesses(view_, slices_, Terminal::Size(), +1);
+            break;
         case 'c':
-            view_.order = Order::Cpu;
+            SetOrder(Order::Cpu);
             break;
         case 'm':
-            view_.order = Order::Memory;
+            SetOrder(Order::Memory);
+            break;
+        case 'i':
+            SetOrder(Order::Input);
+            break;
+        case 'o':
+            SetOrder(Order::Output);
             break;
         case 'p':
-            view_.order = Order::Pid;
+            SetOrder(Order::Pid);
             break;
         case 'n':
-            view_.order = Order::Name;
+            SetOrder(Order::Name);
+            break;
+        case 'x':
+            AskToKill();
             break;
         case 'h':
             view_.hasHelp = !view_.hasHelp;
@@ -172,14 +207,54 @@ private:
         const std::size_t wanted = ChosenSlice(slices_, view_) + static_cast<std::size_t>(below);
         if (wanted < slices_.size()) {
             view_.unit = slices_[wanted].unit;
+            view_.firstProcess = 0;
         }
     }
 
+    void SetOrder(Order order)
+    {
+        view_.order = order;
+        Sort(slices_, order);
+    }
+
+    void AskToKill()
+    {
+        if (!slices_.empty()) {
+            const SliceUsage& slice = slices_[ChosenSlice(slices_, view_)];
+            asked_ = slice.unit;
+            view_.message = "Stop the units of " + asked_ +
+                            " and kill what is left (processes: " + std::to_string(slice.processes.size()) + ")? [y/N]";
+        }
+    }
+
+    void Answer(int key)
+    {
+        if (key == KEY_RESIZE) {
+            return;
+        }
+        const std::string slice = std::exchange(asked_, "");
+        view_.message.clear();
+        if (key == 'y' || key == 'Y') {
+            terminal_.Leave([&] { Kill(slice); });
+        }
+    }
+
+    void Kill(const std::string& slice) const
+    {
+        if (options_.kill(slice) != kDone) {
+            std::cerr << "press Enter to go on" << std::flush; // else nobody could read why
+            (void)signals_.WaitUntil(Clock::time_point::max(), STDIN_FILENO);
+        }
+        std::cout << std::flush;
+    }
+
     const EndSignals& signals_;
+    const TopOptions& options_;
     const Terminal terminal_;
     const Glyphs& glyphs_;
     TopView view_;
-    std::vector<SliceUsage> slices_;
+    std::string asked_;              ///< the slice to kill, while the question is open
+    std::vector<SliceUsage> slices_; ///< in the view's order
 };
 
 bool CanHaveScreen()
@@ -191,12 +266,12 @@ bool CanHaveScreen()
 
 } // namespace
 
-std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals)
+std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals, const TopOptions& options)
 {
     if (!CanHaveScreen()) {
         return nullptr;
     }
-    auto screen = std::make_unique<TopScreen>(signals);
+    auto screen = std::make_unique<TopScreen>(signals, options);
     if (!screen->IsOpen()) {
         return nullptr;
     }

@@ -3,6 +3,7 @@
 #include <merosystemd/resource.hpp>
 
 #include <algorithm>
+#include <functional>
 
 namespace MERO::Tool {
 namespace {
@@ -15,6 +16,13 @@ void Add(History& history, double value)
     if (history.size() > kHistoryLength) {
         history.pop_front();
     }
+}
+
+/// Adds the newest values, and so on.
+void AddTo(History& sum, const History& history)
+{
+    sum.insert(sum.begin(), history.size() - std::min(history.size(), sum.size()), 0.0);
+    std::transform(history.rbegin(), history.rend(), sum.rbegin(), sum.rbegin(), std::plus());
 }
 
 } // namespace
@@ -54,6 +62,30 @@ void SliceMonitor::Update(const std::vector<Reading>& readings)
         slices_.push_back(std::move(usage));
     }
     readings_ = std::move(last);
+}
+
+SliceUsage TotalOf(const std::vector<SliceUsage>& slices)
+{
+    SliceUsage sum;
+    sum.unit = "total";
+    std::vector<ProcessUsage> totals;
+    for (const SliceUsage& slice : slices) {
+        totals.push_back(slice.total);
+        sum.memoryShare = std::min(sum.memoryShare + slice.memoryShare, 1.0);
+        AddTo(sum.cpuHistory, slice.cpuHistory);
+        AddTo(sum.memoryHistory, slice.memoryHistory);
+    }
+    sum.total = TotalOf(totals);
+    return sum;
+}
+
+void Sort(std::vector<SliceUsage>& slices, Order order)
+{
+    std::sort(slices.begin(), slices.end(), [order](const SliceUsage& one, const SliceUsage& other) {
+        const bool isFirst = ComesBefore(one.total, other.total, order);
+        const bool isAlike = !isFirst && !ComesBefore(other.total, one.total, order);
+        return isFirst || (isAlike && one.unit < other.unit);
+    });
 }
 
 std::vector<Reading> ReadTrackedSlices()

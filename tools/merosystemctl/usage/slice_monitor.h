@@ -37,6 +37,12 @@ private:
     std::vector<SliceUsage> slices_;
 };
 
+/// All of them together, with "total" for a name.
+SliceUsage TotalOf(const std::vector<SliceUsage>& slices);
+
+/// By what their processes use together; those that are alike, and for orders that only processes have, by name.
+void Sort(std::vector<SliceUsage>& slices, Order order);
+
 /// The slices that the machine tracks now.
 std::vector<Reading> ReadTrackedSlices();
 

@@ -111,21 +111,31 @@ ProcessUsage TotalOf(const std::vector<ProcessUsage>& processes)
     return total;
 }
 
+bool ComesBefore(const ProcessUsage& one, const ProcessUsage& other, Order order)
+{
+    switch (order) {
+    case Order::Cpu:
+        return std::tie(other.cpuShare, other.memory) < std::tie(one.cpuShare, one.memory);
+    case Order::Memory:
+        return std::tie(other.memory, other.cpuShare) < std::tie(one.memory, one.cpuShare);
+    case Order::Input:
+        return other.readRate < one.readRate;
+    case Order::Output:
+        return other.writeRate < one.writeRate;
+    case Order::Name:
+        return one.name < other.name;
+    default:
+        return one.pid < other.pid;
+    }
+}
+
 void Sort(std::vector<ProcessUsage>& processes, Order order)
 {
-    const auto comesBefore = [order](const ProcessUsage& a, const ProcessUsage& b) {
-        switch (order) {
-        case Order::Cpu:
-            return std::tie(b.cpuShare, b.memory, a.pid) < std::tie(a.cpuShare, a.memory, b.pid);
-        case Order::Memory:
-            return std::tie(b.memory, b.cpuShare, a.pid) < std::tie(a.memory, a.cpuShare, b.pid);
-        case Order::Name:
-            return std::tie(a.name, a.pid) < std::tie(b.name, b.pid);
-        default:
-            return a.pid < b.pid;
-        }
-    };
-    std::sort(processes.begin(), processes.end(), comesBefore);
+    std::sort(processes.begin(), processes.end(), [order](const ProcessUsage& one, const ProcessUsage& other) {
+        const bool isFirst = ComesBefore(one, other, order);
+        const bool isAlike = !isFirst && !ComesBefore(other, one, order);
+        return isFirst || (isAlike && one.pid < other.pid);
+    });
 }
 
 Machine ThisMachine()

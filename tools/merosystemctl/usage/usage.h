@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace MERO::Tool {
@@ -48,9 +49,17 @@ std::vector<ProcessUsage> UsageBetween(const Reading& before, const Reading& aft
 /// All of it together. It has no name and the process ID 0.
 ProcessUsage TotalOf(const std::vector<ProcessUsage>& processes);
 
-enum class Order { Cpu, Memory, Pid, Name };
+enum class Order { Cpu, Memory, Input, Output, Pid, Name };
 
-/// The greatest first, for CPU share and memory; what has the same of the one, by the other.
+/// As the command line and the screen call them.
+constexpr std::pair<Order, const char*> kOrders[] = {{Order::Cpu, "cpu"},     {Order::Memory, "memory"},
+                                                     {Order::Input, "input"}, {Order::Output, "output"},
+                                                     {Order::Pid, "pid"},     {Order::Name, "name"}};
+
+/// Whether `one` comes before `other`: the greater first, but for IDs and names. Of two that are alike neither does.
+bool ComesBefore(const ProcessUsage& one, const ProcessUsage& other, Order order);
+
+/// The greatest first; what has the same CPU share by memory, and the other way round.
 void Sort(std::vector<ProcessUsage>& processes, Order order);
 
 struct Machine {

@@ -31,7 +31,7 @@ Json::Value UsageToJson(const ProcessUsage& usage)
 
 std::vector<Texts> UsageRows(const std::vector<ProcessUsage>& processes)
 {
-    std::vector<Texts> rows{{"PID", "NAME", "CPU SECONDS", "CPU", "MEMORY", "READ", "WRITE"}};
+    std::vector<Texts> rows{{"PID", "NAME", "CPU SECONDS", "CPU", "MEMORY", "INPUT", "OUTPUT"}};
     for (const ProcessUsage& process : processes) {
         rows.push_back(Row(std::to_string(process.pid), process.name, process));
     }

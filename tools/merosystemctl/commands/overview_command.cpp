@@ -1,0 +1,154 @@
+#include "commands/commands.h"
+#include "diagnosis/holds.h"
+#include "diagnosis/isolation.h"
+#include "diagnosis/jobs.h"
+#include "diagnosis/report.h"
+#include "diagnosis/systemctl_table.h"
+#include "output/output.h"
+#include "output/times.h"
+#include "output/words.h"
+
+#include <merosystemd/systemd.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace MERO::Tool {
+namespace {
+
+using UnmountKind = Systemd::VolumeUnmountState::Kind;
+
+constexpr std::size_t kMostLines = 8; // of each kind: all of them fit on one screen
+
+struct Overview {
+    std::vector<TableRow> failed;
+    Texts held;
+    Systemd::VolumeUnmountState unmount;
+    bool isUnmountKnown = false;
+    Jobs jobs;
+    Isolation isolation;
+};
+
+/// One kind of things, of which only the first are shown. The remedy is for all of them.
+void AddGroup(std::vector<Cause>& lines, const std::string& kind, const Texts& texts, const std::string& remedy)
+{
+    const std::size_t shown = texts.size() > kMostLines ? kMostLines - 1 : texts.size();
+    for (std::size_t i = 0; i < shown; ++i) {
+        lines.push_back({i == 0 ? kind : "", texts[i], ""});
+    }
+    if (shown < texts.size()) {
+        lines.push_back({"", "and " + std::to_string(texts.size() - shown) + " more", ""});
+    }
+    if (!texts.empty()) {
+        lines.back().remedy = remedy;
+    }
+}
+
+void AddUnmount(const Overview& overview, std::vector<Cause>& lines)
+{
+    if (!overview.isUnmountKnown) {
+        lines.push_back({"down", "whether an unmount was interrupted cannot be read", "merosystemctl volume state"});
+        return;
+    }
+    const Systemd::VolumeUnmountState& unmount = overview.unmount;
+    if (unmount.kind == UnmountKind::None) {
+        return;
+    }
+    const bool isRunning = unmount.kind == UnmountKind::Running;
+    const std::string what = "the unmount of " + ToCell(unmount.volumes) + " that began " +
+                             TimeText(static_cast<std::time_t>(unmount.since));
+    Texts texts{what + (isRunning ? " is going on" : " was interrupted")};
+    texts.insert(texts.end(), unmount.units.begin(), unmount.units.end());
+    AddGroup(lines, "down", texts, isRunning ? "" : "merosystemctl volume recover");
+}
+
+void PrintOverview(const Overview& overview)
+{
+    std::vector<Cause> lines;
+    Texts failed, held, jobs;
+    for (TableRow unit : overview.failed) {
+        failed.push_back(unit["UNIT"] + (unit["DESCRIPTION"] == unit["UNIT"] ? "" : " - " + unit["DESCRIPTION"]) +
+                         (unit["SUB"] == "auto-restart" ? ", is restarted again and again" : ""));
+    }
+    for (const std::string& service : overview.held) {
+        for (const Cause& hold : HoldsOf(service)) {
+            held.push_back(service + " " + hold.text);
+        }
+    }
+    for (const auto& [id, job] : overview.jobs) {
+        jobs.push_back(job.unit + " " + TypeWord(job.type) + " " + StateWord(job.state));
+    }
+    AddGroup(lines, "failed", failed, "merosystemctl why");
+    AddGroup(lines, "held", held, "merosystemctl reason release REASON SERVICE");
+    AddUnmount(overview, lines);
+    AddGroup(lines, "jobs", jobs, jobs.size() > kMostLines ? "merosystemctl jobs" : "");
+    if (const auto isolation = IsolationCause(overview.isolation)) {
+        lines.push_back(*isolation);
+    }
+    PrintCauses(std::cout, lines, "");
+    if (lines.empty()) {
+        std::cout << "all is well: nothing failed, is held, or is down for a volume; no jobs, no isolation\n";
+    }
+}
+
+void PrintOverviewAsJson(const Overview& overview)
+{
+    constexpr const char* kUnmountWords[] = {"none", "running", "interrupted"};
+    constexpr const char* kIsolationWords[] = {"none", "running", "interrupted", "unreadable"};
+    Json::Value object(Json::objectValue);
+    object["failed"] = Json::Value(Json::arrayValue);
+    for (TableRow unit : overview.failed) {
+        Json::Value& entry = object["failed"].append(Json::objectValue);
+        entry["unit"] = unit["UNIT"];
+        entry["sub"] = unit["SUB"];
+        entry["description"] = unit["DESCRIPTION"];
+    }
+    object["held"] = Json::Value(Json::objectValue);
+    for (const std::string& service : overview.held) {
+        Texts reasons;
+        (void)MEROSystemdServiceReasonList(service, reasons);
+        object["held"][service] = ToJson(reasons);
+    }
+    const Systemd::VolumeUnmountState& unmount = overview.unmount;
+    object["unmount"]["state"] =
+        overview.isUnmountKnown ? kUnmountWords[static_cast<std::size_t>(unmount.kind)] : "unreadable";
+    object["unmount"]["volumes"] = ToJson(unmount.volumes);
+    object["unmount"]["units"] = ToJson(unmount.units);
+    object["unmount"]["since"] = static_cast<Json::Int64>(unmount.since);
+    object["jobs"] = JobsToJson(overview.jobs);
+    object["isolation"]["state"] = kIsolationWords[static_cast<std::size_t>(overview.isolation.kind)];
+    object["isolation"]["target"] = overview.isolation.target;
+    PrintJson(object);
+}
+
+} // namespace
+
+int RunOverview(bool json)
+{
+    Overview overview;
+    const auto failed = FailedUnits();
+    if (!failed) {
+        return ReportFailure("listing the failed units");
+    }
+    overview.failed = *failed;
+    (void)Systemd::ListServicesWithReason(overview.held);
+    std::sort(overview.held.begin(), overview.held.end());
+    overview.isUnmountKnown = MEROSystemdVolumeUnmountStateGet(overview.unmount);
+    overview.isolation = CurrentIsolation();
+    if (!MEROSystemdIntJobList(overview.jobs)) {
+        return ReportFailure("listing the jobs");
+    }
+    json ? PrintOverviewAsJson(overview) : PrintOverview(overview);
+    return kDone;
+}
+
+void AddOverviewCommand(const Command& program)
+{
+    const auto json = std::make_shared<bool>(false);
+    const Command command = program.AddCommand("overview", "Show what failed, is held, down, or going on");
+    command.AddFlag("--json", *json, "As a JSON object");
+    command.OnCall([json] { return RunOverview(*json); });
+}
+
+} // namespace MERO::Tool

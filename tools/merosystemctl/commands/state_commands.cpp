@@ -1,0 +1,69 @@
+#include "commands/commands.h"
+#include "commands/usual_arguments.h"
+#include "diagnosis/report.h"
+#include "output/output.h"
+#include "running/general_options.h"
+#include "running/unit_patterns.h"
+#include "running/unit_questions.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string_view>
+
+namespace MERO::Tool {
+namespace {
+
+struct StateQuestion {
+    const char* name;
+    const char* help;
+    const char* property;
+    std::vector<std::string_view> yes; ///< the values for which the answer is yes
+};
+
+const StateQuestion kQuestions[] = {
+    {"is-active", "Print whether units are active", "ActiveState", {"active", "reloading"}},
+    {"is-failed", "Print whether units are failed", "ActiveState", {"failed"}},
+    {"is-enabled",
+     "Print whether units are enabled",
+     "UnitFileState",
+     {"enabled", "enabled-runtime", "static", "alias", "indirect", "generated"}},
+};
+
+/// Prints a word for each unit. The exit code is that of systemctl, in this program's numbers: yes when it is so for
+/// one of the units.
+int Ask(const StateQuestion& question, const Texts& words)
+{
+    const Texts units = LoadedUnits("", words);
+    auto shown = AskUnits(units, {"LoadState", question.property});
+    int code = kNoSuchUnit;
+    for (const std::string& unit : units) {
+        auto& properties = shown[unit].properties;
+        const std::string& value = properties[question.property];
+        const bool isMissing = IsMissing(properties["LoadState"]);
+        const std::string word = !value.empty() ? value : isMissing ? "not-found" : "-";
+        if (!General().quiet) {
+            std::cout << word << '\n';
+        }
+        if (std::find(question.yes.begin(), question.yes.end(), word) != question.yes.end()) {
+            code = kDone;
+        } else if (!isMissing && code != kDone) {
+            code = kNotActive;
+        }
+    }
+    return code;
+}
+
+} // namespace
+
+void AddStateCommands(const Command& program)
+{
+    for (const StateQuestion& question : kQuestions) {
+        const auto units = std::make_shared<Texts>();
+        const Command command = program.AddCommand(question.name, question.help);
+        AddUnitsOrPatterns(command, *units);
+        command.OnCall([&question, units] { return Ask(question, *units); });
+    }
+}
+
+} // namespace MERO::Tool

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "diagnosis/diagnosis.h"
+#include "diagnosis/unit_properties.h"
+
+#include <string>
+#include <vector>
+
+namespace MERO::Tool {
+
+/// The properties that these functions read.
+inline constexpr const char* kFailureProperties =
+    "Id,ActiveState,SubState,Result,NRestarts,StartLimitBurst,StartLimitIntervalUSec,ExecMainCode,ExecMainStatus,"
+    "ExecCondition,ExecStartPre,ExecStart,ExecStartPost,ExecStop,ExecStopPost";
+
+bool Runs(const UnitProperties& unit);
+
+/// It failed, and waits to be started once more.
+bool IsRestarting(const UnitProperties& unit);
+
+/// A unit's failure: systemd's word for it, and which command ended how.
+std::string FailureText(const UnitProperties& unit);
+
+/// Adds that the unit failed, is restarted again and again, or may not be started any more.
+void AddFailure(const UnitProperties& unit, bool hitStartLimit, std::vector<Cause>& causes);
+
+} // namespace MERO::Tool

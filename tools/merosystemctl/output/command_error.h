@@ -1,0 +1,24 @@
+#pragma once
+
+#include "output/exit_code.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace MERO::Tool {
+
+/// Thrown by a command that cannot go on: what standard error says, and the exit code.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(ExitCode exitCode, const std::string& message) : std::runtime_error(message), code(exitCode) {}
+
+    ExitCode code;
+};
+
+/// What the command was given does not go together. Nothing was done.
+class UsageError : public CommandError {
+public:
+    explicit UsageError(const std::string& message) : CommandError(kUsage, message) {}
+};
+
+} // namespace MERO::Tool

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "output/output.h"
+
+#include <string>
+#include <vector>
+
+namespace MERO::Tool {
+
+/// What an action would do to a unit, as far as the dependencies tell that are loaded now.
+struct Foreseen {
+    std::string unit;
+    std::string change; ///< a word: stops, starts, is removed ...
+    std::string cause;
+};
+
+// Each throws a CommandError when systemd does not answer, or there is no such unit.
+
+/// The units, and all that systemd stops along with them.
+std::vector<Foreseen> ForeseeStop(const Texts& units);
+/// The units, what they pull in, and what conflicts with that.
+std::vector<Foreseen> ForeseeStart(const Texts& units);
+std::vector<Foreseen> ForeseeIsolation(const std::string& target);
+
+/// Prints them, and what nobody can know before. The exit code.
+int PrintForeseen(const std::vector<Foreseen>& changes, bool json);
+
+} // namespace MERO::Tool
