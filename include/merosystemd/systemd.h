@@ -206,12 +206,13 @@ int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListRea
 typedef void (*MEROSystemdPropertyCallback)(const char* szUnit, const char* szProperty, const char* szValue,
                                             void* pData);
 
-/** Several properties of several units, in one question: calls `callback` in this thread with `pData` for each property
-    of each unit, in no order that can be relied on, when all answers are there. Id and Names come along; a property
-   that systemd does not know does not. A unit that does not exist has the LoadState "not-found". A pattern, a template
-    ("a@.service"), a number, and what is no unit's name or refused by systemd cannot be asked for; the others are, in a
-    few further questions if need be. Of a value with several lines the first counts. 0, with no call, when systemd does
-    not answer, and for a list that is empty or holds NULL. @since 7.1.0 */
+/** Several properties of several units, in one question: calls `callback` with `pData` for each property of each unit,
+    in this thread, when all answers are there, in no order that can be relied on. Id and Names come along; a property
+    that systemd does not know is left out. A unit that does not exist has the LoadState "not-found". Patterns,
+    templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name are not
+    asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. Of a value
+    with several lines the first counts. 0, with no call, when systemd does not answer, and for a list that is empty or
+    holds NULL. @since 7.1.0 */
 int MEROCSystemdShowProperties(const MLIBCSzList* pListUnits, const MLIBCSzList* pListProperties,
                                MEROSystemdPropertyCallback callback, void* pData);
 

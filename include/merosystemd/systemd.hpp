@@ -33,11 +33,12 @@
 /// lost), and every line that it printed on either output in the order of arrival, with its newline.
 using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std::string>& lines)>;
 
-/// Sees what systemctl answered to an action: exit code and lines, as SystemctlCallback gets them. It is called in the
-/// calling thread, once for each systemctl that carries out the action (and was not refused by the service control
-/// policy), after the log lines of that run are written and its units are on the failed list; not for what is asked on
-/// the way. Nothing depends on it: log, commands and results are the same without. It must not throw. An empty one is
-/// fine. All forms with an observer are there @since 7.1.0
+/// Sees what systemctl answered to an action: exit code and lines, as SystemctlCallback gets them.
+///
+/// It is called in the calling thread, once for each systemctl that carries out the action, after the log lines of that
+/// run are written and its units are on the failed list. It does not see questions that are asked on the way, nor what
+/// the service control policy skipped. Log, commands and results are the same without it. It must not throw, and may be
+/// empty. All forms with an observer are there @since 7.1.0
 using SystemctlObserver = std::function<void(int exitCode, const std::vector<std::string>& lines)>;
 
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
@@ -344,10 +345,9 @@ bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strPro
 /// name that the caller spelt. A property that systemd does not know is missing; Id and Names are always there. A unit
 /// that does not exist has the LoadState "not-found".
 ///
-/// What is no unit's name is not asked for, as a pattern, a template ("a@.service") and a number, which systemctl takes
-/// for a process' ID; a name that systemd refuses does not keep it from being asked for the others, in a few further
-/// questions (16 at most). Such units are in `units` all the same, with `asked` false. Of a value with several lines
-/// the first counts.
+/// Patterns, templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name
+/// are not asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. A
+/// unit that could not be asked for is in `units`, with `asked` false. Of a value with several lines the first counts.
 ///
 /// False, with `units` untouched, when systemd does not answer. The System form asks the system's manager for an
 /// ordinary user, too. @since 7.1.0

@@ -54,7 +54,7 @@ public:
     /// False when systemd does not answer.
     bool Ask(Texts units)
     {
-        bool isSilent = false;
+        bool hasAnswered = false, isSilent = false;
         for (int i = 0; i < kMaxQuestions && !units.empty(); ++i) {
             const auto answer = RunShow(opts_, units, properties_);
             if (!answer) {
@@ -64,19 +64,18 @@ public:
             if (answer->exitCode == 0) {
                 break;
             }
-            // systemctl asks for one unit after the other, and ends at the first that is refused.
             const auto shown = std::erase_if(units, [&](const std::string& unit) { return shown_.contains(unit); });
             const auto refused = NamesIn(answer->messages);
             const auto named = std::erase_if(units, [&](const std::string& unit) { return refused.contains(unit); });
-            if (named == 0 && !units.empty()) {
-                if (shown == 0 && std::exchange(isSilent, true)) {
-                    break;
-                }
-                units.erase(units.begin());
+            if (std::exchange(isSilent, shown + named == 0) && isSilent) {
+                break; // it is not for one unit that nothing comes
             }
-            hasAnswered_ = hasAnswered_ || shown + named > 0;
+            hasAnswered = hasAnswered || !isSilent;
+            if (named == 0 && !units.empty()) {
+                units.erase(units.begin()); // systemctl ends at the first that is refused
+            }
         }
-        return hasAnswered_ || !shown_.empty();
+        return hasAnswered || !shown_.empty();
     }
 
     const UnitProperties* Find(const std::string& name) const
@@ -103,7 +102,6 @@ private:
     Texts properties_;
     SystemctlOpts opts_;
     std::map<std::string, UnitProperties> shown_; ///< by each of a unit's names
-    bool hasAnswered_ = false;
 };
 
 bool ShowProperties(bool forceSystem, const Texts& vecUnits, const Texts& vecProperties,
