@@ -2,6 +2,7 @@
 #include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
 #include "diagnosis/holds.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/dry_run.h"
@@ -64,7 +65,7 @@ Results TakeMissing(const std::string& verb, Texts& services, std::vector<HeldSe
     for (const std::string& service : services) {
         auto& unit = shown[service].properties;
         if (IsMissing(unit["LoadState"]) && unit["ActiveState"] != "active") {
-            missing.push_back({.unit = service, .code = kNoSuchUnit, .fault = verb + " failed: there is no such unit"});
+            missing.push_back({.unit = service, .code = kNoSuchUnit, .fault = verb + " failed: " + NoSuchUnitText()});
             continue;
         }
         found.push_back(OwnName(service, unit["Id"]));
