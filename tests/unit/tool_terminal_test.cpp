@@ -118,7 +118,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
         {"c", "CPU"},
         {"h", "\x1b[J"},
         {"h", "q quit"},
-        {"x", "Kill b.slice: stop its units and end its 1 processes? [y/N]"},
+        {"x", "Stop the units of b.slice and kill what is left (processes: 1)? [y/N]"},
         {"n", "q quit"},
     };
     for (const auto& [typed, shown] : keys) {

@@ -1,6 +1,7 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
+#include "diagnosis/systemctl_words.h"
 #include "output/output.h"
 #include "running/general_options.h"
 
@@ -34,86 +35,19 @@ For ordinary users it controls their own (--user) manager.
 'merosystemctl COMMAND --help' lists a command's options.)";
 
 // systemctl's, and not this program's.
-const MERO::Tool::Texts kElsewhere{"add-requires",
-                                   "add-wants",
-                                   "bind",
-                                   "cancel",
-                                   "cat",
-                                   "clean",
-                                   "condreload",
-                                   "condrestart",
-                                   "condstop",
-                                   "daemon-reexec",
-                                   "default",
-                                   "edit",
-                                   "emergency",
-                                   "exit",
-                                   "freeze",
-                                   "get-default",
-                                   "halt",
-                                   "hibernate",
-                                   "hybrid-sleep",
-                                   "import-environment",
-                                   "is-system-running",
-                                   "kexec",
-                                   "kill",
-                                   "link",
-                                   "list-automounts",
-                                   "list-dependencies",
-                                   "list-machines",
-                                   "list-paths",
-                                   "list-sockets",
-                                   "list-timers",
-                                   "log-level",
-                                   "log-target",
-                                   "mount-image",
-                                   "poweroff",
-                                   "preset",
-                                   "preset-all",
-                                   "reboot",
-                                   "rescue",
-                                   "revert",
-                                   "service-log-level",
-                                   "service-log-target",
-                                   "service-watchdogs",
-                                   "set-default",
-                                   "set-environment",
-                                   "set-property",
-                                   "show-environment",
-                                   "soft-reboot",
-                                   "suspend",
-                                   "suspend-then-hibernate",
-                                   "switch-root",
-                                   "thaw",
-                                   "try-reload-or-restart",
-                                   "unset-environment"};
+constexpr const char* kElsewhere =
+    "add-requires add-wants bind cancel cat clean condreload condrestart condstop daemon-reexec default edit "
+    "emergency exit freeze get-default halt hibernate hybrid-sleep import-environment is-system-running kexec "
+    "kill link list-automounts list-dependencies list-machines list-paths list-sockets list-timers log-level "
+    "log-target mount-image poweroff preset preset-all reboot rescue revert service-log-level service-log- "
+    "target service-watchdogs set-default set-environment set-property show-environment soft-reboot suspend "
+    "suspend-then-hibernate switch-root thaw try-reload-or-restart unset-environment";
 
 const std::vector<MERO::Tool::Section> kSections{
     {"Units",
-     {"start",
-      "stop",
-      "restart",
-      "try-restart",
-      "reload",
-      "reload-or-restart",
-      "reset-failed",
-      "overview",
-      "status",
-      "why",
-      "show",
-      "is-active",
-      "is-enabled",
-      "is-failed",
-      "info",
-      "list-units",
-      "list-unit-files",
-      "list-services",
-      "enable",
-      "disable",
-      "reenable",
-      "mask",
-      "unmask",
-      "uninstall"}},
+     MERO::Tool::SplitWords("start stop restart try-restart reload reload-or-restart reset-failed overview status why "
+                            "show is-active is-enabled is-failed info list-units list-unit-files list-services enable "
+                            "disable reenable mask unmask uninstall")},
     {"Holds", {"reason"}},
     {"Volumes", {"volume"}},
     {"Isolation", {"isolate", "isolate-state", "run-in"}},
@@ -145,7 +79,9 @@ int main(int argc, char* argv[])
             },
         .sections = kSections,
         .limited = kLimited,
-        .elsewhere = kElsewhere,
+        .elsewhere = MERO::Tool::SplitWords(kElsewhere),
+        .whenNothing = "overview",
+        .shorthands = {{"--failed", "list-units"}},
     });
     const MERO::Tool::Command program = commandLine.Program();
     MERO::Tool::AddGeneralOptions(program);

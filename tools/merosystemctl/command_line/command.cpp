@@ -70,12 +70,12 @@ const Argument& Argument::Excludes(const Argument& other) const
 
 Command Command::AddCommand(const std::string& name, const std::string& help) const
 {
-    return {app_->add_subcommand(name, help)->fallthrough(), calls_}; // to the options of the program
+    return {app_->add_subcommand(name, help)->group("Commands")->fallthrough(), calls_}; // to the program's options
 }
 
 Command Command::AddGroup(const std::string& name, const std::string& help) const
 {
-    CLI::App* group = app_->add_subcommand(name, help)->fallthrough();
+    CLI::App* group = app_->add_subcommand(name, help)->group("Commands")->fallthrough();
     group->require_subcommand(1);
     return {group, calls_};
 }

@@ -51,7 +51,7 @@ public:
     Argument AddOptionalOperand(const std::string& name, std::string& value, const std::string& help) const;
     Argument AddOptionalOperand(const std::string& name, Texts& values, const std::string& help) const;
 
-    /// Options are named "--name" or "-n,--name"; what stands for their value in the help is `meaning`.
+    /// Options are named "--name" or "-n,--name"; the help shows `meaning` for their value.
     Argument AddFlag(const std::string& name, bool& value, const std::string& help) const;
     Argument AddOption(const std::string& name, const std::string& meaning, std::string& value,
                        const std::string& help) const;
@@ -60,7 +60,7 @@ public:
     Argument AddOption(const std::string& name, const std::string& meaning, unsigned& value,
                        const std::string& help) const;
 
-    /// The words behind "--", options of theirs included, are no operands: `usage` tells of them in the usage line.
+    /// The words after "--", their options included, are no operands: `usage` is added to the usage line for them.
     const Command& TakeBehindDashes(Texts& words, const std::string& usage) const;
     /// A text below the help.
     const Command& SetNote(const std::string& note) const;

@@ -30,7 +30,7 @@ bool TakesValue(const CLI::Option* option)
     return option != nullptr && option->get_items_expected_max() > 0;
 }
 
-/// The words behind "--" of a command that takes them. For other commands "--" only ends the options.
+/// The words after "--" of a command that takes them. For other commands "--" only ends the options.
 void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
 {
     const CLI::App* program = command;
@@ -87,6 +87,26 @@ Texts TextsOf(const std::vector<Word>& words)
     Texts texts;
     std::transform(words.begin(), words.end(), std::back_inserter(texts), [](const Word& word) { return word.text; });
     return texts;
+}
+
+/// The words with a command, if they have none but mean one.
+Texts WithCommand(const CLI::App& program, Texts words, const CommandLine::Description& description)
+{
+    auto word = words.begin();
+    while (word != words.end() && NamedOption(program, *word) != nullptr) {
+        if (*word == "--help" || *word == "-h" || *word == "--version") {
+            return words;
+        }
+        const bool hasValue = TakesValue(NamedOption(program, *word));
+        word += hasValue && word + 1 != words.end() ? 2 : 1;
+    }
+    const auto shorthand = word == words.end() ? description.shorthands.end() : description.shorthands.find(*word);
+    if (word == words.end()) {
+        words.push_back(description.whenNothing);
+    } else if (shorthand != description.shorthands.end()) {
+        words.insert(word, shorthand->second);
+    }
+    return words;
 }
 
 /// The command that was called, as far as its words are known: the program itself when the first one is not.
@@ -183,8 +203,9 @@ CommandLine::CommandLine(const Description& description)
     app_->failure_message([this](const CLI::App* program, const CLI::Error& error) {
         return UsageMessage(*program, error, description_.elsewhere);
     });
-    app_->get_formatter()->column_width(28);
+    app_->get_formatter()->column_width(22);
     app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_->get_formatter()->label("Positionals", "Arguments");
 }
 
 CommandLine::~CommandLine() = default;
@@ -202,6 +223,7 @@ int CommandLine::Run(Texts words)
             app_->get_subcommand(name)->group(section.title);
         }
     }
+    words = WithCommand(*app_, words, description_);
     TakeBehindDashes(app_.get(), *calls_, words);
     std::reverse(words.begin(), words.end()); // as the parser wants them
     try {

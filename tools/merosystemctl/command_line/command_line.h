@@ -41,8 +41,10 @@ public:
         std::string note;             ///< below the help
         std::function<void()> before; ///< runs before each command, but for those that are hidden
         std::vector<Section> sections;
-        std::map<std::string, Texts> limited; ///< options of the program, and the commands that take them
-        Texts elsewhere;                      ///< commands that systemctl has, and this program does not
+        std::map<std::string, Texts> limited;          ///< options of the program, and the commands that take them
+        Texts elsewhere;                               ///< commands that systemctl has, and this program does not
+        std::string whenNothing;                       ///< the command that runs when there is none
+        std::map<std::string, std::string> shorthands; ///< options that mean a command when they stand in its place
     };
 
     explicit CommandLine(const Description& description);

@@ -16,7 +16,7 @@ void AddCompleteCommand(CommandLine& commandLine)
     const Command command =
         commandLine.Program().AddCommand("complete", "Print what the last word of a command line can be");
     command.Hide().TakeBehindDashes(arguments->words, "-- [WORD...]"); // it is for the shells
-    command.AddFlag("--descriptions", arguments->descriptions, "With a tab and a description behind it");
+    command.AddFlag("--descriptions", arguments->descriptions, "Print a tab and a description after each");
     command.OnCall([&commandLine, arguments] {
         for (const Word& candidate : Candidates(commandLine, arguments->words)) {
             const bool isDescribed = arguments->descriptions && !candidate.description.empty();

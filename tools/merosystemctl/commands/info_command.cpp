@@ -19,7 +19,7 @@ struct Metadata {
 /// False when the unit has no file.
 bool Read(Metadata& data)
 {
-    // These two are false, too, for a unit that says nothing of its name.
+    // These two are false for a unit without a name, too.
     (void)MEROSystemdNameGet(data.unit, data.name);
     if (!MEROSystemdNameI18nGet(data.unit, data.nameI18n)) {
         data.nameI18n.clear();

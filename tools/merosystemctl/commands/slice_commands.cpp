@@ -168,9 +168,13 @@ void AddSliceCommands(const Command& program)
         .MustPass(OrderFault);
     top.AddOption("--count", "N", arguments->count, "Exit after N updates")
         .MustLie(1, std::numeric_limits<unsigned>::max());
-    top.AddFlag("--json", arguments->json, "Print a JSON array on one line at each update");
-    top.SetNote("On a terminal a screen with keys; elsewhere a line for each slice.\nINPUT and OUTPUT are what "
-                "processes read and write, from disks or caches.");
+    top.AddFlag("--json", arguments->json, "As a JSON array on one line, at each update");
+    top.SetNote("On a terminal it is a screen with these keys; elsewhere a line for each slice.\n"
+                "  Up Down j k   choose a slice           PgUp PgDn  scroll its processes\n"
+                "  c m i o p n   order by CPU, memory, input, output, PID or name\n"
+                "  x             kill the chosen slice, after a question\n"
+                "  h             show or hide the keys    q          quit\n"
+                "Input and output are what processes read and write, from disks or caches.");
     top.OnCall([arguments] {
         return ShowTop({.interval = Seconds(arguments->interval),
                         .count = arguments->count,

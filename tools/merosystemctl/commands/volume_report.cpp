@@ -87,13 +87,13 @@ std::string CauseText(const PlannedStop& stop, const StopCause& cause)
 
 const std::string kNone = "-";
 
-/// The cells that tell of a process' file.
+/// The cells that describe a process' file.
 Texts UserCells(const VolumeUser& user)
 {
     return {std::to_string(user.pid), user.command, UseWord(user.use), user.file};
 }
 
-/// What takes a blocker out of the way.
+/// The command that removes a blocker.
 std::string Remedy(const VolumeBlocker& blocker)
 {
     const std::string pid = std::to_string(blocker.user.pid);

@@ -41,7 +41,7 @@ struct Stops {
     Texts comingBack;
 };
 
-/// Says whom the library is about to wait for, up to an hour.
+/// Says which process the library is about to wait for, up to an hour.
 void SayWhoIsWaitedFor()
 {
     const std::pair<const char*, const char*> locks[] = {
@@ -57,7 +57,7 @@ void SayWhoIsWaitedFor()
     }
 }
 
-/// Asked while the services are stopped: who is still there, is in the way.
+/// Asked while the services are stopped: what uses the volumes now is in the way.
 void ReportHolders(const Texts& volumes)
 {
     MERO::Systemd::VolumeUnmountPlan plan;
@@ -187,7 +187,7 @@ void AddVolumeUnmountCommand(const Command& volume)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount, restart");
+    const Command command = volume.AddCommand("unmount", "Stop the services using a volume, unmount it, restart them");
     TakeVolumes(command.AddOperand("VOLUME", arguments->volumes, "Mount paths"));
     const Argument dryRun =
         command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as 'volume plan' does");
@@ -210,11 +210,11 @@ void AddVolumeUnmountCommand(const Command& volume)
         return Unmount(arguments->volumes, words, arguments->force);
     });
 
-    const Command state = volume.AddCommand("state", "Show whether an unmount runs or was interrupted");
+    const Command state = volume.AddCommand("state", "Show whether an unmount is running or was interrupted");
     state.AddFlag("--json", arguments->json, "As a JSON object");
     state.OnCall([arguments] { return PrintUnmountState(arguments->json); });
 
-    const Command recover = volume.AddCommand("recover", "Start what an interrupted unmount has left stopped");
+    const Command recover = volume.AddCommand("recover", "Start the services that an interrupted unmount stopped");
     recover.OnCall(Recover);
 }
 

@@ -4,8 +4,8 @@
 
 namespace MERO::Tool {
 
-/// What can stand in the place of the last of `words`, which are a command line without the program's name: commands,
-/// options, or the names that the machine has for what is wanted there. Those that begin as the word does, sorted.
+/// What the last of `words`, a command line without the program's name, can become: commands, options, values of
+/// options, or names that this machine has. Sorted.
 std::vector<Word> Candidates(const CommandLine& commandLine, Texts words);
 
 } // namespace MERO::Tool

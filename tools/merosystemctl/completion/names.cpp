@@ -2,6 +2,7 @@
 
 #include "completion/known_units.h"
 #include "usage/usage.h"
+
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
@@ -185,6 +186,14 @@ const std::map<std::string, Names> kNames{
              words.push_back({word, ""});
          }
          return words;
+     }},
+    {"--state",
+     [](const Expected& expected) {
+         return expected.command == "list-unit-files"
+                    ? ToWords({"enabled", "disabled", "static", "masked", "linked", "alias", "indirect", "generated",
+                               "transient", "bad"})
+                    : ToWords({"loaded", "not-found", "masked", "error", "active", "inactive", "failed", "activating",
+                               "deactivating", "reloading", "running", "exited", "dead"});
      }},
     {"--type",
      [](const Expected&) {

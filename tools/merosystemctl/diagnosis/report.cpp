@@ -135,9 +135,9 @@ int ReportFailure(const std::string& what, int error, const SystemctlWords& word
     return kFailed;
 }
 
-CommandError FailureOf(const std::string& question)
+CommandError FailureOf(const std::string& question, const SystemctlWords& words)
 {
-    const auto common = CommonFailure(question, MLIBCErrGet(), true, {});
+    const auto common = CommonFailure(question, MLIBCErrGet(), true, words);
     return common ? *common : CommandError(kFailed, question + " failed; see " + kLog);
 }
 

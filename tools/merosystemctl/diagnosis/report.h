@@ -18,7 +18,7 @@ namespace MERO::Tool {
 int ReportFailure(const std::string& what, int error = MLIBCErrGet(), const SystemctlWords& words = {});
 
 /// The same as an error, to be thrown, of a question to systemd.
-CommandError FailureOf(const std::string& question);
+CommandError FailureOf(const std::string& question, const SystemctlWords& words = {});
 
 /// What came of an action for one unit.
 struct UnitResult {

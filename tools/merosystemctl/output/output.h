@@ -26,7 +26,7 @@ void PrintFields(const std::vector<Texts>& rows);
 /// Whether tables have headings; they do unless this is called.
 void SetLegend(bool hasLegend);
 
-/// Fills the cells of these columns up on the left, so that their numbers stand below each other.
+/// Fills the cells of these columns up on the left, so that their numbers are aligned.
 void AlignRight(std::vector<Texts>& rows, std::size_t firstColumn, std::size_t lastColumn);
 
 enum class Spread { Indented, OneLine };

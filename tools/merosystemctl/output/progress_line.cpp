@@ -1,6 +1,8 @@
 #include "output/progress_line.h"
 
-#include <sys/ioctl.h>
+#include "output/terminal.h"
+#include "output/text_width.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,24 +16,12 @@ namespace MERO::Tool {
 namespace {
 
 constexpr auto kPlainInterval = 10s;
-constexpr std::size_t kDefaultWidth = 80;
 constexpr std::size_t kShortestTitle = 8;
 
 bool CanUpdateLines()
 {
     const char* terminal = std::getenv("TERM");
     return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
-}
-
-std::size_t TerminalWidth()
-{
-    winsize size{};
-    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kDefaultWidth;
-}
-
-std::string Shortened(const std::string& text, std::size_t width)
-{
-    return text.size() <= width ? text : text.substr(0, width - 3) + "...";
 }
 
 } // namespace
@@ -42,9 +32,9 @@ void ProgressLine::Show(const std::string& matter, const std::string& title, con
 {
     if (updates_) {
         // One less than the width: a full line would wrap on some terminals, and could not be cleared.
-        const std::size_t width = TerminalWidth() - 1;
+        const std::size_t width = TerminalWidth(STDERR_FILENO) - 1;
         const std::size_t room = std::max(width - std::min(width, figures.size()), kShortestTitle);
-        std::cerr << "\r\033[K" << (Shortened(title, room) + figures).substr(0, width) << std::flush;
+        std::cerr << "\r\033[K" << (Shorten(title, room) + figures).substr(0, width) << std::flush;
         isShown_ = true;
         return;
     }

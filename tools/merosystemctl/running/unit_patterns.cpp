@@ -1,35 +1,28 @@
 #include "running/unit_patterns.h"
 
 #include "diagnosis/report.h"
-#include "output/command_error.h"
+#include "diagnosis/systemctl_table.h"
 #include "running/general_options.h"
-
-#include <merosystemd/systemd.hpp>
-
-#include <algorithm>
 
 namespace MERO::Tool {
 namespace {
 
-/// The first words of the lines of one of systemctl's lists.
-bool List(const std::string& verb, Texts options, const std::string& pattern, Texts& names)
+const std::string kUnitFiles = "list-unit-files";
+
+/// What one of systemctl's lists has for a pattern.
+Texts Matches(const std::string& list, const Texts& options, const std::string& pattern)
 {
-    options.insert(options.end(), {"--no-legend", "--no-pager", "--full"});
-    const Systemd::SystemctlOpts opts =
-        Systemd::SystemctlOptsBuilder().SetCmdOpts(&options).SetForceSystem(General().system).Build();
-    try {
-        return MEROSystemdSystemctlUltron(verb, opts, {pattern}, [&](int exitCode, const Texts& lines) {
-            for (const std::string& line : lines) {
-                const std::string name = line.substr(0, line.find_first_of(" \n"));
-                if (exitCode == 0 && !name.empty()) {
-                    names.push_back(name);
-                }
-            }
-            return exitCode == 0;
-        });
-    } catch (const std::exception&) {
-        return false; // systemctl cannot be run
+    SystemctlWords words;
+    const auto rows = ReadTable(list, options, {pattern}, words.Listener());
+    const bool mayBeEmpty = list == kUnitFiles && words.WereHeard(); // that is a failure to systemctl
+    if (!rows && (!mayBeEmpty || words.SayNoManager())) {
+        throw FailureOf("looking for " + pattern, words);
     }
+    Texts names;
+    for (TableRow row : rows.value_or(std::vector<TableRow>())) {
+        names.push_back(row["UNIT"]);
+    }
+    return names;
 }
 
 Texts Expand(const std::string& verb, const Texts& units, const std::string& list, const Texts& options,
@@ -41,10 +34,7 @@ Texts Expand(const std::string& verb, const Texts& units, const std::string& lis
             all.push_back(unit);
             continue;
         }
-        Texts names;
-        if (!List(list, options, unit, names)) {
-            throw FailureOf("looking for " + unit);
-        }
+        const Texts names = Matches(list, options, unit);
         if (names.empty()) {
             throw CommandError(kNoSuchUnit, unit + ": no " + what + " matches");
         }
@@ -70,7 +60,7 @@ Texts LoadedUnits(const std::string& verb, const Texts& units)
 
 Texts UnitFiles(const std::string& verb, const Texts& units, const Texts& options)
 {
-    return Expand(verb, units, "list-unit-files", options, "unit file");
+    return Expand(verb, units, kUnitFiles, options, "unit file");
 }
 
 } // namespace MERO::Tool

@@ -58,7 +58,7 @@ WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>&
         progress.Show(ToCell(jobs.Units()), jobs.Details());
     };
     std::future<void> watcher;
-    std::promise<void> end; // behind the watcher, which ends when this goes
+    std::promise<void> end; // declared after the watcher, which ends when this goes
     bool timedOut = false;
     watcher = std::async(std::launch::async, [&, ended = end.get_future()] {
         using Clock = std::chrono::steady_clock;

@@ -15,7 +15,7 @@ class Progress {
 public:
     explicit Progress(const std::string& what) : what_(what) {}
 
-    /// `units` are those of the jobs that `jobs` tells.
+    /// `units` are those of the jobs in `jobs`.
     void Show(const std::string& units, const std::string& jobs);
 
     /// Takes the line off the terminal, and shows nothing until Resume(): somebody else prints there.

@@ -41,7 +41,7 @@ EndSignals::~EndSignals()
     close(descriptor_);
     for (const int number : kSignals) {
         if (sigismember(&held_, number) == 1) {
-            std::signal(number, SIG_DFL); // the terminal's library leaves handlers behind
+            std::signal(number, SIG_DFL); // the terminal's library does not take its handlers away
         }
     }
     sigprocmask(SIG_SETMASK, &before_, nullptr);

@@ -14,7 +14,7 @@ public:
     virtual ~TopDisplay() = default;
     virtual void Show(std::vector<SliceUsage> slices) = 0;
 
-    /// False when it shall end before that time.
+    /// False when the program is to end before that time.
     virtual bool WaitUntil(Clock::time_point time) = 0;
 };
 

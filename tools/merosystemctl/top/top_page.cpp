@@ -94,7 +94,7 @@ const ProcessColumn kProcessColumns[] = {
 constexpr std::size_t kPidWidth = 8;
 constexpr std::size_t kLeastNameWidth = 10;
 
-/// How many lines of a page are whose.
+/// How many lines of a page its parts have.
 struct PageParts {
     PageParts(std::size_t slicesThere, const TopView& view, std::size_t height)
         : help((view.hasHelp || !view.message.empty()) && height > 1 ? 1 : 0)

@@ -222,8 +222,8 @@ private:
         if (!slices_.empty()) {
             const SliceUsage& slice = slices_[ChosenSlice(slices_, view_)];
             asked_ = slice.unit;
-            view_.message = "Kill " + asked_ + ": stop its units and end its " +
-                            std::to_string(slice.processes.size()) + " processes? [y/N]";
+            view_.message = "Stop the units of " + asked_ +
+                            " and kill what is left (processes: " + std::to_string(slice.processes.size()) + ")? [y/N]";
         }
     }
 
@@ -253,7 +253,7 @@ private:
     const Terminal terminal_;
     const Glyphs& glyphs_;
     TopView view_;
-    std::string asked_;              ///< the slice whose killing was asked for, until that is answered
+    std::string asked_;              ///< the slice to kill, while the question is open
     std::vector<SliceUsage> slices_; ///< in the view's order
 };
 
