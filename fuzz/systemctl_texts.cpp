@@ -54,9 +54,9 @@ void UnitPaths(std::string_view input)
 {
     for (const std::string& path : UnitPathsParse(Lines(input))) {
         MERO_REQUIRE(!path.empty());
-        const std::size_t at = input.find(path); // in the order of the text
-        MERO_REQUIRE(at != input.npos);
-        input.remove_prefix(at + path.size());
+        const std::size_t at = input.find(path);              // in the order of the text
+        MERO_REQUIRE(at != input.npos || Holds(input, "\"")); // or it was quoted
+        input.remove_prefix(at != input.npos ? at + path.size() : 0);
     }
 }
 

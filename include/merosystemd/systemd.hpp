@@ -37,7 +37,7 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 /// calling thread, once for each systemctl that carries out the action (and was not refused by the service control
 /// policy), after the log lines of that run are written and its units are on the failed list; not for what is asked on
 /// the way. Nothing depends on it: log, commands and results are the same without. It must not throw. An empty one is
-/// fine. @since 7.1.0
+/// fine. All forms with an observer are there @since 7.1.0
 using SystemctlObserver = std::function<void(int exitCode, const std::vector<std::string>& lines)>;
 
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.

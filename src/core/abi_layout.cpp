@@ -39,6 +39,8 @@ static_assert(sizeof(IsolateOptions) == 1 && alignof(IsolateOptions) == 1 && off
 static_assert(sizeof(IsolateState) == 40 && alignof(IsolateState) == 8);
 static_assert(offsetof(IsolateState, isolating) == 0 && offsetof(IsolateState, target) == 8);
 
+static_assert(sizeof(ShownUnit) == 56 && alignof(ShownUnit) == 8);
+
 static_assert(sizeof(Process) == 96 && alignof(Process) == 8);
 static_assert(sizeof(Slice) == 208 && alignof(Slice) == 8);
 static_assert(sizeof(Icon) == 64 && alignof(Icon) == 8 && offsetof(Icon, name) == 0 && offsetof(Icon, path) == 32);

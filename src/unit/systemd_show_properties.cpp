@@ -65,7 +65,7 @@ public:
             }
             // systemctl asks for one unit after the other, and ends at the first that is refused.
             const auto shown = std::erase_if(units, [&](const std::string& unit) { return shown_.contains(unit); });
-            const auto refused = NamesIn(answer->lines);
+            const auto refused = NamesIn(answer->messages);
             const auto named = std::erase_if(units, [&](const std::string& unit) { return refused.contains(unit); });
             if (named == 0 && !units.empty()) {
                 if (shown == 0 && std::exchange(isSilent, true)) {

@@ -1,5 +1,6 @@
 #include "core/errors.h"
 #include "core/names.h"
+#include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "unit/enable_status_flag.h"
 #include "unit/unit_file.h"
@@ -46,8 +47,29 @@ bool IsMasked(const std::string& unit)
     return MEROSystemdEnableStatusGet(unit) == MERO_SYSTEMD_ENABLE_STATUS_MASKED;
 }
 
+/// Whether one of the units is masked. What is one question is put again for each unit if systemctl does not answer for
+/// all of them: that of systemd 252 ends at the first unit without a file.
+bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
+{
+    Texts states;
+    if (isOneQuestion) {
+        try {
+            (void)MEROSystemdSystemctl("is-enabled", {}, vecUnits, [&](int, const Texts& lines) {
+                states = lines;
+                return true;
+            });
+        } catch (const std::exception&) { // logged where it was thrown
+        }
+    }
+    const auto isState = [](const std::string& line) { return line.find(' ') == line.npos; };
+    const auto isMasked = [](const std::string& line) { return line == "masked\n" || line == "masked-runtime\n"; };
+    return states.size() == vecUnits.size() && std::all_of(states.begin(), states.end(), isState)
+               ? std::any_of(states.begin(), states.end(), isMasked)
+               : std::any_of(vecUnits.begin(), vecUnits.end(), IsMasked);
+}
+
 /// Stops the units and takes them out of the boot: no link to them is left.
-bool TakeOutOfService(const Texts& vecUnits, const SystemctlObserver& observer)
+bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
     const Texts offlineRuntime{kOfflineOption, "--runtime"};
@@ -58,7 +80,7 @@ bool TakeOutOfService(const Texts& vecUnits, const SystemctlObserver& observer)
         !run("disable runtime", "disable", offlineRuntime)) {
         return false;
     }
-    return std::none_of(vecUnits.begin(), vecUnits.end(), IsMasked) ||
+    return !IsOneMasked(vecUnits, isOneQuestion) ||
            (run("unmask", "unmask", offline) && run("unmask runtime", "unmask", offlineRuntime));
 }
 
@@ -75,15 +97,34 @@ bool RemoveUnitFile(const std::string& path)
            MLIBCExec("/bin/rm", "-rf", path.c_str(), nullptr, nullptr) == 0;
 }
 
-bool RemoveUnitFiles(const std::string& unit)
+using Paths = std::map<std::string, Texts>; ///< by unit
+
+/// The files of units, in one question. Units of which systemd does not say them are left out.
+Paths PathsOf(const Texts& vecUnits)
 {
-    Texts paths;
-    const bool known = MEROSystemdSystemctl("show", {"--property=DropInPaths", "--property=FragmentPath"}, {unit},
-                                            [&](int exitCode, const Texts& lines) {
-                                                paths = UnitPathsParse(lines);
-                                                return exitCode == 0;
-                                            });
-    if (!known) {
+    std::map<std::string, ShownUnit> shown;
+    (void)MEROSystemdShowProperties(vecUnits, {"DropInPaths", "FragmentPath"}, shown);
+    Paths paths;
+    for (auto& [unit, what] : shown) {
+        if (what.asked) {
+            paths[unit] = UnitPathsParse(
+                {"DropInPaths=" + what.properties["DropInPaths"], "FragmentPath=" + what.properties["FragmentPath"]});
+        }
+    }
+    return paths;
+}
+
+bool RemoveUnitFiles(const std::string& unit, const Paths& known)
+{
+    const auto found = known.find(unit);
+    Texts paths = found != known.end() ? found->second : Texts();
+    const bool isKnown =
+        found != known.end() || MEROSystemdSystemctl("show", {"--property=DropInPaths", "--property=FragmentPath"},
+                                                     {unit}, [&](int exitCode, const Texts& lines) {
+                                                         paths = UnitPathsParse(lines);
+                                                         return exitCode == 0;
+                                                     });
+    if (!isKnown) {
         return false; // what a run that failed has printed names no file to remove
     }
     // All of them are tried, although one fails.
@@ -92,9 +133,9 @@ bool RemoveUnitFiles(const std::string& unit)
     return failures == 0;
 }
 
-bool RemoveTraces(const std::string& unit)
+bool RemoveTraces(const std::string& unit, const Paths& known)
 {
-    if (!RemoveUnitFiles(unit)) {
+    if (!RemoveUnitFiles(unit, known)) {
         MERO_LOG(LOG_ERR, "Failed to remove unit and/or drop-in files for [%s]", unit.c_str());
         return false;
     }
@@ -119,14 +160,16 @@ bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& obser
 
 bool Uninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    if (!TakeOutOfService(vecUnits, observer)) {
+    const bool isOneQuestion = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isOfToday;
+    if (!TakeOutOfService(vecUnits, isOneQuestion, observer)) {
         AddFailed(vecUnits, failed);
         (void)Reload(vecUnits, failed, observer);
         return false;
     }
     bool done = Reload(vecUnits, failed, observer);
+    const Paths known = isOneQuestion ? PathsOf(vecUnits) : Paths();
     for (const std::string& unit : vecUnits) {
-        if (!RemoveTraces(unit)) {
+        if (!RemoveTraces(unit, known)) {
             AddFailed({unit}, failed);
             done = false;
         }

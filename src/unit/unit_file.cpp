@@ -6,6 +6,7 @@
 #include "core/log.h"
 #include "core/names.h"
 #include "core/text.h"
+#include "unit/unit_properties.h"
 
 #include <merocore/file.h>
 
@@ -177,15 +178,13 @@ std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines)
     for (const std::string& line : lines) {
         const std::size_t equals = line.find('=');
         const std::string property = line.substr(0, equals);
-        std::vector<std::string> values;
-        // A fragment is one path, whatever blanks it holds: the drop-ins' values are the ones that hold several.
-        const char* const separators = property == "FragmentPath" ? "\n" : " ";
         if (equals == line.npos || (property != "FragmentPath" && property != "DropInPaths")) {
             continue;
         }
-        if (!Split(line.substr(equals + 1), values, separators)) {
-            throw std::bad_alloc(); // a file that is not named would not be removed
-        }
+        // A fragment is one path, whatever blanks it holds: the drop-ins' values are the ones that hold several.
+        const std::string value = line.substr(equals + 1);
+        const std::vector<std::string> values =
+            property == "DropInPaths" ? ItemsOf(value) : std::vector{boost::algorithm::trim_copy(value)};
         std::copy_if(values.begin(), values.end(), std::back_inserter(paths),
                      [](const std::string& value) { return !value.empty(); });
     }

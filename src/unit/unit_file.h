@@ -33,7 +33,7 @@ bool YesKeyGet(SourceLine where, const std::string& strUnit, const char* key, bo
 bool TargetsKeyGet(SourceLine where, const std::string& strUnit, const char* key, std::vector<std::string>& targets);
 
 /// The unit's file and drop-ins, as systemctl's `show` prints the properties FragmentPath and DropInPaths: in any
-/// order, a value empty where there is none, several drop-ins with blanks between. Throws std::bad_alloc.
+/// order, a value empty where there is none, several drop-ins as a list. Throws std::bad_alloc.
 std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines);
 
 /// Writes a section into `directory`/`fileName`, making the directory and its parents. A section of that name that

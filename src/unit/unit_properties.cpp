@@ -11,27 +11,29 @@
 namespace MERO::Systemd {
 namespace {
 
-std::vector<UnitProperties> Parse(const Texts& lines, const Texts& properties)
+ShowAnswer Parse(int exitCode, const Texts& lines, const Texts& properties)
 {
-    std::vector<UnitProperties> units;
+    ShowAnswer answer{.exitCode = exitCode, .units = {}, .messages = {}};
     bool isBetween = true;
     for (const std::string& line : lines) {
         const std::size_t equals = line.find('=');
         const std::string name = line.substr(0, equals);
         if (line == "\n") {
             isBetween = true;
-        } else if (equals != line.npos && Contains(properties, name)) {
+        } else if (equals == line.npos || !Contains(properties, name)) {
+            answer.messages.push_back(line);
+        } else {
             if (std::exchange(isBetween, false)) {
-                units.emplace_back();
+                answer.units.emplace_back();
             }
             const std::string value = line.substr(equals + 1, line.find_last_not_of('\n') - equals);
-            const auto [known, isNew] = units.back().try_emplace(name, value);
+            const auto [known, isNew] = answer.units.back().try_emplace(name, value);
             if (!isNew && value.starts_with("{ ")) { // commands of a service have a line each
                 known->second += "\n" + value;
             }
         }
     }
-    return units;
+    return answer;
 }
 
 } // namespace
@@ -40,6 +42,7 @@ std::vector<std::string> ItemsOf(const std::string& value)
 {
     Texts items;
     std::istringstream rest(value);
+    rest.exceptions(std::ios::badbit); // std::bad_alloc, which the stream would keep to itself
     for (std::string item; rest >> std::quoted(item);) {
         items.push_back(item);
     }
@@ -54,7 +57,7 @@ std::optional<ShowAnswer> RunShow(const SystemctlOpts& opts, const Texts& units,
     std::optional<ShowAnswer> answer;
     try {
         (void)MEROSystemdSystemctlUltron("show", show, units, [&](int exitCode, const Texts& lines) {
-            answer = {.exitCode = exitCode, .units = Parse(lines, properties), .lines = lines};
+            answer = Parse(exitCode, lines, properties);
             return true;
         });
     } catch (const std::exception&) {

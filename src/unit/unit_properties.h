@@ -19,7 +19,7 @@ std::vector<std::string> ItemsOf(const std::string& value);
 struct ShowAnswer {
     int exitCode;
     std::vector<UnitProperties> units; ///< one entry for each unit that was shown
-    std::vector<std::string> lines;    ///< all of it
+    std::vector<std::string> messages; ///< the lines that are no properties
 };
 
 /// Runs `systemctl show` once. `opts.cmdOpts` does not count. None when it cannot be run.

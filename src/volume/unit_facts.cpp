@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <sstream>
 
 namespace MERO::Systemd {
 namespace {
@@ -18,18 +17,12 @@ constexpr std::array kSpreadFrom{"Requires", "Requisite", "BindsTo", "PartOf", "
 
 constexpr std::array kRunning{"active", "activating", "reloading", "refreshing"};
 
-Texts Words(const std::string& text)
-{
-    std::istringstream words(text);
-    return {std::istream_iterator<std::string>(words), {}};
-}
-
 template <std::size_t N>
-Texts AllWords(UnitProperties& shown, const std::array<const char*, N>& properties)
+Texts AllItems(UnitProperties& shown, const std::array<const char*, N>& properties)
 {
     Texts all;
     for (const char* property : properties) {
-        const Texts some = Words(shown[property]);
+        const Texts some = ItemsOf(shown[property]);
         all.insert(all.end(), some.begin(), some.end());
     }
     return all;
@@ -38,14 +31,14 @@ Texts AllWords(UnitProperties& shown, const std::array<const char*, N>& properti
 UnitFacts FactsOf(UnitProperties& shown)
 {
     return {.id = shown["Id"],
-            .names = Words(shown["Names"]),
+            .names = ItemsOf(shown["Names"]),
             .state = shown["ActiveState"],
             .result = shown["Result"],
             .mountPoint = shown["Where"],
             .canStart = shown["CanStart"] == "yes",
-            .takesDown = AllWords(shown, kSpreading),
-            .takenDownBy = AllWords(shown, kSpreadFrom),
-            .triggers = Words(shown["TriggeredBy"])};
+            .takesDown = AllItems(shown, kSpreading),
+            .takenDownBy = AllItems(shown, kSpreadFrom),
+            .triggers = ItemsOf(shown["TriggeredBy"])};
 }
 
 } // namespace

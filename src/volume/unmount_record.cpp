@@ -163,8 +163,7 @@ void LeaveOutHeldOrGone(UnmountRecord& record)
     auto shown = ShowUnits(record.units, {"Names", "LoadState"}).value_or(std::vector<UnitProperties>());
     std::set<std::string> left;
     for (UnitProperties& unit : shown) {
-        Texts names;
-        (void)Split(unit["Names"], names, " ");
+        const Texts names = ItemsOf(unit["Names"]);
         const bool isHeld = std::any_of(names.begin(), names.end(), CheckServiceHasReason);
         if (isHeld || unit["LoadState"] != "loaded") {
             MERO_LOG(LOG_WARNING, "[%s] is not started again: %s.", unit["Names"].c_str(),

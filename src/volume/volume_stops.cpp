@@ -305,7 +305,11 @@ bool AreVolumes(const Texts& volumes)
 
 bool FindVolumeStops(const Texts& volumes, VolumeStopSet& set)
 {
-    set.isOfToday = ConfiguredSystemctlDialect().isOfToday;
+    try {
+        set.isOfToday = ConfiguredSystemctlDialect().isOfToday;
+    } catch (const std::exception&) {
+        return false; // logged where it was thrown
+    }
     set.volumes = volumes;
     if (set.isOfToday) {
         AddResolved(set.volumes);

@@ -55,6 +55,13 @@ TEST_F(RealEnablement, AUnitsWholeLifeLeavesNothing)
     EXPECT_EQ(MEROSystemdEnableStatusGet("life"), MERO_SYSTEMD_ENABLE_STATUS_ENABLED);
     EXPECT_EQ(MEROSystemdActiveStatusGet("life"), MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE);
     EXPECT_TRUE(exists(kFlag) && is_symlink(kWanted));
+    std::map<std::string, MERO::Systemd::ShownUnit> units;
+    EXPECT_TRUE(MEROSystemdShowProperties({"vita", "no", "1", "life@", "life"}, {"LoadState"}, units));
+    std::string shown;
+    for (auto& [unit, what] : units) {
+        shown += unit + (what.asked ? "=" + what.properties["LoadState"] : "-") + what.properties["Id"] + " ";
+    }
+    EXPECT_EQ(shown, "1- life=loadedlife.service life@- no=not-foundno.service vita=loadedlife.service ");
     EXPECT_TRUE(MEROSystemdServiceStopByReason("check", "life"));
     EXPECT_TRUE(MEROSystemdMaskRunTime("life.service"));
     EXPECT_EQ(MEROSystemdLoadStatusGet("life"), MERO_SYSTEMD_LOAD_STATUS_MASKED);

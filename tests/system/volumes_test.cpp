@@ -146,14 +146,14 @@ TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
     Service("slave", "WorkingDirectory=/vol2\n[Unit]\nPartOf=db.service\n[X-Tarvix]\nMaster=db\n");
     Unit("web.socket", "[Unit]\nPartOf=db.service\n[Socket]\nListenStream=/run/web.sock\n");
     Unit("db.timer", "[Timer]\nOnActiveSec=1h\nUnit=db.service\n");
-    Unit("group.target", "[Unit]\nRequires=db.service\nWants=never.service\n");
+    Unit("gro\\x2dup.target", "[Unit]\nRequires=db.service\nWants=never.service\n");
     Service("never", "");
     Load();
     Texts failed;
-    EXPECT_TRUE(
-        MEROSystemdStart({"web.socket", "db", "web", "front2", "part", "inst@1", "slave", "group.target", "db.timer"},
-                         failed) &&
-        MEROSystemdStop("never"));
+    EXPECT_TRUE(MEROSystemdStart(
+                    {"web.socket", "db", "web", "front2", "part", "inst@1", "slave", "gro\\x2dup.target", "db.timer"},
+                    failed) &&
+                MEROSystemdStop("never"));
     const Runs before = Now();
     FullVolumeUnmountPlan plan;
     EXPECT_TRUE(Comes([&] { return MEROSystemdVolumeUnmountFullPlan({"/vol2"}, plan) && plan.stops.size() == 4; }));
@@ -162,13 +162,13 @@ TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
         dependents += dependent.unit + (dependent.startsAgain ? "<" : "!") + dependent.takenBy + " ";
     }
     EXPECT_EQ(dependents,
-              "front2.service<web.service group.target<db.service part.service<db.service "
+              "front2.service<web.service gro\\x2dup.target<db.service part.service<db.service "
               "shy.service!db.service slave.service<db.service web.service<db.service web.socket<db.service ");
     EXPECT_TRUE(plan.triggers.size() == 1 && plan.triggers[0].unit == "db.timer");
     EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol2"}, [&] { return MountAnew("/vol2"); }));
     EXPECT_EQ(StartedSince(before), (Texts{"all", "db", "front2", "inst@1", "other", "part", "shy", "slave", "web"}));
     EXPECT_EQ(Now().size(), before.size());
-    EXPECT_EQ(Shell("systemctl is-active web.socket group.target db.timer never").output,
+    EXPECT_EQ(Shell("systemctl is-active web.socket 'gro\\x2dup.target' db.timer never").output,
               "active\nactive\nactive\ninactive\n");
 }
 

@@ -55,6 +55,8 @@ std::string Shown(const T& value)
         return Shown(std::string(value.target));
     } else if constexpr (requires { value.path; }) {
         return Shown(value.name) + Shown(value.path);
+    } else if constexpr (requires { value.asked; }) {
+        return Shown(value.asked) + Shown(value.properties);
     } else if constexpr (requires { value.owner; }) {
         return Shown(value.owner) + Shown(value.volumes);
     }
@@ -134,6 +136,8 @@ T Made(Turn& turn)
         return nullptr;
     } else if constexpr (std::is_same_v<T, Action>) {
         return turn.Is("is a null action") ? nullptr : +[](void*) { return true; };
+    } else if constexpr (std::is_same_v<T, MEROSystemdPropertyCallback>) {
+        return turn.Is("is a null action") ? nullptr : +[](const char*, const char*, const char*, void*) {};
     } else if constexpr (std::is_pointer_v<T>) {
         using Item = std::remove_pointer_t<T>;
         auto& output = turn.Keep(std::array < Item, std::is_same_v<Item, char> ? 256 : 1 > {});
@@ -208,6 +212,10 @@ Shape* As(Shape* function)
 
 using Single = bool(Text);
 using Group = bool(const Texts&, Texts&);
+using Observer = const SystemctlObserver&;
+#define MERO_WITH_OPTIONS(name)                                                                                        \
+    As<bool(const Texts&, const Texts&, Texts&)>(MEROSystemd##name),                                                   \
+        As<bool(const Texts&, const Texts&, Texts&, Observer)>(MEROSystemd##name)
 #define MERO_BOTH(name) MEROSystemd##name, MEROCSystemd##name
 #define MERO_ACTION(name)                                                                                              \
     As<Single>(MEROSystemd##name), As<Single>(MEROSystemd##name##NoBlock), As<Group>(MEROSystemd##name),               \
@@ -220,35 +228,44 @@ using Group = bool(const Texts&, Texts&);
 
 void AddFunctions()
 {
-    Add({"--quiet", "a"}, MEROSystemdStartWithOptions, MEROSystemdStopWithOptions, MEROSystemdRestartWithOptions,
-        MEROSystemdTryRestartWithOptions, MEROSystemdReloadWithOptions, MEROSystemdReloadOrRestartWithOptions,
-        MEROSystemdEnableWithOptionsInternal, MEROSystemdDisableWithOptionsInternal,
-        MEROSystemdEnableStatusGetWithOptions, MEROSystemdIntDefaultTargetSet);
+    Add({"--quiet", "a"}, MERO_WITH_OPTIONS(StartWithOptions), MERO_WITH_OPTIONS(StopWithOptions),
+        MERO_WITH_OPTIONS(RestartWithOptions), MERO_WITH_OPTIONS(TryRestartWithOptions),
+        MERO_WITH_OPTIONS(ReloadWithOptions), MERO_WITH_OPTIONS(ReloadOrRestartWithOptions),
+        MERO_WITH_OPTIONS(EnableWithOptionsInternal), MERO_WITH_OPTIONS(DisableWithOptionsInternal),
+        MEROSystemdMaskWithOptions, MEROSystemdUnmaskWithOptions, MEROSystemdEnableStatusGetWithOptions,
+        MEROSystemdIntDefaultTargetSet);
     Add({"a"}, MERO_ACTION(Start), MERO_ACTION(Stop), MERO_ACTION(Restart), MERO_ACTION(TryRestart),
         MERO_ACTION(Reload), MERO_ACTION(ReloadOrRestart), MERO_ENABLEMENT(Enable, EnableGroup),
         MERO_ENABLEMENT(EnableInGenerator, EnableGroupInGenerator), MERO_ENABLEMENT(Disable, DisableGroup),
         MERO_ENABLEMENT(DisableInGenerator, DisableGroupInGenerator), MERO_ENABLEMENT(Reenable, ReenableGroup),
         MERO_ENABLEMENT(Mask, MaskGroup), MERO_ENABLEMENT(Unmask, UnmaskGroup),
-        MERO_ENABLEMENT(Uninstall, UninstallGroup));
+        MERO_ENABLEMENT(Uninstall, UninstallGroup), As<Group>(MEROSystemdResetFailed),
+        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdReenable),
+        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdUninstall),
+        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdResetFailed));
     Add({"old", "a"}, MERO_REASON(ServiceStopByReason), MERO_REASON(ServiceStartByReason),
         MERO_REASON(ServiceReasonRemove), UnlinkReasons);
     Add({"new", "a"}, MERO_REASON_GROUP(ServiceStopByReason, ServiceStopGroupByReason),
         MERO_REASON_GROUP(ServiceStartByReason, ServiceStartGroupByReason),
-        MERO_REASON_GROUP(ServiceReasonRemove, ServiceReasonRemoveGroup));
+        MERO_REASON_GROUP(ServiceReasonRemove, ServiceReasonRemoveGroup),
+        As<bool(Text, const Texts&, Texts&, Observer)>(MEROSystemdServiceStopByReason),
+        As<bool(Text, const Texts&, Texts&, Observer)>(MEROSystemdServiceStartByReason));
     Add({"a", "256"}, MERO_BOTH(StartIrreversibly), MERO_BOTH(MaskRunTime), MERO_BOTH(UnmaskRunTime),
-        MERO_BOTH(DefaultTargetSet), MERO_BOTH(DefaultTargetSetInGenerator), MERO_BOTH(IsJobEnqueued),
+        As<Single>(MEROSystemdDefaultTargetSet), As<bool(Text, Observer)>(MEROSystemdDefaultTargetSet),
+        MEROCSystemdDefaultTargetSet, MERO_BOTH(DefaultTargetSetInGenerator), MERO_BOTH(IsJobEnqueued),
         MERO_BOTH(LoadStatusGet), MERO_BOTH(ActiveStatusGet), MERO_BOTH(ActiveStatusGetSystem),
         MERO_BOTH(EnableStatusGet), MERO_BOTH(EnableStatusGetSystem), MERO_BOTH(EnableStatusGetInGenerator),
         MERO_BOTH(IsSupportGet), MERO_BOTH(SupportOneClickEnableGet), MERO_BOTH(IsDefaultEnableGet),
         MEROSystemdInfoCenterDisplayGet, MEROCSystemdInfoCenterDislayGet, MERO_BOTH(NanoUpdateDislayGet),
         MERO_BOTH(NameGet), MERO_BOTH(NameI18nGet), MERO_BOTH(FirewallSectionsGet), MERO_BOTH(ServiceReasonList),
-        MERO_BOTH(VolumeDependencyGet), MEROSystemdResetFailed, MEROSystemdEnableWithOptions,
-        MEROSystemdDisableWithOptions, MEROSystemdBelongsToGet, MEROSystemdPackedInGet, MEROSystemdIconGet,
-        MEROSystemdServiceSkipListByMntPath, MEROSystemdIntJobGet, CheckServiceHasReason);
-    Add({}, MERO_BOTH(DaemonReload), MERO_BOTH(IsolateToDefaultTarget), MERO_BOTH(RunAsSystemProcess),
-        MERO_BOTH(ServiceList), MERO_BOTH(SliceList), MERO_BOTH(IsolateStateGet), ListServicesWithReason,
-        MEROSystemdIntJobList, MEROSystemdVolumeRegisterList, MEROSystemdPutEnvByPAMSystemd,
-        MEROSystemdVolumeUnmountStateGet, MEROSystemdVolumeUnmountRecover, Process::TotalTickGet);
+        MERO_BOTH(VolumeDependencyGet), MEROSystemdEnableWithOptions, MEROSystemdDisableWithOptions,
+        MEROSystemdBelongsToGet, MEROSystemdPackedInGet, MEROSystemdIconGet, MEROSystemdServiceSkipListByMntPath,
+        MEROSystemdIntJobGet, CheckServiceHasReason);
+    Add({}, As<bool()>(MEROSystemdDaemonReload), As<bool(Observer)>(MEROSystemdDaemonReload), MEROCSystemdDaemonReload,
+        MERO_BOTH(IsolateToDefaultTarget), MERO_BOTH(RunAsSystemProcess), MERO_BOTH(ServiceList), MERO_BOTH(SliceList),
+        MERO_BOTH(IsolateStateGet), ListServicesWithReason, MEROSystemdIntJobList, MEROSystemdVolumeRegisterList,
+        MEROSystemdPutEnvByPAMSystemd, MEROSystemdVolumeUnmountStateGet, MEROSystemdVolumeUnmountRecover,
+        Process::TotalTickGet);
     Add({"256"}, MERO_BOTH(DefaultTargetGet), MERO_BOTH(CgroupMonitorSliceGet));
     Add({"a.slice"}, MERO_BOTH(CgroupMonitorSliceMove), MERO_BOTH(CgroupSystemdSliceMove),
         As<Single>(MEROSystemdKillSlice), As<bool(Text, const std::function<void(KillPhase)>&)>(MEROSystemdKillSlice),
@@ -256,6 +273,7 @@ void AddFunctions()
     Add({"b.target"}, _MEROSystemdIsolateTargetAction, MEROCSystemdIsolateTargetAction,
         As<bool(Text, Result*)>(MEROSystemdIsolateTarget), As<bool(Text, Result*)>(MEROSystemdIntIsolateTarget),
         As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIsolateTarget),
+        As<bool(Text, const IsolateOptions&, Result*, Observer)>(MEROSystemdIsolateTarget),
         As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIntIsolateTarget));
     Add({kVolume}, MERO_BOTH(ServiceListByMntPath), _MEROSystemdVolumeUnmountAction, MEROCSystemdVolumeUnmountAction,
         MEROCSystemdVolumeGroupUnmountAction, MEROSystemdVolumeUnmountPlan, MEROSystemdVolumeUnmountFullPlan,
@@ -266,7 +284,8 @@ void AddFunctions()
     Add({"P", "/old"}, MEROSystemdVolumeIsRegisteredByPackage);
     Add({"/old"}, MEROSystemdListPackageByRegisteredVolume);
     Add({"/run/systemd/system/a.service.d/", "/run/drop-in"}, LinkMeroReason);
-    Add({"a", "Id"}, MEROSystemdShow, MEROSystemdShowSystem, MEROSystemdShowProperties);
+    Add({"a", "Id"}, MEROSystemdShow, MEROSystemdShowSystem, MERO_BOTH(ShowProperties),
+        MEROSystemdShowPropertiesSystem);
     Add({"service"}, MEROSystemdListUnits);
     Add({std::to_string(getpid()), "name=systemd"}, MEROSystemdCgroupPathnameGet, MEROSystemdGetByPid, Process::NameGet,
         Process::PssGet, Process::CPUTickGet, Process::IOGet);
@@ -293,7 +312,7 @@ list-unit-files*) echo 'a.service enabled enabled';;
 *LoadState*) echo LoadState=loaded;;
 *ActiveState*) echo ActiveState=active;;
 *DropInPaths*) printf 'FragmentPath=/run/fragment\nDropInPaths=/run/one /run/two\n';;
-show*) echo Id=a.service;;
+show*) printf 'Id=a.service\nNames=a.service\n';;
 is-enabled*) echo enabled;;
 get-default*) echo multi-user.target;;
 esac)";

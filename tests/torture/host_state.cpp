@@ -104,7 +104,8 @@ constexpr Exception kExceptions[] = {
     {"IsolateStateGet", "", Instead::Fails, "it logs a bad parameter, without a code"},
     {"UnlinkReasons", "1 ", Instead::Fails, "it refuses, and names all units as failed"},
     {"MEROCSystemdVolumeUnmountAction", "is empty", Instead::Fails, "a list with a bad path is refused without a line"},
-    {"Reason|UnmountAction|able|ask|Uninstall", "holds null", Instead::Fails, "the list's exception is logged"},
+    {"Reason|UnmountAction|able|ask|Uninstall|ShowProperties", "holds null", Instead::Fails,
+     "the list's exception is logged"},
     {"Group", "holds null", Instead::Throws, "that the lists of actions hold none is up to the caller"},
     {"CheckServiceHasReason|IsRegisteredBy", "", Instead::Fails, "a question: no"},
     {"CgroupPathnameGet|GetByPid|Process::|ProcessList|LinkMeroReason", "", Instead::Fails, "there is no such thing"},
@@ -124,7 +125,7 @@ const std::map<std::string, std::string> kConditions{
     {"is a null list", R"(nullptr != pList(\w+)s)"},
     {"is a null output", R"(nullptr != (?:ppList|sz|p|pbl|pp)([A-Z]\w+?)s?)"},
     {"leads to null", R"(nullptr != \*pp(?:List)?([A-Z]\w+?)s?)"},
-    {"is a null action", "nullptr != action()"},
+    {"is a null action", "nullptr != (?:action|callback)()"},
     {"is -1", R"(0 < cb(\w+))"},
     {"is 0", R"(0 < cb(\w+))"},
 };

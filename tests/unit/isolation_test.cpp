@@ -71,7 +71,12 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
         SystemctlScript(c.script);
         c.script == "none" ? RemoveSystemctl() : void();
         auto result = static_cast<MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(kUntouched);
-        EXPECT_EQ(MEROSystemdIsolateTarget("a.target", {.noBlock = !c.with.empty()}, &result), c.done);
+        Texts seen;
+        const auto see = [&](int exitCode, const Texts& lines) {
+            seen = lines, seen.push_back(std::to_string(exitCode));
+        };
+        EXPECT_EQ(MEROSystemdIsolateTarget("a.target", {.noBlock = !c.with.empty()}, &result, see), c.done);
+        EXPECT_EQ(seen, c.calls.empty() ? Texts() : c.done ? Texts{"0"} : Texts({"a\n", "b\n", "4"}));
         EXPECT_EQ(result, c.result);
         EXPECT_EQ(Calls(), c.calls);
         Texts said = Said("systemd_isolate_target");

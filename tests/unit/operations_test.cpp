@@ -168,6 +168,64 @@ TEST_F(Operations, FailuresNameTheirUnits)
     EXPECT_EQ(list, Texts(4, "a"));
 }
 
+TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
+{
+    const Texts none, both{"a", "b"};
+    Texts failed;
+    using Call = std::function<bool(const SystemctlObserver&)>;
+#define WITH_OPTIONS(Name) [&](auto& seen) { return MEROSystemd##Name##WithOptions(none, both, failed, seen); }
+    const Call calls[] = {
+        WITH_OPTIONS(Start),
+        WITH_OPTIONS(Stop),
+        WITH_OPTIONS(Restart),
+        WITH_OPTIONS(TryRestart),
+        WITH_OPTIONS(Reload),
+        WITH_OPTIONS(ReloadOrRestart),
+        WITH_OPTIONS(Mask),
+        WITH_OPTIONS(Unmask),
+        [&](auto& seen) { return MEROSystemdEnableWithOptionsInternal(none, both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdDisableWithOptionsInternal(none, both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdReenable(both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdDaemonReload(seen); },
+        [&](auto& seen) { return MEROSystemdDefaultTargetSet("x.target", seen); },
+        [&](auto& seen) { return MEROSystemdServiceStopByReason("new", both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdServiceStartByReason("old", both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdUninstall(both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdResetFailed(both, failed, seen); }, // the last: seen here only
+    };
+    for (const std::string exitCode : {"0", "1"}) {
+        SystemctlScript("echo \"$1\"; [ \"$1\" != is-enabled ] || echo masked; exit " + exitCode);
+        for (const Call& call : calls) {
+            const auto run = [&](const SystemctlObserver& observer) {
+                failed.clear();
+                fs::remove_all("/run/merosystemd"), fs::remove_all("/usr/mero/etc/merosystemd");
+                Write("/run/merosystemd/reasons/a.service/old", "");
+                (void)Calls(), (void)Log();
+                const bool done = call(observer);
+                Texts log = Log();
+                std::erase_if(log, [](auto& line) { return line.find("Execute time") != line.npos; });
+                return std::tuple(done, failed, log);
+            };
+            const auto unseen = run({});
+            Texts seen, expected;
+            EXPECT_EQ(run([&](int ret, const Texts& lines) { seen.push_back(lines.at(0) + std::to_string(ret)); }),
+                      unseen);
+            for (const std::string& line : Calls()) {
+                const std::string verb = line.substr(0, line.find(' '));
+                if (!line.starts_with("list-jobs") && !line.starts_with("is-enabled") && !line.starts_with("show") &&
+                    (verb != "reset-failed" || &call == &calls[std::size(calls) - 1])) {
+                    expected.push_back(verb + "\n" + exitCode);
+                }
+            }
+            EXPECT_FALSE(expected.empty());
+            EXPECT_EQ(seen, expected);
+        }
+    }
+    Systemctl({});
+    EXPECT_TRUE(MEROSystemdMaskWithOptions({"--runtime", "--root=/."}, {"a"}, failed, {}));
+    EXPECT_THAT(Calls(), ElementsAre("mask --runtime --root=/. a"));
+}
+
 TEST_F(Operations, AListThatIsRefusedWholeIsQueuedUnitByUnitInTheDialectOfToday)
 {
     const std::string reason = ": Unit b.service not found.\n";

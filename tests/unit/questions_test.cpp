@@ -1,5 +1,6 @@
 #include "support/child.h"
 #include "support/operations.h"
+#include "support/texts.h"
 #include "unit/job_info.h"
 
 using namespace MERO::Systemd;
@@ -206,12 +207,16 @@ TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
     fs::permissions("/run/systemctl.calls", fs::perms(0666));
     const auto ask = [] {
         std::for_each(std::begin(kQuestions), std::end(kQuestions), [](auto& question) { question.get("u"); });
-        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1;
+        std::map<std::string, ShownUnit> units;
+        return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1 +
+               MEROSystemdShowProperties({"u"}, {"Id"}, units) + MEROSystemdShowPropertiesSystem({"u"}, {"Id"}, units);
     };
     EXPECT_EQ(RunAs(65534, ask), 0);
-    EXPECT_THAT(Calls(), ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
-                                     "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
-                                     "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u"));
+    EXPECT_THAT(Calls(),
+                ElementsAre("show --user --property LoadState u", "show --user --property ActiveState u",
+                            "show --property ActiveState u", "is-enabled --user u", "is-enabled u",
+                            "is-enabled --user --root=/. u", "is-enabled --user --full --quiet u",
+                            "show --user --property=Id,Names u.service", "show --property=Id,Names u.service"));
     EXPECT_THAT(Log(), Contains("ERR systemd_putenv_by_pam_systemd: Failed to put env by pam systemd for 65534"));
 }
 
@@ -236,6 +241,65 @@ TEST_F(Questions, ShowGivesTheValueOfTheFirstLine)
         EXPECT_EQ(MEROCSystemdIsJobEnqueued("u"), c.isEnqueued) << c.output;
         EXPECT_EQ(MLIBCErrGet(), c.error) << c.output;
     }
+}
+
+TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOther)
+{
+    const std::string a = "Id=a.service\nNames=a.service al.service\nS=x=y\nS=second\nline\n";
+    const std::string b = "Id=b.service\nNames=b.service\nS=2\n", refused = "Failed to get properties: ";
+    const std::string mounts = "Id=-.mount\nNames=-.mount\n\nId=m\\x2dn.mount\nNames=\"m\\\\x2dn.mount\"\n";
+    const std::string named = refused + "Unit name x.service is neither a valid invocation ID nor unit name.\n";
+    const std::string axb = "a.service x.service b.service", tooLong(250, 'a');
+    struct Case {
+        Texts units;
+        std::vector<Answer> answers; ///< one for each question
+        std::string text;            ///< "unit=S", or "unit-" for one that could not be asked
+    };
+    const Case cases[] = {
+        {{"b", "al", "a.service", "b"}, {{"b.service al.service a.service", a + "\n" + b}}, "a.service=x=y al=x=y b=2"},
+        {{"m\\x2dn.mount", "-.mount"}, {{"-- m\\x2dn.mount -.mount", mounts}}, "-.mount= m\\x2dn.mount="},
+        {{"a", "x", "b"}, {{axb, a, 1, named}, {"b.service", b}}, "a=x=y b=2 x-"},
+        {{"a", "x", "b"}, {{axb, a, 1, refused + "no\n"}, {"b.service", b}}, "a=x=y b=2 x-"},
+        {{"c", "x", "b"},
+         {{"c.service x.service b.service", "Id=c.service\nNames=c.service\nS=z b.service\n", 1, named},
+          {"b.service", b}},
+         "b=2 c=z b.service x-"},
+        {{"x", "a", "b"}, {{"x.service a.service b.service", "", 1, named}, {"a.service b.service", b}}, "a- b=2 x-"},
+        {{"x", "b"}, {{"x.service b.service", "", 1, refused + "no\n"}, {"b.service", b}}, "b=2 x-"},
+        {{"x"}, {{"x.service", "", 1, named}}, "x-"},
+        {{"1", "t@.service", "a*", "a/b", "", "x y", "@i", ".service", "a?.service", tooLong},
+         {},
+         "- .service- 1- @i- a*- a/b- a?.service- " + tooLong + "- t@.service- x y-"},
+        {{"a", "b", "c"}, {{"a.service b.service c.service", "", 1, "no bus\n"}, {"b.service c.service", "", 1}}, "?-"},
+        {{"a"}, {{"a.service", ""}}, "?-"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        Texts calls;
+        std::vector<Answer> answers = c.answers;
+        for (Answer& answer : answers) {
+            calls.push_back("show --property=S,Id,Names " + answer.arguments);
+            answer.arguments = Replaced(calls.back(), "\\", "\\\\");
+        }
+        Systemctl(answers);
+        std::map<std::string, ShownUnit> units{{"?", {}}};
+        EXPECT_EQ(MEROSystemdShowProperties(c.units, {"S"}, units), c.text != "?-");
+        std::string text;
+        for (auto& [unit, what] : units) {
+            text += (text.empty() ? "" : " ") + unit + (what.asked ? "=" + what.properties["S"] : "-");
+        }
+        EXPECT_EQ(text, c.text);
+        EXPECT_EQ(Calls(), calls);
+    }
+
+    Systemctl({{"show --property=S,Id,Names a.service", a}});
+    Texts got;
+    const auto add = [](const char* unit, const char* property, const char* value, void* texts) {
+        const auto text = [](const char* one) { return std::string(one != nullptr ? one : "-"); };
+        static_cast<Texts*>(texts)->push_back(text(unit) + " " + text(property) + " " + text(value));
+    };
+    EXPECT_EQ(MEROCSystemdShowProperties(MakeList({"a", "a*"}).get(), MakeList({"S"}).get(), add, &got), 1);
+    EXPECT_THAT(got, ElementsAre("a Id a.service", "a Names a.service al.service", "a S x=y", "a* - -"));
 }
 
 TEST_F(Questions, TheDefaultTargetIsOneLineThatFitsAndMayBeSet)

@@ -80,6 +80,37 @@ TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
     }
 }
 
+TEST_F(Uninstall, InTheDialectOfTodayEachQuestionIsOneForAllUnits)
+{
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
+    const std::string isEnabled = "is-enabled a b", unmask = "unmask --root=/. a b";
+    const std::string show = "show --property=DropInPaths,FragmentPath,Id,Names a.service b.service";
+    const std::string a = "Id=a.service\nNames=a.service\nFragmentPath=" + kUnits + "a.service\nDropInPaths=\n";
+    const std::string none = "Failed to get unit file state for b.service: No such file or directory\n";
+    const std::tuple<std::string, Texts, std::string, Texts> cases[] = {
+        {"static\nmasked\n", {isEnabled, unmask, "unmask --root=/. --runtime a b"}, "b", {show}},
+        {"static\nstatic\n", {isEnabled}, "b", {show}},
+        {"static\n" + none, {isEnabled, "is-enabled a", "is-enabled b"}, "", {show, kShow + "b"}},
+    };
+    for (const auto& [states, asked, id, shown] : cases) {
+        SCOPED_TRACE(states);
+        Write(kUnits + "a.service", "");
+        const std::string b = id.empty() ? "" : "\nId=b.service\nNames=b.service\n";
+        Systemctl({{isEnabled, states, 1}, {show, a + b}, {kShow + "b", "FragmentPath=\n"}});
+        Texts failed, calls;
+        EXPECT_TRUE(MEROSystemdUninstall({"a", "b"}, failed)) << MERO::Systemd::Join(Log());
+        EXPECT_FALSE(fs::exists(kUnits + "a.service"));
+        for (const std::string& call : Calls()) {
+            call.starts_with("is-enabled") || call.starts_with("unmask") || call.starts_with("show")
+                ? calls.push_back(call)
+                : void();
+        }
+        Texts expected = asked;
+        expected.insert(expected.end(), shown.begin(), shown.end());
+        EXPECT_EQ(calls, expected);
+    }
+}
+
 TEST_F(Uninstall, WhatIsRefusedOrSkippedFailsWhole)
 {
     Texts list{"a", "../b"}, failed{"a"};
@@ -105,6 +136,7 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
         {"DropInPaths=" + one + " " + two + "\nFragmentPath=" + file + "\n", 0, true, {file, one, two}},
         {"FragmentPath=" + file + "\nDropInPaths= " + one + "  " + two + "\nX=" + odd, 0, true, {file, one, two}},
         {"FragmentPath=" + odd + "\nDropInPaths=" + kUnits + "none\n", 0, true, {odd}},
+        {"DropInPaths=" + one + " \"" + odd + "\"\n", 0, true, {one, odd}}, // systemctl quotes a blank
         {"DropInPaths=\nFragmentPath=\n", 0, true, {}},
         {"DropInPaths=[unprintable] " + one + "\nFragmentPath=" + file + "\n", 0, false, {file, one}},
         {"FragmentPath=" + file.substr(1) + "\n", 0, false, {}},

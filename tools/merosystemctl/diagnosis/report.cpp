@@ -121,11 +121,6 @@ Json::Value ToJson(const UnitResult& result)
 
 } // namespace
 
-bool IsMissing(const std::string& load)
-{
-    return load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND);
-}
-
 int ReportFailure(const std::string& what, int error, const SystemctlWords& words)
 {
     if (const auto common = CommonFailure(what, error, true, words)) {
