@@ -161,13 +161,13 @@ std::vector<Foreseen> ForeseeRelease(const std::string& reason, Texts services)
         (void)MEROSystemdServiceReasonList(service, reasons);
         std::erase(reasons, reason);
         if (!reasons.empty()) {
-            changes.push_back({service, "stays held", "by " + ToCell(reasons)});
+            changes.push_back({ServiceName(service), "stays held", "by " + ToCell(reasons)});
             continue;
         }
         const auto starts = ForeseeStart({service});
         changes.insert(changes.end(), starts.begin(), starts.end());
         for (const std::string& unit : StoppedAlong(service)) {
-            changes.push_back({unit, "starts", "stopped along with " + service});
+            changes.push_back({unit, "starts", "stopped along with " + ServiceName(service)});
         }
     }
     return changes;
