@@ -208,9 +208,9 @@ int PrintForeseen(const std::vector<Foreseen>& changes, bool json)
     }
     PrintTable(rows);
     if (!General().quiet) {
-        PrintError("nothing was done; this is computed from the dependencies that are loaded now. Not known:");
+        PrintError("nothing was done; computed from the dependencies loaded now");
         for (const std::string& unknown : kUnknown) {
-            std::cerr << "  " << unknown << '\n';
+            std::cerr << "  not known: " << unknown << '\n';
         }
     }
     return kDone;
