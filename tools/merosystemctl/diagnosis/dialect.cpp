@@ -32,7 +32,7 @@ int InstalledSystemdVersion()
 {
     glob_t found{};
     int number = 0;
-    if (glob("/usr/lib/{,*/}systemd/libsystemd-shared-*.so", GLOB_BRACE, nullptr, &found) == 0) {
+    if (glob("/usr/lib/{,*-linux-*/}systemd/libsystemd-shared-*.so", GLOB_BRACE, nullptr, &found) == 0) {
         (void)std::sscanf(std::strrchr(found.gl_pathv[0], '/'), "/libsystemd-shared-%d", &number);
     }
     globfree(&found);
