@@ -193,6 +193,8 @@ TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRun
          kSays + "alias: nothing was done: it is held\n" + held("check") + " web.service\n" + held("upgrade") + ".*"},
         {"status slow-to-stop", 0, ".*"},
         {"reason release other web", 3, kSays + "web: it does not have the reason other\n"},
+        {"reason release --dry-run upgrade web boot", 0,
+         "UNIT .*\nweb.service +stays held +by check\nboot.service +starts +named\n.*"},
         {"reason release upgrade web boot", 0, kSays + "boot.service: the drop-in [^\n]* is gone\n"},
     });
     EXPECT_EQ(
@@ -229,6 +231,11 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
     Unit("dies.service", "[Service]\nExecStart=/bin/false\n");
     Unit("reborn.service", "[Service]\nExecStart=/bin/sleep 0.2\nRestart=always\nRestartSec=0\n");
     Unit("quick.service", "[Service]\nType=oneshot\nExecStart=/bin/true\n");
+    Unit("again.service", "[Unit]\nStartLimitIntervalSec=0\n[Service]\nExecStartPre=/bin/true\nExecStartPre=/nowhere\n"
+                          "ExecStart=/bin/true\nRestart=always\nRestartSec=300ms\n");
+    Unit("front.service", "[Unit]\nRequires=needy.service again.service\nAfter=needy.service\nPartOf=web.service\n"
+                          "[Service]\nExecStart=/bin/sleep 99\n");
+    Unit("part.service", "[Unit]\nPartOf=web.service\n[Service]\nExecStart=/bin/sleep 99\n");
     Unit("off.service", "[Service]\nExecStart=/bin/true\n[Install]\nWantedBy=multi-user.target\n");
     Unit("rival.service", "[Unit]\nConflicts=off.service\n[Service]\nExecStart=/bin/sleep infinity\n");
     Unit("unmount-volume-begin.target", "[Unit]\nConflicts=quick.service\nDefaultDependencies=no\n");
@@ -247,7 +254,17 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
         {"start --verify picky dies reborn", 1,
          "merosystemctl: picky: started, but .* inactive .*condition .*ConditionPathExists=/nowhere.*"
          "dies: started, but it had failed one second later\n  failed .*exit code 1\n.*reborn: started, but .*"},
+        {"start part", 0, ""},
         {"stop --verify reborn web", 0, ""},
+        {"why part", 3,
+         ".*\ndependency  web.service was stopped at the same time .PartOf=.\n.*-> merosystemctl start web.*"},
+        {"start front", 1, ".*"},
+        {"why front", 3,
+         ".*\ndependency  broken.service failed, [^\n]*\n[^\n]*.needed by needy.service.\n[^\n]*no disk\n.*"
+         "dependency  again.service is restarted again and again, [^\n]*\n +ExecStartPre=/nowhere ended with exit code "
+         "203/EXEC .*"},
+        {"overview", 0, "failed      again.service, is restarted again and again\n +broken.service\n.*why\n.*"},
+        {"stop again", 0, ""},
         {"start rival unmount-volume-begin.target", 0, ""},
         {"why off", 3, ".*\nconflict +rival.service is running\n +-> merosystemctl stop rival.service\ndisabled .*"},
         {"why quick", 3, ".*\nvolume +stopped while a volume [^\n]*\n.*"},
@@ -269,7 +286,14 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
     Load();
     const std::string isActive = "systemctl is-active small.target; kill -TERM $PPID; exec sleep 20";
     Expect({
+        {"start web echo.socket echo", 0, ""},
+        {"isolate --dry-run small.target", 0,
+         "UNIT .*\nsmall.target +starts +named\n.*echo.service +may stop +as does echo.socket\n.*"
+         "web.service +stops +small.target does not need it\n.*echo.socket +stops .*merosystemctl: nothing was done.*"},
+        {"is-active web small.target", 0, "active\ninactive\n"},
         {"isolate small.target", 0, "isolated to small.target; what it stops has stopped\n"},
+        {"is-active web", 3, "inactive\n"},
+        {"is-active dbus", 0, "active\n"}, // dbus.socket stays
         {"isolate default.target --no-block", 0, "isolated to default.target; .*\n"},
         {"isolate web", 4, "merosystemctl: web.target: there is no such target\n"},
         {"isolate web.service", 1,

@@ -310,6 +310,7 @@ TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOth
         {{"x", "a", "b"}, {{"x.service a.service b.service", "", 1, named}, {"a.service b.service", b}}, "a- b=2 x-"},
         {{"x", "b"}, {{"x.service b.service", "", 1, refused + "no\n"}, {"b.service", b}}, "b=2 x-"},
         {{"x"}, {{"x.service", "", 1, named}}, "x-"},
+        {{"c"}, {{"c.service", "Id=c.service\nNames=c.service\nS={ 1 }\nS={ 2 }\nS=3\n"}}, "c={ 1 }\n{ 2 }"},
         {{"1", "t@.service", "a*", "a/b", "", "x y", "@i", ".service", "a?.service", tooLong},
          {},
          "- .service- 1- @i- a*- a/b- a?.service- " + tooLong + "- t@.service- x y-"},

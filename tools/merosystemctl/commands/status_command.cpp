@@ -3,6 +3,7 @@
 #include "diagnosis/holds.h"
 #include "diagnosis/jobs.h"
 #include "diagnosis/journal.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "diagnosis/unit_properties.h"
 #include "output/amounts.h"
@@ -26,7 +27,7 @@ namespace {
 constexpr const char* kStatusProperties =
     "Id,Description,LoadState,ActiveState,SubState,StateChangeTimestamp,UnitFileState,FragmentPath,Job,MainPID,"
     "MemoryCurrent,NeedDaemonReload";
-constexpr std::size_t kOwnLogLines = 5, kSystemdLogLines = 5;
+constexpr std::size_t kLogLines = 10;
 
 struct UnitStatus {
     std::string name; ///< as it was asked for
@@ -145,7 +146,7 @@ int RunStatus(const Texts& words, bool json)
 {
     const Texts names = LoadedUnits("", words);
     const bool isForOne = names.size() == 1 && !json;
-    auto reading = isForOne ? std::make_unique<JournalReading>(names) : nullptr; // beside the question
+    auto reading = isForOne ? std::make_unique<JournalReading>(names, kLogLines) : nullptr; // beside the question
     const std::vector<UnitProperties> units = AskProperties(names, kStatusProperties);
     if (units.empty()) {
         return ReportFailure((isForOne ? names.front() + ": " : "") + "asking for the status");
@@ -166,12 +167,12 @@ int RunStatus(const Texts& words, bool json)
     } else if (!isForOne) {
         PrintStatusTable(all);
     } else if (IsMissing(units.front()["LoadState"])) {
-        PrintError(names.front() + ": there is no such unit");
+        PrintError(names.front() + ": " + NoSuchUnitText());
     } else if (units.front().WasAsked()) {
         const std::string& id = units.front()["Id"];
         const bool isAlias = OwnName(names.front(), units.front()) != names.front(); // the journal does not know it
-        const auto journal = isAlias ? JournalReading({id}).Take() : reading->Take();
-        PrintStatus(all.front(), LastLines(journal, id, kOwnLogLines, kSystemdLogLines));
+        const auto journal = isAlias ? JournalReading({id}, kLogLines).Take() : reading->Take();
+        PrintStatus(all.front(), LastLines(journal, id, kLogLines, kLogLines));
     }
     PrintWarnings(all);
     return code;

@@ -182,7 +182,7 @@ Diagnosis DiagnosisOf(const std::string& name, const UnitProperties& unit, const
                         .since = unit["StateChangeTimestamp"],
                         .causes = {},
                         .log = {}};
-    if (!unit.WasAsked() || diagnosis.load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
+    if (!unit.WasAsked() || IsMissing(diagnosis.load)) {
         return diagnosis;
     }
     std::vector<Cause>& causes = diagnosis.causes = HoldsOf(diagnosis.unit);

@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf";
 constexpr int kFirstCurrent = 246; // the systemd that the current dialect begins with
 
-/// systemd's number, as in "systemd 252 (252.39-1)"; 0 when it cannot be told.
+/// systemd's number, as in "systemd 252 (252.39-1)"; 0 when it is not known.
 int SystemdVersion()
 {
     char systemctl[] = "/usr/bin/systemctl", version[] = "--version";
@@ -32,7 +32,7 @@ int InstalledSystemdVersion()
 {
     glob_t found{};
     int number = 0;
-    if (glob("/usr/lib/{,*/}systemd/libsystemd-shared-*.so", GLOB_BRACE, nullptr, &found) == 0) {
+    if (glob("/usr/lib/{,*-linux-*/}systemd/libsystemd-shared-*.so", GLOB_BRACE, nullptr, &found) == 0) {
         (void)std::sscanf(std::strrchr(found.gl_pathv[0], '/'), "/libsystemd-shared-%d", &number);
     }
     globfree(&found);

@@ -1,6 +1,8 @@
 #include "diagnosis/failure.h"
 
 #include "diagnosis/exit_status.h"
+#include "diagnosis/journal.h"
+#include "output/words.h"
 
 #include <sys/wait.h>
 
@@ -11,8 +13,8 @@
 namespace MERO::Tool {
 namespace {
 
-constexpr const char* kCommands[] = {"ExecCondition", "ExecStartPre", "ExecStart",
-                                     "ExecStartPost", "ExecStop",     "ExecStopPost"}; // in the order of their runs
+constexpr const char* kCommands[] = {"ExecMount", "ExecActivate",  "ExecCondition", "ExecStartPre",
+                                     "ExecStart", "ExecStartPost", "ExecStop",      "ExecStopPost"}; // as they are run
 
 std::string EndText(int code, int status)
 {
@@ -60,7 +62,7 @@ std::string FailedCommand(const UnitProperties& unit)
 
 bool Runs(const UnitProperties& unit)
 {
-    return unit["ActiveState"] == "active" || unit["ActiveState"] == "reloading";
+    return IsRunning(unit["ActiveState"]);
 }
 
 bool IsRestarting(const UnitProperties& unit)
@@ -81,7 +83,7 @@ std::string FailureText(const UnitProperties& unit)
 
 void AddFailure(const UnitProperties& unit, bool hitStartLimit, std::vector<Cause>& causes)
 {
-    const std::string journal = "journalctl --unit=" + unit["Id"];
+    const std::string journal = "journalctl " + JournalOption(unit["Id"]);
     if (IsRestarting(unit)) {
         causes.push_back(
             {"restarting", "again and again, " + unit["NRestarts"] + " times so far: " + FailureText(unit), journal});

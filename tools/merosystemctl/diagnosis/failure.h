@@ -11,7 +11,7 @@ namespace MERO::Tool {
 /// The properties that these functions read.
 inline constexpr const char* kFailureProperties =
     "Id,ActiveState,SubState,Result,NRestarts,StartLimitBurst,StartLimitIntervalUSec,ExecMainCode,ExecMainStatus,"
-    "ExecCondition,ExecStartPre,ExecStart,ExecStartPost,ExecStop,ExecStopPost";
+    "ExecCondition,ExecStartPre,ExecStart,ExecStartPost,ExecStop,ExecStopPost,ExecMount,ExecActivate";
 
 bool Runs(const UnitProperties& unit);
 

@@ -19,7 +19,6 @@
 namespace MERO::Tool {
 namespace {
 
-constexpr std::size_t kLinesOfUnit = 100; // enough to have what a unit wrote before it was restarted some times
 constexpr std::size_t kMostLines = 2000;
 
 // From systemd's sd-messages.h.
@@ -49,18 +48,18 @@ std::vector<char*> JournalEnvironment()
     return environment;
 }
 
-FILE* RunJournalctl(const Texts& units)
+FILE* RunJournalctl(const Texts& units, std::size_t linesOfUnit)
 {
     Texts words{"/usr/bin/journalctl",
                 "--no-pager",
                 "--quiet",
                 "--boot",
                 "--output=json",
-                "--lines=" + std::to_string(std::min(kLinesOfUnit * units.size(), kMostLines))};
+                "--lines=" + std::to_string(std::min(linesOfUnit * units.size(), kMostLines))};
     for (const std::string& unit : units) {
-        words.push_back((getuid() == 0 || General().system ? "--unit=" : "--user-unit=") + unit);
+        words.push_back(JournalOption(unit));
     }
-    if (IsDialectOfToday()) { // others may not know it; it saves half of the time
+    if (IsDialectOfToday()) { // others may not know it
         words.emplace_back("--output-fields=MESSAGE,MESSAGE_ID,SYSLOG_IDENTIFIER,_COMM,_PID,UNIT,USER_UNIT,"
                            "COREDUMP_UNIT,_SYSTEMD_UNIT,_SYSTEMD_USER_UNIT,_SYSTEMD_SLICE,INVOCATION_ID,"
                            "USER_INVOCATION_ID,JOB_RESULT");
@@ -165,7 +164,15 @@ std::string Printed(const JournalEntry& entry)
 
 } // namespace
 
-JournalReading::JournalReading(const Texts& units) : output_(RunJournalctl(units), MLIBCPclose) {}
+std::string JournalOption(const std::string& unit)
+{
+    return (getuid() == 0 || General().system ? "--unit=" : "--user-unit=") + unit;
+}
+
+JournalReading::JournalReading(const Texts& units, std::size_t linesOfUnit)
+    : output_(RunJournalctl(units, linesOfUnit), MLIBCPclose)
+{
+}
 
 std::vector<JournalEntry> JournalReading::Take()
 {

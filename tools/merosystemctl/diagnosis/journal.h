@@ -24,11 +24,15 @@ struct JournalEntry {
     std::string jobResult;
 };
 
+/// The option by which journalctl shows what a unit of the manager that is asked wrote.
+std::string JournalOption(const std::string& unit);
+
 /// Reads the last messages of units from the journal, of this boot. The reading begins at once, and goes on beside what
-/// the caller does until it takes the messages.
+/// the caller does until it takes the messages. 100 of a unit are enough to have what it wrote before it was restarted
+/// some times.
 class JournalReading {
 public:
-    explicit JournalReading(const Texts& units);
+    explicit JournalReading(const Texts& units, std::size_t linesOfUnit = 100);
 
     /// Oldest first. None when the journal cannot be read.
     std::vector<JournalEntry> Take();

@@ -5,15 +5,13 @@
 #include "output/command_error.h"
 #include "output/exit_code.h"
 #include "output/output.h"
+#include "output/words.h"
 
 #include <merocore/error.h>
 
 #include <vector>
 
 namespace MERO::Tool {
-
-/// Whether a LoadState says that there is no such unit.
-bool IsMissing(const std::string& load);
 
 /// Says that `what` failed, and why: no systemctl or no systemd (kCannotRun), a lock (kTimedOut), or what systemctl
 /// said (kFailed). The exit code.

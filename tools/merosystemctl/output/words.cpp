@@ -25,38 +25,24 @@ const char* StateWord(Systemd::JobState state)
     return Word(std::array{"other", "running", "waiting"}, static_cast<int>(state));
 }
 
-const char* LoadWord(int loadStatus)
-{
-    return Word(std::array{"stub", "loaded", "not-found", "error", "merged", "masked"}, loadStatus);
-}
-
-const char* ActiveWord(int activeStatus)
-{
-    return Word(std::array{"inactive", "active", "deactivating", "activating", "reloading", "failed"}, activeStatus);
-}
-
-const char* EnableWord(int enableStatus)
-{
-    return Word(std::array{"disabled", "enabled", "static", "masked", "linked"}, enableStatus);
-}
-
 const char* DependencyWord(int dependency)
 {
     return Word(std::array{"none", "all", "partial"}, dependency);
 }
 
+bool IsMissing(const std::string& load)
+{
+    return load == "not-found";
+}
+
+bool IsRunning(const std::string& active)
+{
+    return active == "active" || active == "reloading" || active == "refreshing";
+}
+
 ExitCode StateExitCode(const std::string& load, const std::string& active)
 {
-    if (load == LoadWord(MERO_SYSTEMD_LOAD_STATUS_NOT_FOUND)) {
-        return kNoSuchUnit;
-    }
-    if (active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_FAILED)) {
-        return kFailed;
-    }
-    return active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE) ||
-                   active == ActiveWord(MERO_SYSTEMD_ACTIVE_STATUS_RELOADING)
-               ? kDone
-               : kNotActive;
+    return IsMissing(load) ? kNoSuchUnit : active == "failed" ? kFailed : IsRunning(active) ? kDone : kNotActive;
 }
 
 ExitCode Worse(ExitCode one, ExitCode other)
