@@ -13,6 +13,7 @@
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
+#include <map>
 
 using namespace MERO::Systemd;
 

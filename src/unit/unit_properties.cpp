@@ -7,6 +7,7 @@
 #include <exception>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {

@@ -193,6 +193,8 @@ TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRun
          kSays + "alias: nothing was done: it is held\n" + held("check") + " web.service\n" + held("upgrade") + ".*"},
         {"status slow-to-stop", 0, ".*"},
         {"reason release other web", 3, kSays + "web: it does not have the reason other\n"},
+        {"reason release --dry-run upgrade web boot", 0,
+         "UNIT .*\nweb.service +stays held +by check\nboot.service +starts +named\n.*"},
         {"reason release upgrade web boot", 0, kSays + "boot.service: the drop-in [^\n]* is gone\n"},
     });
     EXPECT_EQ(
@@ -284,7 +286,14 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
     Load();
     const std::string isActive = "systemctl is-active small.target; kill -TERM $PPID; exec sleep 20";
     Expect({
+        {"start web echo.socket echo", 0, ""},
+        {"isolate --dry-run small.target", 0,
+         "UNIT .*\nsmall.target +starts +named\n.*echo.service +may stop +as does echo.socket\n.*"
+         "web.service +stops +small.target does not need it\n.*echo.socket +stops .*merosystemctl: nothing was done.*"},
+        {"is-active web small.target", 0, "active\ninactive\n"},
         {"isolate small.target", 0, "isolated to small.target; what it stops has stopped\n"},
+        {"is-active web", 3, "inactive\n"},
+        {"is-active dbus", 0, "active\n"}, // dbus.socket stays
         {"isolate default.target --no-block", 0, "isolated to default.target; .*\n"},
         {"isolate web", 4, "merosystemctl: web.target: there is no such target\n"},
         {"isolate web.service", 1,

@@ -186,19 +186,21 @@ TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
 {
     Shell("systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");
     const auto plan = [] { // without the numbers of processes
-        return Shell(MEROSYSTEMCTL " volume plan /vol1 2> /dev/null | grep '[.]s' | sed -E 's/ [0-9]+( |$)/\\1/g; s/  "
-                                   "+/ /g; s/ $//' | sort")
+        return Shell(MEROSYSTEMCTL
+                     " volume plan /vol1 2> /dev/null | grep -e '[.]s' -e '->' | sed -E 's/ [0-9]+( |$)/\\1/g; s/  "
+                     "+/ /g; s/ $//' | sort")
             .output;
     };
-    const std::string expected = "all.service depends on all volumes - - - -\n"
+    const std::string expected = " -> kill\n -> merosystemctl stop optout.service\n"
+                                 "all.service depends on all volumes - - - -\n"
                                  "front.service master of helper.service, which uses files sleep cwd /vol1\n"
                                  "helper.service stops along with front.service - - - -\n"
                                  "inside.service uses files sleep cwd /vol1\n"
                                  "maps.service uses files sleep map /vol1/lib.so\n"
                                  "open.service uses files sleep fd /vol1/file\n"
                                  "pkgctl-Foo.service belongs to package Foo, which registered the volume - - - -\n"
-                                 "process holder.scope sleep fd /vol1/file -> kill\n"
-                                 "process optout.service sleep cwd /vol1 -> merosystemctl stop optout.service\n"
+                                 "process holder.scope sleep fd /vol1/file\n"
+                                 "process optout.service sleep cwd /vol1\n"
                                  "some.service registered the volume - - - -\n"
                                  "some.service uses files sleep fd /vol1/file\n";
     EXPECT_TRUE(Comes([&] { return plan() == expected; })) << plan();

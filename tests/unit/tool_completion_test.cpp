@@ -28,6 +28,8 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     for (const auto& [link, target] : links) {
         fs::create_symlink(target, link);
     }
+    Write("/usr/lib/systemd/system/small.target", "[Unit]\nAllowIsolate=yes\n");
+    Write("/usr/lib/systemd/system/big.target", "[Unit]\n");
     Write("/run/loaded", "UNIT          LOAD      ACTIVE   SUB     DESCRIPTION\n"
                          "on.service    loaded    active   running Is on\n"
                          "fails.service loaded    failed   failed  Has: failed\n"
@@ -46,8 +48,8 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"start --v", "--verify --version"},
         {"--timeout 3 star", "start"},
         {"slice top --sort in", "input"},
-        {"start ''",
-         "alias.service fails.service off.service other.service plain.service tty@1.service vendor.service"},
+        {"start ''", "alias.service big.target fails.service off.service other.service plain.service small.target "
+                     "tty@1.service vendor.service"},
         {"stop ''", "a.slice on.service"},
         {"restart on.service ''", "a.slice"},
         {"try-restart o", "on.service"},
@@ -65,11 +67,14 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"volume users /dev/po", "/dev/pool"},
         {"volume register --unit pl", "plain.service"},
         {"volume register --package ''", "Foo"},
-        {"list-units --type ti", "timer"},
+        {"list-units fail", "fails.service"},
+        {"list-units -t ti", "timer"},
+        {"list-unit-files --state en", "enabled"},
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
         {"slice kill a", "a.slice"},
-        {"isolate w", ""},
+        {"isolate ''", "small.target"},
+        {"uninstall f", ""},
         {"slice top --interval ''", ""},
         {"nonsense ''", ""},
     };

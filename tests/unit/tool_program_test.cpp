@@ -31,6 +31,7 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
         {"--verify excludes --no-block", {"start --verify --no-block web"}},
         {"missing command: run-in TARGET -- COMMAND...", {"run-in a.target"}},
         {"UNIT: app[*]: patterns are not taken here; name the unit", {"uninstall --yes 'app*'"}},
+        {"--unit: app[*]: .*", {"volume register /v --unit 'app*'"}},
         {"TARGET: app[*]: .*", {"isolate 'app*'", "run-in 'app*' -- true"}},
         {"'nfs A' is no name of a property", {"show web 'nfs A'"}},
         {"--json goes after the command", {"--json show web Id"}},
@@ -239,6 +240,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     SystemctlScript("exit 1"), shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(Tool("is-active a"),
                 FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
+    Write(conf, "");
+    EXPECT_EQ(Tool("jobs").exitCode, 6) << "no answer is not an empty one";
+    Write(conf, "dialect=current\n");
     RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
                                       "mask --offline a", "isolate a.target", "list-services", "daemon-reload"}) {

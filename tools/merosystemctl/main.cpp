@@ -59,7 +59,7 @@ const std::map<std::string, MERO::Tool::Texts> kLimited{
     {"--system", {"show", "is-active", "is-enabled", "is-failed", "status", "why", "list-units", "list-unit-files"}},
     {"--timeout",
      {"start", "stop", "restart", "try-restart", "reload-or-restart", "enable", "disable", "mask", "reason add",
-      "reason release", "uninstall"}},
+      "reason release"}},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "diagnosis/jobs.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "output/words.h"
@@ -30,7 +31,8 @@ void AddJobsCommand(const Command& program)
         command.AddFlag("--json", *json, "As a JSON array");
         command.OnCall([json]() -> int {
             Jobs jobs;
-            if (!MEROSystemdIntJobList(jobs)) {
+            const bool listed = MEROSystemdIntJobList(jobs);
+            if (!listed || (jobs.empty() && !IsManagerThere())) { // the classic dialect cannot tell them apart
                 return ReportFailure("listing the jobs");
             }
             *json ? PrintJson(JobsToJson(jobs)) : PrintJobs(jobs);

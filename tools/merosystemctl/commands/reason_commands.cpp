@@ -2,6 +2,7 @@
 #include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
 #include "diagnosis/holds.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "output/output.h"
 #include "running/dry_run.h"
@@ -64,7 +65,7 @@ Results TakeMissing(const std::string& verb, Texts& services, std::vector<HeldSe
     for (const std::string& service : services) {
         auto& unit = shown[service].properties;
         if (IsMissing(unit["LoadState"]) && unit["ActiveState"] != "active") {
-            missing.push_back({.unit = service, .code = kNoSuchUnit, .fault = verb + " failed: there is no such unit"});
+            missing.push_back({.unit = service, .code = kNoSuchUnit, .fault = verb + " failed: " + NoSuchUnitText()});
             continue;
         }
         found.push_back(OwnName(service, unit["Id"]));
@@ -160,13 +161,13 @@ std::vector<Foreseen> ForeseeRelease(const std::string& reason, Texts services)
         (void)MEROSystemdServiceReasonList(service, reasons);
         std::erase(reasons, reason);
         if (!reasons.empty()) {
-            changes.push_back({service, "stays held", "by " + ToCell(reasons)});
+            changes.push_back({ServiceName(service), "stays held", "by " + ToCell(reasons)});
             continue;
         }
         const auto starts = ForeseeStart({service});
         changes.insert(changes.end(), starts.begin(), starts.end());
         for (const std::string& unit : StoppedAlong(service)) {
-            changes.push_back({unit, "starts", "stopped along with " + service});
+            changes.push_back({unit, "starts", "stopped along with " + ServiceName(service)});
         }
     }
     return changes;

@@ -3,6 +3,7 @@
 #include "diagnosis/holds.h"
 #include "diagnosis/jobs.h"
 #include "diagnosis/journal.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "diagnosis/unit_properties.h"
 #include "output/amounts.h"
@@ -166,7 +167,7 @@ int RunStatus(const Texts& words, bool json)
     } else if (!isForOne) {
         PrintStatusTable(all);
     } else if (IsMissing(units.front()["LoadState"])) {
-        PrintError(names.front() + ": there is no such unit");
+        PrintError(names.front() + ": " + NoSuchUnitText());
     } else if (units.front().WasAsked()) {
         const std::string& id = units.front()["Id"];
         const bool isAlias = OwnName(names.front(), units.front()) != names.front(); // the journal does not know it

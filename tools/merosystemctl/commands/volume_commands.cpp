@@ -65,6 +65,7 @@ void AddChange(const Command& volumeCommand, const VolumeChange& change)
     TakeVolumes(command.AddOperand("VOLUME", arguments->volume, "A mount path"));
     const Argument unit = command.AddOption("--unit", "UNIT", arguments->unit, "The unit that uses it");
     unit.MustPass(NameFault);
+    TakeNames(unit);
     command.AddOption("--package", "NAME", arguments->package, "The package whose services use it")
         .MustPass(NameFault)
         .Excludes(unit);

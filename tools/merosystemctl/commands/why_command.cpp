@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "diagnosis/diagnosis.h"
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "diagnosis/systemctl_table.h"
 #include "output/colour.h"
@@ -46,7 +47,7 @@ ExitCode Refuse(const std::string& name, const Diagnosis& diagnosis)
     }
     const bool isMissing = IsMissing(diagnosis.load);
     if (isMissing) {
-        PrintError(name + ": there is no such unit");
+        PrintError(name + ": " + NoSuchUnitText());
     }
     return isMissing ? kNoSuchUnit : kDone;
 }

@@ -86,7 +86,13 @@ bool IsOffered(const std::string& command, const std::string& name, const KnownU
     }
     if (command == "enable" || command == "disable") {
         const UnitFile& file = unit.file;
-        return !file.isMasked && !file.isAlias && file.isLinked == (command == "disable") && HasInstallSection(file);
+        return !file.isMasked && !file.isAlias && file.isLinked == (command == "disable") && HasLine(file, "[Install]");
+    }
+    if (command == "info" || command == "uninstall" || command == "reenable") {
+        return !unit.file.path.empty();
+    }
+    if (command == "isolate" || command == "run-in") {
+        return HasLine(unit.file, "AllowIsolate=yes") || HasLine(unit.file, "AllowIsolate=true");
     }
     return true;
 }

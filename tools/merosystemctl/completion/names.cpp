@@ -171,6 +171,7 @@ using Names = std::vector<Word> (*)(const Expected& expected);
 
 const std::map<std::string, Names> kNames{
     {"UNIT", UnitsOrProperties},
+    {"PATTERN", [](const Expected& expected) { return Units(expected); }},
     {"--unit", [](const Expected& expected) { return Units(expected); }},
     {"SERVICE", Services},
     {"TARGET", [](const Expected& expected) { return Units(expected, ".target"); }},

@@ -84,11 +84,11 @@ std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders)
     return files;
 }
 
-bool HasInstallSection(const UnitFile& file)
+bool HasLine(const UnitFile& file, std::string_view begin)
 {
     std::ifstream lines(file.path);
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("[Install]")) {
+        if (line.starts_with(begin)) {
             return true;
         }
     }

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace MERO::Tool {
 
@@ -18,7 +19,7 @@ struct UnitFile {
 /// By name, of all units in these folders. Where several have one, the first folder counts.
 std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders);
 
-/// Whether enabling the unit has any effect. Reads the file.
-bool HasInstallSection(const UnitFile& file);
+/// Whether the file has a line that begins so, such as "[Install]".
+bool HasLine(const UnitFile& file, std::string_view begin);
 
 } // namespace MERO::Tool

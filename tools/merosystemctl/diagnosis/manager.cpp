@@ -51,4 +51,10 @@ std::string NoManagerText()
                             : "systemd does not run on this machine";
 }
 
+std::string NoSuchUnitText()
+{
+    return AsksOwnManager() ? "your user manager has no such unit; run it as root for the system's units"
+                            : "there is no such unit";
+}
+
 } // namespace MERO::Tool

@@ -11,4 +11,7 @@ bool IsManagerThere();
 /// What to say when it does not.
 std::string NoManagerText();
 
+/// What to say of a unit that the manager does not know.
+std::string NoSuchUnitText();
+
 } // namespace MERO::Tool

@@ -75,7 +75,7 @@ UnitResult Explain(const std::string& unit, const Diagnosis& diagnosis, const st
     UnitResult result{.unit = unit, .code = kFailed, .fault = verb + " failed"};
     if (IsMissing(diagnosis.load)) {
         result.code = kNoSuchUnit;
-        result.fault += ": there is no such unit";
+        result.fault += ": " + NoSuchUnitText();
         return result;
     }
     std::erase_if(failures, [&](const std::string& failure) { return IsKnown(failure, diagnosis); });

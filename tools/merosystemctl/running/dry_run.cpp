@@ -1,5 +1,6 @@
 #include "running/dry_run.h"
 
+#include "diagnosis/manager.h"
 #include "diagnosis/report.h"
 #include "diagnosis/unit_properties.h"
 #include "running/general_options.h"
@@ -61,7 +62,7 @@ ReachedUnits Reach(const Texts& units, const Texts& lists)
         for (std::size_t i = 0; i < level.size(); ++i) {
             const UnitProperties& unit = answer[i];
             if (from[level[i]].empty() && (unit["Id"].empty() || IsMissing(unit["LoadState"]))) {
-                throw CommandError(kNoSuchUnit, level[i] + ": there is no such unit");
+                throw CommandError(kNoSuchUnit, level[i] + ": " + NoSuchUnitText());
             }
             if (unit["Id"].empty() || IsSkipped(unit) ||
                 !reached.try_emplace(unit["Id"], Reached{unit, from[level[i]]}).second) {
@@ -207,9 +208,9 @@ int PrintForeseen(const std::vector<Foreseen>& changes, bool json)
     }
     PrintTable(rows);
     if (!General().quiet) {
-        PrintError("nothing was done; this is computed from the dependencies that are loaded now. Not known:");
+        PrintError("nothing was done; computed from the dependencies loaded now");
         for (const std::string& unknown : kUnknown) {
-            std::cerr << "  " << unknown << '\n';
+            std::cerr << "  not known: " << unknown << '\n';
         }
     }
     return kDone;

@@ -2,6 +2,7 @@
 
 #include "diagnosis/holds.h"
 #include "diagnosis/report.h"
+#include "running/general_options.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -71,6 +72,22 @@ const std::string* FindForeign(const Texts& files)
     return foreign != files.end() ? &*foreign : nullptr;
 }
 
+/// Of many services it says the number.
+void Note(const Texts& services, const std::string& text)
+{
+    constexpr std::size_t kFew = 10;
+    if (General().quiet) {
+        return;
+    }
+    if (services.size() > kFew) {
+        PrintError(std::to_string(services.size()) + " services: " + text);
+        return;
+    }
+    for (const std::string& service : services) {
+        PrintError(service + ": " + text);
+    }
+}
+
 void ReadAgain()
 {
     if (!MEROSystemdDaemonReload()) {
@@ -117,9 +134,7 @@ bool ProtectHeld(std::vector<HeldService>& services)
     if (!added.empty()) {
         ReadAgain();
     }
-    for (const std::string& service : added) {
-        PrintError(service + ": a drop-in keeps it from starting until its last reason is gone");
-    }
+    Note(added, "a drop-in keeps it from starting until its last reason is gone");
     return done;
 }
 
@@ -143,9 +158,7 @@ void UnprotectReleased(const Texts& services)
     if (isChanged) {
         ReadAgain();
     }
-    for (const std::string& service : removed) {
-        PrintError(service + ": the drop-in that kept it from starting is gone");
-    }
+    Note(removed, "the drop-in that kept it from starting is gone");
 }
 
 } // namespace MERO::Tool
