@@ -158,6 +158,7 @@ TEST_F(Why, SaysEveryCause)
          Entry(skipped) + Entry(started)},
         {"", log + log, Entry(stopped + R"("INVOCATION_ID":"7",)") + Entry(ran)},
         {"", "Nov 18 11:06:40 systemd[1]: a?é\nb\n", Entry("", R"([97,27,195,169,10,98])")},
+        {"", "Nov 18 11:06:40 systemd[1]: (a line of more than 4 KiB; journalctl shows it)\n", Entry("", "null")},
         {"", "", "[]\n{\n{\"MESSAGE\":\"x\"}\n"},
     };
     for (const Case& c : cases) {

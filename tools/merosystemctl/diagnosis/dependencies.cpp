@@ -77,12 +77,12 @@ const std::string& Dependencies::Properties()
     return properties;
 }
 
-Dependencies::Dependencies(const std::vector<UnitProperties>& units)
+Dependencies::Dependencies(const std::vector<UnitProperties>& units, const Texts& others)
 {
-    std::set<std::string> asked;
+    std::set<std::string> asked(others.begin(), others.end());
     std::vector<UnitProperties> level = units;
     for (bool isRoot = true; !level.empty(); isRoot = false) {
-        Texts names;
+        Texts names = isRoot ? others : Texts();
         const auto add = [&](const UnitProperties& unit, const char* list) {
             for (const std::string& name : unit.List(list)) {
                 if (!IsEverywhere(name) && asked.insert(name).second) {
@@ -105,7 +105,7 @@ Dependencies::Dependencies(const std::vector<UnitProperties>& units)
         level.clear();
         for (std::size_t i = 0; i < answers.size(); ++i) {
             known_[names[i]] = answers[i];
-            if (answers[i]["ActiveState"] == "inactive") {
+            if (answers[i]["ActiveState"] == "inactive" && needed_.contains(names[i])) {
                 level.push_back(answers[i]);
             }
         }

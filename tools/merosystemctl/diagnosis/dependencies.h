@@ -14,8 +14,11 @@ namespace MERO::Tool {
 /// What units need that do not run, and what these need in turn.
 class Dependencies {
 public:
-    /// Asks systemd: one question for each level of dependencies that do not run.
-    explicit Dependencies(const std::vector<UnitProperties>& units);
+    /// Asks systemd: one question for each level of dependencies that do not run. The first one is about `others` too.
+    Dependencies(const std::vector<UnitProperties>& units, const Texts& others);
+
+    /// Null for a unit that systemd was not asked about.
+    const UnitProperties* Find(const std::string& name) const;
 
     /// The dependencies that do not run, which the journal may say more of.
     Texts Down() const;
@@ -38,7 +41,6 @@ private:
     };
 
     void Collect(const UnitProperties& unit, bool isRoot, Search& search) const;
-    const UnitProperties* Find(const std::string& name) const;
 
     std::map<std::string, UnitProperties> known_;
     std::set<std::string> needed_; ///< those of them that do not only conflict

@@ -25,8 +25,9 @@ constexpr std::size_t kDependencyLines = 3, kOfDependency = 1; // of one that it
 const std::string kTool = "merosystemctl ";
 const std::string kUnmountTarget = "unmount-volume-begin.target"; // conflicts with the services that it stops
 
-/// Asked for with the units: where the machine is.
-const Texts kMachine{"default.target", "rescue.target", "emergency.target"};
+// They say where the machine is.
+const std::string kDefaultTarget = "default.target";
+const Texts kMachine{"rescue.target", "emergency.target", kDefaultTarget};
 
 const std::string& DiagnosedProperties()
 {
@@ -38,7 +39,7 @@ const std::string& DiagnosedProperties()
 
 /// What is known of all the units together.
 struct Facts {
-    std::vector<UnitProperties> units, machine;
+    std::vector<UnitProperties> units;
     Jobs jobs;
     std::vector<JournalEntry> journal;
     std::optional<Cause> isolation;
@@ -122,26 +123,34 @@ void AddConflicts(const UnitProperties& unit, const Dependencies& dependencies, 
     }
 }
 
+bool WasLeft(const UnitProperties& target)
+{
+    return target["ActiveState"] == "inactive" && target["Job"].empty() &&
+           std::atoll(target["ActiveExitTimestampMonotonic"].c_str()) > 0;
+}
+
 /// A machine that was isolated to another target has stopped most of its services, and starts none.
-void AddMachineState(const Facts& facts, std::vector<Cause>& causes)
+void AddMachineState(const Facts& facts, const Dependencies& dependencies, std::vector<Cause>& causes)
 {
     if (facts.isolation) {
         causes.push_back(*facts.isolation);
         return;
     }
     const std::string back = kTool + "isolate default.target";
-    for (const UnitProperties& target : facts.machine) {
-        const bool isDefault = &target == &facts.machine.front();
-        if (!isDefault && target["ActiveState"] == "active") {
-            causes.push_back({"isolation", "the machine is in " + target["Id"], back, target["Id"]});
+    for (const std::string& name : kMachine) {
+        const UnitProperties* target = dependencies.Find(name);
+        if (target == nullptr) {
+            continue;
+        }
+        const std::string& id = (*target)["Id"];
+        if (name != kDefaultTarget && (*target)["ActiveState"] == "active") {
+            causes.push_back({"isolation", "the machine is in " + id, back, id});
             return;
         }
-    }
-    const UnitProperties& usual = facts.machine.front();
-    if (usual["ActiveState"] == "inactive" && usual["Job"].empty() &&
-        std::atoll(usual["ActiveExitTimestampMonotonic"].c_str()) > 0) {
-        causes.push_back(
-            {"isolation", "the machine has left " + usual["Id"] + ", its default target", back, usual["Id"]});
+        if (name == kDefaultTarget && WasLeft(*target)) {
+            causes.push_back({"isolation", "the machine has left " + id + ", its default target", back, id});
+            return;
+        }
     }
 }
 
@@ -190,7 +199,7 @@ Diagnosis DiagnosisOf(const std::string& name, const UnitProperties& unit, const
     if (!Runs(unit)) {
         AddRecordedUnmount(diagnosis.unit, causes);
         AddConflicts(unit, dependencies, causes);
-        AddMachineState(facts, causes);
+        AddMachineState(facts, dependencies, causes);
         AddSupport(diagnosis.unit, causes);
         AddFailure(unit, HitStartLimit(facts.journal, diagnosis.unit), causes);
         for (Cause& cause : dependencies.CausesOf(unit, facts.journal)) {
@@ -226,24 +235,20 @@ Texts MoreToRead(const Texts& names, const std::vector<UnitProperties>& units, c
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
 {
     JournalReading reading(names); // beside the questions
-    Texts all = names;
-    all.insert(all.end(), kMachine.begin(), kMachine.end());
-    Facts facts{.units = AskProperties(all, DiagnosedProperties().c_str()),
-                .machine = {},
+    Facts facts{.units = AskProperties(names, DiagnosedProperties().c_str()),
                 .jobs = {},
                 .journal = {},
                 .isolation = IsolationCause(CurrentIsolation())};
     if (facts.units.empty()) {
         return std::nullopt;
     }
-    const auto machine = facts.units.begin() + static_cast<std::ptrdiff_t>(names.size());
-    facts.machine.assign(machine, facts.units.end());
-    facts.units.erase(machine, facts.units.end());
     facts.jobs = JobsOf(facts.units);
     std::vector<UnitProperties> down;
     std::copy_if(facts.units.begin(), facts.units.end(), std::back_inserter(down),
                  [](const UnitProperties& unit) { return unit.WasAsked() && !Runs(unit); });
-    const Dependencies dependencies(down);
+    const bool allFailed = std::all_of(down.begin(), down.end(),
+                                       [](const UnitProperties& unit) { return unit["ActiveState"] == "failed"; });
+    const Dependencies dependencies(down, allFailed ? Texts() : kMachine); // where the machine is fails no unit
     facts.journal = reading.Take();
     if (const Texts others = MoreToRead(names, facts.units, dependencies); !others.empty()) {
         const std::vector<JournalEntry> more = JournalReading(others).Take();

@@ -107,7 +107,8 @@ std::optional<JournalEntry> EntryOf(const std::string& line)
         .time = std::atoll(json["__REALTIME_TIMESTAMP"].asCString()),
         .unit = about.empty() ? Field(json, {"_SYSTEMD_USER_UNIT", "_SYSTEMD_UNIT", "_SYSTEMD_SLICE"}) : about,
         .writer = Field(json, {"SYSLOG_IDENTIFIER", "_COMM"}) + (pid.empty() ? "" : "[" + pid + "]"),
-        .message = Field(json, {"MESSAGE"}),
+        .message = json["MESSAGE"].isNull() ? "(a line of more than 4 KiB; journalctl shows it)"
+                                            : Field(json, {"MESSAGE"}), // journalctl leaves out what is longer
         .messageId = Field(json, {"MESSAGE_ID"}),
         .isOwn = about.empty(),
         .invocation = Field(json, {"INVOCATION_ID", "USER_INVOCATION_ID"}),
