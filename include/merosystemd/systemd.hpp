@@ -38,7 +38,7 @@ using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std
 /// It is called in the calling thread, once for each systemctl that carries out the action, after the log lines of that
 /// run are written and its units are on the failed list. It does not see questions that are asked on the way, nor what
 /// the service control policy skipped. Log, commands and results are the same without it. It must not throw, and may be
-/// empty. All forms with an observer are there @since 7.1.0
+/// empty. The forms that take one end with "Observed". @since 7.1.0
 using SystemctlObserver = std::function<void(int exitCode, const std::vector<std::string>& lines)>;
 
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
@@ -85,8 +85,8 @@ bool MEROSystemdStart(const std::string& strUnit);
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed);
-bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                 std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdStartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                              std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdStartNoBlock(const std::string& strUnit);
 bool MEROSystemdStartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -100,8 +100,8 @@ bool MEROSystemdStop(const std::string& strUnit);
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed);
-bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdStopObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                             std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdStopNoBlock(const std::string& strUnit);
 bool MEROSystemdStopNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -112,8 +112,8 @@ bool MEROSystemdRestart(const std::string& strUnit);
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                    std::vector<std::string>& failed);
-bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                   std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdRestartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -124,8 +124,8 @@ bool MEROSystemdTryRestart(const std::string& strUnit);
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                       std::vector<std::string>& failed);
-bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                      std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdTryRestartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdTryRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -136,8 +136,8 @@ bool MEROSystemdReload(const std::string& strUnit);
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                   std::vector<std::string>& failed);
-bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                  std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdReloadObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdReloadNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -148,9 +148,9 @@ bool MEROSystemdReloadOrRestart(const std::string& strUnit);
 bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
-                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                           const SystemctlObserver& observer);
+bool MEROSystemdReloadOrRestartObserved(const std::vector<std::string>& options,
+                                        const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                        const SystemctlObserver& observer);
 bool MEROSystemdReloadOrRestartNoBlock(const std::string& strUnit);
 bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -174,9 +174,8 @@ bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
                                   const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
 bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
-                                          const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                          const SystemctlObserver& observer);
+bool MEROSystemdEnableObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdEnableInGenerator(const std::string& strUnit);
 bool MEROSystemdEnableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -189,9 +188,8 @@ bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
                                    const MERO::Systemd::CommandOptions& options, std::vector<std::string>& failed);
 bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
-                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                           const SystemctlObserver& observer);
+bool MEROSystemdDisableObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdDisableInGenerator(const std::string& strUnit);
 bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
@@ -200,8 +198,8 @@ bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std
 /// Disables units and enables them anew, as their files say now.
 bool MEROSystemdReenable(const std::string& strUnit);
 bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                         const SystemctlObserver& observer);
+bool MEROSystemdReenableObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                 const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
@@ -209,27 +207,27 @@ bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<s
 /// systemctl's.
 bool MEROSystemdMask(const std::string& strUnit);
 bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdMaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdMaskObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                             std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdMaskRunTime(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::string& strUnit);
 bool MEROSystemdUnmask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdUnmaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                  std::vector<std::string>& failed, const SystemctlObserver& observer);
+bool MEROSystemdUnmaskObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer);
 bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
 /** @} */
 
 /** @{ */
 /// Clears the failed state. Appends the units that systemctl named as failing: those that are not loaded, say.
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                            const SystemctlObserver& observer);
+bool MEROSystemdResetFailedObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                    const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
 /// Has the manager read all unit files again.
 bool MEROSystemdDaemonReload();
-bool MEROSystemdDaemonReload(const SystemctlObserver& observer);
+bool MEROSystemdDaemonReloadObserved(const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
@@ -240,8 +238,8 @@ bool MEROSystemdDaemonReload(const SystemctlObserver& observer);
 /// clearing of failed states, which fails for every unit that is gone.
 bool MEROSystemdUninstall(const std::string& strUnit);
 bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
-bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                          const SystemctlObserver& observer);
+bool MEROSystemdUninstallObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                  const SystemctlObserver& observer);
 /** @} */
 
 /// @}
@@ -267,8 +265,8 @@ bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
-bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
-                                    std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
+bool MEROSystemdServiceStopByReasonObserved(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                            std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
@@ -279,8 +277,8 @@ bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vec
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                      std::vector<std::string>& vecFailed);
-bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
-                                     std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
+bool MEROSystemdServiceStartByReasonObserved(const std::string& strReason, const std::vector<std::string>& vecServices,
+                                             std::vector<std::string>& vecFailed, const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
@@ -390,7 +388,7 @@ bool MEROSystemdServiceList(std::vector<std::string>& services);
 /// The target that the machine boots into; has it boot into another one. `options` are systemctl's.
 bool MEROSystemdDefaultTargetGet(std::string& defaultTarget);
 bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget);
-bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget, const SystemctlObserver& observer);
+bool MEROSystemdDefaultTargetSetObserved(const std::string& strDefaultTarget, const SystemctlObserver& observer);
 bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget);
 bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget);
 /** @} */
@@ -445,8 +443,8 @@ bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>
 /// as it was. An empty target is an invalid argument (0x0D00), which is seen when the waiting is over.
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                               MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
-bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
-                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer);
+bool MEROSystemdIsolateTargetObserved(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
+                                      MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer);
 bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 /** @} */
 

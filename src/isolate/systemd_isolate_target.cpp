@@ -95,8 +95,8 @@ bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOL
     return MEROSystemdIntIsolateTarget(strTarget, IsolateOptions(), result);
 }
 
-bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
-                              MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer)
+bool MEROSystemdIsolateTargetObserved(const std::string& strTarget, const IsolateOptions& options,
+                                      MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result, const SystemctlObserver& observer)
 {
     SystemOperationLock lock;
     if (!lock.Acquire()) {
@@ -109,7 +109,7 @@ bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions& options,
                               MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)
 {
-    return MEROSystemdIsolateTarget(strTarget, options, result, {});
+    return MEROSystemdIsolateTargetObserved(strTarget, options, result, {});
 }
 
 bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result)

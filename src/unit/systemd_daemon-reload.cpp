@@ -32,7 +32,7 @@ bool _MEROSystemdDaemonReload(const SystemctlObserver& observer)
 
 } // namespace
 
-bool MEROSystemdDaemonReload(const SystemctlObserver& observer)
+bool MEROSystemdDaemonReloadObserved(const SystemctlObserver& observer)
 {
     return _MEROSystemdDaemonReload(observer);
 }

@@ -39,7 +39,7 @@ bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, con
     return SetDefaultTarget(options, strDefaultTarget, {});
 }
 
-bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget, const SystemctlObserver& observer)
+bool MEROSystemdDefaultTargetSetObserved(const std::string& strDefaultTarget, const SystemctlObserver& observer)
 {
     return SetDefaultTarget({}, strDefaultTarget, observer);
 }

@@ -18,9 +18,8 @@ bool _MEROSystemdDisableCore(std::vector<std::string> options, const std::vector
 
 } // namespace
 
-bool MEROSystemdDisableWithOptionsInternal(const std::vector<std::string>& options,
-                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                           const SystemctlObserver& observer)
+bool MEROSystemdDisableObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdDisableCore(options, vecUnits, failed, observer);
 }

@@ -18,9 +18,8 @@ bool _MEROSystemdEnableCore(std::vector<std::string> options, const std::vector<
 
 } // namespace
 
-bool MEROSystemdEnableWithOptionsInternal(const std::vector<std::string>& options,
-                                          const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                          const SystemctlObserver& observer)
+bool MEROSystemdEnableObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdEnableCore(options, vecUnits, failed, observer);
 }

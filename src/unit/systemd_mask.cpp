@@ -16,8 +16,8 @@ bool _MEROSystemdMask(const std::vector<std::string>& options, const std::vector
 
 } // namespace
 
-bool MEROSystemdMaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdMaskObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                             std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdMask(options, vecUnits, failed, observer);
 }

@@ -20,8 +20,8 @@ bool _MEROSystemdReenableCore(const std::vector<std::string>& vecUnits, std::vec
 
 } // namespace
 
-bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                         const SystemctlObserver& observer)
+bool MEROSystemdReenableObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                 const SystemctlObserver& observer)
 {
     return _MEROSystemdReenableCore(vecUnits, failed, observer);
 }

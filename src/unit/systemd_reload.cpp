@@ -26,8 +26,8 @@ bool _MEROSystemdReloadCore(const std::vector<std::string>& options, const std::
 
 } // namespace
 
-bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                  std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdReloadObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdReloadCore(options, vecUnits, failed, observer);
 }
@@ -35,12 +35,12 @@ bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const
 bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                   std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdReloadObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdReloadObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdReload(const std::string& strUnit)

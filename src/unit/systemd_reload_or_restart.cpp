@@ -19,9 +19,9 @@ bool _MEROSystemdReloadOrRestartCore(const std::vector<std::string>& options, co
 
 } // namespace
 
-bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
-                                           const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                                           const SystemctlObserver& observer)
+bool MEROSystemdReloadOrRestartObserved(const std::vector<std::string>& options,
+                                        const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                        const SystemctlObserver& observer)
 {
     return _MEROSystemdReloadOrRestartCore(options, vecUnits, failed, observer);
 }
@@ -29,12 +29,12 @@ bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& optio
 bool MEROSystemdReloadOrRestartWithOptions(const std::vector<std::string>& options,
                                            const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadOrRestartWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdReloadOrRestartObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdReloadOrRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdReloadOrRestartWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdReloadOrRestartObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdReloadOrRestart(const std::string& strUnit)

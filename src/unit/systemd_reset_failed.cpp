@@ -21,8 +21,8 @@ bool _MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vect
 
 } // namespace
 
-bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
-                            const SystemctlObserver& observer)
+bool MEROSystemdResetFailedObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
+                                    const SystemctlObserver& observer)
 {
     return _MEROSystemdResetFailed(vecUnits, failed, observer);
 }

@@ -20,8 +20,8 @@ bool _MEROSystemdRestartCore(const std::vector<std::string>& options, const std:
 
 } // namespace
 
-bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                   std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdRestartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdRestartCore(options, vecUnits, failed, false, observer);
 }
@@ -29,12 +29,12 @@ bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, cons
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                    std::vector<std::string>& failed)
 {
-    return MEROSystemdRestartWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdRestartObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdRestartWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdRestartObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdRestart(const std::string& strUnit)
@@ -52,8 +52,8 @@ int MEROCSystemdRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppList
     return RunCGroupForm(MERO_HERE, MEROSystemdRestart, pListUnits, ppListFailed);
 }
 
-bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                      std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdTryRestartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdRestartCore(options, vecUnits, failed, true, observer);
 }
@@ -61,12 +61,12 @@ bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, c
 bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                       std::vector<std::string>& failed)
 {
-    return MEROSystemdTryRestartWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdTryRestartObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdTryRestartWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdTryRestartObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdTryRestart(const std::string& strUnit)

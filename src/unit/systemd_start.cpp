@@ -18,8 +18,8 @@ bool _MEROSystemdStartCore(const std::vector<std::string>& options, const std::v
 
 } // namespace
 
-bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                 std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdStartObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                              std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdStartCore(options, vecUnits, failed, observer);
 }
@@ -27,12 +27,12 @@ bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const 
 bool MEROSystemdStartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                  std::vector<std::string>& failed)
 {
-    return MEROSystemdStartWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdStartObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdStartWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdStartObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdStart(const std::string& strUnit)

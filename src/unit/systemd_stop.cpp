@@ -18,8 +18,8 @@ bool _MEROSystemdStopCore(const std::vector<std::string>& options, const std::ve
 
 } // namespace
 
-bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdStopObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                             std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdStopCore(options, vecUnits, failed, observer);
 }
@@ -27,12 +27,12 @@ bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const s
 bool MEROSystemdStopWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                                 std::vector<std::string>& failed)
 {
-    return MEROSystemdStopWithOptions(options, vecUnits, failed, {});
+    return MEROSystemdStopObserved(options, vecUnits, failed, {});
 }
 
 bool MEROSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed)
 {
-    return MEROSystemdStopWithOptions({}, vecUnits, failed, {});
+    return MEROSystemdStopObserved({}, vecUnits, failed, {});
 }
 
 bool MEROSystemdStop(const std::string& strUnit)

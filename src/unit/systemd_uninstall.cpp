@@ -152,7 +152,7 @@ bool RemoveTraces(const std::string& unit, const Paths& known)
 
 bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    const bool reloaded = MEROSystemdDaemonReload(observer);
+    const bool reloaded = MEROSystemdDaemonReloadObserved(observer);
     if (!reloaded) {
         AddFailed(vecUnits, failed);
     }
@@ -206,7 +206,7 @@ bool _MEROSystemdUninstallCore(const Texts& vecUnits, Texts& failed, const Syste
 
 } // namespace
 
-bool MEROSystemdUninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
+bool MEROSystemdUninstallObserved(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdUninstallCore(vecUnits, failed, observer);
 }

@@ -17,8 +17,8 @@ bool _MEROSystemdUnmask(const std::vector<std::string>& options, const std::vect
 
 } // namespace
 
-bool MEROSystemdUnmaskWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
-                                  std::vector<std::string>& failed, const SystemctlObserver& observer)
+bool MEROSystemdUnmaskObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
+                               std::vector<std::string>& failed, const SystemctlObserver& observer)
 {
     return _MEROSystemdUnmask(options, vecUnits, failed, observer);
 }

@@ -34,9 +34,9 @@ struct Release {
         Texts ignored;
         (void)MEROSystemdResetFailed(released, ignored);
         const bool started =
-            after == AfterRelease::LeaveStopped || MEROSystemdStartWithOptions({}, released, failed, observer);
+            after == AfterRelease::LeaveStopped || MEROSystemdStartObserved({}, released, failed, observer);
         if (changed) {
-            (void)MEROSystemdDaemonReload(observer); // its result does not count here, unlike in a stop by reason
+            (void)MEROSystemdDaemonReloadObserved(observer); // its result does not count here, unlike in a stop by reason
         }
         if (after == AfterRelease::LeaveStopped) {
             ForgetStoppedAlong(released);

@@ -16,15 +16,15 @@ bool StartByReason(const std::string& strReason, const Texts& vecServices, Texts
 
 } // namespace
 
-bool MEROSystemdServiceStartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
-                                     const SystemctlObserver& observer)
+bool MEROSystemdServiceStartByReasonObserved(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                                             const SystemctlObserver& observer)
 {
     return RunReasonOperation(MERO_HERE, StartByReason, strReason, vecServices, vecFailed, observer);
 }
 
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    return MEROSystemdServiceStartByReason(strReason, vecServices, vecFailed, {});
+    return MEROSystemdServiceStartByReasonObserved(strReason, vecServices, vecFailed, {});
 }
 
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService)

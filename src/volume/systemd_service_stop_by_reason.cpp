@@ -50,22 +50,22 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
     if (ConfiguredSystemctlDialect().isOfToday) {
         NoteStoppedAlong(MERO_HERE, held);
     }
-    const bool stopped = MEROSystemdStopWithOptions({}, held, vecFailed, observer);
-    const bool reloaded = !changed || MEROSystemdDaemonReload(observer);
+    const bool stopped = MEROSystemdStopObserved({}, held, vecFailed, observer);
+    const bool reloaded = !changed || MEROSystemdDaemonReloadObserved(observer);
     return held.size() == vecServices.size() && stopped && reloaded;
 }
 
 } // namespace
 
-bool MEROSystemdServiceStopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
-                                    const SystemctlObserver& observer)
+bool MEROSystemdServiceStopByReasonObserved(const std::string& strReason, const Texts& vecServices, Texts& vecFailed,
+                                            const SystemctlObserver& observer)
 {
     return RunReasonOperation(MERO_HERE, StopByReason, strReason, vecServices, vecFailed, observer);
 }
 
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const Texts& vecServices, Texts& vecFailed)
 {
-    return MEROSystemdServiceStopByReason(strReason, vecServices, vecFailed, {});
+    return MEROSystemdServiceStopByReasonObserved(strReason, vecServices, vecFailed, {});
 }
 
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService)

@@ -212,10 +212,6 @@ Shape* As(Shape* function)
 
 using Single = bool(Text);
 using Group = bool(const Texts&, Texts&);
-using Observer = const SystemctlObserver&;
-#define MERO_WITH_OPTIONS(name)                                                                                        \
-    As<bool(const Texts&, const Texts&, Texts&)>(MEROSystemd##name),                                                   \
-        As<bool(const Texts&, const Texts&, Texts&, Observer)>(MEROSystemd##name)
 #define MERO_BOTH(name) MEROSystemd##name, MEROCSystemd##name
 #define MERO_ACTION(name)                                                                                              \
     As<Single>(MEROSystemd##name), As<Single>(MEROSystemd##name##NoBlock), As<Group>(MEROSystemd##name),               \
@@ -228,40 +224,37 @@ using Observer = const SystemctlObserver&;
 
 void AddFunctions()
 {
-    Add({"--quiet", "a"}, MERO_WITH_OPTIONS(StartWithOptions), MERO_WITH_OPTIONS(StopWithOptions),
-        MERO_WITH_OPTIONS(RestartWithOptions), MERO_WITH_OPTIONS(TryRestartWithOptions),
-        MERO_WITH_OPTIONS(ReloadWithOptions), MERO_WITH_OPTIONS(ReloadOrRestartWithOptions),
-        MERO_WITH_OPTIONS(EnableWithOptionsInternal), MERO_WITH_OPTIONS(DisableWithOptionsInternal),
-        MEROSystemdMaskWithOptions, MEROSystemdUnmaskWithOptions, MEROSystemdEnableStatusGetWithOptions,
+    Add({"--quiet", "a"}, MEROSystemdStartWithOptions, MEROSystemdStopWithOptions, MEROSystemdRestartWithOptions,
+        MEROSystemdTryRestartWithOptions, MEROSystemdReloadWithOptions, MEROSystemdReloadOrRestartWithOptions,
+        MEROSystemdEnableWithOptionsInternal, MEROSystemdDisableWithOptionsInternal, MEROSystemdStartObserved,
+        MEROSystemdStopObserved, MEROSystemdRestartObserved, MEROSystemdTryRestartObserved, MEROSystemdReloadObserved,
+        MEROSystemdReloadOrRestartObserved, MEROSystemdEnableObserved, MEROSystemdDisableObserved,
+        MEROSystemdMaskObserved, MEROSystemdUnmaskObserved, MEROSystemdEnableStatusGetWithOptions,
         MEROSystemdIntDefaultTargetSet);
     Add({"a"}, MERO_ACTION(Start), MERO_ACTION(Stop), MERO_ACTION(Restart), MERO_ACTION(TryRestart),
         MERO_ACTION(Reload), MERO_ACTION(ReloadOrRestart), MERO_ENABLEMENT(Enable, EnableGroup),
         MERO_ENABLEMENT(EnableInGenerator, EnableGroupInGenerator), MERO_ENABLEMENT(Disable, DisableGroup),
         MERO_ENABLEMENT(DisableInGenerator, DisableGroupInGenerator), MERO_ENABLEMENT(Reenable, ReenableGroup),
         MERO_ENABLEMENT(Mask, MaskGroup), MERO_ENABLEMENT(Unmask, UnmaskGroup),
-        MERO_ENABLEMENT(Uninstall, UninstallGroup), As<Group>(MEROSystemdResetFailed),
-        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdReenable),
-        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdUninstall),
-        As<bool(const Texts&, Texts&, Observer)>(MEROSystemdResetFailed));
+        MERO_ENABLEMENT(Uninstall, UninstallGroup), MEROSystemdResetFailed, MEROSystemdReenableObserved,
+        MEROSystemdUninstallObserved, MEROSystemdResetFailedObserved);
     Add({"old", "a"}, MERO_REASON(ServiceStopByReason), MERO_REASON(ServiceStartByReason),
         MERO_REASON(ServiceReasonRemove), UnlinkReasons);
     Add({"new", "a"}, MERO_REASON_GROUP(ServiceStopByReason, ServiceStopGroupByReason),
         MERO_REASON_GROUP(ServiceStartByReason, ServiceStartGroupByReason),
-        MERO_REASON_GROUP(ServiceReasonRemove, ServiceReasonRemoveGroup),
-        As<bool(Text, const Texts&, Texts&, Observer)>(MEROSystemdServiceStopByReason),
-        As<bool(Text, const Texts&, Texts&, Observer)>(MEROSystemdServiceStartByReason));
+        MERO_REASON_GROUP(ServiceReasonRemove, ServiceReasonRemoveGroup), MEROSystemdServiceStopByReasonObserved,
+        MEROSystemdServiceStartByReasonObserved);
     Add({"a", "256"}, MERO_BOTH(StartIrreversibly), MERO_BOTH(MaskRunTime), MERO_BOTH(UnmaskRunTime),
-        As<Single>(MEROSystemdDefaultTargetSet), As<bool(Text, Observer)>(MEROSystemdDefaultTargetSet),
-        MEROCSystemdDefaultTargetSet, MERO_BOTH(DefaultTargetSetInGenerator), MERO_BOTH(IsJobEnqueued),
-        MERO_BOTH(LoadStatusGet), MERO_BOTH(ActiveStatusGet), MERO_BOTH(ActiveStatusGetSystem),
-        MERO_BOTH(EnableStatusGet), MERO_BOTH(EnableStatusGetSystem), MERO_BOTH(EnableStatusGetInGenerator),
-        MERO_BOTH(IsSupportGet), MERO_BOTH(SupportOneClickEnableGet), MERO_BOTH(IsDefaultEnableGet),
-        MEROSystemdInfoCenterDisplayGet, MEROCSystemdInfoCenterDislayGet, MERO_BOTH(NanoUpdateDislayGet),
-        MERO_BOTH(NameGet), MERO_BOTH(NameI18nGet), MERO_BOTH(FirewallSectionsGet), MERO_BOTH(ServiceReasonList),
-        MERO_BOTH(VolumeDependencyGet), MEROSystemdEnableWithOptions, MEROSystemdDisableWithOptions,
-        MEROSystemdBelongsToGet, MEROSystemdPackedInGet, MEROSystemdIconGet, MEROSystemdServiceSkipListByMntPath,
-        MEROSystemdIntJobGet, CheckServiceHasReason);
-    Add({}, As<bool()>(MEROSystemdDaemonReload), As<bool(Observer)>(MEROSystemdDaemonReload), MEROCSystemdDaemonReload,
+        MEROSystemdDefaultTargetSet, MEROSystemdDefaultTargetSetObserved, MEROCSystemdDefaultTargetSet,
+        MERO_BOTH(DefaultTargetSetInGenerator), MERO_BOTH(IsJobEnqueued), MERO_BOTH(LoadStatusGet),
+        MERO_BOTH(ActiveStatusGet), MERO_BOTH(ActiveStatusGetSystem), MERO_BOTH(EnableStatusGet),
+        MERO_BOTH(EnableStatusGetSystem), MERO_BOTH(EnableStatusGetInGenerator), MERO_BOTH(IsSupportGet),
+        MERO_BOTH(SupportOneClickEnableGet), MERO_BOTH(IsDefaultEnableGet), MEROSystemdInfoCenterDisplayGet,
+        MEROCSystemdInfoCenterDislayGet, MERO_BOTH(NanoUpdateDislayGet), MERO_BOTH(NameGet), MERO_BOTH(NameI18nGet),
+        MERO_BOTH(FirewallSectionsGet), MERO_BOTH(ServiceReasonList), MERO_BOTH(VolumeDependencyGet),
+        MEROSystemdEnableWithOptions, MEROSystemdDisableWithOptions, MEROSystemdBelongsToGet, MEROSystemdPackedInGet,
+        MEROSystemdIconGet, MEROSystemdServiceSkipListByMntPath, MEROSystemdIntJobGet, CheckServiceHasReason);
+    Add({}, MEROSystemdDaemonReload, MEROSystemdDaemonReloadObserved, MEROCSystemdDaemonReload,
         MERO_BOTH(IsolateToDefaultTarget), MERO_BOTH(RunAsSystemProcess), MERO_BOTH(ServiceList), MERO_BOTH(SliceList),
         MERO_BOTH(IsolateStateGet), ListServicesWithReason, MEROSystemdIntJobList, MEROSystemdVolumeRegisterList,
         MEROSystemdPutEnvByPAMSystemd, MEROSystemdVolumeUnmountStateGet, MEROSystemdVolumeUnmountRecover,
@@ -272,8 +265,7 @@ void AddFunctions()
         Slice::ProcessList);
     Add({"b.target"}, _MEROSystemdIsolateTargetAction, MEROCSystemdIsolateTargetAction,
         As<bool(Text, Result*)>(MEROSystemdIsolateTarget), As<bool(Text, Result*)>(MEROSystemdIntIsolateTarget),
-        As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIsolateTarget),
-        As<bool(Text, const IsolateOptions&, Result*, Observer)>(MEROSystemdIsolateTarget),
+        As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIsolateTarget), MEROSystemdIsolateTargetObserved,
         As<bool(Text, const IsolateOptions&, Result*)>(MEROSystemdIntIsolateTarget));
     Add({kVolume}, MERO_BOTH(ServiceListByMntPath), _MEROSystemdVolumeUnmountAction, MEROCSystemdVolumeUnmountAction,
         MEROCSystemdVolumeGroupUnmountAction, MEROSystemdVolumeUnmountPlan, MEROSystemdVolumeUnmountFullPlan,

@@ -114,8 +114,9 @@ constexpr Exception kExceptions[] = {
     {"ListPackageByRegisteredVolume", "", Instead::Works, "nobody has registered that"},
     {"ListUnits", "", Instead::Works, "units of every type are listed"},
     {"MEROSystemdSystemctl", "", Instead::Works, "systemctl judges its own arguments"},
-    {"[^e]WithOptions|OptionsInternal|IntDefaultTargetSet", "1 ", Instead::Works, "there need be no options"},
-    {"IsolateTarget\\(|Group", "null output|leads to null", Instead::Works, "this output is optional"},
+    {"[^e]WithOptions|OptionsInternal|IntDefaultTargetSet|(art|top|load|[^e]nable|isable|ask)Observed", "1 ",
+     Instead::Works, "there need be no options"},
+    {"IsolateTarget(Observed)?\\(|Group", "null output|leads to null", Instead::Works, "this output is optional"},
 };
 
 /// The condition that the line of a refused argument says, which programs match.

@@ -75,7 +75,7 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
         const auto see = [&](int exitCode, const Texts& lines) {
             seen = lines, seen.push_back(std::to_string(exitCode));
         };
-        EXPECT_EQ(MEROSystemdIsolateTarget("a.target", {.noBlock = !c.with.empty()}, &result, see), c.done);
+        EXPECT_EQ(MEROSystemdIsolateTargetObserved("a.target", {.noBlock = !c.with.empty()}, &result, see), c.done);
         EXPECT_EQ(seen, c.calls.empty() ? Texts() : c.done ? Texts{"0"} : Texts({"a\n", "b\n", "4"}));
         EXPECT_EQ(result, c.result);
         EXPECT_EQ(Calls(), c.calls);

@@ -173,25 +173,25 @@ TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
     const Texts none, both{"a", "b"};
     Texts failed;
     using Call = std::function<bool(const SystemctlObserver&)>;
-#define WITH_OPTIONS(Name) [&](auto& seen) { return MEROSystemd##Name##WithOptions(none, both, failed, seen); }
+#define OBSERVED(Name) [&](auto& seen) { return MEROSystemd##Name##Observed(none, both, failed, seen); }
     const Call calls[] = {
-        WITH_OPTIONS(Start),
-        WITH_OPTIONS(Stop),
-        WITH_OPTIONS(Restart),
-        WITH_OPTIONS(TryRestart),
-        WITH_OPTIONS(Reload),
-        WITH_OPTIONS(ReloadOrRestart),
-        WITH_OPTIONS(Mask),
-        WITH_OPTIONS(Unmask),
-        [&](auto& seen) { return MEROSystemdEnableWithOptionsInternal(none, both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdDisableWithOptionsInternal(none, both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdReenable(both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdDaemonReload(seen); },
-        [&](auto& seen) { return MEROSystemdDefaultTargetSet("x.target", seen); },
-        [&](auto& seen) { return MEROSystemdServiceStopByReason("new", both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdServiceStartByReason("old", both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdUninstall(both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdResetFailed(both, failed, seen); }, // the last: seen here only
+        OBSERVED(Start),
+        OBSERVED(Stop),
+        OBSERVED(Restart),
+        OBSERVED(TryRestart),
+        OBSERVED(Reload),
+        OBSERVED(ReloadOrRestart),
+        OBSERVED(Mask),
+        OBSERVED(Unmask),
+        [&](auto& seen) { return MEROSystemdEnableObserved(none, both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdDisableObserved(none, both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdReenableObserved(both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdDaemonReloadObserved(seen); },
+        [&](auto& seen) { return MEROSystemdDefaultTargetSetObserved("x.target", seen); },
+        [&](auto& seen) { return MEROSystemdServiceStopByReasonObserved("new", both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdServiceStartByReasonObserved("old", both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdUninstallObserved(both, failed, seen); },
+        [&](auto& seen) { return MEROSystemdResetFailedObserved(both, failed, seen); }, // the last: seen here only
     };
     for (const std::string exitCode : {"0", "1"}) {
         SystemctlScript("echo \"$1\"; [ \"$1\" != is-enabled ] || echo masked; exit " + exitCode);
@@ -222,7 +222,7 @@ TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
         }
     }
     Systemctl({});
-    EXPECT_TRUE(MEROSystemdMaskWithOptions({"--runtime", "--root=/."}, {"a"}, failed, {}));
+    EXPECT_TRUE(MEROSystemdMaskObserved({"--runtime", "--root=/."}, {"a"}, failed, {}));
     EXPECT_THAT(Calls(), ElementsAre("mask --runtime --root=/. a"));
 }
 

@@ -27,15 +27,14 @@ struct Action {
 };
 
 constexpr Action kActions[] = {
-    {"start", "Start units", MEROSystemdStartWithOptions, Wanted::Running, true, true, true},
-    {"stop", "Stop units", MEROSystemdStopWithOptions, Wanted::Stopped, true, false, false},
-    {"restart", "Stop and start units; start those that do not run", MEROSystemdRestartWithOptions, Wanted::Running,
-     true, false, true},
-    {"try-restart", "Restart the units that run", MEROSystemdTryRestartWithOptions, Wanted::NotFailed, true, false,
-     true},
-    {"reload", "Have units read their configuration; never waits", MEROSystemdReloadWithOptions, Wanted::Running, false,
+    {"start", "Start units", MEROSystemdStartObserved, Wanted::Running, true, true, true},
+    {"stop", "Stop units", MEROSystemdStopObserved, Wanted::Stopped, true, false, false},
+    {"restart", "Stop and start units; start those that do not run", MEROSystemdRestartObserved, Wanted::Running, true,
+     false, true},
+    {"try-restart", "Restart the units that run", MEROSystemdTryRestartObserved, Wanted::NotFailed, true, false, true},
+    {"reload", "Have units read their configuration; never waits", MEROSystemdReloadObserved, Wanted::Running, false,
      false, false},
-    {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartWithOptions,
+    {"reload-or-restart", "Reload units, or restart those that cannot reload", MEROSystemdReloadOrRestartObserved,
      Wanted::Running, true, false, true},
 };
 

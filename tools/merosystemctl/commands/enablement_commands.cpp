@@ -20,9 +20,9 @@ using OptionsForm = bool(const Texts& options, const Texts& units, Texts& failed
 /// Reenabling is disabling and enabling; the library's own does it without options.
 bool Reenable(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer)
 {
-    return options.empty() ? MEROSystemdReenable(units, failed, observer)
-                           : MEROSystemdDisableWithOptionsInternal(options, units, failed, observer) &&
-                                 MEROSystemdEnableWithOptionsInternal(options, units, failed, observer);
+    return options.empty() ? MEROSystemdReenableObserved(units, failed, observer)
+                           : MEROSystemdDisableObserved(options, units, failed, observer) &&
+                                 MEROSystemdEnableObserved(options, units, failed, observer);
 }
 
 struct EnablementChange {
@@ -34,12 +34,11 @@ struct EnablementChange {
 };
 
 constexpr EnablementChange kEnablementChanges[] = {
-    {"enable", "Have units start at boot", MEROSystemdEnableWithOptionsInternal, "start", MEROSystemdStartWithOptions},
-    {"disable", "Keep units from starting at boot", MEROSystemdDisableWithOptionsInternal, "stop",
-     MEROSystemdStopWithOptions},
+    {"enable", "Have units start at boot", MEROSystemdEnableObserved, "start", MEROSystemdStartObserved},
+    {"disable", "Keep units from starting at boot", MEROSystemdDisableObserved, "stop", MEROSystemdStopObserved},
     {"reenable", "Disable units and enable them again", Reenable, nullptr, nullptr},
-    {"mask", "Keep units from being started at all", MEROSystemdMaskWithOptions, "stop", MEROSystemdStopWithOptions},
-    {"unmask", "Undo mask", MEROSystemdUnmaskWithOptions, nullptr, nullptr},
+    {"mask", "Keep units from being started at all", MEROSystemdMaskObserved, "stop", MEROSystemdStopObserved},
+    {"unmask", "Undo mask", MEROSystemdUnmaskObserved, nullptr, nullptr},
 };
 
 struct EnablementArguments {

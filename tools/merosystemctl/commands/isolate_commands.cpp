@@ -45,8 +45,8 @@ int Isolate(const std::string& target, bool noBlock)
     MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = MERO_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
     const std::string what = "isolating to " + target;
     SystemctlWords words;
-    const WatchedWork isolated =
-        Watch(what, [&](Progress&) { return MEROSystemdIsolateTarget(target, options, &result, words.Listener()); });
+    const WatchedWork isolated = Watch(
+        what, [&](Progress&) { return MEROSystemdIsolateTargetObserved(target, options, &result, words.Listener()); });
     if (!isolated.done) {
         return words.WereHeard() && IsNoTarget(target) ? kNoSuchUnit : ReportFailure(what, isolated.error, words);
     }

@@ -44,7 +44,7 @@ int ResetFailed(const MaintenanceArguments& arguments)
                                        .units = LoadedUnits("reset-failed", arguments.units),
                                        .run =
                                            [](const Texts& units, Texts& failed, const SystemctlObserver& observer) {
-                                               return MEROSystemdResetFailed(units, failed, observer);
+                                               return MEROSystemdResetFailedObserved(units, failed, observer);
                                            }}),
                         arguments.json);
 }
@@ -75,7 +75,7 @@ int Uninstall(const MaintenanceArguments& arguments)
                                        .units = arguments.units,
                                        .run =
                                            [](const Texts& units, Texts& failed, const SystemctlObserver& observer) {
-                                               return MEROSystemdUninstall(units, failed, observer);
+                                               return MEROSystemdUninstallObserved(units, failed, observer);
                                            }}),
                         arguments.json);
 }

@@ -25,8 +25,9 @@ void AddDefaultTarget(const Command& program)
     command.OnCall([arguments]() -> int {
         if (!arguments->target.empty()) {
             SystemctlWords words;
-            const bool done = arguments->offline ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
-                                                 : MEROSystemdDefaultTargetSet(arguments->target, words.Listener());
+            const bool done = arguments->offline
+                                  ? MEROSystemdDefaultTargetSetInGenerator(arguments->target)
+                                  : MEROSystemdDefaultTargetSetObserved(arguments->target, words.Listener());
             return done ? kDone : ReportFailure("setting the default target", MLIBCErrGet(), words);
         }
         std::string target;
@@ -48,7 +49,7 @@ void AddManagerCommands(const Command& program)
     daemonReload.OnCall([] {
         SystemctlWords words;
         const WatchedWork work =
-            Watch("daemon-reload", [&](Progress&) { return MEROSystemdDaemonReload(words.Listener()); });
+            Watch("daemon-reload", [&](Progress&) { return MEROSystemdDaemonReloadObserved(words.Listener()); });
         return work.done ? kDone : ReportFailure("daemon-reload", work.error, words);
     });
 }

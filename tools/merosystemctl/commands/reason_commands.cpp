@@ -91,7 +91,7 @@ int Add(const ReasonArguments& arguments)
         held.clear();
     }
     const bool isProtected = ProtectHeld(held);
-    const Results changed = RunChange(verb, MEROSystemdServiceStopByReason, arguments.reason, services);
+    const Results changed = RunChange(verb, MEROSystemdServiceStopByReasonObserved, arguments.reason, services);
     UnprotectReleased(services); // that did not get the reason
     std::erase_if(held, [](const HeldService& one) { return !Systemd::CheckServiceHasReason(one.name); });
     const bool isStillProtected = ProtectHeld(held); // unless another process has just released it
@@ -184,7 +184,7 @@ int Release(const ReasonArguments& arguments)
         results.push_back(
             {.unit = service, .code = kNotActive, .fault = "it does not have the reason " + arguments.reason});
     }
-    Append(results, RunChange("reason release", MEROSystemdServiceStartByReason, arguments.reason, services));
+    Append(results, RunChange("reason release", MEROSystemdServiceStartByReasonObserved, arguments.reason, services));
     UnprotectReleased(services);
     Append(results, StillStopped(services));
     return PrintResults(results, arguments.json);
