@@ -62,27 +62,8 @@ const std::map<std::string, MERO::Tool::Texts> kLimited{
       "reason release"}},
 };
 
-} // namespace
-
-int main(int argc, char* argv[])
+void AddCommands(MERO::Tool::CommandLine& commandLine)
 {
-    std::setlocale(LC_CTYPE, ""); // for the width of characters
-    MERO::Tool::CommandLine commandLine({
-        .program = "merosystemctl",
-        .help = "Manages the services of this machine through libmerosystemd.",
-        .version = MERO_VERSION,
-        .note = kNote,
-        .before =
-            [] {
-                MERO::Tool::SetLegend(!MERO::Tool::General().noLegend);
-                MERO::Tool::WarnOfDialect();
-            },
-        .sections = kSections,
-        .limited = kLimited,
-        .elsewhere = MERO::Tool::SplitWords(kElsewhere),
-        .whenNothing = "overview",
-        .shorthands = {{"--failed", "list-units"}},
-    });
     const MERO::Tool::Command program = commandLine.Program();
     MERO::Tool::AddGeneralOptions(program);
     MERO::Tool::AddActionCommands(program); // the help lists sections and commands in this order
@@ -105,6 +86,30 @@ int main(int argc, char* argv[])
     MERO::Tool::AddManagerCommands(program);
     MERO::Tool::AddDoctorCommand(program);
     MERO::Tool::AddCompleteCommand(commandLine);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    std::setlocale(LC_CTYPE, ""); // for the width of characters
+    MERO::Tool::CommandLine commandLine({
+        .program = "merosystemctl",
+        .help = "Manages the services of this machine through libmerosystemd.",
+        .version = MERO_VERSION,
+        .note = kNote,
+        .before =
+            [] {
+                MERO::Tool::SetLegend(!MERO::Tool::General().noLegend);
+                MERO::Tool::WarnOfDialect();
+            },
+        .sections = kSections,
+        .limited = kLimited,
+        .elsewhere = MERO::Tool::SplitWords(kElsewhere),
+        .whenNothing = "overview",
+        .shorthands = {{"--failed", "list-units"}},
+        .addCommands = AddCommands,
+    });
     const int exitCode = commandLine.Run({argv + std::min(argc, 1), argv + argc});
     return std::cout.flush() ? exitCode : MERO::Tool::kFailed;
 }

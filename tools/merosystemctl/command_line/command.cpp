@@ -24,112 +24,137 @@ private:
 };
 
 template <typename Value>
-CLI::Option* AddOperandTo(CLI::App& app, const std::string& name, Value& value, const std::string& help)
+Argument AddOptionTo(CLI::App* app, const std::string& name, const std::string& meaning, Value& value,
+                     const std::string& help)
 {
-    return app.add_option(name, value, help)->type_name("");
+    return Argument(app != nullptr ? app->add_option(name, value, help)->type_name(meaning) : nullptr);
 }
 
 template <typename Value>
-Argument AddOptionTo(CLI::App& app, const std::string& name, const std::string& meaning, Value& value,
-                     const std::string& help)
+Argument AddOperandTo(CLI::App* app, const std::string& name, Value& value, const std::string& help)
 {
-    return Argument(app.add_option(name, value, help)->type_name(meaning));
+    return Argument(app != nullptr ? app->add_option(name, value, help)->type_name("")->required() : nullptr);
 }
 
 } // namespace
 
 const Argument& Argument::MustPass(Check check) const
 {
-    option_->check(CLI::Validator([check](std::string& value) { return check(value); }, ""));
+    if (option_ != nullptr) {
+        option_->check(CLI::Validator([check](std::string& value) { return check(value); }, ""));
+    }
     return *this;
 }
 
 const Argument& Argument::TakeAs(std::string (*form)(std::string value)) const
 {
-    option_->transform(form);
+    if (option_ != nullptr) {
+        option_->transform(form);
+    }
     return *this;
 }
 
 const Argument& Argument::MustLie(long long least, long long most) const
 {
-    option_->check(CLI::Range(least, most).description(""));
+    if (option_ != nullptr) {
+        option_->check(CLI::Range(least, most).description(""));
+    }
     return *this;
 }
 
 const Argument& Argument::Needs(const Argument& other) const
 {
-    option_->needs(other.option_);
+    if (option_ != nullptr) {
+        option_->needs(other.option_);
+    }
     return *this;
 }
 
 const Argument& Argument::Excludes(const Argument& other) const
 {
-    option_->excludes(other.option_);
+    if (option_ != nullptr) {
+        option_->excludes(other.option_);
+    }
     return *this;
+}
+
+CLI::App* Command::AddApp(const std::string& name, const std::string& help) const
+{
+    const bool isProgram = app_ != nullptr && app_->get_parent() == nullptr;
+    if (app_ == nullptr || (isProgram && calls_->extent == Extent::One && name != calls_->name)) {
+        return nullptr;
+    }
+    return app_->add_subcommand(name, help)->group("Commands")->fallthrough(); // to the program's options
 }
 
 Command Command::AddCommand(const std::string& name, const std::string& help) const
 {
-    return {app_->add_subcommand(name, help)->group("Commands")->fallthrough(), calls_}; // to the program's options
+    CLI::App* command = AddApp(name, help);
+    return {calls_->extent != Extent::Names ? command : nullptr, calls_};
 }
 
 Command Command::AddGroup(const std::string& name, const std::string& help) const
 {
-    CLI::App* group = app_->add_subcommand(name, help)->group("Commands")->fallthrough();
-    group->require_subcommand(1);
-    return {group, calls_};
+    const Command group = AddCommand(name, help);
+    if (group.app_ != nullptr) {
+        group.app_->require_subcommand(1);
+    }
+    return group;
 }
 
 Argument Command::AddOperand(const std::string& name, std::string& value, const std::string& help) const
 {
-    return Argument(AddOperandTo(*app_, name, value, help)->required());
+    return AddOperandTo(app_, name, value, help);
 }
 
 Argument Command::AddOperand(const std::string& name, Texts& values, const std::string& help) const
 {
-    return Argument(AddOperandTo(*app_, name, values, help)->required());
+    return AddOperandTo(app_, name, values, help);
 }
 
 Argument Command::AddOperand(const std::string& name, int& value, const std::string& help) const
 {
-    return Argument(AddOperandTo(*app_, name, value, help)->required());
+    return AddOperandTo(app_, name, value, help);
 }
 
 Argument Command::AddOptionalOperand(const std::string& name, std::string& value, const std::string& help) const
 {
-    return Argument(AddOperandTo(*app_, name, value, help));
+    return AddOptionTo(app_, name, "", value, help);
 }
 
 Argument Command::AddOptionalOperand(const std::string& name, Texts& values, const std::string& help) const
 {
-    return Argument(AddOperandTo(*app_, name, values, help));
+    return AddOptionTo(app_, name, "", values, help);
 }
 
 Argument Command::AddFlag(const std::string& name, bool& value, const std::string& help) const
 {
-    return Argument(app_->add_flag(name, value, help));
+    return Argument(app_ != nullptr ? app_->add_flag(name, value, help) : nullptr);
 }
 
 Argument Command::AddOption(const std::string& name, const std::string& meaning, std::string& value,
                             const std::string& help) const
 {
-    return AddOptionTo(*app_, name, meaning, value, help);
+    return AddOptionTo(app_, name, meaning, value, help);
 }
 
 Argument Command::AddOption(const std::string& name, const std::string& meaning, double& value,
                             const std::string& help) const
 {
-    return AddOptionTo(*app_, name, meaning, value, help);
+    return AddOptionTo(app_, name, meaning, value, help);
 }
 
 Argument Command::AddOption(const std::string& name, const std::string& meaning, unsigned& value,
                             const std::string& help) const
 {
-    return AddOptionTo(*app_, name, meaning, value, help);
+    return AddOptionTo(app_, name, meaning, value, help);
 }
 
 const Command& Command::TakeBehindDashes(Texts& words, const std::string& usage) const
 {
+    if (app_ == nullptr) {
+        return *this;
+    }
     const auto formatter = std::dynamic_pointer_cast<CLI::Formatter>(app_->get_formatter());
     app_->formatter(std::make_shared<TailedFormatter>(*formatter, usage));
     calls_->behindDashes[app_] = &words;
@@ -138,19 +163,17 @@ const Command& Command::TakeBehindDashes(Texts& words, const std::string& usage)
 
 const Command& Command::SetNote(const std::string& note) const
 {
-    app_->footer(note);
-    return *this;
-}
-
-const Command& Command::Hide() const
-{
-    app_->group("");
+    if (app_ != nullptr) {
+        app_->footer(note);
+    }
     return *this;
 }
 
 void Command::OnCall(std::function<int()> run) const
 {
-    app_->callback([calls = calls_, run = std::move(run)] { calls->called = run; });
+    if (app_ != nullptr) {
+        app_->callback([calls = calls_, run = std::move(run)] { calls->called = run; });
+    }
 }
 
 } // namespace MERO::Tool

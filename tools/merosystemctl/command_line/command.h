@@ -21,7 +21,7 @@ using Check = std::string (*)(const std::string& value);
 /// An option or an operand of a command.
 class Argument {
 public:
-    explicit Argument(CLI::Option* option) : option_(option) {}
+    explicit Argument(CLI::Option* option) : option_(option) {} ///< nullptr: of a command that is not needed
 
     const Argument& MustPass(Check check) const;
     /// Values are taken as this makes them, before they are checked.
@@ -35,7 +35,8 @@ private:
 };
 
 /// A command of the program, such as "start" or "volume plan": what it takes, and what it does. Copies mean the same
-/// command. Values are left alone until the command is called.
+/// command. Values are left alone until the command is called. Of a command that this run does not need nothing is
+/// built: it takes what is added, and keeps nothing.
 class Command {
 public:
     Command(CLI::App* app, Calls* calls) : app_(app), calls_(calls) {}
@@ -64,13 +65,13 @@ public:
     const Command& TakeBehindDashes(Texts& words, const std::string& usage) const;
     /// A text below the help.
     const Command& SetNote(const std::string& note) const;
-    /// The help leaves it out.
-    const Command& Hide() const;
     /// What it does. The exit code.
     void OnCall(std::function<int()> run) const;
 
 private:
-    CLI::App* app_;
+    CLI::App* AddApp(const std::string& name, const std::string& help) const;
+
+    CLI::App* app_; ///< nullptr: not needed
     Calls* calls_;
 };
 

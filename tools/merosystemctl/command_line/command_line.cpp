@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
@@ -180,6 +181,17 @@ std::string UsageMessage(const CLI::App& program, const CLI::Error& error, const
     return "merosystemctl: " + fault + "\n" + HelpHint(called) + "\n";
 }
 
+/// Of the section with the command; empty, which leaves it out of the help, when there is none.
+std::string TitleOf(const std::string& command, const std::vector<Section>& sections)
+{
+    for (const Section& section : sections) {
+        if (std::find(section.commands.begin(), section.commands.end(), command) != section.commands.end()) {
+            return section.title;
+        }
+    }
+    return {};
+}
+
 /// Throws a UsageError when a command was given an option of the program that it does not take.
 void CheckLimits(const CLI::App& program, const std::map<std::string, Texts>& limited)
 {
@@ -193,20 +205,7 @@ void CheckLimits(const CLI::App& program, const std::map<std::string, Texts>& li
 
 } // namespace
 
-CommandLine::CommandLine(const Description& description)
-    : app_(std::make_unique<CLI::App>(description.help, description.program)), calls_(std::make_unique<Calls>()),
-      description_(description)
-{
-    app_->set_version_flag("--version", description.program + " " + description.version, "Print the version and exit");
-    app_->set_help_flag("-h,--help", "Print this help and exit");
-    app_->require_subcommand(1);
-    app_->failure_message([this](const CLI::App* program, const CLI::Error& error) {
-        return UsageMessage(*program, error, description_.elsewhere);
-    });
-    app_->get_formatter()->column_width(22);
-    app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app_->get_formatter()->label("Positionals", "Arguments");
-}
+CommandLine::CommandLine(Description description) : description_(std::move(description)) {}
 
 CommandLine::~CommandLine() = default;
 
@@ -215,14 +214,48 @@ Command CommandLine::Program()
     return {app_.get(), calls_.get()};
 }
 
+void CommandLine::Build(Extent extent, const std::string& name)
+{
+    app_ = std::make_unique<CLI::App>(description_.help, description_.program);
+    calls_ = std::make_unique<Calls>(Calls{.extent = extent, .name = name, .behindDashes = {}, .called = {}});
+    app_->set_version_flag("--version", description_.program + " " + description_.version,
+                           "Print the version and exit");
+    app_->set_help_flag("-h,--help", "Print this help and exit");
+    app_->require_subcommand(1);
+    app_->failure_message([this](const CLI::App* program, const CLI::Error& error) {
+        return UsageMessage(*program, error, description_.elsewhere);
+    });
+    app_->get_formatter()->column_width(22);
+    app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_->get_formatter()->label("Positionals", "Arguments");
+    description_.addCommands(*this);
+    app_->footer(description_.note); // as late as this: commands that are added inherit it
+    for (CLI::App* command : app_->get_subcommands({})) {
+        command->group(TitleOf(command->get_name(), description_.sections));
+    }
+}
+
+/// Builds the command that the words call alone, if it is plain which one that is.
+void CommandLine::BuildFor(const Texts& words)
+{
+    const auto isCommand = [](const std::string& word) { return !word.starts_with('-'); };
+    const auto command = std::find_if(words.begin(), words.end(), isCommand);
+    const bool isForProgram = std::any_of(words.begin(), command, [](const std::string& word) {
+        return word == "-h" || word == "--help" || word == "--version";
+    });
+    const auto shorthand = words.empty() ? description_.shorthands.end() : description_.shorthands.find(words.front());
+    const std::string name = shorthand != description_.shorthands.end() ? shorthand->second
+                             : command != words.end()                   ? *command
+                                                                        : description_.whenNothing;
+    Build(isForProgram ? Extent::Names : Extent::One, name);
+    if (app_->get_subcommands({}).empty()) { // an unknown command, or the value of an option
+        Build(Extent::All);
+    }
+}
+
 int CommandLine::Run(Texts words)
 {
-    app_->footer(description_.note); // as late as this: commands that are added inherit it
-    for (const Section& section : description_.sections) {
-        for (const std::string& name : section.commands) {
-            app_->get_subcommand(name)->group(section.title);
-        }
-    }
+    BuildFor(words);
     words = WithCommand(*app_, words, description_);
     TakeBehindDashes(app_.get(), *calls_, words);
     std::reverse(words.begin(), words.end()); // as the parser wants them
@@ -249,7 +282,10 @@ int CommandLine::Run(Texts words)
 
 Expected CommandLine::ExpectedBehind(const Texts& words) const
 {
-    const CLI::App* command = app_.get();
+    CommandLine whole(description_);
+    whole.Build(Extent::All);
+    const CLI::App* const program = whole.app_.get();
+    const CLI::App* command = program;
     const CLI::Option* valueOf = nullptr;
     Expected expected;
     for (const std::string& word : words) {
@@ -257,7 +293,7 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
             valueOf = word == "=" ? valueOf : nullptr; // bash makes three words of "--type=service"
         } else if (word.starts_with("-")) {
             const CLI::Option* own = NamedOption(*command, word);
-            const CLI::Option* option = own != nullptr ? own : NamedOption(*app_, word);
+            const CLI::Option* option = own != nullptr ? own : NamedOption(*program, word);
             valueOf = TakesValue(option) ? option : nullptr;
         } else if (const CLI::App* sub = Subcommand(*command, word)) {
             command = sub;
@@ -274,8 +310,8 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
         expected.commands = CommandNames(*command);
     }
     expected.options = OptionNames(*command);
-    if (command != app_.get()) {
-        const std::vector<Word> general = OptionNames(*app_);
+    if (command != program) {
+        const std::vector<Word> general = OptionNames(*program);
         expected.options.insert(expected.options.end(), general.begin(), general.end());
     }
     expected.argument = OperandName(*command, expected.operands.size());

@@ -10,6 +10,8 @@
 
 namespace MERO::Tool {
 
+enum class Extent;
+
 /// A word that a command line can go on with.
 struct Word {
     std::string text;
@@ -25,7 +27,7 @@ struct Expected {
     Texts operands;            ///< of it, that are there
 };
 
-/// Commands that the help lists below one title.
+/// Commands that the help lists below one title. Those that no section has are hidden: they are for other programs.
 struct Section {
     std::string title;
     Texts commands;
@@ -45,9 +47,10 @@ public:
         Texts elsewhere;                               ///< commands that systemctl has, and this program does not
         std::string whenNothing;                       ///< the command that runs when there is none
         std::map<std::string, std::string> shorthands; ///< options that mean a command when they stand in its place
+        std::function<void(CommandLine&)> addCommands;
     };
 
-    explicit CommandLine(const Description& description);
+    explicit CommandLine(Description description);
     ~CommandLine();
 
     /// The program as a command, which the others are added to.
@@ -60,6 +63,9 @@ public:
     Expected ExpectedBehind(const Texts& words) const;
 
 private:
+    void Build(Extent extent, const std::string& name = "");
+    void BuildFor(const Texts& words);
+
     std::unique_ptr<CLI::App> app_;
     std::unique_ptr<Calls> calls_;
     Description description_;
