@@ -227,6 +227,7 @@ void CommandLine::Build(Extent extent, const std::string& name)
     });
     app_->get_formatter()->column_width(22);
     app_->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_->get_formatter()->label("REQUIRED", ""); // the usage line says so
     app_->get_formatter()->label("Positionals", "Arguments");
     description_.addCommands(*this);
     app_->footer(description_.note); // as late as this: commands that are added inherit it
