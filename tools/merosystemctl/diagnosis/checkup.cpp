@@ -108,9 +108,10 @@ void CheckPrograms(Findings& findings)
 void CheckJournal(Findings& findings)
 {
     char journalctl[] = "/usr/bin/journalctl", quiet[] = "--quiet", pager[] = "--no-pager", one[] = "--lines=1";
-    char* const argv[] = {journalctl, quiet, pager, one, nullptr};
-    const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(MLIBCPopenvc(journalctl, "r", argv), MLIBCPclose);
-    const bool isRead = output != nullptr && std::fgetc(output.get()) != EOF;
+    char json[] = "--output=json"; // what begins otherwise is a complaint
+    char* const argv[] = {journalctl, quiet, pager, one, json, nullptr};
+    const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(MLIBCPopenvc(journalctl, "rB", argv), MLIBCPclose);
+    const bool isRead = output != nullptr && std::fgetc(output.get()) == '{';
     const passwd* user = getuid() != 0 ? getpwuid(getuid()) : nullptr;
     findings.push_back(
         {isRead ? Good : Bad,

@@ -69,7 +69,8 @@ FILE* RunJournalctl(const Texts& units, std::size_t linesOfUnit)
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    return MLIBCPopenvce(argv[0], "r", argv.data(), JournalEnvironment().data());
+    // Its complaints are read too, and passed over, since they are no JSON: they would get between the lines shown.
+    return MLIBCPopenvce(argv[0], "rB", argv.data(), JournalEnvironment().data());
 }
 
 /// The first of the fields that the entry has; journalctl prints what cannot be printed as an array of its bytes.
