@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <sstream>
+#include <string_view>
 
 namespace MERO::Systemd {
 namespace {
@@ -51,7 +52,8 @@ char LowerCase(char letter)
 
 bool IsBefore(const std::string& one, const std::string& other)
 {
-    const int types = UnitTypeGet(one).compare(UnitTypeGet(other));
+    const auto type = [](std::string_view name) { return name.substr(name.rfind('.') + 1); };
+    const int types = type(one).compare(type(other));
     return types != 0 ? types < 0
                       : std::lexicographical_compare(one.begin(), one.end(), other.begin(), other.end(),
                                                      [](char a, char b) { return LowerCase(a) < LowerCase(b); });
