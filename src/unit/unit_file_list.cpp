@@ -36,9 +36,8 @@ int AddNames(const std::string& folder, const std::string& type, Texts& names)
         if (!IsUnitFileName(name) || (!type.empty() && UnitTypeGet(name) != type)) {
             continue;
         }
-        std::error_code vanished;
-        const auto kind = entry->symlink_status(vanished).type();
-        if (kind == std::filesystem::file_type::regular || kind == std::filesystem::file_type::symlink) {
+        std::error_code vanished; // in this order both know it from the folder itself, and follow no link
+        if (entry->is_symlink(vanished) || entry->is_regular_file(vanished)) {
             names.push_back(std::move(name));
         }
     }
