@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
