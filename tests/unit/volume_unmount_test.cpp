@@ -265,9 +265,17 @@ TEST_F(VolumeUnmount, EachUnitOfAMasterIsACause)
     SetUnits({{kAll + "\nMaster=m.service", {"a.service", "c.service"}}});
     Write("/run/files", "a.service enabled enabled\nc.service enabled enabled\n"), SystemctlScript(kShowsAll);
     fs::create_directories(kVolume);
+    ASSERT_EQ(mount("tmpfs", kVolume.c_str(), "tmpfs", 0, ""), 0);
+    const Holder keeper("keeper.service",
+                        [] { (void)(unshare(CLONE_NEWNS) || mount("", "/", "", MS_REC | MS_PRIVATE, "")); });
+    const Holder second("", [&] { setns(open(keeper.File("ns/mnt").c_str(), O_RDONLY), CLONE_NEWNS); });
     const Holder user("user.slice/user@7.service", [] { fs::current_path(kVolume); }); // the manager itself
+    const MERO::Descriptor own(open(kVolume.c_str(), O_RDONLY | O_CLOEXEC));
     FullVolumeUnmountPlan plan;
     EXPECT_TRUE(MEROSystemdVolumeUnmountFullPlan({kVolume}, plan));
+    umount2(kVolume.c_str(), MNT_DETACH);
+    EXPECT_THAT(plan.blockers, ElementsAre(AllOf(Field(&VolumeBlocker::kind, VolumeBlocker::Kind::MountNamespace),
+                                                 Field(&VolumeBlocker::unit, "keeper.service"))));
     ASSERT_THAT(plan.stops,
                 ElementsAre(Field(&PlannedStop::unit, "m.service"), Field(&PlannedStop::unit, "user@7.service")));
     EXPECT_THAT(plan.stops[0].causes,
@@ -402,7 +410,7 @@ TEST_F(VolumeUnmount, MountsElsewhereAreTold)
     const auto own = MountTableParse(root + "2 1 8:2 / /v rw shared:2 - ext4 /dev/sdb rw\n"
                                             "3 1 8:2 /a /b\\040c rw - ext4 /dev/sdb rw\n4 2 8:2 /a /v/b rw - x x rw\n"
                                             "5 1 8:3 /@one /one rw - btrfs x rw\n6 1 8:3 /@two /two rw - btrfs x rw\n"
-                                            "short line\n");
+                                            "7 1 8:2 /a /b\\040c rw - ext4 /dev/sdb rw\nshort line\n");
     EXPECT_THAT(FindBindMounts(own, {"/v"}), ElementsAre("/b c"));
     EXPECT_THAT(FindBindMounts(own, {"/one"}), IsEmpty()) << "another subvolume";
     const std::pair<const char*, const char*> namespaces[] = {
