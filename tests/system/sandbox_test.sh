@@ -258,7 +258,8 @@ check "what the environment says to systemctl does not disturb" \
 check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
 check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
 mkdir "$work/bound" && echo text >"$work/bound/file"
-check "cgroups of both versions" prints "cgroup2fs cgroupfs" $program --cgroup mixed sh -c \
+# In a cgroup namespace only a hierarchy can be mounted that is there already: that of version 1 here.
+[ $cgroups = v2 ] || check "cgroups of both versions" prints "cgroup2fs cgroupfs" $program --cgroup mixed sh -c \
     'echo $(stat -fc %T /sys/fs/cgroup /sys/fs/cgroup/meromonitor)'
 # What looks like a newer release; the systemd that boots is the host's.
 mkdir -p $root/usr/{bin,lib/systemd}
