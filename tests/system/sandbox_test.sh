@@ -231,7 +231,7 @@ check "a hang-up that its caller ignores is ignored" exits 0 bash -c \
 check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
 check "status 127 for what is not found" exits 127 "$box" no-such-command
 check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
-check "help" prints "*--release NAME *--cgroup VERSION *127 *was not found*128+N *" "$box" --help
+check "help" prints "*--release NAME *--cgroup VERSION *126 *cannot be run*127 *was not found*128+N *" "$box" --help
 check "the command's options are the command's" prints "--bind -v" "$box" -- echo --bind -v
 
 while IFS='|' read -r expected command; do
@@ -258,6 +258,16 @@ check "what the environment says to systemctl does not disturb" \
 check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
 check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
 mkdir "$work/bound" && echo text >"$work/bound/file"
+# In a cgroup namespace only a hierarchy can be mounted that is there already: that of version 1 here.
+[ $cgroups = v2 ] || check "cgroups of both versions" prints "cgroup2fs cgroupfs" $program --cgroup mixed sh -c \
+    'echo $(stat -fc %T /sys/fs/cgroup /sys/fs/cgroup/meromonitor)'
+# What looks like a newer release; the systemd that boots is the host's.
+mkdir -p $root/usr/{bin,lib/systemd}
+for file in bin/systemctl lib/systemd/{systemd,libsystemd-shared-258.so}; do
+    install /dev/null $root/usr/$file
+done
+check "another root is shown, with the cgroups of its release" prints "cgroup2fs /mero-sandbox" $program --root $root \
+    --bind /usr sh -c 'echo $(stat -fc %T /sys/fs/cgroup) /mero*'
 check "a bound path is seen" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
 check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$work/bound/new"
 check "nothing is left by all these" leaves_nothing
@@ -338,11 +348,14 @@ check "and leaves nothing" leaves_nothing
 chrooted() {
     # shellcheck disable=SC2016 # expanded inside
     exec "${apart[@]}" sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
-        shift 2; exec chroot . /mero-sandbox --cgroup "$0" --bind /usr "$@"' "$cgroups" "$root" "$bound" "$@"
+        shift 2; before=$(cat /proc/self/mountinfo)
+        $exec chroot . /mero-sandbox --cgroup "$0" --bind /usr "$@"
+        [ "$(cat /proc/self/mountinfo)" = "$before" ] || echo mounts are left' "$cgroups" "$root" "$bound" "$@"
 }
+: >"$root/dev/null" # as who writes to it where there is none makes it
 for bound in usr "usr proc sys dev"; do
     check "a chroot that has $bound" prints "running*/mero-sandbox" chrooted sh -c 'systemctl is-system-running; echo /mero*'
-    box=chrooted check "a sandbox there that is to be killed" start sh -c 'echo up; exec sleep 60'
+    exec=exec box=chrooted check "a sandbox there that is to be killed" start sh -c 'echo up; exec sleep 60'
     kill -KILL "$job"
     check "dies" ends 137
 done

@@ -153,14 +153,14 @@ TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
 {
     Write(kConfiguration, "dialect=current\n");
     for (const char* name :
-         {"one/b.service", "one/A.service", "one/c@.service", "one/.d.service", "one/e.servicex", "one/@.service",
-          "one/f g.service", "one/h", "two/A.service", "two/z.mount", "two/.mount"}) {
+         {"one/a.service", "one/B.service", "one/c@.service", "one/.d.service", "one/e.servicex", "one/@.service",
+          "one/f g.service", "one/h", "two/B.service", "two/z.mount", "two/.mount"}) {
         Write(std::string("/run/units/") + name, "");
     }
 
     Shell("cd /run/units/two; mkdir k.service; mkfifo l.service; ln -s /nowhere m.timer; ln -s /etc n.target; touch "
           "file");
-    const Texts listed{"z.mount", "A.service", "b.service", "c@.service", "n.target", "m.timer"};
+    const Texts listed{"z.mount", "a.service", "B.service", "c@.service", "n.target", "m.timer"};
     const Answer asked{"list-unit-files --no-legend --root=/.", "asked.service enabled x\n"};
     struct Case {
         Answer unitPath;
@@ -182,7 +182,7 @@ TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
     Systemctl({cases[0].unitPath});
     Texts units{"before"};
     EXPECT_TRUE(MEROSystemdListUnits(units, "service"));
-    EXPECT_THAT(units, ElementsAre("before", "A.service", "b.service", "c@.service"));
+    EXPECT_THAT(units, ElementsAre("before", "a.service", "B.service", "c@.service"));
     Shell("cd /run/units; ln -s loop loop");
     Systemctl({{ask, "UnitPath=/run/units/one /run/units/loop\n"}});
     EXPECT_EQ(Files(), Texts{"failed"});

@@ -81,18 +81,28 @@ TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
 {
     const std::string notes = "/run/merosystemd/stopped-along/";
     const std::pair<std::string, std::string> units[] = {
-        {"a.service", "RequiredBy=b.service\nConsistsOf=own.service\n"},
-        {"b.service", "Requires=a.service c.service\nConsistsOf=b.socket b.target\n"},
-        {"b.socket", "PartOf=b.service\n"},
-        {"b.target", "PartOf=b.service\n"},
+        {"a.service", "RequiredBy=b.service idle.service lost.service\nConsistsOf=own.service held.service\n"},
+        {"b.service", "Requires=a.service c.service\nBoundBy=b.socket\nPropagatesStopTo=b.target\n"
+                      "RequisiteOf=b.path\nConsistsOf=b.timer\n"},
+        {"b.path", "Requisite=b.service\n"},
+        {"b.socket", "BindsTo=b.service\n"},
+        {"b.timer", "PartOf=b.service\n"},
+        {"b.target", "StopPropagatedFrom=b.service\n"},
         {"c.service", ""},
         {"own.service", ""},
+        {"idle.service", ""},
+        {"lost.service", ""},
+        {"held.service", ""},
     };
     const std::tuple<std::string, std::string, std::string> cases[] = {
         // what is in the way of the notes, what is said of it, and what starts with the last release
-        {"/run/nothing", "", "start c, start b.socket b.service, start --job-mode=ignore-dependencies b.target"},
+        {"/run/nothing", "",
+         "start c, start b.path b.socket b.timer b.service, start --job-mode=ignore-dependencies b.target"},
         {notes + "a.service",
-         "WARNING Cannot note that [b.service, b.target, b.socket] stop along with [a.service]: ", "start c"},
+         "WARNING Cannot note that [held.service, lost.service, b.service, b.target, b.timer, b.socket, b.path] stop "
+         "along with "
+         "[a.service]: ",
+         "start c"},
         {"/run/deaf", "WARNING systemd does not say which units stop along with [a.service].", "start c"},
     };
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
@@ -101,21 +111,32 @@ TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
                     notes +
                     "$2.service/ > /run/noted; "
                     "sed -i s/=active/=inactive/ /run/units/*;; esac");
+    const auto starts = [this] {
+        Texts calls = Calls();
+        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("start"); });
+        return Join(calls);
+    };
     for (const auto& [obstacle, said, started] : cases) {
         fs::remove_all("/run/merosystemd");
         for (const auto& [unit, relatives] : units) {
-            Write("/run/units/" + unit,
-                  "Id=" + unit + "\nNames=" + unit + "\nActiveState=active\nCanStart=yes\n" + relatives);
+            Write("/run/units/" + unit, "Id=" + unit + "\nNames=" + unit +
+                                            "\nActiveState=" + (unit[0] == 'i' ? "inactive" : "active") +
+                                            "\nCanStart=" + (unit[0] == 'l' ? "no\n" : "yes\n") + relatives);
         }
         Write(obstacle, ""), Write(kRoot + "own.service/r", "");
         EXPECT_TRUE(MEROSystemdServiceStopByReason("r", "a"));
-        EXPECT_EQ(Read("/run/noted"), said.empty() ? "b.service\nb.socket\nb.target\n" : "") << obstacle;
+        const std::string all = "b.path\nb.service\nb.socket\nb.target\nb.timer\nheld.service\nlost.service\n";
+        EXPECT_EQ(Read("/run/noted"), said.empty() ? all : "") << obstacle;
         EXPECT_THAT(Said(kStop.file), Contains(StartsWith(said)));
+        Write(kRoot + "held.service/r", "");
+        EXPECT_TRUE(MEROSystemdServiceStopByReason("again", "a") && MEROSystemdServiceReasonRemove("again", "a"));
+        EXPECT_TRUE(!said.empty() || Said(kStop.file).size() == 1) << "what is noted stays noted";
         EXPECT_TRUE(MEROSystemdServiceStopByReason("other", "c") && MEROSystemdServiceStartByReason("r", "a"));
-        EXPECT_TRUE(!Calls().empty() && MEROSystemdServiceStartByReason("other", "c"));
-        Texts calls = Calls();
-        std::erase_if(calls, [](const std::string& call) { return !call.starts_with("start"); });
-        EXPECT_EQ(Join(calls), started) << obstacle;
+        EXPECT_EQ(starts(), "start a") << "c is still held";
+        EXPECT_TRUE(MEROSystemdServiceStartByReason("other", "c"));
+        EXPECT_EQ(fs::exists(notes + "c.service/b.service"), said.empty()) << "it is still down";
+        EXPECT_FALSE(fs::exists(notes + "a.service/lost.service")) << "it cannot be started";
+        EXPECT_EQ(starts(), started) << obstacle;
     }
 }
 

@@ -1,4 +1,5 @@
 #include "core/lock.h"
+#include "core/text.h"
 #include "core/text_reader.h"
 #include "support/child.h"
 #include "support/lock.h"
@@ -8,6 +9,7 @@
 #include "volume/mount_table.h"
 #include "volume/start_again.h"
 #include "volume/text_table.h"
+#include "volume/unmount_record.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -263,9 +265,17 @@ TEST_F(VolumeUnmount, EachUnitOfAMasterIsACause)
     SetUnits({{kAll + "\nMaster=m.service", {"a.service", "c.service"}}});
     Write("/run/files", "a.service enabled enabled\nc.service enabled enabled\n"), SystemctlScript(kShowsAll);
     fs::create_directories(kVolume);
+    ASSERT_EQ(mount("tmpfs", kVolume.c_str(), "tmpfs", 0, ""), 0);
+    const Holder keeper("keeper.service",
+                        [] { (void)(unshare(CLONE_NEWNS) || mount("", "/", "", MS_REC | MS_PRIVATE, "")); });
+    const Holder second("", [&] { setns(open(keeper.File("ns/mnt").c_str(), O_RDONLY), CLONE_NEWNS); });
     const Holder user("user.slice/user@7.service", [] { fs::current_path(kVolume); }); // the manager itself
+    const MERO::Descriptor own(open(kVolume.c_str(), O_RDONLY | O_CLOEXEC));
     FullVolumeUnmountPlan plan;
     EXPECT_TRUE(MEROSystemdVolumeUnmountFullPlan({kVolume}, plan));
+    umount2(kVolume.c_str(), MNT_DETACH);
+    EXPECT_THAT(plan.blockers, ElementsAre(AllOf(Field(&VolumeBlocker::kind, VolumeBlocker::Kind::MountNamespace),
+                                                 Field(&VolumeBlocker::unit, "keeper.service"))));
     ASSERT_THAT(plan.stops,
                 ElementsAre(Field(&PlannedStop::unit, "m.service"), Field(&PlannedStop::unit, "user@7.service")));
     EXPECT_THAT(plan.stops[0].causes,
@@ -276,29 +286,110 @@ TEST_F(VolumeUnmount, AnUnmountWhoseProcessesAreGoneIsEndedByTheNextOne)
 {
     using Kind = VolumeUnmountState::Kind;
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Write("/run/state", "inactive");
-    Write("/run/files", ""), SystemctlScript(kShowsAll);
-    const std::string stat = Read("/proc/self/stat");
-    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
-    const Texts all{std::istream_iterator<std::string>(fields), {}};
+    Write("/run/files", ""), Write(kRun + "reasons/held.service/r", ""),
+        Write("/run/jobs", "7 a.service stop running\n");
+    SystemctlScript(kShowsAll + "; [ \"$1\" != list-jobs ] || { cat /run/jobs; : > /run/jobs; }");
     const auto process = [](int pid, const std::string& started) {
         return "{\"pid\":" + std::to_string(pid) + ",\"started\":\"" + started + "\"}";
     };
-    const std::string here = process(getpid(), all[19]), reused = process(getpid(), "1"), none = process(0, "");
+    const auto running = [&](int pid) {
+        const std::string stat = Read("/proc/" + std::to_string(pid) + "/stat");
+        std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+        return process(pid, Texts{std::istream_iterator<std::string>(fields), {}}[19]);
+    };
+    siginfo_t info;
+    const pid_t ended = Fork([] { return 0; });
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT), 0);
+    const std::string here = running(getpid()), reused = process(getpid(), "1"), none = process(0, "");
     const std::tuple<std::string, std::string, Kind> cases[] = {
-        {here, none, Kind::Running},       {none, here, Kind::Running},     {reused, here, Kind::Running},
-        {reused, none, Kind::Interrupted}, {none, none, Kind::Interrupted}, {none, reused, Kind::Interrupted},
+        {here, none, Kind::Running},
+        {none, here, Kind::Running},
+        {reused, here, Kind::Running},
+        {reused, none, Kind::Interrupted},
+        {none, none, Kind::Interrupted},
+        {none, reused, Kind::Interrupted},
+        {running(ended), none, Kind::Interrupted},
     };
     VolumeUnmountState state;
     for (const auto& [caller, watcher, kind] : cases) {
-        Write(kRun + "volume-unmount.json", R"({"volumes":["/w"],"services":["a.service"],"units":["a.service"],)"
-                                            R"("since":7,"caller":)" +
-                                                caller + ",\"watcher\":" + watcher + "}");
+        Write(kRun + "volume-unmount.json",
+              R"({"volumes":["/w"],"services":["a.service"],"units":["a.service","held.service"],)"
+              R"("since":7,"caller":)" +
+                  caller + ",\"watcher\":" + watcher + "}");
         EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == kind) << caller << watcher;
     }
     EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }));
-    EXPECT_THAT(Calls(), Contains("start a.service"));
+    const Texts calls = Calls();
+    EXPECT_THAT(calls, Contains("start a.service"));
+    EXPECT_THAT(calls, Contains("list-jobs --no-legend").Times(2)) << "a stop of its unit is waited for";
     EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == Kind::None);
+    EXPECT_EQ(ResultOf(ended), 0);
     EXPECT_FALSE(fs::exists(kRun + "volume-unmount.json"));
+}
+
+TEST_F(VolumeUnmount, AnUnmountStartsWhatAnInterruptedOneLeftDownToo)
+{
+    struct Case {
+        std::string failing; ///< what systemctl does, and fails
+        bool dies;           ///< the caller, during the action
+        Texts calls;         ///< but questions
+        std::string said;
+    };
+    const std::string begin = "start --job-mode=replace-irreversibly unmount-volume-begin.target",
+                      end = "start unmount-volume-end.target", jobs = "list-jobs --no-legend",
+                      start = "start a.service b.service old.service", record = kRun + "volume-unmount.json";
+    const Case cases[] = {
+        {"none", false, {"daemon-reload", begin, "action", end, start}, "the following service"},
+        {"none", true, {"daemon-reload", begin, "action", jobs, end, start}, "[a.service, old.service] start again"},
+        {"start*.target",
+         false,
+         {"daemon-reload", begin, end, jobs, end, start},
+         "[a.service, old.service] are still down after the unmounting."},
+        {"daemon-reload", false, {"daemon-reload"}, "[old.service, held.service] start again with this one."},
+    };
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), SetUnits({{kAll, {"a.service"}}});
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.failing + (c.dies ? " dies" : ""));
+        fs::remove_all(kRun), Write(kRun + "reasons/held.service/r", ""), Write(record + ".tmp", "");
+        Write(record, R"({"volumes":["/w"],"services":["old.service","held.service"],"units":["old.service",)"
+                      R"("held.service","gone.service"],"since":7,"caller":{"pid":0},"watcher":{"pid":0}})");
+        for (const std::string unit : {"a", "b", "old", "held", "gone"}) {
+            const std::string name = unit + ".service\n", state = unit < "c" ? "active" : "inactive";
+            Write("/run/units/" + unit + ".service",
+                  "Id=" + name + "Names=" + name + "CanStart=yes\nActiveState=" + state + "\nLoadState=" +
+                      (unit == "gone" ? "not-found" : "loaded") + (unit == "a" ? "\nRequiredBy=b.service\n" : "\n"));
+        }
+        SystemctlScript("case \"$*\" in list-unit-files*) echo a.service enabled enabled;; "
+                        "show*) shift 2; for unit; do $next; next=echo; cat /run/units/$unit; done;; "
+                        "daemon-reload) grep Wants " +
+                        kTargets +
+                        "end.target > /run/seen;; *begin.target) sed -i s/=active/=inactive/ /run/units/*;; "
+                        "*end.target) ;; start*) shift; for unit; do sed -i s/=inactive/=active/ /run/units/$unit; "
+                        "done;; esac; case \"$*\" in " +
+                        c.failing + ") exit 1;; esac");
+        UnmountRecord now;
+        VolumeUnmountState::Kind kind{};
+        const Texts services{"a.service", "old.service"}, units{"a.service", "b.service", "old.service"};
+        const auto action = [&] {
+            const bool isRecorded = ReadUnmountRecord(now, kind) && kind == VolumeUnmountState::Kind::Running &&
+                                    now.services == services && now.units == units && now.caller == getpid() &&
+                                    now.watcher > 1 && kill(now.watcher, 0) == 0;
+            std::ofstream("/run/systemctl.calls", std::ios::app) << (isRecorded ? "action\n" : "no record\n");
+            return !c.dies || kill(getpid(), SIGKILL) != 0;
+        };
+        const auto unmount = [&] { return _MEROSystemdVolumeUnmountAction({"/v"}, action); };
+        EXPECT_EQ(c.dies ? ResultOf(Fork(unmount)) : unmount(), c.dies ? 255 : c.failing == "none");
+        EXPECT_TRUE(IsFree(kLock, 10));
+        Texts calls = Calls();
+        std::erase_if(calls, [](auto& call) { return call.starts_with("show") || call.starts_with("list-unit"); });
+        EXPECT_EQ(calls, c.calls);
+        EXPECT_EQ(Read("/run/seen"), "Wants=a.service old.service\n");
+        EXPECT_THAT(Said("systemd_volume_unmount_action"), Contains(HasSubstr(c.said)));
+        EXPECT_TRUE(ReadUnmountRecord(now, kind));
+        EXPECT_EQ(kind == VolumeUnmountState::Kind::Interrupted ? Join(now.services) + Join(now.units) : "",
+                  calls.size() == 1 ? "old.serviceold.service" : "")
+            << "as before when nothing stopped";
+    }
 }
 
 TEST_F(VolumeUnmount, WhatWasTriedIsTriedAgainOnlyWithTheOthers)
@@ -319,7 +410,7 @@ TEST_F(VolumeUnmount, MountsElsewhereAreTold)
     const auto own = MountTableParse(root + "2 1 8:2 / /v rw shared:2 - ext4 /dev/sdb rw\n"
                                             "3 1 8:2 /a /b\\040c rw - ext4 /dev/sdb rw\n4 2 8:2 /a /v/b rw - x x rw\n"
                                             "5 1 8:3 /@one /one rw - btrfs x rw\n6 1 8:3 /@two /two rw - btrfs x rw\n"
-                                            "short line\n");
+                                            "7 1 8:2 /a /b\\040c rw - ext4 /dev/sdb rw\nshort line\n");
     EXPECT_THAT(FindBindMounts(own, {"/v"}), ElementsAre("/b c"));
     EXPECT_THAT(FindBindMounts(own, {"/one"}), IsEmpty()) << "another subvolume";
     const std::pair<const char*, const char*> namespaces[] = {
