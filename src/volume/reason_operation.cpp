@@ -36,7 +36,7 @@ struct Release {
         const bool started =
             after == AfterRelease::LeaveStopped || MEROSystemdStartObserved({}, released, failed, observer);
         if (changed) {
-            (void)MEROSystemdDaemonReloadObserved(observer); // its result does not count here, unlike in a stop by reason
+            (void)MEROSystemdDaemonReloadObserved(observer); // its result does not count, unlike in a stop by reason
         }
         if (after == AfterRelease::LeaveStopped) {
             ForgetStoppedAlong(released);

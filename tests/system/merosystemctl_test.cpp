@@ -232,7 +232,7 @@ TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
     Unit("reborn.service", "[Service]\nExecStart=/bin/sleep 0.2\nRestart=always\nRestartSec=0\n");
     Unit("quick.service", "[Service]\nType=oneshot\nExecStart=/bin/true\n");
     Unit("again.service", "[Unit]\nStartLimitIntervalSec=0\n[Service]\nExecStartPre=/bin/true\nExecStartPre=/nowhere\n"
-                          "ExecStart=/bin/true\nRestart=always\nRestartSec=300ms\n");
+                          "ExecStart=/bin/true\nRestart=always\nRestartSec=20\n");
     Unit("front.service", "[Unit]\nRequires=needy.service again.service\nAfter=needy.service\nPartOf=web.service\n"
                           "[Service]\nExecStart=/bin/sleep 99\n");
     Unit("part.service", "[Unit]\nPartOf=web.service\n[Service]\nExecStart=/bin/sleep 99\n");
