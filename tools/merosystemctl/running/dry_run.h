@@ -7,7 +7,7 @@
 
 namespace MERO::Tool {
 
-/// What an action would do to a unit, as far as the dependencies tell that are loaded now.
+/// What an action would do to a unit, as far as the dependencies that are loaded now show it.
 struct Foreseen {
     std::string unit;
     std::string change; ///< a word: stops, starts, is removed ...

@@ -18,7 +18,7 @@ public:
 /// Whether the command's program exists; says so when it does not.
 bool IsRunnable(const Texts& command);
 
-/// Runs a command in the foreground, with this program's streams. Its exit code as a shell would tell it: 128 and the
+/// Runs a command in the foreground, with this program's streams. Its exit code as a shell has it: 128 and the
 /// signal that ended it, or that came before it could be started; 127 when it cannot be started, which is said.
 int RunCommand(const Texts& command);
 
