@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace MERO::Tool {
 namespace {
