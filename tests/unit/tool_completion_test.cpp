@@ -30,12 +30,15 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     }
     Write("/usr/lib/systemd/system/small.target", "[Unit]\nAllowIsolate=yes\n");
     Write("/usr/lib/systemd/system/big.target", "[Unit]\n");
+    Write("/usr/lib/systemd/system/tiny.target", "[Unit]\nAllowIsolate=true\n");
     Write("/run/loaded", "UNIT          LOAD      ACTIVE   SUB     DESCRIPTION\n"
                          "on.service    loaded    active   running Is on\n"
                          "fails.service loaded    failed   failed  Has: failed\n"
                          "gone.service  not-found inactive dead    gone.service\n"
                          "bad.service   masked    inactive dead    bad.service\n"
                          "a.slice       loaded    active   active  Slice\n"
+                         "comes.service loaded    activating start Comes\n"
+                         "reads.service loaded    reloading reload Reads\n"
                          "b.device      loaded    active   plugged Device\n");
     Otherwise("case $1 in list-units) cat /run/loaded;; esac");
     Write("/run/merosystemd/reasons/on.service/r1", ""), Write("/run/merosystemd/reasons/off.service/r2", "");
@@ -49,9 +52,9 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"--timeout 3 star", "start"},
         {"slice top --sort in", "input"},
         {"start ''", "alias.service big.target fails.service off.service other.service plain.service small.target "
-                     "tty@1.service vendor.service"},
-        {"stop ''", "a.slice on.service"},
-        {"restart on.service ''", "a.slice"},
+                     "tiny.target tty@1.service vendor.service"},
+        {"stop ''", "a.slice comes.service on.service reads.service"},
+        {"restart on.service ''", "a.slice comes.service reads.service"},
         {"try-restart o", "on.service"},
         {"reset-failed ''", "fails.service"},
         {"unmask ''", "bad.service empty.service null.service"},
@@ -73,7 +76,10 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
         {"slice kill a", "a.slice"},
-        {"isolate ''", "small.target"},
+        {"isolate ''", "small.target tiny.target"},
+        {"mask nu", ""},
+        {"reenable fa", ""},
+        {"info fa", ""},
         {"uninstall f", ""},
         {"slice top --interval ''", ""},
         {"nonsense ''", ""},
@@ -82,7 +88,8 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     for (const auto& [words, expected] : cases) {
         EXPECT_EQ(Shell("echo $(" + kTool + "complete -- " + words + ")").output, expected + "\n") << words;
     }
-    EXPECT_EQ(Tool("complete --descriptions -- stop ''").output, "a.slice\tSlice\non.service\tIs on\n");
+    EXPECT_EQ(Tool("complete --descriptions -- stop ''").output,
+              "a.slice\tSlice\ncomes.service\tComes\non.service\tIs on\nreads.service\tReads\n");
     EXPECT_EQ(Tool("complete --descriptions -- reason release r").output,
               "r1\tholds on.service\nr2\tholds off.service\n");
     EXPECT_THAT(Tool("complete --descriptions -- start --verif").output, StartsWith("--verify\t"));
@@ -91,6 +98,13 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
                   .output,
               "plain.service\n");
     umount("/run/vol9");
+    SystemctlScript("case $2 in --property=UnitPath) echo UnitPath=/run/own /run/generator;; esac");
+    for (const char* file : {"own/off.service", "own/on.service", "own/b.target.requires/on.service",
+                             "generator/b.target.wants/off.service"}) {
+        Write(std::string("/run/") + file, "[Install]\n");
+    }
+    EXPECT_EQ(Tool("complete -- enable ''").output, "off.service\n");
+    EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\n");
 }
 
 } // namespace
