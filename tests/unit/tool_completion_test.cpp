@@ -24,6 +24,7 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"/etc/systemd/system/a.target.wants/tty@1.service", "../tty@.service"},
         {"/usr/lib/systemd/system/a.target.wants/vendor.service", "../vendor.service"},
         {"/etc/systemd/system/alias.service", "/etc/systemd/system/other.service"},
+        {"/usr/lib/systemd/system/dbus.service", "vendor.service"},
         {"/etc/systemd/system/null.service", "/dev/null"}};
     for (const auto& [link, target] : links) {
         fs::create_symlink(target, link);
@@ -44,15 +45,16 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     Write("/run/merosystemd/reasons/on.service/r1", ""), Write("/run/merosystemd/reasons/off.service/r2", "");
     Write("/var/packages/Foo/INFO", ""), Write("/run/units/on.service", "Id=on.service\nMainPID=1\n");
     ASSERT_EQ(mount("/dev/pool", (fs::create_directories("/run/vol9"), "/run/vol9"), "tmpfs", 0, ""), 0);
-    Tool("volume register /v --unit on");
+    Tool("volume register /v --unit on"), Tool("volume register /v --unit off");
     const std::pair<std::string, std::string> cases[] = {
         {"star", "start"},
         {"volume un", "unmount unregister"},
         {"start --v", "--verify --version"},
         {"--timeout 3 star", "start"},
         {"slice top --sort in", "input"},
-        {"start ''", "alias.service big.target fails.service off.service other.service plain.service small.target "
-                     "tiny.target tty@1.service vendor.service"},
+        {"start ''",
+         "alias.service big.target dbus.service fails.service off.service other.service plain.service small.target "
+         "tiny.target tty@1.service vendor.service"},
         {"stop ''", "a.slice comes.service on.service reads.service"},
         {"restart on.service ''", "a.slice comes.service reads.service"},
         {"try-restart o", "on.service"},

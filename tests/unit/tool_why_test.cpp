@@ -155,7 +155,8 @@ TEST_F(Why, SaysEveryCause)
              to + "merosystemctl start down.service\nNov 18 11:06:41 systemd[1]: x\n" +
              "Nov 18 11:06:42 systemd[1]: y\n",
          Entry(stopping, later(1, "\"x\"")) + Entry(stopped, later(2, "\"y\""))},
-        {"PartOf=down.service", "Nov 18 11:06:42 systemd[1]: x\n", Entry(stopped, later(2, "\"x\""))},
+        {"PartOf=down.service", "Nov 18 11:06:42 systemd[1]: x\n",
+         Entry(stopping, R"("x","UNIT":"down.service")") + Entry(stopped, later(2, "\"x\""))},
         {"PartOf=down.service", "Nov 18 11:06:38 systemd[1]: x\n", Entry(stopped, later(-2, "\"x\""))},
         {"Requisite=mid.service", ofMid},
         {"PartOf=mid.service", ofMid + log, Entry(stopped, R"("Stopped.","UNIT":"mid.service")") + Entry(stopped)},
@@ -180,7 +181,8 @@ TEST_F(Why, SaysEveryCause)
         {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=5\nJob=1\n"},
         {"", "support     not supported on this platform\n", "", "/usr/lib/systemd/system/a.service",
          "[X-Tarvix]\nSupportKey=zfs\n"},
-        {"", log, Entry("")},
+        {"", log, // systemd-coredump's, which has no identifier
+         Entry("", R"("It stopped.","UNIT":"","COREDUMP_UNIT":"a.service","SYSLOG_IDENTIFIER":"","_COMM":"systemd")")},
         {"", condition, Entry(stopped + R"("JOB_RESULT":"assert",)")},
         {"", condition, Entry(started + R"("INVOCATION_ID":"",)")},
         {"", condition, Entry(ran) + Entry(ran)},
