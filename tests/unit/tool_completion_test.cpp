@@ -101,10 +101,8 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
               "plain.service\n");
     umount("/run/vol9");
     SystemctlScript("case $2 in --property=UnitPath) echo UnitPath=/run/own /run/generator;; esac");
-    for (const char* file : {"own/off.service", "own/on.service", "own/b.target.requires/on.service",
-                             "generator/b.target.wants/off.service"}) {
-        Write(std::string("/run/") + file, "[Install]\n");
-    }
+    Shell("cd /run; mkdir -p own/b.target.requires generator/b.target.wants; echo '[Install]' | tee own/off.service "
+          "own/on.service own/b.target.requires/on.service generator/b.target.wants/off.service");
     EXPECT_EQ(Tool("complete -- enable ''").output, "off.service\n");
     EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\n");
 }

@@ -174,7 +174,6 @@ TEST_F(Why, SaysEveryCause)
         {"", "isolation   an isolation to b.target was interrupted (PID 4194304 is gone)" + back, "",
          "/run/merosystemd/isolate-state", "target=b.target\npid=4194304\n"},
         {"", isolated + "is in rescue.target" + back, "", "/run/units/rescue.target", "ActiveState=active\n"},
-        {"", isolated + "is in emergency.target" + back, "", "/run/units/emergency.target", "ActiveState=active\n"},
         {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=0\n"},
         {"", isolated + "has left default.target, its default target" + back, "", "/run/units/default.target",
          "ActiveState=inactive\nActiveExitTimestampMonotonic=5\n"},
