@@ -24,34 +24,39 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"/etc/systemd/system/a.target.wants/tty@1.service", "../tty@.service"},
         {"/usr/lib/systemd/system/a.target.wants/vendor.service", "../vendor.service"},
         {"/etc/systemd/system/alias.service", "/etc/systemd/system/other.service"},
+        {"/usr/lib/systemd/system/dbus.service", "vendor.service"},
         {"/etc/systemd/system/null.service", "/dev/null"}};
     for (const auto& [link, target] : links) {
         fs::create_symlink(target, link);
     }
     Write("/usr/lib/systemd/system/small.target", "[Unit]\nAllowIsolate=yes\n");
     Write("/usr/lib/systemd/system/big.target", "[Unit]\n");
+    Write("/usr/lib/systemd/system/tiny.target", "[Unit]\nAllowIsolate=true\n");
     Write("/run/loaded", "UNIT          LOAD      ACTIVE   SUB     DESCRIPTION\n"
                          "on.service    loaded    active   running Is on\n"
                          "fails.service loaded    failed   failed  Has: failed\n"
                          "gone.service  not-found inactive dead    gone.service\n"
                          "bad.service   masked    inactive dead    bad.service\n"
                          "a.slice       loaded    active   active  Slice\n"
+                         "comes.service loaded    activating start Comes\n"
+                         "reads.service loaded    reloading reload Reads\n"
                          "b.device      loaded    active   plugged Device\n");
     Otherwise("case $1 in list-units) cat /run/loaded;; esac");
     Write("/run/merosystemd/reasons/on.service/r1", ""), Write("/run/merosystemd/reasons/off.service/r2", "");
     Write("/var/packages/Foo/INFO", ""), Write("/run/units/on.service", "Id=on.service\nMainPID=1\n");
     ASSERT_EQ(mount("/dev/pool", (fs::create_directories("/run/vol9"), "/run/vol9"), "tmpfs", 0, ""), 0);
-    Tool("volume register /v --unit on");
+    Tool("volume register /v --unit on"), Tool("volume register /v --unit off");
     const std::pair<std::string, std::string> cases[] = {
         {"star", "start"},
         {"volume un", "unmount unregister"},
         {"start --v", "--verify --version"},
         {"--timeout 3 star", "start"},
         {"slice top --sort in", "input"},
-        {"start ''", "alias.service big.target fails.service off.service other.service plain.service small.target "
-                     "tty@1.service vendor.service"},
-        {"stop ''", "a.slice on.service"},
-        {"restart on.service ''", "a.slice"},
+        {"start ''",
+         "alias.service big.target dbus.service fails.service off.service other.service plain.service small.target "
+         "tiny.target tty@1.service vendor.service"},
+        {"stop ''", "a.slice comes.service on.service reads.service"},
+        {"restart on.service ''", "a.slice comes.service reads.service"},
         {"try-restart o", "on.service"},
         {"reset-failed ''", "fails.service"},
         {"unmask ''", "bad.service empty.service null.service"},
@@ -73,7 +78,10 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
         {"slice kill a", "a.slice"},
-        {"isolate ''", "small.target"},
+        {"isolate ''", "small.target tiny.target"},
+        {"mask nu", ""},
+        {"reenable fa", ""},
+        {"info fa", ""},
         {"uninstall f", ""},
         {"slice top --interval ''", ""},
         {"nonsense ''", ""},
@@ -82,7 +90,8 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
     for (const auto& [words, expected] : cases) {
         EXPECT_EQ(Shell("echo $(" + kTool + "complete -- " + words + ")").output, expected + "\n") << words;
     }
-    EXPECT_EQ(Tool("complete --descriptions -- stop ''").output, "a.slice\tSlice\non.service\tIs on\n");
+    EXPECT_EQ(Tool("complete --descriptions -- stop ''").output,
+              "a.slice\tSlice\ncomes.service\tComes\non.service\tIs on\nreads.service\tReads\n");
     EXPECT_EQ(Tool("complete --descriptions -- reason release r").output,
               "r1\tholds on.service\nr2\tholds off.service\n");
     EXPECT_THAT(Tool("complete --descriptions -- start --verif").output, StartsWith("--verify\t"));
@@ -91,6 +100,11 @@ TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
                   .output,
               "plain.service\n");
     umount("/run/vol9");
+    SystemctlScript("case $2 in --property=UnitPath) echo UnitPath=/run/own /run/generator;; esac");
+    Shell("cd /run; mkdir -p own/b.target.requires generator/b.target.wants; echo '[Install]' | tee own/off.service "
+          "own/on.service own/b.target.requires/on.service generator/b.target.wants/off.service");
+    EXPECT_EQ(Tool("complete -- enable ''").output, "off.service\n");
+    EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\n");
 }
 
 } // namespace

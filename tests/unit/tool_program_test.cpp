@@ -151,6 +151,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
 {
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nResult=exit-code\n"},
               {"b", "Id=b.service\nLoadState=loaded\n"},
+              {"x-a", "Id=x-a.service\nLoadState=loaded\n"},
               {"none", "Id=none.service\nLoadState=not-found\n"},
               {"gone.service", "Id=gone.service\nNames=gone.service\nLoadState=not-found\n"},
               {"pkgctl-gone.service", "Id=pkgctl-gone.service\nNames=pkgctl-gone.service\nLoadState=not-found\n"}});
@@ -218,12 +219,20 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
               "merosystemctl: systemd 245 does not speak the current dialect: take dialect=current out of " + conf +
                   "\n");
     fs::remove("/usr/lib/systemd/libsystemd-shared-245.so");
+    const std::string cause = "  isolation   the machine is being isolated to a.target\n"
+                              "  failed      result exit-code\n              -> journalctl --unit=a.service\n";
     // systemctl's words, and how they are told: a warning, a list without units, the same for all units.
     const std::tuple<std::string, std::string, std::string> words[] = {
         {"enable a", "echo Created symlink x; echo 'Warning: y'", "Warning: y\n"},
         {"start --quiet a", "echo 'Warning: y'", ""},
         {"stop a b", "echo 'Failed to x: No way'; echo 'See z'; exit 1",
          "merosystemctl: a: stop failed\n  systemd     No way\nmerosystemctl: b: stop failed\n  systemd     No way\n"},
+        {"stop a x-a", "echo 'Failed to stop x-a.service: X'; echo 'Failed to stop a.service: Y'; exit 1",
+         "merosystemctl: a: stop failed\n  systemd     Y\nmerosystemctl: x-a: stop failed\n  systemd     X\n"},
+        {"start a", "echo 'A dependency job for a.service failed.'; exit 1",
+         "merosystemctl: a: start failed\n" + cause},
+        {"start a", "echo 'Job for a.service canceled.'; exit 1",
+         "merosystemctl: a: start failed\n  systemd     Job for a.service canceled.\n" + cause},
         {"stop a b", "echo 'Failed to stop a.service: Access denied'; exit 1",
          "merosystemctl: a: stop failed: permission denied; run it as root\n"},
         {"start a b", "echo 'Failed to connect to bus: Host is down'; exit 1",
@@ -346,6 +355,7 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
                 FieldsAre(4, "merosystemctl: a*: no loaded unit matches\n"));
     EXPECT_THAT(Calls(),
                 ElementsAre("list-units --full --no-pager --plain --all --state=failed --type=service --state=x a*"));
+    EXPECT_THAT((Tool("stop 'a.servic?'"), Calls()), Contains("stop a.service"));
     Otherwise("echo no; exit 1");
     EXPECT_THAT(Tool("list-units"), FieldsAre(1, HasSubstr("listing the loaded units failed\n")));
     fs::remove_all("/run/merosystemd/reasons");
@@ -361,6 +371,82 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
              "of /v was interrupted; down: d.service\n       " + to + "volume recover\n1\n"}) {
         EXPECT_THAT(found, HasSubstr(text));
     }
+}
+
+TEST_F(Program, ForeseesWhatStartsAndStops)
+{
+    const std::string up = "LoadState=loaded\nActiveState=active\n", down = "LoadState=loaded\nActiveState=inactive\n";
+    const std::string skipped = "ConditionResult=no\nConditionTimestampMonotonic=5\n";
+    for (const char* unit :
+         {"need.service", "bound.service", "deep.service", "base.socket", "base.timer", "foe.service"}) {
+        SetUnits({{unit, up}});
+    }
+    for (const char* unit : {"idle.service", "off.socket", "lib.service", "nice.service", "held-up.service"}) {
+        SetUnits({{unit, down}});
+    }
+    SetUnits({{"base.service", up + "RequiredBy=need.service idle.service\nBoundBy=bound.service\n"
+                                    "ConsistsOf=part.service going.service\nPropagatesStopTo=base.socket\n"
+                                    "TriggeredBy=base.socket off.socket base.timer\n"},
+              {"part.service", up + "BoundBy=deep.service\n"},
+              {"going.service", "LoadState=loaded\nActiveState=deactivating\n"},
+              {"web.service", down + "Requires=lib.service\nWants=gone.service runs.service "
+                                     "skip.service\nUpholds=held-up.service\nConflicts=old.service idle.service\n"
+                                     "ConflictedBy=foe.service\n"},
+              {"gone.service", "LoadState=not-found\nActiveState=inactive\n"},
+              {"skip.service", down + skipped},
+              {"runs.service", up + skipped + "Wants=nice.service\nConflicts=base.service\n"},
+              {"old.service", up + "TriggeredBy=keeper.socket\n"},
+              {"keeper.socket", up + "IgnoreOnIsolate=yes\n"},
+              {"small.target", down + "Requires=lib.service\n"}});
+    Otherwise("case $1 in list-units) printf 'UNIT LOAD\nold.service x\nfoe.service x\nkeeper.socket x\n';; esac");
+    Write("/run/merosystemd/reasons/web.service/r", "");
+    const std::pair<std::string, std::string> cases[] = {
+        {"stop --dry-run base.service",
+         "base.service stops named\nbase.service can start again on demand by base.timer\n"
+         "base.socket stops along with base.service\nbound.service stops along with base.service\n"
+         "deep.service stops along with part.service\nneed.service stops along with base.service\n"
+         "part.service stops along with base.service\n"},
+        {"stop --dry-run idle.service", "idle.service stays stopped it does not run\n"},
+        {"stop --dry-run gone.service", "merosystemctl: gone.service: there is no such unit\n"},
+        {"reason release --dry-run r web.service",
+         "held-up.service starts needed by web.service\n"
+         "lib.service starts needed by web.service\nnice.service starts needed by runs.service\n"
+         "web.service starts named\nold.service stops conflicts with web.service\n"
+         "foe.service stops conflicts with web.service\n"},
+        {"isolate --dry-run small.target", "lib.service starts needed by small.target\nsmall.target starts named\n"
+                                           "foe.service stops small.target does not need it\n"},
+    };
+    for (const auto& [command, table] : cases) {
+        EXPECT_EQ(Shell(kTool + "--quiet " + command + " 2>&1 | sed '/^UNIT/d; s/  */ /g'").output, table) << command;
+    }
+}
+
+TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
+{
+    const std::string folder = "/run/systemd/system/", dropIn = ".service.d/mero-reason.conf";
+    const std::string condition = "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
+    const std::string held = "FragmentPath=/f\nDropInPaths=" + folder + "on" + dropIn + "\n";
+    WriteProgram("/usr/bin/journalctl", "echo x");
+    Write("/run/merosystemd/reasons/on.service/r", ""), Write(folder + "on" + dropIn, condition);
+    Write(folder + "other" + dropIn, "[Unit]\n"), Write("/run/merosystemd/stopped-along/on.service/w.service", "");
+    Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n"), SetUnits({{"on.service", held}});
+    EXPECT_THAT(Tool("doctor").output,
+                AllOf(Not(HasSubstr(" systemd ")), HasSubstr("good   dialect "), HasSubstr("good   journal "),
+                      HasSubstr("good   holds       1 services are held\ngood   locks "),
+                      HasSubstr("\nnote   isolation   the machine is being isolated")));
+    SetUnits({{"on.service", held + "NeedDaemonReload=yes\n"}}), fs::remove("/run/merosystemd/isolate-state");
+    Write("/run/merosystemd/isolate-not-finish-flag", ""), Write("/run/merosystemd/volume-unmount.json", "{");
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", ""), SystemctlScript("echo systemd 257");
+    WriteProgram("/usr/bin/journalctl", ""), shutdown(manager_, SHUT_RDWR);
+    EXPECT_THAT(
+        Shell("cd /run/merosystemd; flock status_monitor.exit.lock " + kTool + "doctor").output,
+        AllOf(HasSubstr("bad    systemd     systemd does not run"), HasSubstr("\nbad    dialect     systemd 257 "),
+              HasSubstr("\nbad    journal     has no messages"), HasSubstr("status_monitor.exit.lock: held by"),
+              HasSubstr("\nbad    isolation   one was interrupted"), HasSubstr("\nbad    unmount     cannot ")));
+    Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Otherwise("true");
+    EXPECT_THAT(Tool("doctor").output, HasSubstr("on.service is held, but systemd has not read its drop-ins yet\n"));
+    RemoveSystemctl();
+    EXPECT_THAT(Tool("doctor").output, StartsWith("bad    systemd     /usr/bin/systemctl cannot be run\n"));
 }
 
 /// A machine with something to tell of in every command.

@@ -21,18 +21,27 @@ TEST_F(Why, SaysEveryCause)
                              "SubState=dead\nResult=success\n";
     const std::string failed = "ActiveState=failed\nResult=", to = "\n            -> ", why = to + "merosystemctl why ";
     const std::string journal = to + "journalctl --unit=a.service\n", log = "Nov 18 11:06:40 systemd[1]: It stopped.\n";
+    const std::string ofMid = "dependency  f.service failed, result exit-code: its main process ended with exit\n"
+                              "            code 203/EXEC (the program cannot be run) (needed by mid.service)" +
+                              why + "f.service\n";
+    const std::string stopping = R"("MESSAGE_ID":"de5b426a63be47a7b6ac3eaac82e2f6f",)";
     const std::string started = R"("MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf",)";
     const std::string stopped = R"("MESSAGE_ID":"9d1aaa27d60140bd96365438aad20286",)";
     const std::string skipped = R"("MESSAGE_ID":"0e4284a0caca4bfc81c0bb6786972673",)";
     const std::string ran = started + R"("INVOCATION_ID":"7",)";
     const std::string condition = "condition   It stopped.\n";
     const std::string isolated = "isolation   the machine ", back = to + "merosystemctl isolate default.target\n";
-    const auto command = [](const std::string& path, const std::string& end) {
-        return "{ path=" + path + " ; argv[]=x code=exited ; status=1 ; ignore_errors=no ; " + end + " }";
+    const auto command = [](const std::string& path, const std::string& end, const std::string& ignored = "no") {
+        return "{ path=" + path + " ; argv[]=x code=exited ; status=1 ; ignore_errors=" + ignored + " ; " + end + " }";
     };
+    const auto later = [](int seconds, const std::string& message) { // than what stops at 999999 microseconds
+        return message + R"(,"__REALTIME_TIMESTAMP":")" + std::to_string(1795000000 + seconds) + "999999\"";
+    };
+    const auto own = [](const std::string& message) { return message + R"(,"UNIT":"","_SYSTEMD_UNIT":"a.service")"; };
+    const std::string tooQuick = "\"It is repeated too quickly.\"";
     const std::string good = command("/bin/good", "code=exited ; status=0");
     const std::string down = "LoadState=loaded\nActiveState=inactive\n";
-    SetUnits({{"m.service", "LoadState=masked\nActiveState=inactive\n"},
+    SetUnits({{"m.service", "LoadState=masked\nActiveState=inactive\nRequires=f.service\n"},
               {"n.service", "LoadState=not-found\nActiveState=inactive\n"},
               {"deep.service", down + "Requires=a.service deep.service\nRequisite=f.service\nBindsTo=r.service\n"},
               {"f.service", "LoadState=loaded\nActiveState=failed\nResult=exit-code\nExecMainCode=1\n"
@@ -44,12 +53,17 @@ TEST_F(Why, SaysEveryCause)
               {"over.service", down + "BindsTo=down.service\n"},
               {"held.service", down},
               {"d.device", down},
+              {"e.device", down},
+              {"mid.service", down + "Requires=f.service\n"},
               {"unmount-volume-begin.target", "ActiveState=active\n"}});
     Write("/run/merosystemd/reasons/held.service/h", ""), Shell("touch -d @1 /run/merosystemd/reasons/held.service/h");
-    Write("/run/down", Entry(stopped, R"("Stopped.","UNIT":"down.service")"));
+    Write("/run/merosystemd/reasons/held.service/.h", "");
+    Write("/run/down",
+          Entry("", R"("Older.","UNIT":"down.service")") + Entry(stopped, R"("Stopped.","UNIT":"down.service")"));
     WriteProgram("/usr/bin/journalctl",
                  "for word; do case $word in --unit=a) cat /run/event;; --unit=down.service) cat "
                  "/run/down;; esac; done");
+    const std::string again = "Nov 18 11:06:40 systemd[1]: It is repeated too quickly.\n";
     struct Case {
         std::string properties, causes, journal = "", file = "", text = "";
         int exitCode = 3;
@@ -89,13 +103,17 @@ TEST_F(Why, SaysEveryCause)
              "merosystemctl reset-failed a.service\nNov 18 11:06:40 systemd[1]: It stopped.\n"
              "Nov 18 11:06:40 systemd[1]: It is repeated too quickly.\n",
          Entry(ran) + Entry("", R"("It is repeated too quickly.")"), "", "", 1},
-        {failed, "failed      result unknown" + journal, "", "", "", 1},
+        {failed, "failed      result unknown" + journal, "", "/run/units/rescue.target", "ActiveState=active\n", 1},
+        {failed, "failed      result unknown" + journal + again + log + again,
+         Entry("", tooQuick) + Entry(ran) + Entry(skipped, own(tooQuick)), "", "", 1},
         {failed + "signal\nExecMainCode=2\nExecMainStatus=9",
          "failed      result signal: its main process was ended by SIGKILL" + journal, "", "", "", 1},
-        {"Result=core-dump\nExecMainCode=3\nExecMainStatus=11",
-         "failed      result core-dump: its main process was ended by SIGSEGV" + journal},
+        {"Result=core-dump\nExecMainCode=3\nExecMainStatus=11\nExecStart=" +
+             command("/bin/bad", "code=dumped ; status=11/SEGV"),
+         "failed      result core-dump: ExecStart=/bin/bad was ended by SIGSEGV" + journal},
         {"Result=exit-code\nExecMainCode=1\nExecMainStatus=0", "failed      result exit-code" + journal},
         {failed + "exit-code\nExecStartPre=" + good +
+             "\nExecStartPre=" + command("/bin/may", "code=exited ; status=1", "yes") +
              "\nExecStartPre=" + command("/bin/bad", "code=exited ; status=217") +
              "\nExecStart=" + command("/bin/late", "code=killed ; status=9/KILL"),
          "failed      result exit-code: ExecStartPre=/bin/bad ended with exit code\n"
@@ -107,7 +125,8 @@ TEST_F(Why, SaysEveryCause)
          "restarting  again and again, 4 times so far: result signal: ExecStart=/bin/late\n"
          "            was ended by SIGKILL" +
              journal},
-        {"Requires=m.service d.device\nRequisite=n.service r.service s.service down.service\nPartOf=deep.service",
+        {"Requires=m.service d.device\nRequisite=n.service r.service s.service down.service\nPartOf=deep.service "
+         "e.device",
          "dependency  m.service is masked" + why +
              "m.service\ndependency  d.device is not there\ndependency  n.service does not exist" + why +
              "n.service\ndependency  down.service does not run, and must run before (Requisite=)\n"
@@ -130,6 +149,17 @@ TEST_F(Why, SaysEveryCause)
          "            Nov 18 11:06:40 systemd[1]: Stopped." +
              to + "merosystemctl start down.service\n" + log,
          Entry(stopped)},
+        {"PartOf=down.service",
+         "dependency  down.service was stopped at the same time (PartOf=)\n"
+         "            Nov 18 11:06:40 systemd[1]: Stopped." +
+             to + "merosystemctl start down.service\nNov 18 11:06:41 systemd[1]: x\n" +
+             "Nov 18 11:06:42 systemd[1]: y\n",
+         Entry(stopping, later(1, "\"x\"")) + Entry(stopped, later(2, "\"y\""))},
+        {"PartOf=down.service", "Nov 18 11:06:42 systemd[1]: x\n",
+         Entry(stopping, R"("x","UNIT":"down.service")") + Entry(stopped, later(2, "\"x\""))},
+        {"PartOf=down.service", "Nov 18 11:06:38 systemd[1]: x\n", Entry(stopped, later(-2, "\"x\""))},
+        {"Requisite=mid.service", ofMid},
+        {"PartOf=mid.service", ofMid + log, Entry(stopped, R"("Stopped.","UNIT":"mid.service")") + Entry(stopped)},
         {"Requires=down.service", log, Entry("")},
         {"Conflicts=r.service f.service\nConflictedBy=s.service",
          "conflict    r.service is running" + to + "merosystemctl stop r.service\nconflict    s.service is running" +
@@ -144,12 +174,14 @@ TEST_F(Why, SaysEveryCause)
         {"", "isolation   an isolation to b.target was interrupted (PID 4194304 is gone)" + back, "",
          "/run/merosystemd/isolate-state", "target=b.target\npid=4194304\n"},
         {"", isolated + "is in rescue.target" + back, "", "/run/units/rescue.target", "ActiveState=active\n"},
+        {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=0\n"},
         {"", isolated + "has left default.target, its default target" + back, "", "/run/units/default.target",
          "ActiveState=inactive\nActiveExitTimestampMonotonic=5\n"},
         {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=5\nJob=1\n"},
         {"", "support     not supported on this platform\n", "", "/usr/lib/systemd/system/a.service",
          "[X-Tarvix]\nSupportKey=zfs\n"},
-        {"", log, Entry("")},
+        {"", log, // systemd-coredump's, which has no identifier
+         Entry("", R"("It stopped.","UNIT":"","COREDUMP_UNIT":"a.service","SYSLOG_IDENTIFIER":"","_COMM":"systemd")")},
         {"", condition, Entry(stopped + R"("JOB_RESULT":"assert",)")},
         {"", condition, Entry(started + R"("INVOCATION_ID":"",)")},
         {"", condition, Entry(ran) + Entry(ran)},
@@ -182,7 +214,8 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nSubState=failed\nStateChangeTimestamp=Mon\n"},
               {"b", "Id=b.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"},
               {"c", "Id=c.service\nLoadState=loaded\nActiveState=active\nSubState=running\n"},
-              {"d", "Id=d.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"}});
+              {"d", "Id=d.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\nRequires=a.service\n"},
+              {"alias", "Id=a.service\nLoadState=loaded\nActiveState=failed\n"}});
     Write("/run/merosystemd/reasons/b.service/r", ""),
         Write("/run/merosystemd/volume-unmount.json", R"({"volumes":["/v"],"units":["d.service"]})");
     Otherwise(
@@ -199,9 +232,11 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
     const std::string lines = Shell("SYSTEMD_COLORS=1 COLUMNS=9 " + kTool + "why").output;
     EXPECT_THAT(lines, MatchesRegex("a.service does not run: failed .failed. since Mon\nfailed .*\n.* sh.9.: no disk\n"
                                     "(Nov 18 11:06:40 systemd.1.: again\n){5}\nb.service does not run: .*\nheld .*\n"
-                                    "d.service does not run: .*\nvolume .*recover\n"));
+                                    "d.service does not run: .*\nvolume .*recover\ndependency .*"));
     EXPECT_THAT(Read("/run/journal"), MatchesRegex("--no-pager --quiet --boot --output=json --lines=300 "
                                                    "--unit=a.service --unit=b.service --unit=d.service [^\n]*\n"));
+    EXPECT_THAT((Write("/run/journal", ""), Tool("why alias"), Read("/run/journal")), HasSubstr("--unit=a.service "))
+        << "the journal does not know the alias";
     EXPECT_THAT(Tool("why c 'd e'"), FieldsAre(1, HasSubstr("cannot be asked")));
     EXPECT_EQ(Shell(kTool + "why --json c a | jq -c 'map([.unit, .causes[].kind])'").output,
               "[[\"c.service\"],[\"a.service\",\"failed\"]]\n");

@@ -48,7 +48,8 @@ bool Names(const std::string& line, const std::string& unit)
     for (std::size_t at = 0; (at = line.find(unit, at)) != line.npos; ++at) {
         const std::size_t end = at + unit.size();
         const bool begins = at == 0 || !(IsOfName(line[at - 1]) || line[at - 1] == '.');
-        if (begins && (end == line.size() || !IsOfName(line[end]))) {
+        const bool ends = end == line.size() || !IsOfName(line[end]) || line.compare(end, 2, ": ") == 0;
+        if (begins && ends) {
             return true;
         }
     }
