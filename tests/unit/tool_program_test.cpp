@@ -426,7 +426,7 @@ TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
     const std::string folder = "/run/systemd/system/", dropIn = ".service.d/mero-reason.conf";
     const std::string condition = "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
     const std::string held = "FragmentPath=/f\nDropInPaths=" + folder + "on" + dropIn + "\n";
-    WriteProgram("/usr/bin/journalctl", "echo x");
+    WriteProgram("/usr/bin/journalctl", "echo '{}'");
     Write("/run/merosystemd/reasons/on.service/r", ""), Write(folder + "on" + dropIn, condition);
     Write(folder + "other" + dropIn, "[Unit]\n"), Write("/run/merosystemd/stopped-along/on.service/w.service", "");
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n"), SetUnits({{"on.service", held}});
@@ -437,7 +437,7 @@ TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
     SetUnits({{"on.service", held + "NeedDaemonReload=yes\n"}}), fs::remove("/run/merosystemd/isolate-state");
     Write("/run/merosystemd/isolate-not-finish-flag", ""), Write("/run/merosystemd/volume-unmount.json", "{");
     Write("/usr/mero/etc/merosystemd/systemctl.conf", ""), SystemctlScript("echo systemd 257");
-    WriteProgram("/usr/bin/journalctl", ""), shutdown(manager_, SHUT_RDWR);
+    WriteProgram("/usr/bin/journalctl", "echo not permitted >&2"), shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(
         Shell("cd /run/merosystemd; flock status_monitor.exit.lock " + kTool + "doctor").output,
         AllOf(HasSubstr("bad    systemd     systemd does not run"), HasSubstr("\nbad    dialect     systemd 257 "),
