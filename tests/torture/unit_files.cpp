@@ -14,7 +14,8 @@ const Texts kFolders{"/etc/systemd/system",           "/run/systemd/system",    
 const Texts kTypes{"service", "socket", "device", "mount", "automount", "swap",   "target",
                    "path",    "timer",  "slice",  "scope", "conf",      "Service"};
 const Texts kForms{"x%", "X%", "x%@", "x%@i", "x-%", "x\\x2d%", ".x%", "x %", "@x%", "x%~", "x@%@y", "x:%_"};
-/// What becomes of the path $1; $2 is another unit's name.
+/// What becomes of the path $1; $2 is another unit's name. Nothing leads to a FIFO: systemctl would wait for its
+/// writer.
 const Texts kKinds{"echo '[Unit]' > \"$1\"",
                    "echo '[Unit]' > \"$1\"",
                    ": > \"$1\"",
@@ -23,7 +24,7 @@ const Texts kKinds{"echo '[Unit]' > \"$1\"",
                    "ln -s /nowhere \"$1\"",
                    "ln -s /etc \"$1\"",
                    "mkdir \"$1\"",
-                   "mkfifo \"$1\"",
+                   "mkfifo \"${1%/*}/fifo-${1##*/}\"",
                    "ln -s /proc/version \"$1\"",
                    "echo '[Install]' > \"$1\"; chmod 0 \"$1\""};
 
