@@ -211,8 +211,8 @@ typedef void (*MEROSystemdPropertyCallback)(const char* szUnit, const char* szPr
     that systemd does not know is left out. A unit that does not exist has the LoadState "not-found". Patterns,
     templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name are not
     asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. Of a value
-    with several lines the first counts. 0, with no call, when systemd does not answer, and for a list that is empty or
-    holds NULL. @since 7.1.0 */
+    with several lines the first counts; of several commands, as of ExecStartPre, each is a line. 0, with no call, when
+    systemd does not answer, and for a list that is empty or holds NULL. @since 7.1.0 */
 int MEROCSystemdShowProperties(const MLIBCSzList* pListUnits, const MLIBCSzList* pListProperties,
                                MEROSystemdPropertyCallback callback, void* pData);
 

@@ -345,7 +345,8 @@ bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strPro
 ///
 /// Patterns, templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name
 /// are not asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. A
-/// unit that could not be asked for is in `units`, with `asked` false. Of a value with several lines the first counts.
+/// unit that could not be asked for is in `units`, with `asked` false. Of a value with several lines the first counts;
+/// of several commands, as of ExecStartPre, each is a line.
 ///
 /// False, with `units` untouched, when systemd does not answer. The System form asks the system's manager for an
 /// ordinary user, too. @since 7.1.0

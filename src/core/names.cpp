@@ -38,14 +38,19 @@ std::string NormalizedUnitNameGet(const std::string& unit)
     return HasKnownUnitType(unit) ? unit : unit + ".service";
 }
 
-bool IsUnitName(const std::string& name)
+bool IsUnitFileName(const std::string& name)
 {
     // See unit_name_is_valid() in systemd's unit-name.c.
     constexpr std::size_t kMaxLength = 255;
     constexpr std::string_view kCharacters = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ:-_.\\@";
-    const std::size_t at = name.find('@');
     return name.size() <= kMaxLength && HasKnownUnitType(name) && name.find_first_not_of(kCharacters) == name.npos &&
-           name.rfind('.') > 0 && (at == name.npos || (at > 0 && at + 1 < name.rfind('.')));
+           name.rfind('.') > 0 && name.front() != '@';
+}
+
+bool IsUnitName(const std::string& name)
+{
+    const std::size_t at = name.find('@');
+    return IsUnitFileName(name) && (at == name.npos || at + 1 < name.rfind('.'));
 }
 
 bool IsSliceName(const std::string& name)

@@ -22,6 +22,9 @@ std::string UnitNameWithoutFileExtensionGet(const std::string& unit);
 /// The name itself when its type is a known one, otherwise the name with ".service" appended.
 std::string NormalizedUnitNameGet(const std::string& unit);
 
+/// Whether a unit's file can have this name, with its type: a unit's or a template's.
+bool IsUnitFileName(const std::string& name);
+
 /// Whether a unit can have this name, with its type: no template, no pattern, no path.
 bool IsUnitName(const std::string& name);
 

@@ -7,6 +7,7 @@
 namespace MERO::Systemd {
 
 /// The words of one family of systemctl releases, and what may be asked of their systemd, where the families differ.
+/// docs/machines.md has a table of what is asked differently where `isOfToday` holds.
 struct SystemctlDialect {
     int listJobsExitCode;        ///< of a `list-jobs` that listed the jobs
     bool padsColumns;            ///< tables without legend are padded with blanks, not set with one blank between

@@ -2,14 +2,13 @@
 
 #include "core/names.h"
 #include "core/text.h"
-
-#include <merosystemd/systemd.hpp>
+#include "unit/unit_properties.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace MERO::Systemd {
 namespace {
@@ -19,21 +18,13 @@ bool IsPassedOver(const std::error_code& error)
     return error.value() == ENOENT || error.value() == ENOTDIR || error.value() == EACCES;
 }
 
-/// As unit_name_is_valid() in systemd's unit-name.c has it. What is hidden is no unit file.
-bool IsUnitFileName(const std::string& name)
-{
-    constexpr std::string_view kCharacters = "@:-_.\\0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    return !name.starts_with('.') && !name.starts_with('@') && HasKnownUnitType(name) &&
-           name.find_first_not_of(kCharacters) == name.npos;
-}
-
 int AddNames(const std::string& folder, const std::string& type, Texts& names)
 {
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (const std::filesystem::directory_iterator end; !error && entry != end; entry.increment(error)) {
         std::string name = entry->path().filename();
-        if (!IsUnitFileName(name) || (!type.empty() && UnitTypeGet(name) != type)) {
+        if (name.starts_with('.') || !IsUnitFileName(name) || (!type.empty() && UnitTypeGet(name) != type)) {
             continue;
         }
         std::error_code vanished; // in this order both know it from the folder itself, and follow no link
@@ -62,25 +53,14 @@ bool IsBefore(const std::string& one, const std::string& other)
 
 std::optional<Texts> UnitFolders()
 {
-    std::optional<Texts> folders;
-    (void)MEROSystemdSystemctl("show", {"--property=UnitPath"}, {}, [&](int exitCode, const Texts& lines) {
-        constexpr std::string_view kName = "UnitPath=";
-        if (exitCode != 0 || lines.empty() || !lines.front().starts_with(kName)) {
-            return false;
-        }
-        std::istringstream words(lines.front().substr(kName.size()));
-        Texts paths;
-        for (std::string path; words >> path;) {
-            paths.push_back(path);
-        }
-        // A path with a blank stands in quotes, one that cannot be printed in brackets.
-        if (!paths.empty() &&
-            std::all_of(paths.begin(), paths.end(), [](const std::string& path) { return path.starts_with('/'); })) {
-            folders = std::move(paths);
-        }
-        return true;
-    });
-    return folders;
+    auto answer = RunShow({}, {}, {"UnitPath"});
+    if (!answer || answer->exitCode != 0 || answer->units.empty()) {
+        return std::nullopt;
+    }
+    Texts folders = ItemsOf(answer->units.front()["UnitPath"]);
+    const auto isPath = [](const std::string& folder) { return folder.starts_with('/'); }; // not "[unprintable]"
+    const bool areFolders = !folders.empty() && std::all_of(folders.begin(), folders.end(), isPath);
+    return areFolders ? std::optional(std::move(folders)) : std::nullopt;
 }
 
 int ListUnitFiles(const Texts& folders, const std::string& type, Texts& units)

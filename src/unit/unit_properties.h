@@ -9,7 +9,8 @@
 
 namespace MERO::Systemd {
 
-/// Properties of one unit, by name, as `systemctl show` prints them. Of a value with several lines the first counts.
+/// Properties of one unit, by name, as `systemctl show` prints them. Of a value with several lines the first counts,
+/// but of commands, such as those of ExecStartPre, each is a line.
 using UnitProperties = std::map<std::string, std::string>;
 
 /// The items of a property that is a list: `systemctl show` quotes those with odd characters.

@@ -158,7 +158,8 @@ TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
         Write(std::string("/run/units/") + name, "");
     }
 
-    Shell("cd /run/units/two; mkdir k.service; mkfifo l.service; ln -s /nowhere m.timer; ln -s /etc n.target; touch "
+    Shell("cd /run/units/two; mkdir k.service; mkfifo l.service; ln -s /nowhere m.timer; ln -s /etc n.target; ln -s "
+          "one '../a b'; touch "
           "file");
     const Texts listed{"z.mount", "a.service", "B.service", "c@.service", "n.target", "m.timer"};
     const Answer asked{"list-unit-files --no-legend --root=/.", "asked.service enabled x\n"};
@@ -169,7 +170,7 @@ TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
     const std::string ask = "show --property=UnitPath";
     const Case cases[] = {
         {{ask, "UnitPath=/run/units/two /run/nowhere /run/units/two/file /run/units/one\n"}, listed},
-        {{ask, "UnitPath=/run/units/two \"/run/a b\" /run/units/one\n"}, {"asked.service"}},
+        {{ask, "UnitPath=/run/units/two \"/run/units/a b\"\n"}, listed},
         {{ask, "UnitPath=/run/units/two [unprintable]\n"}, {"asked.service"}},
         {{ask, "UnitPath=\n"}, {"asked.service"}},
         {{ask, "Failed to connect to bus\n", 1}, {"asked.service"}},

@@ -85,9 +85,9 @@ TEST_F(Why, SaysEveryCause)
         {"LoadState=merged", ""},
         {"UnitFileState=disabled", "disabled    it is not started at boot" + to + "merosystemctl enable a.service\n"},
         {"UnitFileState=disabled\nTriggeredBy=a.socket", "triggered   started on demand by a.socket\n"},
-        {"RefuseManualStart=yes\nRequiredBy=x.target\nWantedBy=y.target",
+        {"RefuseManualStart=yes\nRequiredBy=\"x\\\\x2da.target\"\nWantedBy=y.target",
          "refused     it cannot be started by hand (RefuseManualStart=yes); it starts with\n"
-         "            x.target y.target\n"},
+         "            x\\x2da.target y.target\n"},
         {"Job=7", "job         start waiting, number 7" + to + "systemctl list-jobs --after a.service\n", "",
          "/run/jobs", "7 a.service start waiting\n"},
         {"Job=7\nActiveState=active", "job         stop running, number 7\n", "", "/run/jobs",

@@ -1,7 +1,7 @@
 #include "commands/commands.h"
 #include "commands/usual_arguments.h"
 #include "diagnosis/dialect.h"
-#include "diagnosis/systemctl_words.h"
+#include "diagnosis/unit_names.h"
 #include "output/output.h"
 #include "running/general_options.h"
 
@@ -39,8 +39,9 @@ constexpr const char* kElsewhere =
     "add-requires add-wants bind cancel cat clean condreload condrestart condstop daemon-reexec default edit "
     "emergency exit freeze get-default halt hibernate hybrid-sleep import-environment is-system-running kexec "
     "kill link list-automounts list-dependencies list-machines list-paths list-sockets list-timers log-level "
-    "log-target mount-image poweroff preset preset-all reboot rescue revert service-log-level service-log- "
-    "target service-watchdogs set-default set-environment set-property show-environment soft-reboot suspend "
+    "log-target mount-image poweroff preset preset-all reboot rescue revert service-log-level "
+    "service-log-target service-watchdogs set-default set-environment set-property show-environment soft-reboot "
+    "suspend "
     "suspend-then-hibernate switch-root thaw try-reload-or-restart unset-environment";
 
 const std::vector<MERO::Tool::Section> kSections{

@@ -44,7 +44,7 @@ int RunDoctor(bool json)
 void AddDoctorCommand(const Command& program)
 {
     const auto json = std::make_shared<bool>(false);
-    const Command command = program.AddCommand("doctor", "Check the machine, and for what was left behind");
+    const Command command = program.AddCommand("doctor", "Check the machine, and look for leftovers");
     command.AddFlag("--json", *json, "As a JSON array");
     command.OnCall([json] { return RunDoctor(*json); });
 }

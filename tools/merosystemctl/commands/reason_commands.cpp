@@ -4,6 +4,7 @@
 #include "diagnosis/holds.h"
 #include "diagnosis/manager.h"
 #include "diagnosis/report.h"
+#include "diagnosis/unit_names.h"
 #include "output/output.h"
 #include "running/dry_run.h"
 #include "running/reason_drop_in.h"

@@ -1,10 +1,11 @@
 #include "completion/known_units.h"
 
 #include "diagnosis/systemctl_table.h"
+#include "diagnosis/unit_names.h"
 
 #include <merosystemd/systemd.hpp>
 
-#include <sstream>
+#include <string_view>
 
 namespace MERO::Tool {
 namespace {
@@ -16,9 +17,8 @@ Texts UnitFolders()
     Texts folders;
     const auto read = [&](int, const Texts& lines) {
         for (const std::string& line : lines) {
-            std::istringstream words(line.starts_with(kProperty) ? line.substr(kProperty.size()) : "");
-            for (std::string word; words >> word;) {
-                folders.push_back(word);
+            if (line.starts_with(kProperty)) {
+                folders = SplitWords(line.substr(kProperty.size()));
             }
         }
         return true;

@@ -1,6 +1,7 @@
 #include "completion/names.h"
 
 #include "completion/known_units.h"
+#include "diagnosis/unit_names.h"
 #include "usage/usage.h"
 
 #include <merosystemd/resource.hpp>
@@ -198,8 +199,7 @@ const std::map<std::string, Names> kNames{
      }},
     {"--type",
      [](const Expected&) {
-         return ToWords({"service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer",
-                         "slice", "scope"});
+         return ToWords({kUnitTypes.begin(), kUnitTypes.end()});
      }},
 };
 

@@ -1,5 +1,7 @@
 #include "completion/unit_files.h"
 
+#include "diagnosis/unit_names.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -8,13 +10,6 @@ namespace MERO::Tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool IsUnit(const std::string& name)
-{
-    constexpr const char* kTypes[] = {".service", ".socket", ".device", ".mount", ".automount", ".swap",
-                                      ".target",  ".path",   ".timer",  ".slice", ".scope"};
-    return std::any_of(std::begin(kTypes), std::end(kTypes), [&](const char* type) { return name.ends_with(type); });
-}
 
 /// Hands over the entries of a folder. One that cannot be read has none: a completion must not fail.
 template <typename Take>
@@ -38,7 +33,7 @@ void AddEntry(const fs::directory_entry& entry, bool isEnablement, std::map<std:
     const std::string name = entry.path().filename();
     const std::string target = entry.is_symlink(error) ? fs::read_symlink(entry.path(), error).string() : "";
     const std::string targetName = fs::path(target).filename();
-    const bool isAlias = IsUnit(targetName) && targetName != name;
+    const bool isAlias = HasUnitType(targetName) && targetName != name;
     if (isAlias && isEnablement) {
         files[targetName].isLinked = true;
     }
@@ -59,13 +54,13 @@ std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders)
         const bool isEnablement = CanHoldEnablement(folder);
         ForEachEntry(folder, [&](const fs::directory_entry& entry) {
             const std::string name = entry.path().filename();
-            if (IsUnit(name)) {
+            if (HasUnitType(name)) {
                 AddEntry(entry, isEnablement, files);
             } else if (isEnablement &&
                        (name.ends_with(".wants") || name.ends_with(".requires") || name.ends_with(".upholds"))) {
                 ForEachEntry(entry.path(), [&](const fs::directory_entry& link) {
                     const std::string linked = link.path().filename();
-                    if (IsUnit(linked)) {
+                    if (HasUnitType(linked)) {
                         files[linked].isLinked = true;
                     }
                 });

@@ -15,7 +15,7 @@ struct Finding {
     Cause what; ///< kind: what was looked at
 };
 
-/// Looks whether this machine has all that the library needs, and what operations that were killed have left behind.
+/// Checks that this machine has all that the library needs, and looks for what killed operations have left.
 std::vector<Finding> CheckMachine();
 
 } // namespace MERO::Tool

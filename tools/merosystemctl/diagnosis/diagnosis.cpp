@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <iterator>
 #include <ostream>
+#include <sstream>
 #include <utility>
 
 namespace MERO::Tool {
@@ -62,7 +63,7 @@ void AddUnitFileState(const UnitProperties& unit, std::vector<Cause>& causes)
                               (starters.empty() ? "" : "; it starts with " + ToCell(starters)),
                           ""});
     } else if (!unit["TriggeredBy"].empty()) {
-        causes.push_back({"triggered", "started on demand by " + unit["TriggeredBy"], ""});
+        causes.push_back({"triggered", "started on demand by " + ToCell(unit.List("TriggeredBy")), ""});
     } else if (state == "disabled") {
         causes.push_back({"disabled", "it is not started at boot", kTool + "enable " + name});
     }
@@ -230,6 +231,17 @@ Texts MoreToRead(const Texts& names, const std::vector<UnitProperties>& units, c
     return more;
 }
 
+/// As a shell takes it, which would eat the backslashes in a unit's name.
+std::string ForShell(const std::string& command)
+{
+    std::istringstream words(command);
+    std::string quoted;
+    for (std::string word; words >> word;) {
+        quoted += (quoted.empty() ? "" : " ") + (word.find('\\') != word.npos ? "'" + word + "'" : word);
+    }
+    return quoted;
+}
+
 } // namespace
 
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
@@ -274,7 +286,7 @@ Json::Value ToJson(const std::vector<Cause>& causes)
         Json::Value& entry = list.append(Json::objectValue);
         entry["kind"] = cause.kind;
         entry["text"] = cause.text;
-        entry["remedy"] = cause.remedy;
+        entry["remedy"] = ForShell(cause.remedy);
         entry["unit"] = cause.unit;
         entry["log"] = ToJson(cause.log);
     }
@@ -295,7 +307,7 @@ void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const s
             stream << indentation << blanks << line << '\n';
         }
         if (!cause.remedy.empty()) {
-            stream << indentation << blanks << "-> " << cause.remedy << '\n'; // whole, to be copied
+            stream << indentation << blanks << "-> " << ForShell(cause.remedy) << '\n'; // whole, to be copied
         }
     }
 }

@@ -27,7 +27,7 @@ int SystemdVersion()
     return output != nullptr && std::fscanf(output.get(), "systemd %d", &number) == 1 ? number : 0;
 }
 
-/// The same by the name of systemd's private library, for which no process is started.
+/// The same, from the file name of systemd's private library: that starts no process.
 int InstalledSystemdVersion()
 {
     glob_t found{};

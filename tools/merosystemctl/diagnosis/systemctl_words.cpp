@@ -1,16 +1,14 @@
 #include "diagnosis/systemctl_words.h"
 
+#include "diagnosis/unit_names.h"
+
 #include <algorithm>
 #include <cctype>
 #include <iterator>
-#include <sstream>
 #include <string_view>
 
 namespace MERO::Tool {
 namespace {
-
-constexpr std::string_view kTypes[] = {".service", ".socket", ".target", ".device", ".mount", ".automount",
-                                       ".swap",    ".timer",  ".path",   ".slice",  ".scope"};
 
 // Texts of systemctl. What it says of links, and where to look for more, is no news to the person who called.
 constexpr std::string_view kChatter[] = {"Created symlink ", "Removed ", "Synchronizing state of ", "Executing: "};
@@ -106,19 +104,6 @@ bool SystemctlWords::SayNoManager() const
 bool SystemctlWords::SayDenied() const
 {
     return HaveOne(lines_, kDenied);
-}
-
-Texts SplitWords(const std::string& list)
-{
-    std::istringstream words(list);
-    return {std::istream_iterator<std::string>(words), {}};
-}
-
-std::string WholeName(const std::string& unit)
-{
-    const bool hasType =
-        std::any_of(std::begin(kTypes), std::end(kTypes), [&](std::string_view type) { return unit.ends_with(type); });
-    return hasType ? unit : unit + ".service";
 }
 
 } // namespace MERO::Tool

@@ -35,10 +35,4 @@ private:
     Texts lines_, failures_, warnings_;
 };
 
-/// The words of a property that is a list.
-Texts SplitWords(const std::string& list);
-
-/// The name with its type: a name without one means a service.
-std::string WholeName(const std::string& unit);
-
 } // namespace MERO::Tool

@@ -1,5 +1,6 @@
 #include "diagnosis/unit_properties.h"
 
+#include "diagnosis/unit_names.h"
 #include "running/general_options.h"
 
 #include <merosystemd/systemd.hpp>
@@ -17,12 +18,7 @@ const std::string& UnitProperties::operator[](const std::string& name) const
 
 Texts UnitProperties::List(const std::string& name) const
 {
-    Texts texts;
-    std::istringstream words((*this)[name]);
-    for (std::string word; words >> word;) {
-        texts.push_back(word);
-    }
-    return texts;
+    return SplitWords((*this)[name]);
 }
 
 std::vector<UnitProperties> AskProperties(const Texts& units, const char* names)

@@ -1,5 +1,6 @@
 #include "running/unit_action.h"
 
+#include "diagnosis/unit_names.h"
 #include "output/words.h"
 #include "running/general_options.h"
 #include "running/watched_work.h"
