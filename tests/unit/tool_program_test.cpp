@@ -494,7 +494,8 @@ struct FullProgram : Program {
     static std::string Table(const std::string& command)
     {
         return Shell(kTool + command +
-                     " 2> /dev/null | sed 's/  */ /g; s/ [0-9.]* [KMG]iB/ n KiB/g; s/ [0-9]*[.][0-9]*%/ n%/g; s/ 0[.]0[0-9] / 0.00 /g'")
+                     " 2> /dev/null | sed 's/  */ /g; s/ [0-9.]* [KMG]iB/ n KiB/g; s/ [0-9]*[.][0-9]*%/ n%/g; s/ "
+                     "0[.]0[0-9] / 0.00 /g'")
             .output;
     }
 
