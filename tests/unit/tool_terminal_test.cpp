@@ -96,9 +96,9 @@ TEST_F(OnTerminal, UninstallAsksFirst)
 
 TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
 {
-    for (const std::string slice : {"a", "b"}) {
-        Write("/sys/fs/cgroup/meromonitor/" + slice + ".slice/tasks", std::to_string(getpid()) + "\n");
-    }
+    const Waiting smaller; // comes after the one that uses more
+    Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", std::to_string(getpid()) + "\n");
+    Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", std::to_string(smaller.pid) + "\n");
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
     EXPECT_THAT(top.Until("q quit"),
