@@ -1,5 +1,6 @@
 #include "support/program.h"
 #include "support/terminal.h"
+#include "support/waiting.h"
 
 using namespace MERO::Test;
 using namespace ::testing;
