@@ -1,5 +1,6 @@
 #include "commands/volume_report.h"
 #include "output/amounts.h"
+#include "output/metrics.h"
 #include "output/text_width.h"
 #include "output/times.h"
 #include "top/top_page.h"
@@ -48,6 +49,14 @@ TEST_F(Screen, HasColumnsNotBytes)
     EXPECT_EQ(FitRight("a日本", 4), " a日");
     std::setlocale(LC_CTYPE, "C");
     EXPECT_EQ(FitLeft("ü", 4), "??  ") << "another locale's characters";
+}
+
+TEST(Metrics, HaveEscapedLabelsAndPlainNumbers)
+{
+    testing::internal::CaptureStdout();
+    PrintMetrics({{"m", MetricType::Gauge, "Help.", "unit", {{"a\\x2d\"\n", 2e12}, {"b", 0.25}}}});
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "# HELP m Help.\n# TYPE m gauge\nm{unit=\"a\\\\x2d\\\"\\n\"} 2000000000000\nm{unit=\"b\"} 0.25\n");
 }
 
 TEST(Figures, AreShortInTheirUnits)

@@ -463,10 +463,12 @@ struct FullProgram : Program {
             {"uses.service", ""},
             {"a.slice", "Name=A\n"},
             {"b.slice", "NameI18n=b:title\n"}};
+        const std::string accounted = "CPUUsageNSec=1500000000\nIOReadBytes=4096000000\nIOWriteBytes=[not set]\n";
         for (const auto& [unit, keys] : units) {
             Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
-            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n"}});
+            SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n" +
+                                 (unit == "a.slice" ? accounted : "")}});
         }
         Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
         close(file_), fs::create_directories("/var/packages/Foo");
@@ -549,6 +551,29 @@ TEST_F(FullProgram, PrintsTables)
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
                 HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
         << "figures end below each other";
+}
+
+TEST_F(FullProgram, PrintsMetrics)
+{
+    const auto family = [](const std::string& name, const std::string& type, const std::string& a) {
+        const std::string metric = "merosystemd_slice_" + name;
+        return "# TYPE " + metric + " " + type + "\n" + metric + "{slice=\"a.slice\"} " + a + "\n" + metric +
+               "{slice=\"b.slice\"} 0\n";
+    };
+    const std::pair<std::string, std::string> cases[] = {
+        {"slice show --prometheus",
+         family("memory_bytes", "gauge", "n KiB") + family("cpu_seconds_total", "counter", "1.5") +
+             family("read_bytes_total", "counter", "4096000000") + family("written_bytes_total", "counter", "0")},
+        {"slice show --prometheus b.slice | grep -c '^[^#].*b.slice'", "4\n"},
+        {"overview --prometheus", "# TYPE merosystemd_units_failed gauge\nmerosystemd_units_failed 1\n"
+                                  "# TYPE merosystemd_units_held gauge\nmerosystemd_units_held 1\n"
+                                  "# TYPE merosystemd_units_down gauge\nmerosystemd_units_down 0\n"},
+    };
+    for (const auto& [command, metrics] : cases) {
+        EXPECT_EQ(Table(command + " | sed '/^# HELP merosystemd/d; /memory.*a.slice/s/[1-9][0-9]*$/n KiB/'"), metrics);
+    }
+    Write("/run/merosystemd/volume-unmount.json", "no record\n");
+    EXPECT_THAT(Tool("overview --prometheus").output, Not(HasSubstr("units_down")));
 }
 
 TEST_F(FullProgram, PrintsJsonOfItsSchema)

@@ -27,8 +27,4 @@ void AddVolumeCommands(const Command& program);
 void AddVolumeUnmountCommand(const Command& volume);
 void AddWhyCommand(const Command& program);
 
-// What the program does without a command: nothing else, or --failed. The exit code.
-int RunOverview(bool json);
-int ListFailedUnits();
-
 } // namespace MERO::Tool

@@ -4,6 +4,7 @@
 #include "diagnosis/jobs.h"
 #include "diagnosis/report.h"
 #include "diagnosis/systemctl_table.h"
+#include "output/metrics.h"
 #include "output/output.h"
 #include "output/times.h"
 #include "output/words.h"
@@ -16,6 +17,8 @@
 
 namespace MERO::Tool {
 namespace {
+
+enum class Form { Text, Json, Prometheus };
 
 using UnmountKind = Systemd::VolumeUnmountState::Kind;
 
@@ -122,9 +125,23 @@ void PrintOverviewAsJson(const Overview& overview)
     PrintJson(object);
 }
 
-} // namespace
+/// Fails when whether units are down cannot be read: that none are would not be true.
+int PrintOverviewAsMetrics(const Overview& overview)
+{
+    if (!overview.isUnmountKnown) {
+        return ReportFailure("reading what an unmount stopped");
+    }
+    const auto gauge = [](const char* name, const char* help, std::size_t count) {
+        return Metric{name, MetricType::Gauge, help, "", {{"", static_cast<double>(count)}}};
+    };
+    PrintMetrics({gauge("merosystemd_units_failed", "Units that failed.", overview.failed.size()),
+                  gauge("merosystemd_units_held", "Services that are held stopped.", overview.held.size()),
+                  gauge("merosystemd_units_down", "Units that an unmount stopped and has not started again.",
+                        overview.unmount.units.size())});
+    return kDone;
+}
 
-int RunOverview(bool json)
+int RunOverview(Form form)
 {
     Overview overview;
     const auto failed = FailedUnits();
@@ -139,16 +156,28 @@ int RunOverview(bool json)
     if (!MEROSystemdIntJobList(overview.jobs)) {
         return ReportFailure("listing the jobs");
     }
-    json ? PrintOverviewAsJson(overview) : PrintOverview(overview);
+    if (form == Form::Prometheus) {
+        return PrintOverviewAsMetrics(overview);
+    }
+    form == Form::Json ? PrintOverviewAsJson(overview) : PrintOverview(overview);
     return kDone;
 }
 
+} // namespace
+
 void AddOverviewCommand(const Command& program)
 {
-    const auto json = std::make_shared<bool>(false);
+    struct Arguments {
+        bool json = false;
+        bool prometheus = false;
+    };
+    const auto arguments = std::make_shared<Arguments>();
     const Command command = program.AddCommand("overview", "Show what failed, is held, down, or going on");
-    command.AddFlag("--json", *json, "As a JSON object");
-    command.OnCall([json] { return RunOverview(*json); });
+    const Argument json = command.AddFlag("--json", arguments->json, "As a JSON object");
+    command.AddFlag("--prometheus", arguments->prometheus, "As metrics: how many units").Excludes(json);
+    command.OnCall([arguments] {
+        return RunOverview(arguments->json ? Form::Json : arguments->prometheus ? Form::Prometheus : Form::Text);
+    });
 }
 
 } // namespace MERO::Tool

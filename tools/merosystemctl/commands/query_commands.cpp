@@ -117,11 +117,6 @@ int ListServices(bool json)
 
 } // namespace
 
-int ListFailedUnits()
-{
-    return ListUnits({.patterns = {}, .type = {}, .state = {}, .failed = true});
-}
-
 void AddQueryCommands(const Command& program)
 {
     const auto arguments = std::make_shared<ListArguments>();

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/slice_kill.h"
+#include "commands/slice_metrics.h"
 #include "commands/usual_arguments.h"
 #include "output/amounts.h"
 #include "top/slice_top.h"
@@ -109,12 +110,33 @@ bool Measure(const std::string& slice, Seconds interval, std::vector<ProcessUsag
     return true;
 }
 
+int ReportUntracked(const std::string& slice)
+{
+    PrintError(slice + (IsThere(slice) ? ": this slice is not tracked" : ": there is no such slice"));
+    return kNoSuchUnit;
+}
+
+/// Of a slice, or of all that are tracked when none is named.
+int ShowMetrics(const std::string& slice)
+{
+    std::vector<Reading> readings;
+    if (slice.empty()) {
+        readings = ReadTrackedSlices();
+    } else if (!ReadSlice(slice, readings.emplace_back())) {
+        return ReportUntracked(slice);
+    }
+    PrintSliceMetrics(readings);
+    return kDone;
+}
+
 int Show(const std::string& slice, Seconds interval, bool json)
 {
+    if (slice.empty()) {
+        throw UsageError("missing operand: slice show SLICE; only --prometheus shows all slices");
+    }
     std::vector<ProcessUsage> processes;
     if (!Measure(slice, interval, processes)) {
-        PrintError(slice + (IsThere(slice) ? ": this slice is not tracked" : ": there is no such slice"));
-        return kNoSuchUnit;
+        return ReportUntracked(slice);
     }
     json ? PrintProcessesAsJson(slice, NamesOf(slice), processes) : PrintProcesses(processes);
     return kDone;
@@ -143,6 +165,7 @@ void AddSliceCommands(const Command& program)
         double interval = 1;
         unsigned count = 0;
         bool json = false;
+        bool prometheus = false;
         bool force = false;
     };
     const auto arguments = std::make_shared<Arguments>();
@@ -152,10 +175,15 @@ void AddSliceCommands(const Command& program)
     list.OnCall([arguments] { return ListSlices(arguments->json); });
 
     const Command show = slice.AddCommand("show", "Show what the processes of a slice use");
-    show.AddOperand("SLICE", arguments->slice, "A slice that is tracked");
+    show.AddOptionalOperand("SLICE", arguments->slice, "A slice that is tracked");
     AddInterval(show, arguments->interval, "Measure for N seconds (default 1)");
-    show.AddFlag("--json", arguments->json, "As a JSON object");
-    show.OnCall([arguments] { return Show(arguments->slice, Seconds(arguments->interval), arguments->json); });
+    const Argument json = show.AddFlag("--json", arguments->json, "As a JSON object");
+    show.AddFlag("--prometheus", arguments->prometheus, "As metrics; of all tracked slices when none is named")
+        .Excludes(json);
+    show.OnCall([arguments] {
+        return arguments->prometheus ? ShowMetrics(arguments->slice)
+                                     : Show(arguments->slice, Seconds(arguments->interval), arguments->json);
+    });
 
     const Command kill = slice.AddCommand("kill", "Stop the units of a slice and kill what is left");
     kill.AddOperand("SLICE", arguments->slice, "A slice such as system.slice");
@@ -174,7 +202,7 @@ void AddSliceCommands(const Command& program)
                 "  c m i o p n   order by CPU, memory, input, output, PID or name\n"
                 "  x             kill the chosen slice, after a question\n"
                 "  h             show or hide the keys    q          quit\n"
-                "Input and output are what processes read and write, from disks or caches.");
+                "Input and output are what processes read from storage and write to it.");
     top.OnCall([arguments] {
         return ShowTop({.interval = Seconds(arguments->interval),
                         .count = arguments->count,

@@ -6,13 +6,13 @@
 #include "diagnosis/unit_properties.h"
 #include "running/lock_owner.h"
 #include "running/reason_drop_in.h"
+#include "usage/hierarchies.h"
 
 #include <merocore/process.h>
 #include <merosystemd/systemd.hpp>
 
 #include <linux/magic.h>
 #include <pwd.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,12 +26,6 @@ using enum Finding::Kind;
 using Findings = std::vector<Finding>;
 
 const std::string kStateFolder = "/run/merosystemd/";
-
-bool IsFileSystem(const char* path, unsigned long type)
-{
-    struct statfs found {};
-    return statfs(path, &found) == 0 && static_cast<unsigned long>(found.f_type) == type;
-}
 
 Texts NamesIn(const std::string& folder)
 {
@@ -65,8 +59,8 @@ void CheckSystemd(Findings& findings)
 
 void CheckCgroups(Findings& findings)
 {
-    const std::string monitor = "/sys/fs/cgroup/meromonitor";
-    const bool hasMonitor = IsFileSystem(monitor.c_str(), CGROUP_SUPER_MAGIC);
+    const std::string monitor = kMonitorHierarchy;
+    const bool hasMonitor = HasMonitorHierarchy();
     if (IsFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC)) {
         findings.push_back(IsDialectOfToday()
                                ? Finding{Good,

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "usage/usage.h"
+
+#include <vector>
+
+namespace MERO::Tool {
+
+/// Prints what slices have used, as metrics. Throws a CommandError when systemd cannot be asked.
+void PrintSliceMetrics(const std::vector<Reading>& readings);
+
+} // namespace MERO::Tool
