@@ -132,7 +132,7 @@ int ShowMetrics(const std::string& slice)
 int Show(const std::string& slice, Seconds interval, bool json)
 {
     if (slice.empty()) {
-        throw UsageError("missing operand: slice show SLICE; only --prometheus shows all slices");
+        throw UsageError("SLICE is required; only --prometheus shows all slices");
     }
     std::vector<ProcessUsage> processes;
     if (!Measure(slice, interval, processes)) {

@@ -1,0 +1,43 @@
+#!/bin/sh
+# The README's programs are those in examples/ and its compiler lines work, and merosystemctl's manual page has every
+# command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+set -eu
+cd "$1"
+build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" README.md | sed '1d;$d'; }
+block c | diff -u - examples/start_unit.c
+block 'c++' | diff -u - examples/restart_units.cpp
+
+# The lines run as they are, with this build and into a folder that goes away.
+{
+    echo "set -eu"
+    sed -n '/^    B=build/,/^$/s/^    //p' README.md |
+        sed "s|build/release|$build|; s|\$PWD/\$B|\$B|g; s|-o |-Werror -o $work/|"
+} > "$work/lines"
+sh "$work/lines"
+"$work/start_unit" 2> "$work/message" && exit 1
+grep -qx 'not started (error 0x0000); the system log says why' "$work/message"
+"$work/restart_units" && exit 1
+echo "the README has both programs; they build and link"
+
+help() { "$build/bin/merosystemctl" "$@" --help < /dev/null; }
+commands() { help "$@" | sed -n '/^Options:/,/^Exit status:/s/^  \([a-z][a-z-]*\)  .*/\1/p'; }
+options() { help "$@" | sed -n 's/^  \(-[a-z],\)\?\(--[a-z-]*\) .*/\2/p'; }
+
+options > "$work/names"
+for command in $(commands); do
+    words=$(commands "$command")
+    [ -n "$words" ] || echo "$command" >> "$work/names"
+    for word in "" $words; do
+        [ -z "$word" ] || echo "$command $word" >> "$work/names"
+        options "$command" $word >> "$work/names"
+    done
+done
+[ "$(wc -l < "$work/names")" -gt 100 ]
+while read -r name; do
+    grep -qF "*$name*" docs/man/merosystemctl.1.scd || { echo "the manual page lacks $name" && false; }
+done < "$work/names"
+echo "the manual page has every command and option"
