@@ -33,7 +33,13 @@ EndSignals::EndSignals()
     if (descriptor_ < 0) {
         throw std::system_error(errno, std::generic_category(), "signals cannot be awaited");
     }
-    sigprocmask(SIG_BLOCK, &held_, &before_);
+    // A new size of the terminal is only noticed while waiting: a signal just before would not wake.
+    sigset_t resized;
+    sigemptyset(&resized);
+    sigaddset(&resized, SIGWINCH);
+    sigprocmask(SIG_BLOCK, &resized, &before_);
+    sigorset(&waiting_, &before_, &held_);
+    sigprocmask(SIG_BLOCK, &held_, nullptr);
 }
 
 EndSignals::~EndSignals()
@@ -55,7 +61,7 @@ EndSignals::Wake EndSignals::WaitUntil(std::chrono::steady_clock::time_point tim
     const timespec timeout{.tv_sec = static_cast<std::time_t>(whole.count()),
                            .tv_nsec = static_cast<long>((left - whole).count())};
     pollfd awaited[] = {{descriptor_, POLLIN, 0}, {input, POLLIN, 0}};
-    const int ready = ppoll(awaited, std::size(awaited), &timeout, nullptr);
+    const int ready = ppoll(awaited, std::size(awaited), &timeout, &waiting_);
     if (ready < 0) {
         return Wake::Interrupted;
     }

@@ -23,6 +23,7 @@ public:
 private:
     sigset_t held_;
     sigset_t before_;
+    sigset_t waiting_; ///< what is blocked while it waits
     int descriptor_;
 };
 
