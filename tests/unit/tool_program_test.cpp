@@ -249,6 +249,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     SystemctlScript("exit 1"), shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(Tool("is-active a"),
                 FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
+    EXPECT_EQ(Tool("enable ''").exitCode, 6);
+    EXPECT_EQ(Tool("enable --offline ''").exitCode, 1) << "needs no manager";
     Write(conf, "");
     EXPECT_EQ(Tool("jobs").exitCode, 6) << "no answer is not an empty one";
     Write(conf, "dialect=current\n");
@@ -593,7 +595,7 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
          R"("infoCenter":false,"name":"Web \"server\"","nameI18n":"web:title","nanoUpdate":false,)"
          R"("oneClickEnable":false,"packedIn":["a.target"],"supported":false,"unit":"web"})"},
         {"show", "-p Id web", ".", R"({"web":{"Id":"web.service"}})"},
-        {"start", "web", "[.[0].done, .[0].causes[].kind]", R"([false,"held"])"},
+        {"start", "all web", "map([.unit, .done, .causes[].kind])", R"([["web",false,"held"],["all",true]])"},
         {"stop", "--dry-run web", "[.changes[].change]", R"(["stops"])"},
         {"list-jobs", "", "length", "1"},
         {"list-units", "", ".",

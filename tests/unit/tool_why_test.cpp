@@ -237,7 +237,7 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
                                                    "--unit=a.service --unit=b.service --unit=d.service [^\n]*\n"));
     EXPECT_THAT((Write("/run/journal", ""), Tool("why alias"), Read("/run/journal")), HasSubstr("--unit=a.service "))
         << "the journal does not know the alias";
-    EXPECT_THAT(Tool("why c 'd e'"), FieldsAre(1, HasSubstr("cannot be asked")));
+    EXPECT_THAT(Tool("why 'd e' c"), FieldsAre(1, AllOf(HasSubstr("cannot be asked"), HasSubstr("\nc.service runs"))));
     EXPECT_EQ(Shell(kTool + "why --json c a | jq -c 'map([.unit, .causes[].kind])'").output,
               "[[\"c.service\"],[\"a.service\",\"failed\"]]\n");
 }
