@@ -242,6 +242,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         Otherwise(script);
         EXPECT_EQ(Tool(command).output, output) << command;
     }
+    SetUnits({{"w", "LoadState=loaded\nActiveState=inactive\nRequires=a.service\n"}});
+    Otherwise("echo 'A dependency job for w.service failed.'; exit 1");
+    EXPECT_THAT(Tool("start w").output, AllOf(HasSubstr("\n  dependency "), Not(HasSubstr("A dependency job"))));
     Otherwise("echo 'Failed to connect to bus: x'; exit 1");
     for (const std::string command : {"start 'a*'", "isolate a.target", "daemon-reload", "default-target a.target"}) {
         EXPECT_EQ(Tool(command).exitCode, 6) << command;
