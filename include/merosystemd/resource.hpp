@@ -16,7 +16,7 @@ namespace MERO::Systemd {
 
 class TextReader;
 
-/// What a running process had used when the object was made, read from /proc (see proc(5)).
+/// A running process's use of resources up to the time when the object was made, read from /proc (see proc(5)).
 ///
 /// Reading the memory sums up /proc/PID/smaps; meanwhile the kernel locks the process's memory map, so that the process
 /// has to wait if it maps or unmaps memory. Threads may use different objects at once. Sets no error code.
@@ -89,8 +89,8 @@ struct Icon {
 /// A slice with its processes at the time when the object was made: those of the tracked slice of this name.
 class Slice {
 public:
-    /// Takes any unit that has a name or a translated name; throws std::exception for a unit with neither (0x0700 if
-    /// it has no file). A unit that is no tracked slice has no processes; one without the keys of an icon has an empty
+    /// Takes any unit that has a name or a translated name; throws std::exception for a unit with neither (0x0700 if it
+    /// has no file). A unit that is no tracked slice has no processes; one without the keys of an icon has an empty
     /// icon.
     explicit Slice(const std::string& unitName);
     /** @{ */

@@ -20,9 +20,10 @@
    - MLIBC_ERR_NO_MEMORY (0x0200): memory ran out. Unit actions, enablement, reasons, the two actions with a callback,
      and functions that were about to run systemctl or to read metadata may fail for it without the code.
 
-   A unit name without a type means a service: "nfs" is "nfs.service". Texts and lists that are passed in stay the
-   caller's and are not changed. All functions may be called from any thread at any time, but an ordinary user's calls
-   change the process environment (setenv's rules apply). */
+   A unit name without a type means a service: "nfs" is "nfs.service". Texts and lists stay the caller's. Results are
+   pushed onto a list after its items; its pointer is passed by address because growing may move the list. All functions
+   may be called from any thread at any time, but an ordinary user's calls change the process environment (setenv's
+   rules apply). */
 #pragma once
 
 #include <merocore/list.h>
@@ -268,10 +269,10 @@ int MEROCSystemdIsJobEnqueued(const char* szUnit);
    These functions read a key in the section [X-Tarvix] of the unit's file. The file is looked for in
    /usr/local/lib/systemd/system, /usr/lib/systemd/system, /etc/systemd/system and /run/systemd/system, in this order;
    an instance's keys are read from its template. No program is run. They return 1 if the unit has a file, whatever its
-   keys, except as stated below.
+   keys, except as stated below. Otherwise they return 0, with the output untouched.
 
-   Error codes: MLIBC_ERR_NOT_FOUND (0x0700) if the unit has no file; 0x0A00, 0x0B00 or 0x0200 if the file cannot
-   be read for lack of descriptors or memory, or for a disk error.
+   Error codes: MLIBC_ERR_NOT_FOUND (0x0700) if the unit has no file; 0x0A00, 0x0B00 or 0x0200 if the file cannot be
+   read for lack of descriptors or memory, or for a disk error.
    @{ */
 
 /** Gets the display name, key "Name". Returns 0 if there is none. `cbName` is the size of the buffer in bytes. Error
@@ -312,8 +313,8 @@ int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewall
    up to two minutes for another operation on the whole machine (an isolation, a target action) and up to ten minutes
    for unmounts.
 
-   Error codes: 0x1100 if the other operations were not over in time, and nothing has been done; 0x0900,
-   0x0A00 or 0x0F00 if the files in /run/merosystemd cannot be made; 0x1000 if no process could be forked.
+   Error codes: 0x1100 if the other operations were not over in time, and nothing has been done; 0x0900, 0x0A00 or
+   0x0F00 if the files in /run/merosystemd cannot be made; 0x1000 if no process could be forked.
    @{ */
 
 /** Isolates the machine to "default.target". */
@@ -340,8 +341,8 @@ int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* d
    when the call succeeds. Only one process can write at a time; another one fails at once.
 
    Error codes: 0x0D00 for a path that is no volume, and for a unit's or package's name that contains "/", or is "." or
-   ".."; MLIBC_ERR_LOCK_BUSY (0x1100) if another process is writing; 0x0A00 if the lock file cannot be
-   opened; 0x0900, 0x0E00 or 0x0F00 if a folder cannot be made. A register that cannot be read or written sets no code.
+   ".."; MLIBC_ERR_LOCK_BUSY (0x1100) if another process is writing; 0x0A00 if the lock file cannot be opened; 0x0900,
+   0x0E00 or 0x0F00 if a folder cannot be made. A register that cannot be read or written sets no code.
    @{ */
 
 /** Registers a volume. Succeeds if it is registered already. */

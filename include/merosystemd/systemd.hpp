@@ -4,8 +4,8 @@
 /// merosystemd/systemd.h describes what the functions have in common, in sections of the same names: the manager that
 /// they talk to, the error register, the threads. Unless stated otherwise, the functions here return true on success
 /// and false on failure, and set the same error codes as their C forms. No exceptions leave them but those that are
-/// named below, and std::bad_alloc when memory runs out; many return false for that instead. Locks, descriptors and
-/// child processes are released in any case.
+/// named below, and std::bad_alloc when memory runs out; many return false for that instead. No lock, descriptor or
+/// child process is left behind then.
 ///
 /// Lists of what failed are appended to, never cleared. Such a list may be the same object as the list of the units or
 /// of the options: it is appended to at the end.
@@ -46,8 +46,8 @@ using SystemctlObserver = std::function<void(int exitCode, const std::vector<std
 /// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` returns.
 ///
 /// `--user` is added if the caller is not root and `opts.forceSystem` is false, `--no-block` if the service control
-/// policy asks for it. If a unit's name begins with "-", `--` is put before the units, unless `opts.cmdOpts` is null:
-/// a caller that passes no options may have some among the units. try-restart and reload leave out the units that are
+/// policy asks for it. If a unit's name begins with "-", `--` is put before the units, unless `opts.cmdOpts` is null: a
+/// caller that passes no options may have some among the units. try-restart and reload leave out the units that are
 /// about to stop; if none is left, nothing is run and `callback` gets (0, no lines).
 ///
 /// Throws std::exception if the policy skips the command, systemctl cannot be started (0x0E00) or its output cannot be
@@ -221,7 +221,7 @@ bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
 
 /** @{ */
 /// Clears the failed state of units. Appends the units that systemctl named as failing, such as units that are not
-/// loaded. Error codes: 0x0D00; 0x0E00.
+/// loaded.
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdResetFailedObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
                                     const SystemctlObserver& observer);
@@ -312,7 +312,7 @@ bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& se
 /// Makes the folder `dropInDir`, which ends with "/", and in it "mero-reason.conf", a hard link to the drop-in
 /// `sourceFile`. That drop-in keeps a held service from starting, with a condition on its folder of reasons for
 /// example. Error codes: 0x0900, 0x0E00 or 0x0F00 if the folder cannot be made, 0x0D00 if a symbolic link on the way to
-/// it lies in a folder that others can write; none if the link cannot be made.
+/// it lies in a folder that others can write; none if the link cannot be made, as when it exists.
 bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile);
 
 } // namespace MERO::Systemd
@@ -473,7 +473,7 @@ bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
 
 /// Isolates the machine to a target, runs `action` in this thread, and isolates to "default.target" even if the action
 /// fails. Returns true if all three succeeded. `action` is not called if the first isolation failed. An exception that
-/// it throws is passed on after the second isolation. It must not start another operation on the whole machine.
+/// it throws is passed on after the second isolation. The action must not start another operation on the whole machine.
 bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
 
 /// @}
@@ -497,8 +497,7 @@ bool MEROSystemdPackageVolumeUnregister(const std::string& strPackage, const std
 bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 
 /** @{ */
-/// Returns whether one of the volumes is registered; false also if that cannot be read. The error register means
-/// nothing.
+/// Returns whether one of the volumes is registered; false also if that cannot be read. Sets no error code.
 bool MEROSystemdVolumeIsRegisteredByUnit(const std::string& unit, const std::vector<std::string>& volumes);
 bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const std::vector<std::string>& volumes);
 /** @} */
@@ -577,7 +576,7 @@ bool MEROSystemdCgroupPathnameGet(int pid, const std::string& controller, std::s
 /// process, or the folder's name contains no ".". Sets no error code.
 bool MEROSystemdGetByPid(int pid, std::string& unit);
 
-/// Gets the tracked slice that the calling process is in. Returns false if it is in none.
+/// Gets the tracked slice that the calling process is in. Returns false, without an error code, if it is in none.
 bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
 
 /** @{ */

@@ -62,9 +62,9 @@ struct VolumeBlocker {
                                ///< LoopDevice: `user.command` is the device's path, since 7.1.0
 };
 
-/// What unmounting volumes would stop, and what would still keep them busy. Stops are sorted by the units' names.
+/// The plan of an unmount: what would stop, and what would still keep the volumes busy.
 struct VolumeUnmountPlan {
-    std::vector<PlannedStop> stops;      ///< what would stop
+    std::vector<PlannedStop> stops;      ///< what would stop, sorted by the units' names
     std::vector<VolumeBlocker> blockers; ///< what would still keep the volumes busy
 };
 

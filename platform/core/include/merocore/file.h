@@ -55,8 +55,7 @@ int MLIBCFileGetKeyValue(const char* path, const char* key, char* value, int cbV
    MLIBC_ERR_READ_FILE, MLIBC_ERR_WRITE_FILE, MLIBC_ERR_INVALID_ARGUMENT. */
 int MLIBCFileSetKeyValue(const char* path, const char* key, const char* value, int flags);
 
-/** MLIBCFileGetKeyValue() for a key of a section: the same results and errors; no such section is
-   MLIBC_ERR_NOT_FOUND. */
+/** MLIBCFileGetKeyValue() for a key of a section. MLIBC_ERR_NOT_FOUND also means that there is no such section. */
 int MLIBCFileGetSectionValue(const char* path, const char* section, const char* key, char* value, int cbValue);
 
 /** Writes `section` with the pairs of `values`, sorted by key, into a section file, which is created if it is missing.
