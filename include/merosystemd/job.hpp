@@ -9,7 +9,7 @@
 
 namespace MERO::Systemd {
 
-/// What a job does. Other types (restart, reload, verify-active ...) are Unknown.
+/// The type of a job. Other types (restart, reload, verify-active ...) are Unknown.
 enum class JobType { Unknown = 0, Start = 1, Stop = 2 };
 
 /// Whether systemd works on a job. Other states are Unknown.

@@ -22,7 +22,7 @@ struct SystemctlOpts {
 class SystemctlOptsBuilder {
 public:
     /** @{ */
-    /// Each sets one option. What `options` points to must live until the run is over.
+    /// Each sets one option. `*options` must live until the run is over.
     SystemctlOptsBuilder& SetCmdOpts(const std::vector<std::string>* options);
     SystemctlOptsBuilder& SetCalRunTime(bool calRunTime);
     SystemctlOptsBuilder& SetForceSystem(bool forceSystem);

@@ -1,5 +1,5 @@
 /// @file
-/// What systemd says about units.
+/// Properties of units.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@
 
 namespace MERO::Systemd {
 
-/// What systemd says about one unit.
+/// The properties of one unit.
 struct ShownUnit {
     bool asked = false;                            ///< false: it could not be queried; `properties` is empty
     std::map<std::string, std::string> properties; ///< values by names, Id and Names among them; a property with

@@ -22,7 +22,7 @@ typedef enum {
     MERO_SYSTEMD_ACTIVE_STATUS_FAILED = 5
 } MERO_SYSTEMD_ACTIVE_STATUS;
 
-/** What `systemctl is-enabled` prints. Enabled, masked and linked include the states that last until the next boot. */
+/** The output of `systemctl is-enabled`. Enabled, masked and linked include the states that end with the next boot. */
 typedef enum {
     MERO_SYSTEMD_ENABLE_STATUS_DISABLED = 0,
     MERO_SYSTEMD_ENABLE_STATUS_ENABLED = 1,

@@ -322,8 +322,7 @@ int MEROCSystemdIsolateToDefaultTarget(void);
 
 /** Gets whether an isolation is running, and its target (the first 63 bytes of the name). Does not wait. Returns 0,
    with `*pState` untouched, if the state cannot be read (0x0A00, 0x0B00 or 0x0700), or if the isolating process was
-   killed and left its state behind (no code). For NULL it returns 0, writes a log line and leaves the register as it
-   was. */
+   killed and its state remains (no code). For NULL it logs a line, returns 0 and leaves the register as it was. */
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
 
 /** Isolates the machine to a target, calls `action` with `data` in this thread, and isolates to "default.target" even
@@ -404,15 +403,15 @@ int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
 /** Moves the calling process into a slice of the resource monitor's hierarchy. */
 int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice);
 
-/** Moves the calling process into a slice of systemd's hierarchy, and then into the monitor's slice of that name, if
+/** Moves the calling process into a slice in systemd's hierarchy, and then into the monitor's slice of that name, if
    the monitor's hierarchy is mounted or cgroups are of version 1. */
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 
 /** Pushes the tracked slices onto the list, which must exist. Returns 0 if there are none. */
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
-/** Moves the calling process to the root of systemd's hierarchy, or on cgroup version 2 into a scope of system.slice,
-   so that it outlives the unit that started it. The main process of a unit still ends with it. */
+/** Moves the calling process to the root cgroup in systemd's hierarchy, or on cgroup version 2 into a scope of
+   system.slice, so that it outlives the unit that started it. The main process of a unit still ends with it. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

@@ -5,7 +5,7 @@
 /// they talk to, the error register, the threads. Unless stated otherwise, the functions here return true on success
 /// and false on failure, and set the same error codes as their C forms. No exceptions leave them but those that are
 /// named below, and std::bad_alloc when memory runs out; many return false for that instead. No lock, descriptor or
-/// child process is left behind then.
+/// child process is leaked then.
 ///
 /// Lists of what failed are appended to, never cleared. Such a list may be the same object as the list of the units or
 /// of the options: it is appended to at the end.
@@ -468,7 +468,7 @@ bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOL
 bool MEROSystemdIsolateToDefaultTarget();
 
 /// Gets whether an isolation is running, and its target. Returns false if its state cannot be read, or if the isolating
-/// process was killed and left its state behind, which lasts until the next isolation ends. `state` says none then.
+/// process was killed; its state then remains until the next isolation ends. `state` says none then.
 bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
 
 /// Isolates the machine to a target, runs `action` in this thread, and isolates to "default.target" even if the action
@@ -580,14 +580,14 @@ bool MEROSystemdGetByPid(int pid, std::string& unit);
 bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
 
 /** @{ */
-/// Moves the calling process into a slice: of the monitor's hierarchy; of systemd's hierarchy, and then of the
+/// Moves the calling process into a slice: in the monitor's hierarchy; in systemd's hierarchy, and then in the
 /// monitor's if that is mounted or cgroups are of version 1.
 bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, or on cgroup version 2 into a scope of system.slice,
-/// so that it outlives the unit that started it. The main process of a unit still ends with it.
+/// Moves the calling process to the root cgroup in systemd's hierarchy, or on cgroup version 2 into a scope of
+/// system.slice, so that it outlives the unit that started it. The main process of a unit still ends with it.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}

@@ -1,5 +1,5 @@
 /// @file
-/// Who uses volumes, and what an unmount stops.
+/// Users of volumes, and the plan of an unmount.
 #pragma once
 
 #include <string>
@@ -49,7 +49,7 @@ struct PlannedStop {
     std::vector<StopCause> causes; ///< at least one
 };
 
-/// What keeps volumes busy after the services of a plan have stopped.
+/// A use that keeps volumes busy after the services of a plan have stopped.
 struct VolumeBlocker {
     /// A process that does not stop, or a use by the kernel. New in 7.1.0: BindMount, another place where a volume or a
     /// folder of it is mounted, and MountNamespace, a volume that is mounted in the mount namespace of the process
