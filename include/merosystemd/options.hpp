@@ -1,5 +1,5 @@
 /// @file
-/// Options of the operations, and the state of an isolation.
+/// Options of actions, and the state of an isolation.
 #pragma once
 
 #include <memory>
@@ -15,14 +15,14 @@ struct SystemctlOpts {
     /// Placed after the verb; not owned. nullptr: none, but there may be some among the units.
     const std::vector<std::string>* cmdOpts = nullptr;
     bool calRunTime = false;  ///< measure the run and log its milliseconds
-    bool forceSystem = false; ///< the system manager even for an ordinary user
+    bool forceSystem = false; ///< use the system's manager even for an ordinary user
 };
 
 /// Builds SystemctlOpts: `SystemctlOptsBuilder().SetCmdOpts(&options).SetCalRunTime(true).Build()`.
 class SystemctlOptsBuilder {
 public:
     /** @{ */
-    /// Set one option each. What `options` points to must live until the run is over.
+    /// Each sets one option. `*options` must live until the run is over.
     SystemctlOptsBuilder& SetCmdOpts(const std::vector<std::string>* options);
     SystemctlOptsBuilder& SetCalRunTime(bool calRunTime);
     SystemctlOptsBuilder& SetForceSystem(bool forceSystem);
@@ -36,18 +36,18 @@ private:
 
 class CommandOptionsImp;
 
-/// Options of the enablement family. Movable; a moved-from object ignores its setters.
+/// Options of enable and disable. Movable; a moved-from object ignores its setters.
 class CommandOptions {
 public:
     CommandOptions();                                     ///< no options
-    CommandOptions(CommandOptions&&) noexcept;            ///< takes the options along
-    CommandOptions& operator=(CommandOptions&&) noexcept; ///< takes the options along
+    CommandOptions(CommandOptions&&) noexcept;            ///< moves the options
+    CommandOptions& operator=(CommandOptions&&) noexcept; ///< moves the options
     ~CommandOptions();
 
     CommandOptions& SetRunTime();  ///< `--runtime`: the change lasts until the next boot
     CommandOptions& SetNoReload(); ///< `--no-reload`: the manager does not read its unit files again
 
-    const CommandOptionsImp* GetImp() const; ///< for the library itself; null when moved from
+    const CommandOptionsImp* GetImp() const; ///< for the library only; null if moved from
 
 private:
     std::unique_ptr<CommandOptionsImp> imp_;
@@ -55,13 +55,13 @@ private:
 
 /// Options of an isolation.
 struct IsolateOptions {
-    bool noBlock = false; ///< `--no-block`: systemctl queues the jobs and does not wait for the target
+    bool noBlock = false; ///< `--no-block`: systemctl queues the jobs and does not wait for them
 };
 
-/// Whether an isolation is going on.
+/// Whether an isolation is running.
 struct IsolateState {
-    bool isolating = false; ///< one is going on
-    std::string target;     ///< the one it goes to, at most 63 bytes of its name; empty when there is none
+    bool isolating = false; ///< true if one is running
+    std::string target;     ///< its target, at most 63 bytes of the name; empty if none is running
 };
 
 } // namespace MERO::Systemd

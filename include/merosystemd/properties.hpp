@@ -1,5 +1,5 @@
 /// @file
-/// What systemd says of units.
+/// Properties of units.
 #pragma once
 
 #include <map>
@@ -9,11 +9,11 @@
 
 namespace MERO::Systemd {
 
-/// What systemd says of one unit.
+/// The properties of one unit.
 struct ShownUnit {
-    bool asked = false; ///< false: it could not be asked for the unit; the rest is empty then
-    std::map<std::string, std::string> properties; ///< values by names, Id and Names among them; of several commands,
-                                                   ///< as of ExecStartPre, each is a line
+    bool asked = false;                            ///< false: it could not be queried; `properties` is empty
+    std::map<std::string, std::string> properties; ///< values by names, Id and Names among them; a property with
+                                                   ///< several commands, such as ExecStartPre, has a line for each
 };
 
 } // namespace MERO::Systemd

@@ -16,47 +16,47 @@ namespace MERO::Systemd {
 
 class TextReader;
 
-/// What a running process had used when the object was made, read from /proc; see proc(5) for the files.
+/// A running process's use of resources up to the time when the object was made, read from /proc (see proc(5)).
 ///
-/// Reading the memory sums up /proc/PID/smaps, during which the kernel locks the process' memory map: the process
-/// waits when it maps or unmaps memory meanwhile. Different objects may be used by threads at once.
+/// Reading the memory sums up /proc/PID/smaps; meanwhile the kernel locks the process's memory map, so that the process
+/// has to wait if it maps or unmaps memory. Threads may use different objects at once. Sets no error code.
 class Process {
 public:
-    /// Takes the snapshot. Throws std::exception when a file cannot be read: the process has ended, is the kernel's
-    /// own, or its executable has been deleted.
+    /// Takes the snapshot. Throws std::exception if a file cannot be read: the process has ended, is a kernel thread,
+    /// or its executable has been deleted.
     explicit Process(int pid);
     /** @{ */
-    /// The same snapshot once more.
+    /// Copies the snapshot.
     Process(const Process&) = default;
     Process(const Process&& other) : Process(other) {}
     Process& operator=(const Process&) = default;
     /** @} */
 
-    /// By process ID: two snapshots of one process are equal.
+    /// Compares the process IDs: two snapshots of one process are equal.
     bool operator<(const Process& other) const { return pid_ < other.pid_; }
 
     int PidGet() const { return pid_; } ///< the process ID
 
-    /// The name of the executable's file; of the interpreter "meroscgi", that of the script it runs.
+    /// The file name of the executable; for the interpreter "meroscgi", that of the script it runs.
     std::string NameGet() const { return name_; }
 
-    /// Processor time, of user and kernel, since the process began: seconds.
+    /// User and kernel processor time since the process began, in seconds.
     double CPUTimeGet() const;
 
-    /// Memory in kB, shared pages counted in parts (Pss).
+    /// Memory in kB; shared pages count in proportion (Pss).
     std::uint64_t MemoryPssGet() const { return pss_; }
 
     /// The share of the whole machine's processor time since the snapshot: 0 to 1, all processors together. Reads the
-    /// process again; 0 when it has ended, and when no time has passed, which is logged.
+    /// process again; 0 if it has ended, and if no time has passed, which is logged.
     double CPUUtilizationGet() const;
 
-    /// Bytes per second read from and written to storage since the snapshot. Reads the process again; 0 when it has
+    /// Bytes per second read from and written to storage since the snapshot. Reads the process again; 0 if it has
     /// ended.
     std::pair<double, double> IOUtilizationGet() const;
 
     /** @{ */
-    /// What the snapshot reads, one by one: ticks of sysconf(_SC_CLK_TCK), those of all processors with the idle ones
-    /// included; kB; and bytes. False when it cannot be read.
+    /// The values of a snapshot, one by one: ticks of sysconf(_SC_CLK_TCK); kB; bytes. TotalTickGet() counts all
+    /// processors, idle ticks included. Return false if the value cannot be read.
     static bool NameGet(int pid, std::string& name);
     static bool CPUTickGet(int pid, std::uint64_t& userTicks, std::uint64_t& systemTicks);
     static bool PssGet(int pid, std::uint64_t& pss);
@@ -86,28 +86,29 @@ struct Icon {
     std::string path; ///< of an image file; empty without the key
 };
 
-/// A slice with its processes at the time when the object was made: those that the resource monitor tracks.
+/// A slice with its processes at the time when the object was made: those of the tracked slice of this name.
 class Slice {
 public:
-    /// Takes any unit that has a name or a translated name, and throws std::exception for one that has neither. A unit
-    /// that is no slice, or is not tracked, has no processes; one without an icon's keys has an empty icon.
+    /// Takes any unit that has a name or a translated name; throws std::exception for a unit with neither (0x0700 if it
+    /// has no file). A unit that is no tracked slice has no processes; one without the keys of an icon has an empty
+    /// icon.
     explicit Slice(const std::string& unitName);
     /** @{ */
-    /// The same once more.
+    /// Copies the object.
     Slice(const Slice&) = default;
     Slice(const Slice&& other) : Slice(other) {}
     Slice& operator=(const Slice&) = default;
     /** @} */
 
-    std::string UnitNameGet() const { return unitName_; }         ///< as it was given
-    std::string NameGet() const { return name_; }                 ///< key "Name"; empty without it
-    std::string NameI18nGet() const { return nameI18n_; }         ///< key "NameI18n"; empty without it
-    Icon IconGet() const { return icon_; }                        ///< of the unit
+    std::string UnitNameGet() const { return unitName_; }         ///< as it was passed
+    std::string NameGet() const { return name_; }                 ///< key "Name"; empty without the key
+    std::string NameI18nGet() const { return nameI18n_; }         ///< key "NameI18n"; empty without the key
+    Icon IconGet() const { return icon_; }                        ///< the unit's icon
     std::set<Process> ProcessesGet() const { return processes_; } ///< ordered by process ID
 
-    /// Adds the processes of a slice in the monitor's hierarchy and in the cgroups one level below it. Where systemd's
-    /// slices are accounted (see "Cgroups"), adds those of the slice and of all cgroups below it. Those that end
-    /// meanwhile are left out. False when there is no such slice.
+    /// Adds the processes of a slice in the monitor's hierarchy, and in the cgroups one level below it. If systemd's
+    /// slices are the tracked ones (see "Cgroups"), adds the processes of the slice and of all cgroups below it.
+    /// Processes that end meanwhile are left out. Returns false if there is no such slice.
     static bool ProcessList(const std::string& unitName, std::set<Process>& processes);
 
 private:
@@ -122,35 +123,35 @@ private:
 
 namespace MERO::Systemd {
 
-/// How far the killing of a slice is.
+/// The phases of killing a slice.
 enum class KillPhase {
     StoppingUnits, ///< systemd stops the slice's units
-    Terminating,   ///< SIGTERM goes to what is left
-    Waiting,       ///< for that to end
-    Killing        ///< SIGKILL goes to what has not
+    Terminating,   ///< SIGTERM is sent to the processes that are left
+    Waiting,       ///< waits for their end
+    Killing        ///< SIGKILL is sent to those that have not ended
 };
 
 } // namespace MERO::Systemd
 
 /// @ingroup metadata
-/// The icon of a unit. False (0x0700) when it has no file, and for an empty name (0x0D00).
+/// Gets the icon of a unit. Error codes: 0x0700 if the unit has no file, 0x0D00 for an empty name.
 bool MEROSystemdIconGet(std::string strUnit, MERO::Systemd::Icon& icon);
 
 /// @ingroup cgroups
-/// Appends the slices that the resource monitor tracks; systemd's where those are accounted. False when there are none.
+/// Appends the tracked slices. Returns false if there are none. Leaves the error register as it was.
 bool MEROSystemdSliceList(std::vector<std::string>& slices);
 
 /// @ingroup cgroups
-/// Ends all that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as many
-/// seconds as the slice's key "SliceKillTimeoutSec" says, 10 without it), and sends SIGKILL. Units and processes of
-/// slices below it count. True when nothing runs there any more, and when SIGKILL has been sent, whose effect is not
-/// waited for. A name that is no slice's is an invalid argument (0x0D00). Processes are looked for in systemd's
-/// hierarchy; where it is not mounted, and /proc shows a process in the slice or cannot be read, nothing is done and
-/// the result is false. A slice that holds the calling process is killed as well, after a warning in the log.
+/// Ends everything that runs in a slice: stops its units, sends SIGTERM to what is left, waits until it has ended (as
+/// many seconds as the slice's key "SliceKillTimeoutSec" says, 10 without the key), and sends SIGKILL. Slices below it
+/// are included. Returns true if nothing runs there any more, and if SIGKILL has been sent; it does not wait for the
+/// effect of that. Processes are looked for in systemd's hierarchy. If that is not mounted, and /proc shows a process
+/// in the slice or cannot be read, nothing is done and false is returned. A slice that contains the calling process is
+/// killed too, after a warning in the log. Error codes: 0x0D00 for a name that is no slice's; 0x0E00.
 bool MEROSystemdKillSlice(const std::string& strSlice);
 
 /// @ingroup cgroups
-/// The same; calls `progress`, in this thread, as each phase begins.
+/// The same; calls `progress` in this thread as each phase begins. An exception that it throws is passed on.
 bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(MERO::Systemd::KillPhase)>& progress);
 
 #pragma GCC visibility pop

@@ -3,23 +3,27 @@
 
 /** @mainpage
 
-   libmerosystemd: managing systemd's units from the programs of this operating system.
+   libmerosystemd manages systemd units for the programs of this operating system.
 
-   Every operation that changes or asks units runs /usr/bin/systemctl and waits for it; the operations whose names end
-   in NoBlock queue the job and do not wait until it is done. try-restart and reload first ask systemctl for each unit's
-   job, and during the early boot start, stop and restart do. When the caller is not root, the user's own
-   service manager is meant, and the environment of the user's session is loaded into the process through PAM first.
+   Each action and each query of a unit runs /usr/bin/systemctl and waits for it to exit. Functions whose names end in
+   NoBlock queue the job and do not wait for it. try-restart and reload first ask systemctl for each unit's job; during
+   the early boot, start, stop and restart do too. If the caller is not root, systemctl talks to the user's own service
+   manager, and the environment of the user's session is loaded into the process through PAM first.
 
-   Operations return 1 when they succeeded and 0 when they failed. Why is written to syslog ("FILE:LINE
-   merosystemd: ..."); the error register of merocore/error.h holds the code where one is named below. A null or
-   empty argument is answered with 0 and MLIBC_ERR_INVALID_ARGUMENT (0x0D00), and nothing is run, unless told otherwise.
+   Functions return 1 on success and 0 on failure, and log the cause ("FILE:LINE merosystemd: ..."). The error register
+   (MLIBCErrGet() of merocore/error.h) holds a code after the failures that are listed here and with each function and
+   group. After any other failure, and after success, its content means nothing: no code says that systemctl exited with
+   an error. All functions share these codes:
 
-   Where memory is out they fail. The register tells so (MLIBC_ERR_NO_MEMORY, 0x0200) in some places only: unit actions,
-   enablement, reasons, the two actions with a callback, and whatever was about to run systemctl or to read metadata may
-   leave it as it was.
+   - MLIBC_ERR_INVALID_ARGUMENT (0x0D00): an argument is null or empty. Nothing was run.
+   - MLIBC_ERR_START_PROGRAM (0x0E00): systemctl, or another program, could not be started.
+   - MLIBC_ERR_NO_MEMORY (0x0200): memory ran out. Unit actions, enablement, reasons, the two actions with a callback,
+     and functions that were about to run systemctl or to read metadata may fail for it without the code.
 
-   Unit names may lack their type: ".service" is meant then. All functions may be called from any thread at any
-   time, except that an ordinary user's calls change the process environment (setenv's rules hold). */
+   A unit name without a type means a service: "nfs" is "nfs.service". Texts and lists stay the caller's. Results are
+   pushed onto a list after its items; its pointer is passed by address because growing may move the list. All functions
+   may be called from any thread at any time, but an ordinary user's calls change the process environment (setenv's
+   rules apply). */
 #pragma once
 
 #include <merocore/list.h>
@@ -35,15 +39,16 @@ extern "C" {
 
 /** @defgroup actions Unit actions
 
-   Starts and stops are written to the event log, for the units that have a display name. During the early steps of
-   the boot the service control policy holds: a start of a unit that is about to start, a stop of one that is about
-   to stop, and a restart of one with any job are not carried out and fail.
+   Starts and stops of units with a display name are written to the event log. During the early steps of the boot the
+   service control policy applies: it skips a start of a unit that is about to start, a stop of one that is about to
+   stop, and a restart of one with any job, and the call fails.
 
-   The group forms take a list of units, which must hold no null item (std::logic_error is thrown for one), and run
-   one systemctl for all of them. When they fail, the names of the units that failed are pushed onto `*ppListFailed`,
-   as the caller spelt them; `ppListFailed` and `*ppListFailed` may be NULL. These are the units that systemctl's
-   output names, once for each line that does: it may be none of them, and one twice. They are all units when systemctl
-   could not be run or the policy skipped the command. Where memory is out names may be missing.
+   The group forms take a list of units and run one systemctl for all of them. A null item in the list throws
+   std::logic_error. On failure the units that failed are pushed onto `*ppListFailed`, spelt as the caller spelt them;
+   `ppListFailed` and `*ppListFailed` may be NULL. These are the units that systemctl's output names, once for each line
+   that names one: the list may stay empty, or have a unit twice. If systemctl could not be run, or the policy skipped
+   the command, all units have failed. When memory runs out, names may be missing. An empty list is an invalid argument
+   (0x0D00).
    @{ */
 
 /**
@@ -55,7 +60,8 @@ int MEROCSystemdStartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFa
 int MEROCSystemdStartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
 /** @} */
 
-/** Starts with a job that no later job can replace (`--job-mode=replace-irreversibly`): only cancelling ends it. */
+/** Starts a unit with a job that no later job can replace (`--job-mode=replace-irreversibly`); only cancelling the job
+   ends it. */
 int MEROCSystemdStartIrreversibly(const char* szUnit);
 
 /** @{ */
@@ -67,7 +73,7 @@ int MEROCSystemdStopGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList** pp
 /** @} */
 
 /** @{ */
-/** Stops and starts units; starts those that do not run. */
+/** Stops and starts units. Units that do not run are started. */
 int MEROCSystemdRestart(const char* szUnit);
 int MEROCSystemdRestartNoBlock(const char* szUnit);
 int MEROCSystemdRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
@@ -75,7 +81,7 @@ int MEROCSystemdRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzList**
 /** @} */
 
 /** @{ */
-/** Restarts the units that run. Units that are about to stop are left out; when none is left, that is success. */
+/** Restarts the units that run. Skips units that are about to stop; succeeds if no unit is left. */
 int MEROCSystemdTryRestart(const char* szUnit);
 int MEROCSystemdTryRestartNoBlock(const char* szUnit);
 int MEROCSystemdTryRestartGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
@@ -83,8 +89,8 @@ int MEROCSystemdTryRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBCSzLis
 /** @} */
 
 /** @{ */
-/** Reloads the units' configuration. Every form returns without waiting for the reload to end. Units that are about
-   to stop are left out; when none is left, that is success. */
+/** Reloads the units' configuration. No form waits for the reload to finish. Skips units that are about to stop;
+   succeeds if no unit is left. */
 int MEROCSystemdReload(const char* szUnit);
 int MEROCSystemdReloadNoBlock(const char* szUnit);
 int MEROCSystemdReloadGroup(const MLIBCSzList* pListUnits, MLIBCSzList** ppListFailed);
@@ -103,17 +109,17 @@ int MEROCSystemdReloadOrRestartGroupNoBlock(const MLIBCSzList* pListUnits, MLIBC
 
 /** @defgroup enablement Enablement
 
-   Whether units start at boot. Enable, disable and reenable leave a flag for each unit once systemctl has run, whatever
-   it said; when it could not be run, they leave none. The InGenerator forms work on the unit files alone (as
-   systemctl's `--root` does), for the time before a manager runs. Enable, disable and reenable take the path of a unit
-   file, too, as systemctl does; what ends with "/", "." or ".." is refused (0x0D00). Uninstall takes no path: its names
-   become names of files. The group forms run one systemctl for all units, but mask and unmask one for each. They return
-   0 for a null item.
+   Whether units start at boot. Enable, disable and reenable set a flag file for each unit once systemctl has run,
+   whether it succeeded or not. The InGenerator forms work on the unit files alone (`systemctl --root`), for use before
+   a manager runs. Enable, disable and reenable also take the path of a unit file, as systemctl does; its last part must
+   not be empty, "." or ".." (0x0D00). Uninstall takes no paths (0x0D00): its names become file names. The group forms
+   run one systemctl for all units, except mask and unmask, which run one for each. They return 0 for a null item; an
+   empty list is an invalid argument (0x0D00).
    @{ */
 
 /**
    @{ */
-/** Has units start at boot. */
+/** Makes units start at boot. */
 int MEROCSystemdEnable(const char* szUnit);
 int MEROCSystemdEnableGroup(const MLIBCSzList* pListUnits);
 int MEROCSystemdEnableInGenerator(const char* szUnit);
@@ -121,7 +127,7 @@ int MEROCSystemdEnableGroupInGenerator(const MLIBCSzList* pListUnits);
 /** @} */
 
 /** @{ */
-/** Has units not start at boot. */
+/** Makes units not start at boot. */
 int MEROCSystemdDisable(const char* szUnit);
 int MEROCSystemdDisableGroup(const MLIBCSzList* pListUnits);
 int MEROCSystemdDisableInGenerator(const char* szUnit);
@@ -129,13 +135,13 @@ int MEROCSystemdDisableGroupInGenerator(const MLIBCSzList* pListUnits);
 /** @} */
 
 /** @{ */
-/** Disables units and enables them anew, as their files say now. */
+/** Disables units and enables them again, as their unit files say now. */
 int MEROCSystemdReenable(const char* szUnit);
 int MEROCSystemdReenableGroup(const MLIBCSzList* pListUnits);
 /** @} */
 
 /** @{ */
-/** Keeps units from being started at all; takes that back. The RunTime forms last until the next boot. */
+/** Mask prevents units from being started at all; unmask undoes it. The RunTime forms last until the next boot. */
 int MEROCSystemdMask(const char* szUnit);
 int MEROCSystemdMaskGroup(const MLIBCSzList* pListUnits);
 int MEROCSystemdMaskRunTime(const char* szUnit);
@@ -144,12 +150,13 @@ int MEROCSystemdUnmaskGroup(const MLIBCSzList* pListUnits);
 int MEROCSystemdUnmaskRunTime(const char* szUnit);
 /** @} */
 
-/** Has the manager read all unit files again. */
+/** Makes the manager read all unit files again. */
 int MEROCSystemdDaemonReload(void);
 
 /** @{ */
-/** Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
-   clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed. */
+/** Stops units, disables and unmasks them, removes their unit files, drop-ins, flag files and reasons, and clears their
+   failed state. If they cannot be stopped, disabled or unmasked, nothing is removed. Error code: 0x0F00 if a file
+   cannot be removed. */
 int MEROCSystemdUninstall(const char* szUnit);
 int MEROCSystemdUninstallGroup(const MLIBCSzList* pListUnits);
 /** @} */
@@ -158,127 +165,139 @@ int MEROCSystemdUninstallGroup(const MLIBCSzList* pListUnits);
 
 /** @defgroup reasons Reasons
 
-   A service is held while it has a reason: the name of a cause, chosen by the caller, which must not be empty, hold
-   "/", or be "." or "..". Reasons are gone after a boot. Units that are no services fail (0x0D00). The group forms
-   push the services that failed onto `*ppListFailed`, if there is such a list, and return 0 for a null item. As with
-   unit actions it may be none of them, and one twice.
+   A service is held while it has a reason. A reason is a name that the caller chooses; it must not be empty, contain
+   "/", or be "." or ".." (0x0D00). Reasons do not survive a boot. A unit that is no service fails (0x0D00). The group
+   forms push the services that failed onto `*ppListFailed` unless that is NULL, and return 0 for a null item. As with
+   unit actions, that list may stay empty, or have a service twice. An empty list of services is an invalid argument
+   (0x0D00).
    @{ */
 
 /**
    @{ */
-/** Gives the services the reason, then stops them. The reason stays when the stop fails. In the current dialect, what
-    systemd stops along with them is noted. */
+/** Gives the services the reason, then stops them. The reason stays if the stop fails. In the current dialect, units
+   that systemd stops along with them are recorded. Error codes: 0x0A00 if the reason's file cannot be created; 0x0900,
+   0x0E00 or 0x0F00 if its folder cannot. */
 int MEROCSystemdServiceStopByReason(const char* szReason, const char* szService);
 int MEROCSystemdServiceStopGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
                                          MLIBCSzList** ppListFailed);
 /** @} */
 
 /** @{ */
-/** Takes the reason from the services and starts them, whatever other reasons they have. What stopped along with those
-    that have none left starts too, unless something else that is held has stopped it as well. */
+/** Takes the reason from the services and starts them, whatever other reasons they have. Units that stopped along with
+   a service that has no reason left start too, unless another held service stopped them as well. Error code: 0x3900 if
+   the reason's file cannot be removed. */
 int MEROCSystemdServiceStartByReason(const char* szReason, const char* szService);
 int MEROCSystemdServiceStartGroupByReason(const char* szReason, const MLIBCSzList* pListServices,
                                           MLIBCSzList** ppListFailed);
 /** @} */
 
 /** @{ */
-/** Takes the reason from the services and starts neither them nor what stopped along with them. */
+/** Takes the reason from the services. Starts neither them nor the units that stopped along with them. Error code:
+   0x3900 if the reason's file cannot be removed. */
 int MEROCSystemdServiceReasonRemove(const char* szReason, const char* szService);
 int MEROCSystemdServiceReasonRemoveGroup(const char* szReason, const MLIBCSzList* pListServices,
                                          MLIBCSzList** ppListFailed);
 /** @} */
 
-/** Pushes the service's reasons onto the list, which must exist. 0 with error 0x0900 when they cannot be read. */
+/** Pushes the service's reasons onto the list, which must exist. Error code: 0x0900 if they cannot be read. */
 int MEROCSystemdServiceReasonList(const char* szService, MLIBCSzList** ppListReasons);
 
 /** @} */
 
-/** @defgroup questions Questions
+/** @defgroup queries Queries
 
-   The names ending in System ask the system's manager although the caller is an ordinary user; those ending in
-   InGenerator look at the unit files alone (as systemctl's `--root` does), for the time before a manager runs. States
-   are answered by their numbers in merosystemd/status.h; -1 means that the unit could not be asked, that its state has
-   no number (0x8000), or that the argument is invalid.
+   The functions whose names end in System ask the system's manager even for an ordinary user. Those that end in
+   InGenerator read the unit files alone (`systemctl --root`), for use before a manager runs. Queries of a state return
+   its number in merosystemd/status.h, or -1: the unit could not be queried, its state has no number (error code
+   0x8000), or an argument is invalid.
    @{ */
 
-/** Gets a property of a unit. The texts are gone after the call. `szUnit` is spelt as its caller did; `szProperty` and
-    `szValue` are NULL for a unit that systemd could not be asked for. */
+/** Receives a property of a unit. The texts are valid during the call. `szUnit` is spelt as the caller spelt it;
+   `szProperty` and `szValue` are NULL for a unit that systemd could not be asked about. */
 typedef void (*MEROSystemdPropertyCallback)(const char* szUnit, const char* szProperty, const char* szValue,
                                             void* pData);
 
-/** Several properties of several units, in one question: calls `callback` with `pData` for each property of each unit,
-    in this thread, when all answers are there, in no order that can be relied on. Id and Names come along; a property
-    that systemd does not know is left out. A unit that does not exist has the LoadState "not-found". Patterns,
-    templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name are not
-    asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. Of a value
-    with several lines the first counts; of several commands, as of ExecStartPre, each is a line. 0, with no call, when
-    systemd does not answer, and for a list that is empty or holds NULL. @since 7.1.0 */
+/** Queries several properties of several units at once: calls `callback` with `pData` for each property of each unit,
+   in this thread, after all answers have arrived, in no particular order. Id and Names are always among the properties;
+   a property that systemd does not know is left out. A unit that does not exist has the LoadState "not-found".
+   Patterns, templates ("a@.service"), plain numbers (systemctl takes them for processes) and invalid names are not
+   asked about. If systemd refuses a name, the others are queried again, in at most 16 further runs of systemctl. Only
+   the first line of a value counts, but a property with several commands, such as ExecStartPre, has a line for each.
+   Returns 0, without calling `callback`, if systemd does not answer, and for a list that is empty or holds NULL.
+   @since 7.1.0 */
 int MEROCSystemdShowProperties(const MLIBCSzList* pListUnits, const MLIBCSzList* pListProperties,
                                MEROSystemdPropertyCallback callback, void* pData);
 
-/** A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1. */
+/** Returns a MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1. */
 int MEROCSystemdLoadStatusGet(const char* szUnit);
 
 /** @{ */
-/** A MERO_SYSTEMD_ACTIVE_STATUS or -1. */
+/** Returns a MERO_SYSTEMD_ACTIVE_STATUS or -1. */
 int MEROCSystemdActiveStatusGet(const char* szUnit);
 int MEROCSystemdActiveStatusGetSystem(const char* szUnit);
 /** @} */
 
 /** @{ */
-/** A MERO_SYSTEMD_ENABLE_STATUS or -1, which indirect, generated, transient and alias units have too. */
+/** Returns a MERO_SYSTEMD_ENABLE_STATUS or -1. Indirect, generated, transient and alias units have no number. */
 int MEROCSystemdEnableStatusGet(const char* szUnit);
 int MEROCSystemdEnableStatusGetSystem(const char* szUnit);
 int MEROCSystemdEnableStatusGetInGenerator(const char* szUnit);
 /** @} */
 
-/** Pushes the names of all installed services, without ".service", onto the list, which must exist. */
+/** Pushes the names of all installed services, without ".service", onto the list, which must exist. Error code: 0x0900
+   if a folder of unit files cannot be read. */
 int MEROCSystemdServiceList(MLIBCSzList** ppListServices);
 
-/** The target that the machine boots into. `cbDefaultTarget` counts bytes; a name that does not fit with its NUL gives
-   0 and MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+/** Gets the target that the machine boots into. `cbDefaultTarget` is the size of the buffer in bytes. Error code:
+   MLIBC_ERR_BUFFER_TOO_SMALL (0x0100) if the name and its NUL do not fit. */
 int MEROCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget);
 
 /** @{ */
-/** Has the machine boot into a target. */
+/** Makes the machine boot into a target. */
 int MEROCSystemdDefaultTargetSet(const char* szDefaultTarget);
 int MEROCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget);
 /** @} */
 
-/** Whether systemd has a job for the unit. 0 with error 0x8100, too, when it cannot be asked. */
+/** Returns 1 if systemd has a job for the unit, 0 if it has none. Also 0, with error code 0x8100, if it cannot be
+   asked. */
 int MEROCSystemdIsJobEnqueued(const char* szUnit);
 
 /** @} */
 
 /** @defgroup metadata Unit metadata
 
-   These read one key of the section [X-Tarvix] of the unit's file, found in /usr/local/lib/systemd/system,
-   /usr/lib/systemd/system, /etc/systemd/system or /run/systemd/system, in this order; an instance's key is read from
-   its template. No program is run. They return 0 with MLIBC_ERR_NOT_FOUND (0x0700) when the unit has no file.
+   These functions read a key in the section [X-Tarvix] of the unit's file. The file is looked for in
+   /usr/local/lib/systemd/system, /usr/lib/systemd/system, /etc/systemd/system and /run/systemd/system, in this order;
+   an instance's keys are read from its template. No program is run. They return 1 if the unit has a file, whatever its
+   keys, except as stated below. Otherwise they return 0, with the output untouched.
+
+   Error codes: MLIBC_ERR_NOT_FOUND (0x0700) if the unit has no file; 0x0A00, 0x0B00 or 0x0200 if the file cannot be
+   read for lack of descriptors or memory, or for a disk error.
    @{ */
 
-/** The display name, key "Name". 0 when there is none. `cbName` counts bytes; a name that does not fit with its NUL
-   gives 0 and MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+/** Gets the display name, key "Name". Returns 0 if there is none. `cbName` is the size of the buffer in bytes. Error
+   code: MLIBC_ERR_BUFFER_TOO_SMALL (0x0100) if the name and its NUL do not fit. */
 int MEROCSystemdNameGet(const char* szUnit, char* szName, int cbName);
 
-/** The reference of the translated name, key "NameI18n": section:key or file:section:key. 0 for any other value, and
-   for one that does not fit (0x0100). */
+/** Gets the reference of the translated name, key "NameI18n": section:key or file:section:key. Returns 0 for any other
+   value. `cbNameI18n` is the size of the buffer in bytes. Error code: 0x0100 if the text and its NUL do not fit. */
 int MEROCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, int cbNameI18n);
 
-/** Whether this machine supports the unit: key "SupportKey" names a platform capability; without it, it does. */
+/** Gets whether this machine supports the unit: it does if it has the platform capability that the key "SupportKey"
+   names, or if there is no such key. */
 int MEROCSystemdIsSupportGet(const char* szUnit, bool* pblSupport);
 
-/** Answers from the key "DefaultEnable", as MEROCSystemdIsDefaultEnableGet(): its callers rely on that answer. */
+/** Reads the key "DefaultEnable", like MEROCSystemdIsDefaultEnableGet(): C callers rely on that answer. */
 int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable);
 
-/** Whether the unit is enabled by default: key "DefaultEnable" is "yes". */
+/** Gets whether the unit is enabled by default: key "DefaultEnable" is "yes". */
 int MEROCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable);
 
-/** Whether the information centre shows the unit: key "InfoCenterDisplay" is "yes". The name is spelt as its callers
-   know it. */
+/** Gets whether the information centre shows the unit: key "InfoCenterDisplay" is "yes". Callers know the function by
+   this misspelt name. */
 int MEROCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay);
 
-/** Whether the small-update screen shows the unit: key "NanoUpdateDisplay" is "yes". Spelt as its callers know it. */
+/** Gets whether the small-update screen shows the unit: key "NanoUpdateDisplay" is "yes". Misspelt likewise. */
 int MEROCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay);
 
 /** Pushes the unit's firewall sections, key "FirewallSections", onto the list, which must exist. */
@@ -288,25 +307,28 @@ int MEROCSystemdFirewallSectionsGet(const char* szUnit, MLIBCSzList** ppFirewall
 
 /** @defgroup isolation Isolation
 
-   Isolating switches the machine to a target: systemd stops whatever the target does not want. One isolation goes on
-   at a time, on the whole machine, and none while a volume is being unmounted. Isolating blocks for the whole isolation
-   and then until the services that it stops have stopped, five minutes at most. Before, it waits up to two minutes for
-   another operation on the whole machine (another isolation, a target action) and up to ten for volume unmounts; when
-   that is not enough it fails (0x1100), and nothing has happened.
+   Isolating switches the machine to a target: systemd stops every unit that the target does not need. Only one
+   isolation runs at a time on the whole machine, and none while a volume is being unmounted. The call blocks for the
+   whole isolation, and then until the services that it stops have stopped, at most five minutes. Before that it waits
+   up to two minutes for another operation on the whole machine (an isolation, a target action) and up to ten minutes
+   for unmounts.
+
+   Error codes: 0x1100 if the other operations were not over in time, and nothing has been done; 0x0900, 0x0A00 or
+   0x0F00 if the files in /run/merosystemd cannot be made; 0x1000 if no process could be forked.
    @{ */
 
-/** Isolates to "default.target". */
+/** Isolates the machine to "default.target". */
 int MEROCSystemdIsolateToDefaultTarget(void);
 
-/** Whether an isolation is going on, and where to (the first 63 bytes of the target's name). 0 when that cannot be
-   told: its state cannot be read, or its process was killed and has left the state behind; `*pState` is untouched. It
-   does not wait. NULL is answered with 0 and a line in the log, and leaves the register as it was. */
+/** Gets whether an isolation is running, and its target (the first 63 bytes of the name). Does not wait. Returns 0,
+   with `*pState` untouched, if the state cannot be read (0x0A00, 0x0B00 or 0x0700), or if the isolating process was
+   killed and its state remains (no code). For NULL it logs a line, returns 0 and leaves the register as it was. */
 int MEROCSystemdIsolateStateGet(MERO_SYSTEMD_ISOLATE_STATE* pState);
 
-/** Isolates to a target, calls `action` there with `data`, in this thread, and isolates to "default.target", whatever
-   came of it, be it the end of the thread (pthread_cancel, pthread_exit). 1 when both isolations succeeded and the
-   action returned true. The action is not called when the first isolation failed, and must start no other operation on
-   the whole machine. */
+/** Isolates the machine to a target, calls `action` with `data` in this thread, and isolates to "default.target" even
+   if the action fails or ends the thread (pthread_cancel, pthread_exit). Returns 1 if both isolations succeeded and the
+   action returned true; the machine stays in the target if the second one fails. The action is not called if the first
+   isolation failed. It must not start another operation on the whole machine. */
 int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data);
 
 /** @} */
@@ -314,38 +336,43 @@ int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* d
 /** @defgroup volumes Volumes
 
    A volume is named by its mount path, which begins with "/" and does not end with it. Units and packages register the
-   volumes that they use, in a file each that survives boots; a file is replaced whole, and is on the disk when the call
-   succeeds. One process writes at a time, and none waits for another: failure then, at once, and MLIBC_ERR_LOCK_BUSY
-   (0x1100). Names that are empty, hold "/", or are "." or "..", and what is no volume, are invalid arguments (0x0D00).
+   volumes that they use, each in a file of its own, which survives boots. A file is replaced whole, and is on the disk
+   when the call succeeds. Only one process can write at a time; another one fails at once.
+
+   Error codes: 0x0D00 for a path that is no volume, and for a unit's or package's name that contains "/", or is "." or
+   ".."; MLIBC_ERR_LOCK_BUSY (0x1100) if another process is writing; 0x0A00 if the lock file cannot be opened; 0x0900,
+   0x0E00 or 0x0F00 if a folder cannot be made. A register that cannot be read or written sets no code.
    @{ */
 
-/** Registers a volume. One that is registered already is fine. */
+/** Registers a volume. Succeeds if it is registered already. */
 int MEROCSystemdVolumeRegister(const char* szUnit, const char* szVolume);
 
 /** @{ */
-/** Takes a volume away. 0, too, when nothing was ever registered by a unit on this machine, or by this package. */
+/** Removes a volume. Also returns 0 if no unit of this machine, or not this package, has ever registered one. */
 int MEROCSystemdVolumeUnregister(const char* szUnit, const char* szVolume);
 int MEROCSystemdPackageVolumeUnregister(const char* szPackage, const char* szVolume);
 /** @} */
 
-/** Registers a volume of a package, which must be installed: `/var/packages/<package>`. */
+/** Registers a volume of a package, which must be installed. Error code: 0x0900 if /var/packages/PACKAGE is missing. */
 int MEROCSystemdPackageVolumeRegister(const char* szPackage, const char* szVolume);
 
-/** Which volumes a unit needs. 0 with error 0x0700 when it has no file; `*pDependency` is untouched then. */
+/** Gets which volumes a unit needs. Returns 0, with `*pDependency` untouched and error code 0x0700, if the unit has no
+   file. */
 int MEROCSystemdVolumeDependencyGet(const char* szUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY* pDependency);
 
 /** Pushes the services whose processes use files at or below the mount path onto the list, which must exist. An empty
-   path is not refused: every service that has a file open is below it. */
+   path is not refused: it matches every service that has a file open. Error code: 0x0900 if /proc cannot be opened. */
 int MEROCSystemdServiceListByMntPath(const char* szMntPath, MLIBCSzList** ppListServices);
 
 /** @{ */
-/** Stops the services that use the volumes, calls `action`, which unmounts them, with `data`, and starts the services
-   again, whatever came of it, be it the end of the thread (pthread_cancel, pthread_exit). 1 when all of that succeeded
-   and the action returned true. The services are those that run and by their key "VolumeDependency" need all volumes,
-   or some of which one of these is registered (of pkgctl-PACKAGE.service the package's register counts, of other units
-   their own), and those whose processes use files there. The action must call neither an isolation nor another unmount
-   action, and is not called when the services cannot be found or stopped. The calls may wait for an hour for other
-   unmount actions and for isolations. A null item in the list gives 0. */
+/** Stops the services that use the volumes, calls `action` with `data`, which unmounts them, and starts the services
+   again even if the action fails or ends the thread (pthread_cancel, pthread_exit). Returns 1 if all of that succeeded
+   and the action returned true. The services are the running ones that need all volumes (key "VolumeDependency"), or
+   some volumes and have registered one of these (for pkgctl-PACKAGE.service the package's register counts, for other
+   units their own), and those whose processes use files there. The action must not start an isolation or another
+   unmount action. It is not called if the services cannot be found or stopped. The calls may wait an hour for other
+   unmount actions, and another for isolations. A null item in the list gives 0. Error codes: 0x1100 if those were not
+   over after that time, and nothing has been done; 0x0900 if a folder of unit files cannot be read. */
 int MEROCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void* data), void* data);
 int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (*action)(void* data), void* data);
 /** @} */
@@ -354,34 +381,37 @@ int MEROCSystemdVolumeGroupUnmountAction(const MLIBCSzList* pListVolumes, bool (
 
 /** @defgroup cgroups Cgroups
 
-   Two hierarchies matter: systemd's (name=systemd, at /sys/fs/cgroup/systemd) and that of the resource monitor
-   (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends with ".slice" and holds no "/" (0x0D00). What
-   moves the calling process moves all its threads, whichever thread calls it; its children stay where they are. When it
-   fails, some of the threads may have been moved.
+   There are two hierarchies: systemd's (name=systemd, at /sys/fs/cgroup/systemd) and the resource monitor's
+   (name=meromonitor, at /sys/fs/cgroup/meromonitor). A slice's name ends in ".slice" and does not contain "/". A move
+   takes all threads of the calling process along, whichever thread calls, but not its children. If it fails, some of
+   the threads may have been moved.
 
-   Where /sys/fs/cgroup is the hierarchy of cgroup version 2, and the dialect is the current one, that hierarchy is
-   systemd's. No process can be written into its slices: systemd moves the calling process into a new transient scope of
-   the slice (StartTransientUnit, called by /usr/bin/busctl; see org.freedesktop.systemd1(5)), which ends with its last
-   process. The monitor's hierarchy may be mounted in it, at the same path. Where it is not, the slices of systemd are
-   the ones that are accounted, and a move into the monitor's hierarchy fails.
+   If /sys/fs/cgroup is a cgroup version 2 hierarchy and the dialect is the current one, that hierarchy is systemd's.
+   Processes cannot be written into its slices: systemd moves the calling process into a new transient scope of the
+   slice (StartTransientUnit, called through /usr/bin/busctl; see org.freedesktop.systemd1(5)). The scope ends with its
+   last process. The monitor's hierarchy may be mounted inside, at the same path. If it is not, systemd's slices are the
+   tracked ones, and a move into the monitor's hierarchy fails.
+
+   Error codes: 0x0D00 for a name that is no slice's; 0x0900 if the slice does not exist on cgroup version 2. Other
+   moves that fail set no code.
    @{ */
 
-/** The slice that the calling process is accounted to. `cbSlice` counts bytes; a name that does not fit with its NUL
-   gives 0 and MLIBC_ERR_BUFFER_TOO_SMALL (0x0100). */
+/** Gets the tracked slice that the calling process is in. `cbSlice` is the size of the buffer in bytes. Error code:
+   MLIBC_ERR_BUFFER_TOO_SMALL (0x0100) if the name and its NUL do not fit. */
 int MEROCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
 
 /** Moves the calling process into a slice of the resource monitor's hierarchy. */
 int MEROCSystemdCgroupMonitorSliceMove(const char* szSlice);
 
-/** Moves the calling process into a slice of systemd's hierarchy, and then of the monitor's, if that is mounted or
-   cgroups are of version 1. */
+/** Moves the calling process into a slice in systemd's hierarchy, and then into the monitor's slice of that name, if
+   the monitor's hierarchy is mounted or cgroups are of version 1. */
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice);
 
-/** Pushes the slices that the resource monitor tracks onto the list, which must exist. 0 when there are none. */
+/** Pushes the tracked slices onto the list, which must exist. Returns 0 if there are none. */
 int MEROCSystemdSliceList(MLIBCSzList** ppListSlices);
 
-/** Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. On
-   cgroup version 2 it moves into a scope of system.slice. The unit still ends its main process. */
+/** Moves the calling process to the root cgroup in systemd's hierarchy, or on cgroup version 2 into a scope of
+   system.slice, so that it outlives the unit that started it. The main process of a unit still ends with it. */
 int MEROCSystemdRunAsSystemProcess(void);
 
 /** @} */

@@ -1,13 +1,14 @@
 /// @file
-/// The string-object interface.
+/// The C++ interface.
 ///
-/// merosystemd/systemd.h tells what the operations have in common, in sections of the same names: which manager they
-/// talk to, how failures are told, and what threads may do. Here operations return true when they succeeded. No
-/// exceptions leave them but those that are named below, and std::bad_alloc where memory is out, which many answer with
-/// false instead; locks, descriptors and children do not stay behind.
+/// merosystemd/systemd.h describes what the functions have in common, in sections of the same names: the manager that
+/// they talk to, the error register, the threads. Unless stated otherwise, the functions here return true on success
+/// and false on failure, and set the same error codes as their C forms. No exceptions leave them but those that are
+/// named below, and std::bad_alloc when memory runs out; many return false for that instead. No lock, descriptor or
+/// child process is leaked then.
 ///
-/// A list of what failed is appended to, never cleared. It may be the list of the units, or of the options, too: what
-/// failed is appended to it when all is done.
+/// Lists of what failed are appended to, never cleared. Such a list may be the same object as the list of the units or
+/// of the options: it is appended to at the end.
 #pragma once
 
 #include <merosystemd/job.hpp>
@@ -29,43 +30,44 @@
 /// @defgroup systemctl Running systemctl
 /// @{
 
-/// Judges a run of systemctl: its exit code (0 to 255; 0 too when a signal ended it, 255 when its wait status was
-/// lost), and every line that it printed on either output in the order of arrival, with its newline.
+/// Decides whether a run of systemctl succeeded. `exitCode` is 0 to 255: 0 also if a signal ended systemctl, 255 if its
+/// wait status was lost. `lines` are the lines that it printed on both outputs in the order of arrival, each with its
+/// newline.
 using SystemctlCallback = std::function<bool(int exitCode, const std::vector<std::string>& lines)>;
 
-/// Sees what systemctl answered to an action: exit code and lines, as SystemctlCallback gets them.
+/// Receives what systemctl answered to an action: exit code and lines, as SystemctlCallback gets them.
 ///
-/// It is called in the calling thread, once for each systemctl that carries out the action, after the log lines of that
-/// run are written and its units are on the failed list. It does not see questions that are asked on the way, nor what
-/// the service control policy skipped. Log, commands and results are the same without it. It must not throw, and may be
-/// empty. The forms that take one end with "Observed". @since 7.1.0
+/// It is called in the calling thread, once for each systemctl that carries out the action, after the library has
+/// written the log lines of that run and appended its failed units. It is not called for queries on the way, nor for a
+/// command that the service control policy skipped. The log, the commands and the results are the same without it. It
+/// must not throw, and may be empty. The forms that take one end in "Observed". @since 7.1.0
 using SystemctlObserver = std::function<void(int exitCode, const std::vector<std::string>& lines)>;
 
-/// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` says of it.
+/// Runs `systemctl VERB [--user] [OPTIONS] [--no-block] [UNITS]` and returns what `callback` returns.
 ///
-/// `--` stands before the units when one of them begins with "-", unless `opts.cmdOpts` is null: without options
-/// apart, these may stand among the units.
-/// `--user` is there when the caller is not root and `opts.forceSystem` is false; `--no-block` when the service control
-/// policy wants it. try-restart and reload leave out the units that are about to stop; when none is left, nothing is
-/// run and `callback` gets (0, no lines).
-/// Throws std::exception when the policy skips the command, or systemctl cannot be started or its output not be read
-/// (all are logged; `callback` is not called then), std::bad_function_call for an empty `callback`, and what `callback`
-/// throws.
+/// `--user` is added if the caller is not root and `opts.forceSystem` is false, `--no-block` if the service control
+/// policy asks for it. If a unit's name begins with "-", `--` is put before the units, unless `opts.cmdOpts` is null: a
+/// caller that passes no options may have some among the units. try-restart and reload leave out the units that are
+/// about to stop; if none is left, nothing is run and `callback` gets (0, no lines).
+///
+/// Throws std::exception if the policy skips the command, systemctl cannot be started (0x0E00) or its output cannot be
+/// read; each is logged, and `callback` is not called. Throws std::bad_function_call for an empty `callback`, after the
+/// run. Exceptions of `callback` are passed on.
 bool MEROSystemdSystemctlUltron(const std::string& verb, const MERO::Systemd::SystemctlOpts& opts,
                                 const std::vector<std::string>& units, SystemctlCallback&& callback);
 
 /** @{ */
-/// MEROSystemdSystemctlUltron() with nothing but options, or with none.
+/// MEROSystemdSystemctlUltron() with options only, or with none.
 bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& options,
                           const std::vector<std::string>& units, SystemctlCallback&& callback);
 bool MEROSystemdSystemctl(const std::string& verb, const std::vector<std::string>& units, SystemctlCallback&& callback);
 /** @} */
 
 /// Opens a PAM session of the service "systemd-user" for the calling user and puts its variables into the process
-/// environment, so that `systemctl --user` finds the user's manager. Nothing happens for root. Failures are logged.
-/// The session is never closed, and the variables' texts are never freed. Other threads must not use the environment
-/// meanwhile. Where PAM's configuration has pam_loginuid, as Debian's does, only the process' first thread can open the
-/// session: an ordinary user's program calls it, or the first operation, there.
+/// environment, so that `systemctl --user` finds the user's manager. Does nothing for root. Failures are logged; the
+/// error register means nothing. The session is never closed, and the variables are never freed. Other threads must not
+/// use the environment meanwhile. If PAM's configuration has pam_loginuid, as Debian's has, only the first thread of
+/// the process can open the session: an ordinary user's program calls this, or its first operation, there.
 void MEROSystemdPutEnvByPAMSystemd();
 
 /// @}
@@ -73,9 +75,8 @@ void MEROSystemdPutEnvByPAMSystemd();
 // ---- Unit actions --------------------------------------------------------------------------------------------------
 /// @addtogroup actions
 ///
-/// The list forms are those that C calls group forms, with `failed` in the place of `*ppListFailed`: it may stay
-/// as it was when the operation failed. An empty list is an invalid argument (0x0D00). `options` are systemctl's,
-/// placed after the verb.
+/// The list forms are the group forms of C, with `failed` in the place of `*ppListFailed`. An empty list is an invalid
+/// argument (0x0D00). `options` are systemctl's, and follow the verb.
 /// @{
 
 /**
@@ -91,7 +92,7 @@ bool MEROSystemdStartNoBlock(const std::string& strUnit);
 bool MEROSystemdStartNoBlock(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 /** @} */
 
-/// Starts with a job that no later job can replace.
+/// Starts a unit with a job that no later job can replace; only cancelling the job ends it.
 bool MEROSystemdStartIrreversibly(const std::string& strUnit);
 
 /** @{ */
@@ -107,7 +108,7 @@ bool MEROSystemdStopNoBlock(const std::vector<std::string>& vecUnits, std::vecto
 /** @} */
 
 /** @{ */
-/// Stops and starts units; starts those that do not run.
+/// Stops and starts units. Units that do not run are started.
 bool MEROSystemdRestart(const std::string& strUnit);
 bool MEROSystemdRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
@@ -119,7 +120,7 @@ bool MEROSystemdRestartNoBlock(const std::vector<std::string>& vecUnits, std::ve
 /** @} */
 
 /** @{ */
-/// Restarts the units that run, those that are about to stop left out.
+/// Restarts the units that run. Skips units that are about to stop; succeeds if no unit is left.
 bool MEROSystemdTryRestart(const std::string& strUnit);
 bool MEROSystemdTryRestart(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdTryRestartWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
@@ -131,7 +132,8 @@ bool MEROSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits, std:
 /** @} */
 
 /** @{ */
-/// Reloads, those units left out that are about to stop. No form waits for the reload to end.
+/// Reloads the units' configuration. No form waits for the reload to finish. Skips units that are about to stop;
+/// succeeds if no unit is left.
 bool MEROSystemdReload(const std::string& strUnit);
 bool MEROSystemdReload(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReloadWithOptions(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
@@ -160,14 +162,14 @@ bool MEROSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits,
 // ---- Enablement ----------------------------------------------------------------------------------------------------
 /// @addtogroup enablement
 ///
-/// When enable, disable and reenable fail, all units are appended to `failed`; mask and unmask append those that
-/// failed. An empty list is an invalid argument (0x0D00). A list in which a name is refused (0x0D00) fails with all of
-/// its units, and nothing has been touched.
+/// If enable, disable or reenable fails, all units are appended to `failed`; mask and unmask append the units that
+/// failed. An empty list is an invalid argument (0x0D00). If one name in a list is refused (0x0D00), all of its units
+/// have failed, and nothing was touched.
 /// @{
 
 /**
    @{ */
-/// Has units start at boot. The Internal form takes options of systemctl.
+/// Makes units start at boot. The Internal form takes systemctl's options.
 bool MEROSystemdEnable(const std::string& strUnit);
 bool MEROSystemdEnable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
@@ -181,7 +183,7 @@ bool MEROSystemdEnableInGenerator(const std::vector<std::string>& vecUnits, std:
 /** @} */
 
 /** @{ */
-/// Has units not start at boot. The Internal form takes options of systemctl.
+/// Makes units not start at boot. The Internal form takes systemctl's options.
 bool MEROSystemdDisable(const std::string& strUnit);
 bool MEROSystemdDisable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
@@ -195,7 +197,7 @@ bool MEROSystemdDisableInGenerator(const std::vector<std::string>& vecUnits, std
 /** @} */
 
 /** @{ */
-/// Disables units and enables them anew, as their files say now.
+/// Disables units and enables them again, as their unit files say now.
 bool MEROSystemdReenable(const std::string& strUnit);
 bool MEROSystemdReenable(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdReenableObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
@@ -203,8 +205,8 @@ bool MEROSystemdReenableObserved(const std::vector<std::string>& vecUnits, std::
 /** @} */
 
 /** @{ */
-/// Keeps units from being started at all; takes that back. The RunTime forms last until the next boot. `options` are
-/// systemctl's.
+/// Mask prevents units from being started at all; unmask undoes it. The RunTime forms last until the next boot.
+/// `options` are systemctl's.
 bool MEROSystemdMask(const std::string& strUnit);
 bool MEROSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdMaskObserved(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
@@ -218,23 +220,24 @@ bool MEROSystemdUnmaskRunTime(const std::string& strUnit);
 /** @} */
 
 /** @{ */
-/// Clears the failed state. Appends the units that systemctl named as failing: those that are not loaded, say.
+/// Clears the failed state of units. Appends the units that systemctl named as failing, such as units that are not
+/// loaded.
 bool MEROSystemdResetFailed(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
 bool MEROSystemdResetFailedObserved(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
                                     const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
-/// Has the manager read all unit files again.
+/// Makes the manager read all unit files again.
 bool MEROSystemdDaemonReload();
 bool MEROSystemdDaemonReloadObserved(const SystemctlObserver& observer);
 /** @} */
 
 /** @{ */
-/// Stops units, disables and unmasks them, removes their unit files and drop-ins, their flags and their reasons, and
-/// clears their failed state. When they cannot be stopped, disabled or unmasked, nothing is removed and all of them are
-/// failed; a file that cannot be removed, or that is a folder, fails its unit alone. A unit that is in `failed` already
-/// is not appended again. An observer sees the stop, each step of disabling and unmasking, and the reloads; not the
+/// Stops units, disables and unmasks them, removes their unit files, drop-ins, flag files and reasons, and clears their
+/// failed state. If they cannot be stopped, disabled or unmasked, nothing is removed and all units have failed. A file
+/// that cannot be removed (0x0F00), or that is a folder, fails its unit alone. A unit that is in `failed` already is
+/// not appended again. An observer sees the stop, each step of disabling and unmasking, and the reloads; not the
 /// clearing of failed states, which fails for every unit that is gone.
 bool MEROSystemdUninstall(const std::string& strUnit);
 bool MEROSystemdUninstall(const std::vector<std::string>& vecUnits, std::vector<std::string>& failed);
@@ -248,20 +251,20 @@ bool MEROSystemdUninstallObserved(const std::vector<std::string>& vecUnits, std:
 /// @addtogroup reasons
 ///
 /// A reason is an empty file, `/run/merosystemd/reasons/<service>/<reason>`. An empty list is an invalid argument
-/// (0x0D00). A unit that is no service, or whose name holds "/", is failed (0x0D00), and the others go on; `vecFailed`
-/// may stay as it was when the operation failed, and get a service twice. Whether a held service can be started by
-/// others is for a drop-in of its unit to say: see MERO::Systemd::LinkMeroReason(). The manager reads its unit files
-/// again when one of the services got its first reason or lost its last.
+/// (0x0D00). A unit that is no service, or whose name contains "/", fails (0x0D00), and the others go on. On failure
+/// `vecFailed` may stay as it was, or get a service twice. A drop-in of the unit decides whether others can start a
+/// held service: see MERO::Systemd::LinkMeroReason(). The manager reads its unit files again when one of the services
+/// got its first reason or lost its last.
 ///
-/// Where systemctl speaks the current dialect, what systemd stops along with the services (units that require them,
-/// say) is noted before the stop, and starts when the last reason of the last service that stopped it is released,
-/// unless a reason holds it too. What does not start then is logged, and no failure.
+/// In the current dialect, the units that systemd stops along with the services (units that require them, for example)
+/// are recorded before the stop. They start when the last reason of the last service that stopped them is removed,
+/// unless they are held themselves. A unit that does not start then is logged, and is no failure.
 /// @{
 
 /**
    @{ */
-/// Gives the services the reason, then stops them. The reason stays when the stop fails. False, too, with no service
-/// failed, when the manager did not read its unit files again. An observer sees the stop and the reload.
+/// Gives the services the reason, then stops them. The reason stays if the stop fails. Also returns false, with no
+/// service in `vecFailed`, if the manager did not read its unit files again. An observer sees the stop and the reload.
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStopByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
@@ -270,10 +273,10 @@ bool MEROSystemdServiceStopByReasonObserved(const std::string& strReason, const 
 /** @} */
 
 /** @{ */
-/// Takes the reason from the services (one that does not have it is fine), clears their failed state and starts them,
-/// whatever other reasons they have. Those that have none left bring back what stopped along with them; then a process
-/// watches for the end of the caller, and goes on if it is killed. An observer sees the start and the reload, in this
-/// process only.
+/// Takes the reason from the services (not having it is no failure), clears their failed state and starts them,
+/// whatever other reasons they have. Then starts the units that stopped along with services that have no reason left;
+/// if there may be any, a watcher does the rest should the caller be killed meanwhile. An observer sees the start and
+/// the reload, in this process only.
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceStartByReason(const std::string& strReason, const std::vector<std::string>& vecServices,
                                      std::vector<std::string>& vecFailed);
@@ -282,31 +285,34 @@ bool MEROSystemdServiceStartByReasonObserved(const std::string& strReason, const
 /** @} */
 
 /** @{ */
-/// Takes the reason from the services and clears their failed state, and does not start them, nor what stopped along
-/// with them.
+/// Takes the reason from the services and clears their failed state. Starts neither them nor the units that stopped
+/// along with them.
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService);
 bool MEROSystemdServiceReasonRemove(const std::string& strReason, const std::vector<std::string>& vecServices,
                                     std::vector<std::string>& vecFailed);
 /** @} */
 
-/// Appends the service's reasons. False (0x0900) when they cannot be read.
+/// Appends the service's reasons. Error code: 0x0900 if they cannot be read.
 bool MEROSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons);
 
 namespace MERO::Systemd {
 
-/// Whether the service has a reason whose name does not begin with ".". True, too, when that cannot be read.
+/// Returns whether the service has a reason whose name does not begin with "."; true also if that cannot be read.
+/// Leaves the error register as it was.
 bool CheckServiceHasReason(const std::string& service);
 
-/// Appends all services that have a reason, in no order. False (0x0900) when they cannot be read.
+/// Appends all services that have such a reason, in no particular order. Error code: 0x0900 if they cannot be read.
 bool ListServicesWithReason(std::vector<std::string>& services);
 
-/// Removes one reason's files: appends a service to `removed` when it does not have the reason now, otherwise to
-/// `failed` (0x0D00: no service, or no reason's name; 0x3900: the file cannot be removed). Nothing is started.
+/// Removes one reason's files. Appends a service to `removed` if it does not have the reason afterwards, otherwise to
+/// `failed` (0x0D00: not a service, or an invalid reason; 0x3900: the file cannot be removed). Starts nothing.
 bool UnlinkReasons(const std::string& reason, const std::vector<std::string>& services,
                    std::vector<std::string>& removed, std::vector<std::string>& failed);
 
 /// Makes the folder `dropInDir`, which ends with "/", and in it "mero-reason.conf", a hard link to the drop-in
-/// `sourceFile`. What keeps a held service from starting stands in that file: a condition on its reasons' folder, say.
+/// `sourceFile`. That drop-in keeps a held service from starting, with a condition on its folder of reasons for
+/// example. Error codes: 0x0900, 0x0E00 or 0x0F00 if the folder cannot be made, 0x0D00 if a symbolic link on the way to
+/// it lies in a folder that others can write; none if the link cannot be made, as when it exists.
 bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile);
 
 } // namespace MERO::Systemd
@@ -317,39 +323,41 @@ bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
 /// @defgroup jobs Jobs
 /// @{
 
-/// Adds systemd's queued jobs to `jobs`, by their numbers. A line of systemctl's that cannot be read is logged and
-/// left out. False when systemctl could not be run or failed.
+/// Adds systemd's queued jobs to `jobs`, by their numbers. A line that cannot be parsed is logged and left out. Returns
+/// false if systemctl could not be run (0x0E00) or failed.
 bool MEROSystemdIntJobList(std::map<std::uint32_t, MERO::Systemd::JobInfo>& jobs);
 
-/// The queued job of a unit. False when it has none, and when it could not be asked, which is logged.
+/// Gets the queued job of a unit. Returns false if it has none, and if it could not be asked for, which is logged. A
+/// type or state that is Unknown is not written: pass a new `info`.
 bool MEROSystemdIntJobGet(const std::string& strUnit, MERO::Systemd::JobInfo& info);
 
 /// @}
 
-// ---- Questions -----------------------------------------------------------------------------------------------------
-/// @addtogroup questions
+// ---- Queries -------------------------------------------------------------------------------------------------------
+/// @addtogroup queries
 /// @{
 
 /**
    @{ */
-/// The value of a unit's property, trimmed. Of several lines only the first counts. False, with `value` untouched,
-/// when it cannot be asked; a property that systemd does not know prints no line, and is such a one.
+/// Gets the value of a unit's property, without blanks around it; only its first line counts. Returns false, with
+/// `value` untouched, if the unit cannot be queried, or systemctl prints nothing, as for a property that systemd does
+/// not know.
 bool MEROSystemdShow(const std::string& strUnit, const std::string& strProperty, std::string& value);
 bool MEROSystemdShowSystem(const std::string& strUnit, const std::string& strProperty, std::string& value);
 /** @} */
 
 /** @{ */
-/// Several properties of several units, in one question: replaces `units` by what systemd says of each unit, by the
-/// name that the caller spelt. A property that systemd does not know is missing; Id and Names are always there. A unit
-/// that does not exist has the LoadState "not-found".
+/// Queries several properties of several units at once: replaces `units` by what systemd says about each unit, by the
+/// name that the caller spelt. Id and Names are always among the properties; a property that systemd does not know is
+/// left out. A unit that does not exist has the LoadState "not-found".
 ///
-/// Patterns, templates ("a@.service"), plain numbers (systemctl takes them for processes) and what is no unit's name
-/// are not asked for. When systemd refuses a name, the others are asked for again, in at most 16 further questions. A
-/// unit that could not be asked for is in `units`, with `asked` false. Of a value with several lines the first counts;
-/// of several commands, as of ExecStartPre, each is a line.
+/// Patterns, templates ("a@.service"), plain numbers (systemctl takes them for processes) and invalid names are not
+/// asked about. If systemd refuses a name, the others are queried again, in at most 16 further runs of systemctl. A
+/// unit that could not be queried is in `units` with `asked` false. Only the first line of a value counts, but a
+/// property with several commands, such as ExecStartPre, has a line for each.
 ///
-/// False, with `units` untouched, when systemd does not answer. The System form asks the system's manager for an
-/// ordinary user, too. @since 7.1.0
+/// Returns false, with `units` untouched, if systemd does not answer, and for an empty list (0x0D00). The System form
+/// asks the system's manager even for an ordinary user. @since 7.1.0
 bool MEROSystemdShowProperties(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecProperties,
                                std::map<std::string, MERO::Systemd::ShownUnit>& units);
 bool MEROSystemdShowPropertiesSystem(const std::vector<std::string>& vecUnits,
@@ -357,36 +365,36 @@ bool MEROSystemdShowPropertiesSystem(const std::vector<std::string>& vecUnits,
                                      std::map<std::string, MERO::Systemd::ShownUnit>& units);
 /** @} */
 
-/// A MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
+/// Returns a MERO_SYSTEMD_LOAD_STATUS or -1. A unit that does not exist is "not found", not -1.
 int MEROSystemdLoadStatusGet(const std::string& strUnit);
 
 /** @{ */
-/// A MERO_SYSTEMD_ACTIVE_STATUS or -1.
+/// Returns a MERO_SYSTEMD_ACTIVE_STATUS or -1.
 int MEROSystemdActiveStatusGet(const std::string& strUnit);
 int MEROSystemdActiveStatusGetSystem(const std::string& strUnit);
 /** @} */
 
 /** @{ */
-/// A MERO_SYSTEMD_ENABLE_STATUS or -1, which indirect, generated, transient and alias units have too. `options` are
-/// systemctl's.
+/// Returns a MERO_SYSTEMD_ENABLE_STATUS or -1. Indirect, generated, transient and alias units have no number. `options`
+/// are systemctl's.
 int MEROSystemdEnableStatusGet(const std::string& strUnit);
 int MEROSystemdEnableStatusGetWithOptions(const std::vector<std::string>& options, const std::string& strUnit);
 int MEROSystemdEnableStatusGetSystem(const std::string& strUnit);
 int MEROSystemdEnableStatusGetInGenerator(const std::string& strUnit);
 /** @} */
 
-/// Appends the names of all installed unit files, or of those of one type ("service", "mount" ...; another word is an
-/// invalid argument), by type and then by name. In the current dialect they are read from the folders that the manager
-/// names (its property UnitPath), which takes milliseconds; where it names none, and in the classic dialect, `systemctl
-/// list-unit-files` is run, which takes seconds for 1,000 of them. False, with `units` untouched, when that fails; with
-/// 0x0900 when one of the folders cannot be read, for another reason than that it is missing or closed to the caller.
+/// Appends the names of all installed unit files, or of those of one type ("service", "mount" ...; any other word is an
+/// invalid argument, 0x0D00), sorted by type and then by name. In the current dialect they are read from the folders
+/// that the manager names (its property UnitPath), which takes milliseconds. If it names none, and in the classic
+/// dialect, `systemctl list-unit-files` is run, which takes seconds for 1,000 files. On failure `units` is untouched.
+/// Error code: 0x0900 if a folder cannot be read; a folder that is missing or closed to the caller is skipped.
 bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType);
 
-/// Appends the names of all installed services, without ".service".
+/// Appends the names of all installed services, without ".service". Fails as MEROSystemdListUnits() does.
 bool MEROSystemdServiceList(std::vector<std::string>& services);
 
 /** @{ */
-/// The target that the machine boots into; has it boot into another one. `options` are systemctl's.
+/// Gets the target that the machine boots into; makes it boot into another one. `options` are systemctl's.
 bool MEROSystemdDefaultTargetGet(std::string& defaultTarget);
 bool MEROSystemdDefaultTargetSet(const std::string& strDefaultTarget);
 bool MEROSystemdDefaultTargetSetObserved(const std::string& strDefaultTarget, const SystemctlObserver& observer);
@@ -394,7 +402,7 @@ bool MEROSystemdDefaultTargetSetInGenerator(const std::string& strDefaultTarget)
 bool MEROSystemdIntDefaultTargetSet(const std::vector<std::string>& options, const std::string& strDefaultTarget);
 /** @} */
 
-/// Whether systemd has a job for the unit. False with 0x8100, too, when it cannot be asked.
+/// Returns whether systemd has a job for the unit; false also, with 0x8100, if it cannot be asked.
 bool MEROSystemdIsJobEnqueued(const std::string& strUnit);
 
 /// @}
@@ -402,16 +410,16 @@ bool MEROSystemdIsJobEnqueued(const std::string& strUnit);
 // ---- Unit metadata -------------------------------------------------------------------------------------------------
 /// @addtogroup metadata
 ///
-/// Here they return true when the unit has a file; otherwise false (0x0700), and the output stays as it was.
+/// The functions return true if the unit has a file. Otherwise they return false (0x0700), with the output untouched.
 /// @{
 
-/// Key "Name". False, too, when it is missing or empty; `name` is empty then.
+/// Key "Name". Also returns false if it is missing or empty; `name` is empty then.
 bool MEROSystemdNameGet(const std::string& strUnit, std::string& name);
 
-/// Key "NameI18n". False, too, unless the value holds one or two ":"; it is stored all the same.
+/// Key "NameI18n". Also returns false unless the value contains one or two ":"; it is stored all the same.
 bool MEROSystemdNameI18nGet(const std::string& strUnit, std::string& nameI18n);
 
-/// Whether the platform has the capability that "SupportKey" names; true without that key.
+/// Whether the platform has the capability that "SupportKey" names; true without the key.
 bool MEROSystemdIsSupportGet(const std::string& strUnit, bool& support);
 
 /** @{ */
@@ -422,11 +430,11 @@ bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display);
 bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display);
 /** @} */
 
-/// Key "FirewallSections", split at blanks. `sections` is replaced, and left as it was by an empty value.
+/// Key "FirewallSections", split at blanks. Replaces `sections`, but an empty value leaves it untouched.
 bool MEROSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& sections);
 
 /** @{ */
-/// Keys "BelongsTo" and "PackedIn": the targets among their units are appended to `targets`.
+/// Keys "BelongsTo" and "PackedIn": appends the targets among the units that they list to `targets`.
 bool MEROSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& targets);
 bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& targets);
 /** @} */
@@ -439,9 +447,9 @@ bool MEROSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>
 
 /**
    @{ */
-/// Isolates to a target: true when systemctl did. `result`, unless it is null, tells how the wait for the stops ended:
-/// it is written after an isolation that succeeded, and when the jobs could not be listed before it; otherwise it stays
-/// as it was. An empty target is an invalid argument (0x0D00), which is seen when the waiting is over.
+/// Isolates the machine to a target. Returns true if systemctl succeeded. `*result`, if not null, gets how the wait for
+/// the stops ended: it is written after an isolation that succeeded, and if the jobs could not be listed before it;
+/// otherwise it is untouched. An empty target is an invalid argument (0x0D00), checked only once the locks are held.
 bool MEROSystemdIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                               MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 bool MEROSystemdIsolateTargetObserved(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
@@ -450,22 +458,22 @@ bool MEROSystemdIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE
 /** @} */
 
 /** @{ */
-/// The same for a caller that holds the lock of operations on the whole machine already.
+/// The same for a caller that already holds the lock of operations on the whole machine.
 bool MEROSystemdIntIsolateTarget(const std::string& strTarget, const MERO::Systemd::IsolateOptions& options,
                                  MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 bool MEROSystemdIntIsolateTarget(const std::string& strTarget, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 /** @} */
 
-/// Isolates to "default.target".
+/// Isolates the machine to "default.target".
 bool MEROSystemdIsolateToDefaultTarget();
 
-/// Whether an isolation is going on, and where to. False when that cannot be told: its state cannot be read, or its
-/// process was killed and has left the state behind, until the next isolation ends. `state` says none then.
+/// Gets whether an isolation is running, and its target. Returns false if its state cannot be read, or if the isolating
+/// process was killed; its state then remains until the next isolation ends. `state` says none then.
 bool MEROSystemdIsolateStateGet(MERO::Systemd::IsolateState& state);
 
-/// Isolates to a target, runs `action` there, in this thread, and isolates to "default.target", whatever came of it:
-/// true when all three succeeded. `action` is not called when the first isolation failed. What it throws is passed on
-/// after the way back. It must start no other operation on the whole machine.
+/// Isolates the machine to a target, runs `action` in this thread, and isolates to "default.target" even if the action
+/// fails. Returns true if all three succeeded. `action` is not called if the first isolation failed. An exception that
+/// it throws is passed on after the second isolation. The action must not start another operation on the whole machine.
 bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
 
 /// @}
@@ -474,80 +482,83 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
 /// @addtogroup volumes
 /// @{
 
-/// Registers a volume. One that is registered already is fine.
+/// Registers a volume. Succeeds if it is registered already.
 bool MEROSystemdVolumeRegister(const std::string& strUnit, const std::string& strVolume);
 
 /** @{ */
-/// Takes a volume away. False, too, when nothing was ever registered by a unit on this machine, or by this package.
+/// Removes a volume. Also returns false if no unit of this machine, or not this package, has ever registered one.
 bool MEROSystemdVolumeUnregister(const std::string& strUnit, const std::string& strVolume);
 bool MEROSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
 /** @} */
 
-/// Registers a volume of a package, which must be installed: `/var/packages/<package>`. The package may own its
-/// folders, but a symbolic link on the way that lies in a folder which others can write is refused (0x0D00).
+/// Registers a volume of a package, which must be installed (0x0900 if `/var/packages/<package>` is missing). The
+/// package may own its folders, but a symbolic link on the way that lies in a folder which others can write is refused
+/// (0x0D00).
 bool MEROSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 
 /** @{ */
-/// Whether one of the volumes is registered. False, too, when that cannot be read.
+/// Returns whether one of the volumes is registered; false also if that cannot be read. Sets no error code.
 bool MEROSystemdVolumeIsRegisteredByUnit(const std::string& unit, const std::vector<std::string>& volumes);
 bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const std::vector<std::string>& volumes);
 /** @} */
 
-/// Appends the packages that have registered the volume, in no order. False at the first one whose register cannot be
-/// read. Throws std::filesystem::filesystem_error when there is no /var/packages.
+/// Appends the packages that have registered the volume, in no particular order. Returns false at the first package
+/// whose register cannot be read. Throws std::filesystem::filesystem_error if there is no /var/packages.
 bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::vector<std::string>& packages);
 
-/// Appends what is registered, by units and then by packages, in no order among them; a register that is empty is left
-/// out. A register that cannot be read is logged and passed over: false then. Without /var/packages there are none.
+/// Appends the registrations of the units and then those of the packages, each in no particular order; empty registers
+/// are left out. Returns false if a register cannot be read, which is logged, or a folder of registers (0x0900); the
+/// others are appended all the same. Without /var/packages there are no packages.
 bool MEROSystemdVolumeRegisterList(std::vector<MERO::Systemd::VolumeRegistration>& registrations);
 
-/// Which volumes a unit needs, by its key "VolumeDependency"; another word than "all" and "partial" means none. False
-/// (0x0700), with `dependency` untouched, when the unit has no file.
+/// Gets which volumes a unit needs: key "VolumeDependency"; any word other than "all" and "partial" means none. Returns
+/// false (0x0700), with `dependency` untouched, if the unit has no file.
 bool MEROSystemdVolumeDependencyGet(const std::string& strUnit, MERO_SYSTEMD_VOLUME_DEPENDENCY& dependency);
 
-/// Replaces `vecServices` by the services whose processes use files at or below the mount path: as working directory
-/// or executable, open, or mapped into memory. Services that opt out are left out. The path is compared as it stands
-/// with the files' resolved paths; that of a device's node means all files on the device. An empty one is not refused:
-/// every service that has a file open is below it. False (0x0900) when /proc cannot be opened. Every process of the
-/// machine is looked at; a process that ends meanwhile is passed over.
+/// Replaces `vecServices` by the services whose processes use files at or below the mount path: as working directory or
+/// executable, open, or mapped into memory. Services that opted out are left out. The path is compared as it is with
+/// the files' resolved paths; the path of a device node means all files on the device. An empty path is not refused: it
+/// matches every service that has a file open. Error code: 0x0900 if /proc cannot be opened. Looks at every process of
+/// the machine; processes that end meanwhile are skipped.
 bool MEROSystemdServiceListByMntPath(const std::string& strMntPath, std::vector<std::string>& vecServices);
 
-/// Whether the service is never listed for its files: key "SkipListByMntPath" is "yes". False (0x0700), with `skip`
-/// untouched, when it has no unit file.
+/// Gets whether the service is never listed for its files: key "SkipListByMntPath" is "yes". Returns false (0x0700),
+/// with `skip` untouched, if it has no unit file.
 bool MEROSystemdServiceSkipListByMntPath(const std::string& strService, bool& skip);
 
-/// Stops the services that use the volumes, runs `action`, which unmounts them, and starts the services again, whatever
-/// came of it: true when all of that succeeded. The services are those that run and depend on the volumes by their key
-/// "VolumeDependency", and those whose processes use files there. A service that depends on some volumes stops when one
-/// of these is registered: in its package's register when it is called pkgctl-PACKAGE.service, otherwise in its own. A
-/// service whose key "Master" names another unit is replaced by that one. systemd orders the stops and the starts.
-/// `action` is not called when the services cannot be found or stopped; what it throws is passed on after the start.
-/// Waits up to an hour each for other unmount actions and for an isolation, and must not be called, nor may an
-/// isolation be, from `action`. An empty list and paths that are no volumes are invalid arguments (0x0D00).
+/// Stops the services that use the volumes, runs `action`, which unmounts them, and starts the services again even if
+/// the action fails. Returns true if all of that succeeded. The services are the running ones that need the volumes by
+/// their key "VolumeDependency", and those whose processes use files there. A service that needs some volumes stops if
+/// one of these is registered: in its package's register if it is called pkgctl-PACKAGE.service, otherwise in its own.
+/// A service whose key "Master" names another unit is replaced by that unit. systemd orders the stops and the starts.
+/// `action` is not called if the services cannot be found or stopped; an exception that it throws is passed on after
+/// the start. Waits up to an hour for other unmount actions, and another for an isolation; `action` must not call
+/// either. An empty list and paths that are no volumes are invalid arguments (0x0D00).
 bool _MEROSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes, std::function<bool()>&& action);
 
-/// What that action would stop now, and why; besides, what would still keep the volumes busy. Nothing is changed, and
-/// no lock is taken. False as the action is when it cannot find the services; `plan` is untouched then.
+/// Gets the plan: which services that action would stop now, and why, and what would still keep the volumes busy.
+/// Changes nothing and takes no lock. Fails, with `plan` untouched, if the services cannot be found: 0x0D00, 0x0900 or
+/// 0x0E00, as for the action.
 bool MEROSystemdVolumeUnmountPlan(const std::vector<std::string>& vecVolumes, MERO::Systemd::VolumeUnmountPlan& plan);
 
-/// The same with all that goes down, and what may bring it up too early. @since 7.1.0
+/// The same with all units that would stop along, and those that may start a stopped service too early. @since 7.1.0
 bool MEROSystemdVolumeUnmountFullPlan(const std::vector<std::string>& vecVolumes,
                                       MERO::Systemd::FullVolumeUnmountPlan& plan);
 
-/// _MEROSystemdVolumeUnmountAction for a caller that looks at the plan first: `agree` is called with it before anything
-/// stops, under the locks, in this thread. When it returns false nothing is changed, and the result is false.
-/// @since 7.1.0
+/// _MEROSystemdVolumeUnmountAction() for a caller that looks at the plan first: `agree` gets it before anything stops,
+/// under the locks, in this thread. If it returns false, nothing is changed, and false is returned. @since 7.1.0
 bool MEROSystemdVolumeUnmountWithPlan(const std::vector<std::string>& vecVolumes,
                                       const std::function<bool(const MERO::Systemd::FullVolumeUnmountPlan&)>& agree,
                                       const std::function<bool()>& action);
 
-/// Whether an unmounting is going on, or was interrupted: its process and the watcher that was to go back for it have
-/// been killed, and its services are still stopped. Only where systemctl is today's is that on record; otherwise there
-/// seems to be none. False (0x0A00), with `state` untouched, when the record cannot be read. @since 7.1.0
+/// Gets whether an unmount is running, or was interrupted: its process and its watcher were killed, and its services
+/// are still stopped. There is a record of that in the current dialect only; in the classic dialect there seems to be
+/// none. Returns false (0x0A00), with `state` untouched, if the record cannot be read. @since 7.1.0
 bool MEROSystemdVolumeUnmountStateGet(MERO::Systemd::VolumeUnmountState& state);
 
-/// Starts what an interrupted unmounting has left stopped, but services that a reason holds and units that are gone;
-/// the next unmounting does so too. True when there was none. Waits for its locks as the action does. @since 7.1.0
+/// Starts the units that an interrupted unmount left stopped, except held services and units that are gone. The next
+/// unmount does that too. Succeeds if there was none. Waits for the same locks as the action. Error codes: 0x1100;
+/// 0x0A00 if the record cannot be read. @since 7.1.0
 bool MEROSystemdVolumeUnmountRecover();
 
 /// @}
@@ -556,26 +567,27 @@ bool MEROSystemdVolumeUnmountRecover();
 /// @addtogroup cgroups
 /// @{
 
-/// The path of a process' cgroup in the hierarchy with these controllers; "name=systemd" means systemd's, of version 2
-/// too. False when there is no such process or hierarchy, and for a path that holds ":".
+/// Gets the path of a process's cgroup in the hierarchy with these controllers; "name=systemd" means systemd's
+/// hierarchy, version 2 included. Returns false if there is no such process or hierarchy, and for a path that contains
+/// ":". Sets no error code.
 bool MEROSystemdCgroupPathnameGet(int pid, const std::string& controller, std::string& path);
 
-/// The unit of a process: the last folder of its path in systemd's hierarchy. False when there is no such process, or
-/// the folder's name holds no ".".
+/// Gets the unit of a process: the last folder of its path in systemd's hierarchy. Returns false if there is no such
+/// process, or the folder's name contains no ".". Sets no error code.
 bool MEROSystemdGetByPid(int pid, std::string& unit);
 
-/// The slice that the calling process is accounted to.
+/// Gets the tracked slice that the calling process is in. Returns false, without an error code, if it is in none.
 bool MEROSystemdCgroupMonitorSliceGet(std::string& slice);
 
 /** @{ */
-/// Moves the calling process into a slice of the monitor's hierarchy; of systemd's hierarchy, and then of the
-/// monitor's, if that is mounted or cgroups are of version 1.
+/// Moves the calling process into a slice: in the monitor's hierarchy; in systemd's hierarchy, and then in the
+/// monitor's if that is mounted or cgroups are of version 1.
 bool MEROSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 /** @} */
 
-/// Moves the calling process to the root of systemd's hierarchy, so that it outlives the unit that started it. On
-/// cgroup version 2 it moves into a scope of system.slice. The unit still ends its main process.
+/// Moves the calling process to the root cgroup in systemd's hierarchy, or on cgroup version 2 into a scope of
+/// system.slice, so that it outlives the unit that started it. The main process of a unit still ends with it.
 bool MEROSystemdRunAsSystemProcess();
 
 /// @}

@@ -1,5 +1,5 @@
 /// @file
-/// Who uses volumes, and what unmounting them takes.
+/// Users of volumes, and the plan of an unmount.
 #pragma once
 
 #include <string>
@@ -11,9 +11,9 @@ namespace MERO::Systemd {
 
 /// The volumes that a unit or a package has registered.
 struct VolumeRegistration {
-    bool isPackage = false;           ///< the owner is a package, and otherwise a unit
+    bool isPackage = false;           ///< the owner is a package, otherwise a unit
     std::string owner;                ///< its name
-    std::vector<std::string> volumes; ///< in the order of their registration
+    std::vector<std::string> volumes; ///< in the order in which they were registered
 };
 
 /// How a process uses a file.
@@ -22,82 +22,81 @@ enum class FileUse { WorkingDirectory, Executable, Descriptor, Map, Root };
 /// A process that uses a file on a volume.
 struct VolumeUser {
     int pid = 0;                       ///< its process ID
-    std::string command;               ///< the kernel's name of the process (/proc/PID/comm): at most 15 bytes
+    std::string command;               ///< the kernel's name of the process (/proc/PID/comm), at most 15 bytes
     FileUse use = FileUse::Descriptor; ///< how it uses the file
-    std::string file;                  ///< the file's resolved path
+    std::string file;                  ///< the resolved path of the file
 };
 
 /// One cause for which a service stops while volumes are unmounted.
 struct StopCause {
-    /// What the cause lies in.
+    /// The kind of cause.
     enum class Kind {
-        DependsOnAll,        ///< `unit` declares that it depends on all volumes
-        RegisteredByUnit,    ///< it depends on some volumes, and has registered one of these
-        RegisteredByPackage, ///< it depends on some volumes, is called pkgctl-PACKAGE.service, and that package has
-                             ///< registered one of these
-        UsesFiles            ///< `users`, its processes, use files
+        DependsOnAll,        ///< `unit` declares that it needs all volumes
+        RegisteredByUnit,    ///< it needs some volumes, and has registered one of these
+        RegisteredByPackage, ///< it needs some volumes, and its package (pkgctl-PACKAGE.service) has registered one
+        UsesFiles            ///< its processes, `users`, use files
     };
 
-    Kind kind = Kind::UsesFiles;   ///< which one it is
-    std::string unit;              ///< another one than the service that stops when that one is its master
+    Kind kind = Kind::UsesFiles;   ///< the kind of cause
+    std::string unit;              ///< the unit that has the cause; not the one that stops, if that one is its master
     std::string package;           ///< RegisteredByPackage only
-    std::vector<VolumeUser> users; ///< UsesFiles only: each process with the first of its files that was found
+    std::vector<VolumeUser> users; ///< UsesFiles only: each process, with the first of its files that was found
 };
 
 /// A unit that stops while volumes are unmounted.
 struct PlannedStop {
     std::string unit;              ///< the unit's full name
-    std::vector<StopCause> causes; ///< one at least
+    std::vector<StopCause> causes; ///< at least one
 };
 
-/// What keeps volumes busy although the services of a plan stop.
+/// A use that keeps volumes busy after the services of a plan have stopped.
 struct VolumeBlocker {
-    /// What is in the way: a process of no service that stops, or a use by the kernel.
-    /// BindMount (another place where a volume, or a folder of it, is mounted) and MountNamespace (a volume is mounted
-    /// in the mount namespace of the process `user.pid`, at `user.file`) are new in 7.1.0.
+    /// A process that does not stop, or a use by the kernel. New in 7.1.0: BindMount, another place where a volume or a
+    /// folder of it is mounted, and MountNamespace, a volume that is mounted in the mount namespace of the process
+    /// `user.pid`, at `user.file`.
     enum class Kind { Process, Mount, LoopDevice, SwapFile, KernelExport, BindMount, MountNamespace };
 
-    Kind kind = Kind::Process; ///< which one it is
-    std::string unit;          ///< Process: the unit that the process belongs to; empty when that cannot be told
-    VolumeUser user;           ///< Process: who. The others: `user.file`, a file or folder on the volume;
-                               ///< LoopDevice: `user.command` is its path, from 7.1.0 on
+    Kind kind = Kind::Process; ///< the kind of blocker
+    std::string unit;          ///< Process, MountNamespace: the process's unit; empty if unknown
+    VolumeUser user;           ///< Process: the process. Others: `user.file` is a file or folder on the volume;
+                               ///< LoopDevice: `user.command` is the device's path, since 7.1.0
 };
 
-/// What unmounting volumes would stop, and what would still be in the way. Units are in the order of their names.
+/// The plan of an unmount: what would stop, and what would still keep the volumes busy.
 struct VolumeUnmountPlan {
-    std::vector<PlannedStop> stops;      ///< what would stop
-    std::vector<VolumeBlocker> blockers; ///< what would still be in the way
+    std::vector<PlannedStop> stops;      ///< what would stop, sorted by the units' names
+    std::vector<VolumeBlocker> blockers; ///< what would still keep the volumes busy
 };
 
-/// A running unit that systemd stops along with a planned one, on which it depends. @since 7.1.0
+/// A running unit that systemd stops along with a planned one that it depends on. @since 7.1.0
 struct PlannedDependent {
     std::string unit;         ///< the unit's full name
-    std::string takenBy;      ///< the unit that it depends on, and that takes it along
-    bool startsAgain = false; ///< false: it cannot be started by hand (a scope, RefuseManualStart=), or it is a mount
-                              ///< of the volumes
+    std::string takenBy;      ///< the unit that it depends on
+    bool startsAgain = false; ///< false if it cannot be started by hand (a scope, RefuseManualStart=), or is a mount of
+                              ///< the volumes
 };
 
-/// A socket, path or timer that runs on, and may start a stopped service again meanwhile. @since 7.1.0
+/// A socket, path or timer that keeps running, and may start a stopped service during the unmount. @since 7.1.0
 struct VolumeTrigger {
     std::string unit;    ///< the socket, path or timer
     std::string service; ///< the unit that it starts
 };
 
-/// A plan with all that goes down. Only where systemctl is today's is there more than in the plan. @since 7.1.0
+/// A plan with all units that stop. In the classic dialect it has no more than the plan. @since 7.1.0
 struct FullVolumeUnmountPlan : VolumeUnmountPlan {
-    std::vector<PlannedDependent> dependents; ///< what stops along, in the order of their names
-    std::vector<VolumeTrigger> triggers;      ///< what may start stopped services too early
+    std::vector<PlannedDependent> dependents; ///< what stops along, sorted by name
+    std::vector<VolumeTrigger> triggers;      ///< what may start a stopped service too early
 };
 
-/// The unmounting that is going on, or was broken off with its services stopped. @since 7.1.0
+/// An unmount that is running, or was interrupted with its services stopped. @since 7.1.0
 struct VolumeUnmountState {
-    /// None: nothing is going on, and nothing is left to do. Interrupted: whoever was to start the units again is gone.
+    /// None: no unmount is running or interrupted. Interrupted: no process is left that would start the units again.
     enum class Kind { None, Running, Interrupted };
 
-    Kind kind = Kind::None;           ///< which one it is; the rest is empty for None
-    std::vector<std::string> volumes; ///< what is or was to be unmounted
-    std::vector<std::string> units;   ///< what is down for it, and starts again after it
-    long long since = 0;              ///< when it began: seconds since 1970
+    Kind kind = Kind::None;           ///< the state; the other members are empty for None
+    std::vector<std::string> volumes; ///< the volumes that are or were to be unmounted
+    std::vector<std::string> units;   ///< the units that it stopped, and that start again afterwards
+    long long since = 0;              ///< when it began, in seconds since 1970
     int pid = 0;                      ///< the process that began it
 };
 

@@ -6,8 +6,8 @@
 extern "C" {
 #endif
 
-/** The current boot step: the decimal number in /run/merobootseq/boot-step; negative when there is no such file or
-   no number in it. Any thread. */
+/** Returns the current boot step: the decimal number in /run/merobootseq/boot-step. Returns a negative value if there
+   is no such file, or no number in it. Sets no error code. Any thread. */
 int MEROSystemGetBootStep(void);
 
 #ifdef __cplusplus

@@ -6,18 +6,18 @@
 extern "C" {
 #endif
 
-/** The table: only its functions know what is in it. */
+/** The table, opaque. */
 typedef struct MLIBCSzHash MLIBCSzHash;
 
-/** A new, empty table, the caller's to free; NULL when there is no memory. `cbHint` (an expected size in bytes) is
-   accepted from callers that have one and not needed. */
+/** Returns a new, empty table, which the caller frees; NULL if memory runs out (MLIBC_ERR_NO_MEMORY). `cbHint`, an
+   expected size in bytes, is not used. */
 MLIBCSzHash* MLIBCSzHashAlloc(int cbHint);
 
-/** Sets `key` to `value`, both copied; an earlier value is replaced. 0 or negative.
+/** Sets `key` to a copy of `value`, in place of an earlier value. Returns 0, or a negative value.
    Errors: MLIBC_ERR_INVALID_ARGUMENT (a null pointer), MLIBC_ERR_NO_MEMORY. */
 int MLIBCSzHashSetValue(MLIBCSzHash* hash, const char* key, const char* value);
 
-/** Frees the table and its texts. NULL is fine. */
+/** Frees the table and its texts. Does nothing for NULL. */
 void MLIBCSzHashFree(MLIBCSzHash* hash);
 
 #ifdef __cplusplus

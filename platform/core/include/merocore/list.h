@@ -1,29 +1,30 @@
 /** @file
-   An ordered list of texts. Any number of threads may read one list; one that changes it must be alone. */
+   An ordered list of texts. Any number of threads may read a list; a thread that changes it must be the only one to use
+   it. */
 #pragma once
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/** The list: only its functions know what is in it. */
+/** The list, opaque. */
 typedef struct MLIBCSzList MLIBCSzList;
 
-/** A new, empty list, the caller's to free; NULL when there is no memory. */
+/** Returns a new, empty list, which the caller frees; NULL if memory runs out (MLIBC_ERR_NO_MEMORY). */
 MLIBCSzList* MLIBCSzListAlloc(void);
 
-/** Frees the list and its texts. NULL is fine. */
+/** Frees the list and its texts. Does nothing for NULL. */
 void MLIBCSzListFree(MLIBCSzList* list);
 
-/** The number of items; 0 for NULL. */
+/** Returns the number of items; 0 for NULL. */
 int MLIBCSzListCount(const MLIBCSzList* list);
 
-/** Item `index`, counted from 0, the list's own and valid until the list is changed or freed. NULL when the index
-   is out of range, and for a null item. */
+/** Returns item `index`, counted from 0. It belongs to the list, and is valid until the list is changed or freed.
+   Returns NULL if the index is out of range, and for a null item. Leaves the register as it was. */
 const char* MLIBCSzListGet(const MLIBCSzList* list, int index);
 
-/** Appends a copy of `text`; NULL appends a null item. `*list` may change: growing may move the list.
-   0, or negative with the list as it was. Errors: MLIBC_ERR_INVALID_ARGUMENT, MLIBC_ERR_NO_MEMORY. */
+/** Appends a copy of `text`, or a null item for NULL. Growing may move the list: `*list` may change. Returns 0, or a
+   negative value with the list as it was. Errors: MLIBC_ERR_INVALID_ARGUMENT (no list), MLIBC_ERR_NO_MEMORY. */
 int MLIBCSzListPush(MLIBCSzList** list, const char* text);
 
 #ifdef __cplusplus

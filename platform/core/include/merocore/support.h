@@ -6,7 +6,8 @@
 extern "C" {
 #endif
 
-/** 1 when the key-value file /usr/mero/etc/support.conf says capability=yes, 0 in every other case. */
+/** Returns 1 if the key-value file /usr/mero/etc/support.conf has the line capability=yes, otherwise 0. Any thread.
+   After 0 the error register means nothing. */
 int MLIBCSupportGet(const char* capability);
 
 #ifdef __cplusplus
