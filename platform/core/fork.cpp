@@ -44,9 +44,9 @@ pid_t ForkDetached()
         if (child == 0) {
             return 0; // the pipe's ends close with their owners
         }
-        const bool isTold =
+        const bool isSent =
             child > 0 && WriteAll(writeEnd.Get(), {reinterpret_cast<const char*>(&child), sizeof child});
-        _exit(isTold ? 0 : 1);
+        _exit(isSent ? 0 : 1);
     }
     writeEnd.Close();
     const pid_t child = ReadPid(readEnd.Get());

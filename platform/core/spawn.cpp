@@ -25,18 +25,18 @@ public:
     void Direct(int standard, int target)
     {
         if (target == kDevNull) {
-            Note(posix_spawn_file_actions_addopen(&actions_, standard, "/dev/null", O_RDWR, 0));
+            KeepError(posix_spawn_file_actions_addopen(&actions_, standard, "/dev/null", O_RDWR, 0));
         } else if (target != kInherit) {
-            Note(posix_spawn_file_actions_adddup2(&actions_, target, standard));
+            KeepError(posix_spawn_file_actions_adddup2(&actions_, target, standard));
         }
     }
-    void CloseFrom(int first) { Note(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
+    void CloseFrom(int first) { KeepError(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
 
     int Error() const { return error_; }
     const posix_spawn_file_actions_t* Get() const { return &actions_; }
 
 private:
-    void Note(int error) { error_ = error_ != 0 ? error_ : error; }
+    void KeepError(int error) { error_ = error_ != 0 ? error_ : error; }
 
     posix_spawn_file_actions_t actions_;
     int error_;

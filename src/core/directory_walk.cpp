@@ -66,7 +66,7 @@ bool IsSameFile(int first, int second)
 }
 
 /// Logs that the way `path` is refused because of `name` in it, and sets the error register.
-void LogRefusedWay(const std::string& path, const std::string& name)
+void LogRefusedPath(const std::string& path, const std::string& name)
 {
     const SourceLine here = MERO_HERE;
     MERO_LOG_AT(here, LOG_ERR, "Refused [%s]: in a folder that others can write, [%s] is a link or was replaced",
@@ -117,7 +117,7 @@ DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing)
             continue;
         }
         if (walk.isShared) {
-            LogRefusedWay(path, name);
+            LogRefusedPath(path, name);
             walk.isRefused = true;
         } else if (++links > kMaxLinks) {
             walk.error = ELOOP;
@@ -145,7 +145,7 @@ Descriptor MakeDirectory(const std::string& directory)
     }
     DirectoryWalk found = WalkToDirectory(directory, IfMissing::Fail);
     if (found.directory && made.directory && !IsSameFile(found.directory.Get(), made.directory.Get())) {
-        LogRefusedWay(directory, directory);
+        LogRefusedPath(directory, directory);
         return {};
     }
     if (!found.directory && !found.isRefused) {

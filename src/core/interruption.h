@@ -9,19 +9,19 @@ namespace MERO::Systemd {
 
 using MERO::CancelBlock;
 
-/// Runs `work`, then `goBack`, whatever came of the work: an exception, or the end of the thread in it, goes on after
+/// Runs `work`, then `restore`, whatever came of the work: an exception, or the end of the thread in it, goes on after
 /// that. Whether both succeeded.
-template <typename Work, typename GoBack>
-bool RunAndGoBack(Work&& work, GoBack&& goBack)
+template <typename Work, typename Restore>
+bool RunAndRestore(Work&& work, Restore&& restore)
 {
     bool done = false;
     try {
         done = work();
     } catch (...) { // the thread's end too
-        (void)goBack();
+        (void)restore();
         throw;
     }
-    return goBack() && done;
+    return restore() && done;
 }
 
 /// A whole second: a signal of the host's, whose handler ends a sleep early, does not shorten it.

@@ -16,14 +16,14 @@ constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf
 
 // The operating system's own systemctl.
 constexpr SystemctlDialect kClassic{
-    .listJobsExitCode = 1, .padsColumns = false, .unitFileColumns = 2, .queueEach = nullptr, .isOfToday = false};
+    .listJobsExitCode = 1, .padsColumns = false, .unitFileColumns = 2, .queueEach = nullptr, .isCurrent = false};
 
 // systemd 246 and newer. From 262 on it refuses a whole list for one unit of it, unless the transaction is to be shown.
 constexpr SystemctlDialect kCurrent{.listJobsExitCode = 0,
                                     .padsColumns = true,
                                     .unitFileColumns = 3,
                                     .queueEach = "--show-transaction",
-                                    .isOfToday = true};
+                                    .isCurrent = true};
 
 std::string_view Trimmed(std::string_view line)
 {

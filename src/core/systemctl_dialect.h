@@ -7,13 +7,13 @@
 namespace MERO::Systemd {
 
 /// The words of one family of systemctl releases, and what may be asked of their systemd, where the families differ.
-/// docs/machines.md has a table of what is asked differently where `isOfToday` holds.
+/// docs/machines.md has a table of what is asked differently where `isCurrent` holds.
 struct SystemctlDialect {
     int listJobsExitCode;        ///< of a `list-jobs` that listed the jobs
     bool padsColumns;            ///< tables without legend are padded with blanks, not set with one blank between
     std::size_t unitFileColumns; ///< of a `list-unit-files` line: unit and state, or a preset too
     const char* queueEach;       ///< the option that has each unit of a list queued by itself; nullptr: it always is
-    bool isOfToday;              ///< cgroup version 2 may be systemd's hierarchy, and units may be "refreshing"
+    bool isCurrent;              ///< cgroup version 2 may be systemd's hierarchy, and units may be "refreshing"
 
     /// A table line with one blank between its columns.
     std::string Row(const std::string& line) const;

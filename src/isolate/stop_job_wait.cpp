@@ -31,7 +31,7 @@ std::string OwnUnit()
 {
     std::string unit;
     try {
-        if (ConfiguredSystemctlDialect().isOfToday) {
+        if (ConfiguredSystemctlDialect().isCurrent) {
             (void)MEROSystemdGetByPid(getpid(), unit);
         }
     } catch (const std::exception&) { // the dialect cannot be read now: logged

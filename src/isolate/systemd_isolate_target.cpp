@@ -2,8 +2,8 @@
 #include "core/lock.h"
 #include "core/status_monitor.h"
 #include "core/text.h"
+#include "isolate/isolate_monitor.h"
 #include "isolate/isolate_state.h"
-#include "isolate/isolate_watcher.h"
 #include "isolate/stop_job_wait.h"
 #include "unit/unit_operation.h"
 

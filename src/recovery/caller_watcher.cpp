@@ -41,7 +41,7 @@ void WriteKernelFile(const char* path, std::string_view word)
 
 void LeaveUnit()
 {
-    if (ConfiguredSystemctlDialect().isOfToday) {
+    if (ConfiguredSystemctlDialect().isCurrent) {
         (void)MoveToScope(MERO_HERE, "system.slice"); // logged when it fails
         return;
     }
@@ -67,7 +67,7 @@ bool AwaitCaller(int caller, int line)
     }
 }
 
-void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& goBack,
+void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& restore,
            const std::function<void()>& giveUp)
 {
     std::vector<int> kept = locks;
@@ -77,7 +77,7 @@ void Watch(int caller, int line, const std::vector<int>& locks, const std::funct
     WriteKernelFile("/proc/self/oom_score_adj", "-1000"); // it seems as large as its caller, whose memory it shares
     const pid_t self = getpid();
     (void)send(line, &self, sizeof self, MSG_NOSIGNAL);
-    AwaitCaller(caller, line) ? goBack() : giveUp();
+    AwaitCaller(caller, line) ? restore() : giveUp();
 }
 
 /// The watcher's process ID, once it has left the caller's unit.
@@ -92,7 +92,7 @@ pid_t AwaitWatcher(int line)
 
 } // namespace
 
-bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& goBack,
+bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& restore,
                           const std::function<void()>& giveUp)
 {
     int ends[2];
@@ -101,7 +101,7 @@ bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<voi
         line_ = Descriptor(ends[0]);
         Descriptor theirs(ends[1]);
         const bool isForked =
-            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, goBack, giveUp); }, MLIBC_FORK_NEW_SESSION);
+            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, restore, giveUp); }, MLIBC_FORK_NEW_SESSION);
         theirs.Close();
         pid_ = isForked ? AwaitWatcher(line_.Get()) : 0;
         watcher_ = pid_ != 0 ? OpenProcess(pid_) : Descriptor();

@@ -23,9 +23,10 @@ public:
     CallerWatcher& operator=(const CallerWatcher&) = delete;
     ~CallerWatcher() { End(); }
 
-    /// Starts it. When this process ends, or becomes another program, `goBack` runs there after Arm(), and
+    /// Starts it. When this process ends, or becomes another program, `restore` runs there after Arm(), and
     /// `giveUp` before it. False, which is logged, when there is no watcher.
-    bool Start(const std::vector<int>& locks, const std::function<void()>& goBack, const std::function<void()>& giveUp);
+    bool Start(const std::vector<int>& locks, const std::function<void()>& restore,
+               const std::function<void()>& giveUp);
 
     /// From now on there is something to go back from.
     void Arm();

@@ -17,10 +17,10 @@ bool IsOnFileSystem(const char* path, unsigned long type)
 }
 
 /// Where that cannot be read now, which is logged, the file system decides alone.
-bool IsDialectOfToday()
+bool IsDialectCurrent()
 {
     try {
-        return ConfiguredSystemctlDialect().isOfToday;
+        return ConfiguredSystemctlDialect().isCurrent;
     } catch (const std::exception&) {
         return true;
     }
@@ -30,10 +30,10 @@ bool IsDialectOfToday()
 
 bool IsUnified()
 {
-    return IsOnFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC) && IsDialectOfToday();
+    return IsOnFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC) && IsDialectCurrent();
 }
 
-bool AccountsSystemdSlices()
+bool TracksSystemdSlices()
 {
     return !IsOnFileSystem("/sys/fs/cgroup/meromonitor", CGROUP_SUPER_MAGIC) && IsUnified();
 }

@@ -14,7 +14,7 @@ namespace MERO::Systemd {
 bool IsUnified();
 
 /// Whether systemd's own slices are accounted, in place of the monitor's hierarchy, which is not there.
-bool AccountsSystemdSlices();
+bool TracksSystemdSlices();
 
 /// The root folder of systemd's hierarchy; ends with "/".
 std::string SystemdHierarchy();

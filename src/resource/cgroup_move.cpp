@@ -81,7 +81,7 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& hierarchy
     if (hierarchy == "systemd" && IsUnified()) {
         return MoveToScope(MERO_HERE, strSlice);
     }
-    if (hierarchy == "meromonitor" && AccountsSystemdSlices()) {
+    if (hierarchy == "meromonitor" && TracksSystemdSlices()) {
         MERO_LOG(LOG_ERR, "The resource monitor's hierarchy is not mounted: [%s] cannot be moved to.",
                  strSlice.c_str());
         return false;

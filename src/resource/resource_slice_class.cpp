@@ -73,7 +73,7 @@ bool Slice::ProcessList(const std::string& unitName, std::set<Process>& processe
     }
     TextReader reader;
     std::set<int> tasks;
-    if (!(AccountsSystemdSlices() ? SystemdTasks(unitName, tasks) : MonitorTasks(unitName, reader, tasks))) {
+    if (!(TracksSystemdSlices() ? SystemdTasks(unitName, tasks) : MonitorTasks(unitName, reader, tasks))) {
         return false;
     }
     for (const int task : tasks) {

@@ -111,7 +111,7 @@ bool PutEnvironment(PamHandle& session, uid_t uid)
     }
     const TextList variables = session.Environment();
     if (variables == nullptr || *variables == nullptr) {
-        if (MERO::Systemd::ConfiguredSystemctlDialect().isOfToday && PutRuntimeDirectory(uid)) {
+        if (MERO::Systemd::ConfiguredSystemctlDialect().isCurrent && PutRuntimeDirectory(uid)) {
             return true;
         }
         MERO_LOG(LOG_ERR, "%s", variables == nullptr ? "Failed to pam_getenvlist" : "The pam_getenvlist is empty");

@@ -16,7 +16,7 @@ using namespace MERO::Systemd;
 bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
     const ErrorKeeper keeper; // "none" is an answer
-    if (AccountsSystemdSlices()) {
+    if (TracksSystemdSlices()) {
         return WithoutExceptions(MERO_HERE, [&] { return SlicesOfSystemd(slices); }) != 0;
     }
     std::vector<std::string> names; // not by glob(), which frees names twice where memory is out

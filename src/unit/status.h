@@ -20,9 +20,9 @@ struct StatusWord {
 int StatusOf(SourceLine where, std::span<const StatusWord> table, std::string_view word);
 
 /// The number of the word that `show` gives for a property of the unit; -1 when there is none.
-/// `ofToday`: words besides, which count for the systemd of today.
+/// `currentOnly`: words besides, which count for the systemd of today.
 int ShownStatus(SourceLine where, decltype(MEROSystemdShow)* show, const std::string& strUnit, const char* property,
-                std::span<const StatusWord> table, std::span<const StatusWord> ofToday = {});
+                std::span<const StatusWord> table, std::span<const StatusWord> currentOnly = {});
 
 /// The unit's MERO_SYSTEMD_ENABLE_STATUS; -1 when systemctl says nothing or a word that is not known.
 int _MEROSystemdEnableStatusGet(const SystemctlOpts& opts, const std::string& strUnit);

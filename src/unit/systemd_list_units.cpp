@@ -59,7 +59,7 @@ bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& st
     }
     try {
         const SystemctlDialect dialect = ConfiguredSystemctlDialect();
-        const auto folders = dialect.isOfToday ? UnitFolders() : std::nullopt;
+        const auto folders = dialect.isCurrent ? UnitFolders() : std::nullopt;
         return folders ? ReadFolders(*folders, strType, units) : AskForUnitFiles(dialect, strType, units);
     } catch (const std::exception&) {
         MERO_LOG(LOG_ERR, "list-unit-files failed.");

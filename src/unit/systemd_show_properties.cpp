@@ -14,7 +14,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr int kMaxQuestions = 17; // each of them sets aside one refused name at least
+constexpr int kMaxQueries = 17; // each of them sets aside one refused name at least
 
 /// The name to ask for; empty when systemctl would refuse it, or take it for something else.
 std::string AskedName(const std::string& unit)
@@ -39,9 +39,9 @@ std::set<std::string> NamesIn(const Texts& lines)
 }
 
 /// Asks systemd for units until it has shown all of them but those that it refuses.
-class Question {
+class Query {
 public:
-    Question(bool forceSystem, Texts properties) : properties_(std::move(properties))
+    Query(bool forceSystem, Texts properties) : properties_(std::move(properties))
     {
         opts_.forceSystem = forceSystem;
         for (const char* name : {"Id", "Names"}) {
@@ -55,7 +55,7 @@ public:
     bool Ask(Texts units)
     {
         bool hasAnswered = false, isSilent = false;
-        for (int i = 0; i < kMaxQuestions && !units.empty(); ++i) {
+        for (int i = 0; i < kMaxQueries && !units.empty(); ++i) {
             const auto answer = RunShow(opts_, units, properties_);
             if (!answer) {
                 break;
@@ -118,13 +118,13 @@ bool ShowProperties(bool forceSystem, const Texts& vecUnits, const Texts& vecPro
             names.push_back(name);
         }
     }
-    Question question(forceSystem, vecProperties);
-    if (!names.empty() && !question.Ask(names)) {
+    Query query(forceSystem, vecProperties);
+    if (!names.empty() && !query.Ask(names)) {
         return false;
     }
     std::map<std::string, ShownUnit> all;
     for (const std::string& unit : vecUnits) {
-        const UnitProperties* properties = question.Find(AskedName(unit));
+        const UnitProperties* properties = query.Find(AskedName(unit));
         all[unit] = properties != nullptr ? ShownUnit{.asked = true, .properties = *properties} : ShownUnit();
     }
     units = std::move(all);

@@ -50,10 +50,10 @@ bool IsMasked(const std::string& unit)
 
 /// Whether one of the units is masked. What is one question is put again for each unit if systemctl does not answer for
 /// all of them: that of systemd 252 ends at the first unit without a file.
-bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
+bool IsOneMasked(const Texts& vecUnits, bool isOneQuery)
 {
     Texts states;
-    if (isOneQuestion) {
+    if (isOneQuery) {
         try {
             (void)MEROSystemdSystemctl("is-enabled", {}, vecUnits, [&](int, const Texts& lines) {
                 states = lines;
@@ -70,7 +70,7 @@ bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
 }
 
 /// Stops the units and takes them out of the boot: no link to them is left.
-bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const SystemctlObserver& observer)
+bool TakeOutOfService(const Texts& vecUnits, bool isOneQuery, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
     const Texts offlineRuntime{kOfflineOption, "--runtime"};
@@ -81,7 +81,7 @@ bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const Systemctl
         !run("disable runtime", "disable", offlineRuntime)) {
         return false;
     }
-    return !IsOneMasked(vecUnits, isOneQuestion) ||
+    return !IsOneMasked(vecUnits, isOneQuery) ||
            (run("unmask", "unmask", offline) && run("unmask runtime", "unmask", offlineRuntime));
 }
 
@@ -161,14 +161,14 @@ bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& obser
 
 bool Uninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    const bool isOneQuestion = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isOfToday;
-    if (!TakeOutOfService(vecUnits, isOneQuestion, observer)) {
+    const bool isOneQuery = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isCurrent;
+    if (!TakeOutOfService(vecUnits, isOneQuery, observer)) {
         AddFailed(vecUnits, failed);
         (void)Reload(vecUnits, failed, observer);
         return false;
     }
     bool done = Reload(vecUnits, failed, observer);
-    const Paths known = isOneQuestion ? PathsOf(vecUnits) : Paths();
+    const Paths known = isOneQuery ? PathsOf(vecUnits) : Paths();
     for (const std::string& unit : vecUnits) {
         if (!RemoveTraces(unit, known)) {
             AddFailed({unit}, failed);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/action_log.h"
 #include "core/errors.h"
+#include "core/event_log.h"
 
 #include <merocore/list.h>
 #include <merosystemd/systemd.hpp>

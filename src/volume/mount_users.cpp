@@ -37,7 +37,7 @@ Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount,
 {
     Use use{};
     const auto isDeletedUser = [&](std::string_view path) {
-        return search == MountUserSearch::ForUnmounting && IsDeleted(path);
+        return search == MountUserSearch::ForUnmount && IsDeleted(path);
     };
     const auto uses = [&](FileUse how, std::string_view path) {
         use = {how, isDeletedUser(path) ? mount.MatchDeleted(path) : mount.Match(path)};
@@ -94,7 +94,7 @@ bool ForEachMountUser(const std::string& mountPath, MountUserSearch search,
         }
         const std::string cgroup = files.Cgroup(process);
         const std::string unit = UnitOfCgroup(cgroup);
-        const bool isForeign = search == MountUserSearch::ForUnmounting && IsOfUserManager(cgroup);
+        const bool isForeign = search == MountUserSearch::ForUnmount && IsOfUserManager(cgroup);
         if (isForeign || UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
             return;
         }

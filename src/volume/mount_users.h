@@ -16,8 +16,8 @@ struct MountUser {
 };
 
 /// AsPublished: of files that exist; a process of a user's own manager counts as one of the system's unit of that name.
-/// ForUnmounting: files that are deleted keep a volume busy too, and a user's units are not the system's.
-enum class MountUserSearch { AsPublished, ForUnmounting };
+/// ForUnmount: files that are deleted keep a volume busy too, and a user's units are not the system's.
+enum class MountUserSearch { AsPublished, ForUnmount };
 
 /// Hands the processes of services that use files below the mount path to `take`, one file each. Services that opt
 /// out are left out. False when /proc cannot be opened (error register 0x0900).

@@ -64,7 +64,7 @@ bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, cons
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
     const Release release{.where = where, .after = after, .reason = reason, .services = services};
     CallerWatcher watcher;
-    if (after == AfterRelease::Start && IsStoppedAlongNoted(services)) {
+    if (after == AfterRelease::Start && IsStoppedAlongRecorded(services)) {
         (void)watcher.Start(
             {}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
         watcher.Arm();

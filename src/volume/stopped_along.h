@@ -12,10 +12,10 @@ namespace MERO::Systemd {
 
 /// Notes what will stop along with services, which have got their reason already. Units that have been stopped along
 /// with others, and would be with these, are noted too: they wait for both. What cannot be noted is logged.
-void NoteStoppedAlong(SourceLine where, const std::vector<std::string>& services);
+void RecordStoppedAlong(SourceLine where, const std::vector<std::string>& services);
 
 /// Whether something is noted for one of the services.
-bool IsStoppedAlongNoted(const std::vector<std::string>& services);
+bool IsStoppedAlongRecorded(const std::vector<std::string>& services);
 
 /// Starts what is noted for those of the services that no reason holds any more, but what a reason holds, or another
 /// service that is held has stopped too. The notes are dropped, but of units that did not start, which is logged.

@@ -47,8 +47,8 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
         return false;
     }
     const bool changed = change.HappenedTo(held);
-    if (ConfiguredSystemctlDialect().isOfToday) {
-        NoteStoppedAlong(MERO_HERE, held);
+    if (ConfiguredSystemctlDialect().isCurrent) {
+        RecordStoppedAlong(MERO_HERE, held);
     }
     const bool stopped = MEROSystemdStopObserved({}, held, vecFailed, observer);
     const bool reloaded = !changed || MEROSystemdDaemonReloadObserved(observer);

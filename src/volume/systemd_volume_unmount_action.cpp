@@ -6,7 +6,7 @@
 #include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "volume/full_plan.h"
-#include "volume/unmounting.h"
+#include "volume/unmount_run.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -70,7 +70,7 @@ bool Unmount(const Texts& vecVolumes, const Agreement& agree, const std::functio
         return false;
     }
     LogPlan(set);
-    return RunUnmounting(vecVolumes, set, locks.Descriptors(), [&] { return block.LiftFor(action); });
+    return RunUnmount(vecVolumes, set, locks.Descriptors(), [&] { return block.LiftFor(action); });
 }
 
 } // namespace
@@ -113,7 +113,7 @@ bool MEROSystemdVolumeUnmountRecover()
     if (!locks.Acquire(block) || !ReadUnmountRecord(record, kind)) {
         return false;
     }
-    return kind != VolumeUnmountState::Kind::Interrupted || FinishInterruptedUnmounting(record);
+    return kind != VolumeUnmountState::Kind::Interrupted || FinishInterruptedUnmount(record);
 }
 
 namespace {

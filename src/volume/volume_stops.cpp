@@ -25,14 +25,14 @@ namespace {
 constexpr std::string_view kPackagePrefix = "pkgctl-";
 
 /// The unit that is stopped and started in the place of this one.
-std::string MasterOf(const std::string& unit, bool isOfToday)
+std::string MasterOf(const std::string& unit, bool isCurrent)
 {
     try {
         const std::string master = XTarvixKeyGet(unit, "Master");
         if (master.empty()) {
             return unit;
         }
-        return isOfToday ? NormalizedUnitNameGet(master) : master;
+        return isCurrent ? NormalizedUnitNameGet(master) : master;
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to get master unit: [%s], reason: [%s]", unit.c_str(), exception.what());
         return unit;
@@ -96,7 +96,7 @@ bool IsRunning(const std::string& unit)
 {
     const int status = MEROSystemdActiveStatusGet(unit);
     std::string state;
-    if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isOfToday &&
+    if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isCurrent &&
         MEROSystemdShow(unit, "ActiveState", state) && state == "maintenance") {
         WarnOfMaintenance(unit);
     }
@@ -135,7 +135,7 @@ void AddCauseOnce(const std::string& unit, StopCause cause, VolumeStopSet& set)
 
 /// Units that declare a dependency, and those of them that run: all are asked for at once. A template's instances are
 /// units like others, and it is they that run.
-void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
+void AddDeclaredInCurrentDialect(const Texts& units, VolumeStopSet& set)
 {
     struct Candidate {
         std::string unit;
@@ -171,8 +171,8 @@ bool AddDeclared(VolumeStopSet& set)
         MERO_LOG(LOG_ERR, "Fail to list volume dependency units.");
         return false;
     }
-    if (set.isOfToday) {
-        AddDeclaredOfToday(units, set);
+    if (set.isCurrent) {
+        AddDeclaredInCurrentDialect(units, set);
         return true;
     }
     for (const std::string& unit : units) {
@@ -201,10 +201,10 @@ void AddUsers(VolumeStopSet& set)
 {
     Users users;
     for (const std::string& volume : set.volumes) {
-        FindUsers(volume, set.isOfToday ? MountUserSearch::ForUnmounting : MountUserSearch::AsPublished, users);
+        FindUsers(volume, set.isCurrent ? MountUserSearch::ForUnmount : MountUserSearch::AsPublished, users);
     }
     for (auto& [service, processes] : users) {
-        set.stops[MasterOf(service, set.isOfToday)].push_back(
+        set.stops[MasterOf(service, set.isCurrent)].push_back(
             {.kind = StopCause::Kind::UsesFiles, .unit = service, .package = {}, .users = std::move(processes)});
     }
 }
@@ -306,19 +306,19 @@ bool AreVolumes(const Texts& volumes)
 bool FindVolumeStops(const Texts& volumes, VolumeStopSet& set)
 {
     try {
-        set.isOfToday = ConfiguredSystemctlDialect().isOfToday;
+        set.isCurrent = ConfiguredSystemctlDialect().isCurrent;
     } catch (const std::exception&) {
         return false; // logged where it was thrown
     }
     set.volumes = volumes;
-    if (set.isOfToday) {
+    if (set.isCurrent) {
         AddResolved(set.volumes);
     }
     if (!AddDeclared(set)) {
         return false;
     }
     AddUsers(set);
-    if (set.isOfToday) {
+    if (set.isCurrent) {
         AddDependents(set);
         FindTriggers(set);
     }

@@ -18,7 +18,7 @@ struct VolumeStopSet {
     /// Whether a unit that stops along can and may be started again.
     bool StartsAgain(const std::string& dependent) const;
 
-    bool isOfToday = false;           ///< whether systemctl speaks the dialect of today
+    bool isCurrent = false;           ///< whether systemctl speaks the dialect of today
     std::vector<std::string> volumes; ///< with what links among them lead to, if it is of today
     VolumeStops stops;
 

@@ -13,10 +13,10 @@ inline constexpr const char* kBeginTarget = "unmount-volume-begin.target"; ///< 
 inline constexpr const char* kEndTarget = "unmount-volume-end.target";     ///< starts them again
 
 /// What an unmounting brings back.
-struct UnmountReturn {
-    explicit UnmountReturn(const VolumeStopSet& set);
+struct UnmountRestore {
+    explicit UnmountRestore(const VolumeStopSet& set);
 
-    bool isOfToday = false;
+    bool isCurrent = false;
     std::vector<std::string> services; ///< the end target wants them
 
     // Empty unless systemctl is today's:

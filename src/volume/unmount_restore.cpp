@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_volume_unmount_action"
-#include "volume/unmount_return.h"
+#include "volume/unmount_restore.h"
 
 #include "core/interruption.h"
 #include "core/log.h"
@@ -48,7 +48,7 @@ Texts Down(const Texts& units)
 
 } // namespace
 
-UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday)
+UnmountRestore::UnmountRestore(const VolumeStopSet& set) : isCurrent(set.isCurrent)
 {
     for (const auto& [unit, causes] : set.stops) {
         services.push_back(unit);
@@ -58,7 +58,7 @@ UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday
     }
 }
 
-bool UnmountReturn::StartEndTarget(bool mayBeStopping) const
+bool UnmountRestore::StartEndTarget(bool mayBeStopping) const
 {
     bool started = MEROSystemdStart(kEndTarget);
     if (!started && mayBeStopping) {
@@ -71,9 +71,9 @@ bool UnmountReturn::StartEndTarget(bool mayBeStopping) const
     return started;
 }
 
-bool UnmountReturn::WaitForJobs() const
+bool UnmountRestore::WaitForJobs() const
 {
-    std::set<std::string> names = JobNames(isOfToday ? units : services);
+    std::set<std::string> names = JobNames(isCurrent ? units : services);
     std::string own; // if it is one of them, its stop waits for us
     if (MEROSystemdGetByPid(getpid(), own)) {
         names.erase(own);
@@ -93,7 +93,7 @@ bool UnmountReturn::WaitForJobs() const
     return false;
 }
 
-bool UnmountReturn::StartUnits() const
+bool UnmountRestore::StartUnits() const
 {
     return StartAgain(MERO_HERE, {.units = units, .lost = lost, .tried = services}, "the unmounting").empty();
 }
