@@ -14,7 +14,7 @@
 namespace MERO::Core {
 namespace {
 
-/// The descriptors of the child. The steps run in the order they were added.
+/// Sets up the child's descriptors. The steps run in the order in which they are added.
 class FileActions {
 public:
     FileActions() { error_ = posix_spawn_file_actions_init(&actions_); }
@@ -47,7 +47,7 @@ posix_spawnattr_t CleanSignals()
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t signals;
-    std::memset(&signals, 0xff, sizeof signals); // sigfillset omits the C library's own two: they would be ignored
+    std::memset(&signals, 0xff, sizeof signals); // sigfillset omits the C library's two: the child would ignore them
     posix_spawnattr_setsigdefault(&attributes, &signals);
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);
