@@ -4,27 +4,27 @@
 
 #include <unistd.h>
 
-/// What can break off an operation: the end of its thread, an exception, a signal.
+/// What can interrupt an operation: the end of its thread, an exception, a signal.
 namespace MERO::Systemd {
 
 using MERO::CancelBlock;
 
-/// Runs `work`, then `restore`, whatever came of the work: an exception, or the end of the thread in it, goes on after
-/// that. Whether both succeeded.
+/// Runs `work`, then `restore`, even if the work throws or its thread ends; that continues afterwards. Returns whether
+/// both succeeded.
 template <typename Work, typename Restore>
 bool RunAndRestore(Work&& work, Restore&& restore)
 {
     bool done = false;
     try {
         done = work();
-    } catch (...) { // the thread's end too
+    } catch (...) { // also the thread's end
         (void)restore();
         throw;
     }
     return restore() && done;
 }
 
-/// A whole second: a signal of the host's, whose handler ends a sleep early, does not shorten it.
+/// Sleeps a full second, even if a signal handler of the host process ends sleep() early.
 inline void SleepOneSecond()
 {
     for (unsigned left = 1; left != 0;) {

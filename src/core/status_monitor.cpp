@@ -16,7 +16,7 @@ constexpr int kTimeout = 10; // seconds
 
 void RunScript(int lockFd)
 {
-    KeepDescriptors({lockFd}); // of this lock the child has its part; all others are the parent's alone
+    KeepDescriptors({lockFd}); // the child shares this lock; all others stay with the parent
     Executor executor;
     const auto [completed, exitCode] = executor.Execute(kScript, {});
     if (!completed || exitCode != 0) {
