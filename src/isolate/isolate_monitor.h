@@ -4,8 +4,8 @@
 
 namespace MERO::Systemd {
 
-/// Forks the isolate monitor, a process that holds `lock` too until it has seen this process' isolate command, or the
-/// not-finish flag is gone, or this process is, or two minutes have passed. The parent's hold is its own matter.
+/// Forks the isolate monitor. It shares `lock` until it sees this process' isolate command running, the not-finish flag
+/// is gone, this process has ended, or two minutes have passed. This process keeps its own copy of the lock.
 bool StartIsolateMonitor(FileLock& lock);
 
 } // namespace MERO::Systemd

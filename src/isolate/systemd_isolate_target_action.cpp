@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kDefaultTarget = "default.target";
 
-/// What the watcher does when its caller is gone: killed, say, or stopped with its unit by the isolation itself.
+/// Runs in the watcher if the caller has ended: killed, for example, or stopped with its unit by the isolation itself.
 void RestoreForCaller(pid_t caller, const std::string& target)
 {
     AwaitLeftOverSystemctl("isolate", target);

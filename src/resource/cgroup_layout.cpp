@@ -16,7 +16,7 @@ bool IsOnFileSystem(const char* path, unsigned long type)
     return statfs(path, &found) == 0 && static_cast<unsigned long>(found.f_type) == type;
 }
 
-/// Where that cannot be read now, which is logged, the file system decides alone.
+/// True if the dialect cannot be read, which is logged: then the file system alone decides.
 bool IsDialectCurrent()
 {
     try {

@@ -44,7 +44,7 @@ unsigned long KillTimeout(const std::string& slice)
 {
     try {
         const std::string value = XTarvixKeyGet(slice, "SliceKillTimeoutSec");
-        if (boost::algorithm::trim_left_copy(value).starts_with('-')) { // stoul would wait practically for ever
+        if (boost::algorithm::trim_left_copy(value).starts_with('-')) { // stoul would make it a huge number
             throw std::invalid_argument("stoul");
         }
         return value.empty() ? kDefaultTimeout : std::stoul(value);
@@ -56,7 +56,7 @@ unsigned long KillTimeout(const std::string& slice)
     return kDefaultTimeout;
 }
 
-/// Whether the slice's last process ends in time.
+/// Waits for the slice's last process. Returns false if it does not end in time.
 bool WaitForEnd(const std::string& slice, unsigned long timeout, const CancelBlock& block)
 {
     for (unsigned long seconds = 0; seconds < timeout; ++seconds) {
@@ -103,7 +103,7 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
     if (!RunKillCommand(strSlice, {})) {
         MERO_LOG(LOG_ERR, "[%s] SIGTERM killing failed in process kill phase.", slice);
     }
-    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // in either case: programs that read the log match it
+    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // logged even on failure: programs match this text
     report(KillPhase::Waiting);
     if (!WaitForEnd(strSlice, KillTimeout(strSlice), block)) {
         report(KillPhase::Killing);
