@@ -19,7 +19,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-/// A unit stands on the failed list once, however many steps failed for it.
+/// Adds each unit once, however many steps failed for it.
 void AddFailed(const Texts& units, Texts& failed)
 {
     for (const std::string& unit : units) {
@@ -29,7 +29,7 @@ void AddFailed(const Texts& units, Texts& failed)
     }
 }
 
-/// One systemctl for all units.
+/// Runs systemctl once for all units.
 bool RunStep(const char* step, const std::string& verb, const Texts& options, const Texts& vecUnits,
              const SystemctlObserver& observer)
 {
@@ -48,8 +48,8 @@ bool IsMasked(const std::string& unit)
     return MEROSystemdEnableStatusGet(unit) == MERO_SYSTEMD_ENABLE_STATUS_MASKED;
 }
 
-/// Whether one of the units is masked. What is one question is put again for each unit if systemctl does not answer for
-/// all of them: that of systemd 252 ends at the first unit without a file.
+/// Whether any of the units is masked. If `isOneQuery`, asks about all of them at once; if systemctl does not answer
+/// for all, asks about each: in systemd 252 it stops at the first unit without a file.
 bool IsOneMasked(const Texts& vecUnits, bool isOneQuery)
 {
     Texts states;
@@ -69,7 +69,7 @@ bool IsOneMasked(const Texts& vecUnits, bool isOneQuery)
                : std::any_of(vecUnits.begin(), vecUnits.end(), IsMasked);
 }
 
-/// Stops the units and takes them out of the boot: no link to them is left.
+/// Stops the units and removes all links to them, so that no boot starts them.
 bool TakeOutOfService(const Texts& vecUnits, bool isOneQuery, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
@@ -91,7 +91,7 @@ bool IsDirectory(const std::string& path)
     return MLIBCFileCheckDir(path.c_str()) == 0;
 }
 
-/// Removes one file of a unit. systemctl names files by absolute paths: anything else, and a directory, is refused.
+/// Removes one of a unit's files. Refuses directories and relative paths: systemctl prints absolute ones.
 bool RemoveUnitFile(const std::string& path)
 {
     return path.starts_with('/') && !IsDirectory(path) &&
@@ -100,7 +100,7 @@ bool RemoveUnitFile(const std::string& path)
 
 using Paths = std::map<std::string, Texts>; ///< by unit
 
-/// The files of units, in one question. Units of which systemd does not say them are left out.
+/// Gets the units' files, in one query. Leaves out units that systemd does not answer for.
 Paths PathsOf(const Texts& vecUnits)
 {
     std::map<std::string, ShownUnit> shown;
@@ -126,9 +126,9 @@ bool RemoveUnitFiles(const std::string& unit, const Paths& known)
                                                          return exitCode == 0;
                                                      });
     if (!isKnown) {
-        return false; // what a run that failed has printed names no file to remove
+        return false; // never remove a file that a failed run has printed
     }
-    // All of them are tried, although one fails.
+    // Tries all of them, even if one fails.
     const auto failures =
         std::count_if(paths.begin(), paths.end(), [](const std::string& path) { return !RemoveUnitFile(path); });
     return failures == 0;
