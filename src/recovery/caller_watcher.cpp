@@ -107,7 +107,7 @@ bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<voi
         watcher_ = pid_ != 0 ? OpenProcess(pid_) : Descriptor();
     }
     if (!watcher_) {
-        MERO_LOG(LOG_WARNING, "There is no watcher for pid[%d]: nobody goes back if it is killed: %m", getpid());
+        MERO_LOG(LOG_WARNING, "There is no watcher for pid[%d]: nothing is restored if it is killed: %m", getpid());
         Forget();
     }
     return static_cast<bool>(watcher_);

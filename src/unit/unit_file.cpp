@@ -76,8 +76,7 @@ Reading ReadKey(const std::string& path, const std::string& section, const std::
     return errno != ENOENT && IsThere(path) ? Reading::Done : Reading::NoFile;
 }
 
-/// Whether the line key=value reads back as written. The core library would refuse all pairs because of one that does
-/// not.
+/// Whether the line key=value reads back as written. The core library refuses all pairs because of one that does not.
 bool CanBeSet(const std::string& key, const std::string& value)
 {
     const auto isTrimmed = [](const std::string& text) {
@@ -148,7 +147,7 @@ std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& s
     try {
         return XTarvixKeyGet(strUnit, key);
     } catch (const std::exception&) {
-        return std::nullopt; // mostly: no such unit. The error register says which
+        return std::nullopt; // usually there is no such unit; see the error register
     }
 }
 

@@ -39,7 +39,7 @@ bool RunUnitAction(SourceLine where, const ActionWords& words, const std::vector
                    const std::vector<std::string>& vecUnits, std::vector<std::string>& failed,
                    const SystemctlObserver& observer, bool* wasKilled = nullptr);
 
-/// MEROSystemdStartIrreversibly that also says whether a signal ended systemctl.
+/// Like MEROSystemdStartIrreversibly, but also says whether a signal ended systemctl.
 bool StartIrreversibly(const std::string& unit, bool& wasKilled);
 
 /// Runs mask or unmask once for each of `vecUnits`, and appends the units that failed to `failed`.

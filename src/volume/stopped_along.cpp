@@ -32,7 +32,7 @@ Texts ReadRecord(const std::string& service)
     return units;
 }
 
-/// A note that is there stays as it is.
+/// Leaves an existing entry as it is.
 bool AddToRecord(const Descriptor& folder, const std::string& unit)
 {
     return static_cast<bool>(Descriptor(
@@ -40,7 +40,7 @@ bool AddToRecord(const Descriptor& folder, const std::string& unit)
            errno == EEXIST;
 }
 
-/// Each of them, although one fails: false, with its errno.
+/// Tries all of them, even if one fails. Returns false, with an errno, if one did.
 bool WriteRecord(const std::string& service, const Texts& units)
 {
     const DirectoryWalk folder = WalkToDirectory(kRecords + NormalizedUnitNameGet(service), IfMissing::Make);
@@ -52,7 +52,7 @@ bool WriteRecord(const std::string& service, const Texts& units)
     return error == 0;
 }
 
-/// What is noted for services that pass.
+/// Returns the units in the records of all services for which `passes` is true.
 std::set<std::string> Recorded(bool (*passes)(const std::string& service))
 {
     Texts services;
@@ -74,7 +74,7 @@ void DropRecord(const std::string& service, const Texts& units)
     for (const std::string& unit : units) {
         (void)unlink((folder + unit).c_str());
     }
-    if (CheckServiceHasReason(service)) { // since then
+    if (CheckServiceHasReason(service)) { // since the first check
         (void)WriteRecord(service, units);
     }
 }
@@ -84,7 +84,7 @@ bool HasReason(const UnitFacts& unit)
     return std::any_of(unit.names.begin(), unit.names.end(), CheckServiceHasReason);
 }
 
-/// What may start of units that are noted, in the order of their starts. None when systemd does not say.
+/// Returns those of the recorded units that may start, in start order; nothing if systemd does not answer.
 std::optional<StoppedUnits> FindStarting(const std::set<std::string>& recorded)
 {
     UnitFactsTable facts;
@@ -102,7 +102,7 @@ std::optional<StoppedUnits> FindStarting(const std::set<std::string>& recorded)
     return starting;
 }
 
-/// What runs and stops along with a service, and what of the noted units would.
+/// Returns the running units that stop along with a service, and the recorded ones that would.
 Texts FindStopping(const std::string& service, const Texts& recorded, UnitFactsTable& facts)
 {
     Texts stopping;
@@ -135,7 +135,7 @@ void RecordStoppedAlong(SourceLine where, const Texts& services)
     const std::set<std::string> others = Recorded([](const std::string&) { return true; });
     const Texts recorded(others.begin(), others.end());
     UnitFactsTable facts;
-    if (!FindDependents(names, facts) || !FindStoppers(recorded, facts)) { // all in one go: nothing is asked below
+    if (!FindDependents(names, facts) || !FindStoppers(recorded, facts)) { // all at once, for FindStopping
         MERO_LOG_AT(where, LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(names).c_str());
         return;
     }

@@ -18,7 +18,7 @@ constexpr int kLockTimeout = 3600; // seconds
 
 using Agreement = std::function<bool(const FullVolumeUnmountPlan&)>;
 
-/// The locks under which volumes are unmounted.
+/// The locks that an unmount holds.
 struct UnmountLocks {
     FileLock unmount{"/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout};
     FileLock isolate{kIsolateAndVolumeUnmountLock, false, kLockTimeout};
@@ -27,7 +27,7 @@ struct UnmountLocks {
     {
         const bool acquired = block.LiftFor([&] { return unmount.Acquire() && isolate.Acquire(); });
         if (!acquired) {
-            // In either case names the first lock, which programs that read the log match.
+            // Names the first lock even if it was the second: programs match this text.
             MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmount.PathGet().c_str());
         }
         return acquired;
@@ -118,7 +118,7 @@ bool MEROSystemdVolumeUnmountRecover()
 
 namespace {
 
-/// The action on behalf of C.
+/// Runs the unmount action for the C forms.
 int RunForC(const std::function<Texts()>& volumes, bool (*action)(void*), void* data)
 {
     return WithoutExceptions(

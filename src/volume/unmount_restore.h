@@ -7,30 +7,28 @@
 
 namespace MERO::Systemd {
 
-// The targets of an unmounting.
+inline constexpr const char* kBeginTarget = "unmount-volume-begin.target"; ///< its start stops the services
+inline constexpr const char* kEndTarget = "unmount-volume-end.target";     ///< its start starts them again
 
-inline constexpr const char* kBeginTarget = "unmount-volume-begin.target"; ///< stops the services
-inline constexpr const char* kEndTarget = "unmount-volume-end.target";     ///< starts them again
-
-/// What an unmounting brings back.
+/// What an unmount starts again.
 struct UnmountRestore {
     explicit UnmountRestore(const VolumeStopSet& set);
 
     bool isCurrent = false;
-    std::vector<std::string> services; ///< the end target wants them
+    std::vector<std::string> services; ///< the end target's Wants=
 
-    // Empty unless systemctl is today's:
-    std::vector<std::string> units; ///< the services, and what systemd stops along, in the order of their starts
-    std::vector<std::string> lost;  ///< what it stops along, and cannot be started by hand
+    // Empty in the classic dialect:
+    std::vector<std::string> units; ///< the services and what systemd stops along with them, in start order
+    std::vector<std::string> lost;  ///< what stops along with them and cannot be started by hand
 
-    /// Starts the end target. `mayBeStopping`: stop jobs may be left, and refuse the first start.
+    /// Starts the end target. `mayBeStopping`: stop jobs may be left that make the first attempt fail.
     bool StartEndTarget(bool mayBeStopping) const;
 
-    /// Starts the units that do not run, and says in the log which do not run then. Whether all of them run.
+    /// Starts the units that do not run, and logs those that still do not run. Returns whether all of them run.
     bool StartUnits() const;
 
-    /// Waits until systemd has no job left for the begin target and for the units, and nobody is about to queue some.
-    /// False when they cannot be listed, or there is still one after five minutes.
+    /// Waits until systemd has no job for the begin target or the units, and no systemctl is about to queue one.
+    /// Returns false if the jobs cannot be listed, or there still is one after five minutes.
     bool WaitForJobs() const;
 };
 

@@ -47,7 +47,7 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
     return written;
 }
 
-/// Whether this process is in a unit that stops: systemd cannot start that while we run.
+/// Whether this process is in one of the units: systemd cannot start that unit while we run.
 bool IsAnyOurs(const Texts& units)
 {
     std::string unit;
@@ -62,7 +62,7 @@ void FinishInCurrentDialect(const UnmountRestore& back)
     }
 }
 
-/// What the watcher does when its caller is gone.
+/// Runs in the watcher if the caller has ended.
 void RestoreForCaller(pid_t caller, const Texts& volumes, const UnmountRestore& back)
 {
     MERO_LOG(LOG_WARNING, "pid[%d] ended while it was unmounting [%s]: [%s] start again.", caller,
@@ -73,7 +73,7 @@ void RestoreForCaller(pid_t caller, const Texts& volumes, const UnmountRestore& 
     FinishInCurrentDialect(back);
 }
 
-/// One that was interrupted, if there is one. Its units are what may still be started of them.
+/// Returns the record of an interrupted unmount, if there is one, with only the units that may still be started.
 std::optional<UnmountRecord> FindInterrupted()
 {
     UnmountRecord record;
@@ -81,7 +81,7 @@ std::optional<UnmountRecord> FindInterrupted()
     if (!ReadUnmountRecord(record, kind) || kind != VolumeUnmountState::Kind::Interrupted) {
         return std::nullopt;
     }
-    MERO_LOG(LOG_WARNING, "The unmounting of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
+    MERO_LOG(LOG_WARNING, "The unmount of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
              Join(record.volumes).c_str(), record.caller, Join(record.services).c_str());
     LeaveOutHeldOrGone(record);
     return record;
@@ -93,7 +93,7 @@ void AddMissing(const Texts& from, Texts& to)
                  [&](const std::string& unit) { return !Contains(to, unit); });
 }
 
-/// From the moment at which all is known, under the locks.
+/// One unmount, from when the locks are held and the stop set is known.
 class UnmountRun {
 public:
     UnmountRun(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks)
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    /// Nothing stops, but what an interrupted unmounting has left stopped starts again.
+    /// Stops nothing, but starts again what an interrupted unmount has left stopped.
     bool RunOnly(const std::function<bool()>& action)
     {
         MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(volumes_).c_str());
@@ -171,7 +171,7 @@ private:
                 FinishInCurrentDialect(back_);
             }
             return started;
-        } catch (const std::exception&) { // no memory: the watcher has its own
+        } catch (const std::exception&) { // no memory here, but the watcher has its own
             (void)watcher_.HandOver();
             throw;
         }
@@ -190,7 +190,7 @@ private:
         }
     }
 
-    /// Nothing has stopped: only an interrupted unmounting's services are still down.
+    /// For when nothing has been stopped: what remains is the record of an interrupted unmount, if there was one.
     void TakeRecordBack() const
     {
         if (interrupted_) {
@@ -202,10 +202,10 @@ private:
 
     const Texts& volumes_;
     const std::vector<int>& locks_;
-    const UnmountRestore stops_; ///< what this one stops
-    UnmountRestore back_;        ///< with what an interrupted one has stopped
+    const UnmountRestore stops_; ///< what this unmount stops
+    UnmountRestore back_;        ///< also with what an interrupted one has stopped
     std::optional<UnmountRecord> interrupted_;
-    CallerWatcher watcher_; ///< goes before the locks
+    CallerWatcher watcher_; ///< ends before the locks are freed
 };
 
 } // namespace

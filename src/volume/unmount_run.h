@@ -9,13 +9,13 @@
 
 namespace MERO::Systemd {
 
-/// Stops what the set names, runs `action`, and starts all of it again, whatever came of it. What the action throws is
-/// passed on after that. A watcher shares `locks`, the descriptors of those that are held, and goes back for a caller
-/// that is killed; where systemctl is today's a record outlives both. Whether all succeeded.
+/// Stops the services of the stop set, runs `action`, and starts everything again whatever happened; an exception from
+/// the action is passed on afterwards. A watcher shares `locks`, the descriptors of the held locks, and restores the
+/// services if the caller is killed. In the current dialect a record outlives both. Returns whether all succeeded.
 bool RunUnmount(const std::vector<std::string>& volumes, const VolumeStopSet& set, const std::vector<int>& locks,
                 const std::function<bool()>& action);
 
-/// Starts what an interrupted unmounting has left stopped, but what is held or gone. The record is done with then.
+/// Starts what an interrupted unmount has left stopped, except what is held or gone, and removes the record.
 bool FinishInterruptedUnmount(UnmountRecord record);
 
 } // namespace MERO::Systemd
