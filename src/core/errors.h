@@ -29,11 +29,11 @@ inline void SetError(SourceLine where, int code)
     MLIBCErrSetEx(code, where.file, where.line);
 }
 
-/// Returns `valid`. When it is false, logs the condition's text and sets the error register to 0x0D00.
+/// Returns `valid`. If it is false, logs the condition's text and sets the error register to 0x0D00.
 inline bool CheckArgument(bool valid, SourceLine where, const char* condition)
 {
     if (!valid) {
-        // "Invaild": programs that read the log match this spelling.
+        // "Invaild": programs match this spelling.
         syslog(LOG_ERR, "%s:%d Invaild Argument (%s)=[%d]\n", where.file, where.line, condition, 0);
         SetError(where, MLIBC_ERR_INVALID_ARGUMENT);
     }

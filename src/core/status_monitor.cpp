@@ -9,7 +9,7 @@
 namespace MERO::Systemd {
 namespace {
 
-// Not among the other locks: the script expects it here.
+// Not in the folder of the other locks: the script expects it here.
 constexpr const char* kLock = "/run/merosystemd/status_monitor.exit.lock";
 constexpr const char* kScript = "/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh";
 constexpr int kTimeout = 10; // seconds

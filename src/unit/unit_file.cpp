@@ -38,7 +38,7 @@ void VisitUnitPaths(const std::string& unit, Visit&& visit)
         return; // no file can have this name
     }
     std::string path;
-    path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
+    path.reserve(kUnitDirectories[0].size() + name.size()); // the first directory is the longest
     for (std::string_view directory : kUnitDirectories) {
         if (visit(path.assign(directory).append(name))) {
             return;

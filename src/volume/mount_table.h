@@ -20,7 +20,7 @@ struct MountEntry {
 
 std::vector<MountEntry> MountTableParse(std::string_view text);
 
-/// Returns where else the file system of one of `volumes`, or a folder of it, is mounted, outside all of `volumes`.
+/// Returns the places outside `volumes` where the file system of one of them, or a folder of it, is mounted too.
 std::vector<std::string> FindBindMounts(const std::vector<MountEntry>& table, const std::vector<std::string>& volumes);
 
 /// Returns where the mount namespace with the table `other` keeps one of `volumes` mounted after an unmount in the

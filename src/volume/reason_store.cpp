@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kRoot = "/run/merosystemd/reasons/";
 
-/// Returns `allowed`; sets the error register when it is false.
+/// Returns `allowed`; sets the error register if it is false.
 bool Allow(bool allowed)
 {
     if (!allowed) {

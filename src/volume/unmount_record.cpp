@@ -107,7 +107,7 @@ bool UnmountRecord::Write() const
     bool written = false;
     try {
         written = WriteWhole(ToJson(*this));
-    } catch (const std::exception&) { // no memory
+    } catch (const std::exception&) { // out of memory
         errno = ENOMEM;
     }
     if (!written) {

@@ -171,7 +171,7 @@ private:
                 FinishInCurrentDialect(back_);
             }
             return started;
-        } catch (const std::exception&) { // no memory here, but the watcher has its own
+        } catch (const std::exception&) { // out of memory here, but the watcher has its own
             (void)watcher_.HandOver();
             throw;
         }
@@ -190,7 +190,7 @@ private:
         }
     }
 
-    /// For when nothing has been stopped: what remains is the record of an interrupted unmount, if there was one.
+    /// Undoes Record() when nothing has been stopped: restores the record of an interrupted unmount, if there was one.
     void TakeRecordBack() const
     {
         if (interrupted_) {
