@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-/// What can interrupt an operation: the end of its thread, an exception, a signal.
+/// For operations that can be interrupted: by the end of their thread, an exception or a signal.
 namespace MERO::Systemd {
 
 using MERO::CancelBlock;

@@ -7,7 +7,7 @@
 /// Unit names, and names that become file names.
 namespace MERO::Systemd {
 
-/// Whether this is one of systemd's eleven unit types.
+/// Whether this is one of the eleven unit types.
 bool IsUnitType(std::string_view type);
 
 /// Whether the text after the last "." is a unit type.

@@ -20,7 +20,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-/// What the policy says about a command while systemd has jobs for its units.
+/// The policy's verdict on a command while systemd has jobs for its units.
 struct PolicyVerdict {
     enum class Action { Run, RunWithoutBlocking, Skip };
 

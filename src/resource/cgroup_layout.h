@@ -16,7 +16,7 @@ bool IsUnified();
 /// Whether the tracked slices are systemd's own, because the monitor's hierarchy is not mounted.
 bool TracksSystemdSlices();
 
-/// The root folder of systemd's hierarchy; ends with "/".
+/// The root folder of the hierarchy that systemd uses; ends with "/".
 std::string SystemdHierarchy();
 
 } // namespace MERO::Systemd

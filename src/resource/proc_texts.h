@@ -31,7 +31,7 @@ bool CgroupPathParse(const std::string& line, const std::string& controllers, st
 /// Gets the path from the first line with these controllers.
 bool FindCgroupPath(std::string_view lines, const std::string& controllers, std::string& path);
 
-/// The controllers in the line of systemd's hierarchy: none with cgroup version 2 (`isUnified`).
+/// The controllers in the line for systemd's hierarchy: none with cgroup version 2 (`isUnified`).
 inline const char* SystemdControllers(bool isUnified)
 {
     return isUnified ? "" : "name=systemd";

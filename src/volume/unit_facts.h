@@ -7,7 +7,7 @@
 
 namespace MERO::Systemd {
 
-/// What systemd knows about a unit that may stop.
+/// systemd's facts about a unit that may stop.
 struct UnitFacts {
     std::string id;                       ///< its own name, not an alias
     std::vector<std::string> names;       ///< the id and its aliases

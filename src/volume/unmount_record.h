@@ -9,7 +9,7 @@
 
 namespace MERO::Systemd {
 
-/// What an unmount has stopped and must start again, in a file that outlives its processes.
+/// The record of what an unmount has stopped and must start again: a file that outlives its processes.
 struct UnmountRecord {
     std::vector<std::string> volumes;
     std::vector<std::string> services; ///< the stop set

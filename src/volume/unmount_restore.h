@@ -10,7 +10,7 @@ namespace MERO::Systemd {
 inline constexpr const char* kBeginTarget = "unmount-volume-begin.target"; ///< its start stops the services
 inline constexpr const char* kEndTarget = "unmount-volume-end.target";     ///< its start starts them again
 
-/// What an unmount starts again.
+/// Starts again what an unmount has stopped.
 struct UnmountRestore {
     explicit UnmountRestore(const VolumeStopSet& set);
 
