@@ -40,8 +40,8 @@ inline bool CheckArgument(bool valid, SourceLine where, const char* condition)
     return valid;
 }
 
-/// Whether reading a file failed because descriptors or memory ran out, or its device failed. Its
-/// content is then unknown, and the next attempt may succeed.
+/// Whether reading a file failed because descriptors or memory ran out, or its device failed. The file's content is
+/// then unknown, and the next attempt may succeed.
 inline bool IsPassingFailure(int error)
 {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO;
