@@ -15,27 +15,27 @@
 #include <system_error>
 #include <vector>
 
-/// Found before the C library's: the messages are made, and nothing is logged.
+/// Replaces the C library's vsyslog(): formats the message, but logs nothing.
 extern "C" void vsyslog(int, const char* format, va_list values)
 {
     char message[1024];
     std::vsnprintf(message, sizeof message, format, values);
 }
 
-/// Undefined behaviour is a finding like any other.
+/// Makes undefined behaviour a finding like any other.
 extern "C" const char* __ubsan_default_options()
 {
     return "halt_on_error=1:print_stacktrace=1";
 }
 
-/// What the fuzzers share. Each is a program of libFuzzer's for a family of texts, of one source: the first byte of its
-/// input chooses the parser, "0" the first one, and the rest is the text. What must hold of an answer are its bounds,
-/// and that it is read back as written.
+/// Shared by the fuzzers. Each fuzzer is one libFuzzer program, of one source file, for a family of texts: the first
+/// byte of the input chooses the parser ("0" is the first), the rest is the text. A parser's answer must stay within
+/// its bounds, and what was written must read back the same.
 namespace MERO::Fuzz {
 
 using Parser = void(std::string_view input);
 
-/// Takes the first line off the input, and returns it without its newline: what a parser needs besides its text.
+/// Takes the first line off the input and returns it without its newline: an argument for the parser.
 inline std::string TakeLine(std::string_view& input)
 {
     const std::size_t end = std::min(input.find('\n'), input.size());
@@ -44,7 +44,7 @@ inline std::string TakeLine(std::string_view& input)
     return line;
 }
 
-/// The text's lines, with their newlines; the last one may lack it.
+/// Returns the text's lines with their newlines; the last line may have none.
 inline std::vector<std::string> Lines(std::string_view text)
 {
     std::vector<std::string> lines;
@@ -56,7 +56,7 @@ inline std::vector<std::string> Lines(std::string_view text)
     return lines;
 }
 
-/// Without the C locale's blanks at either end.
+/// Removes the C locale's blanks from both ends.
 inline std::string_view Trim(std::string_view text)
 {
     constexpr std::string_view kBlanks = " \t\n\v\f\r";
@@ -69,7 +69,7 @@ inline bool Holds(std::string_view whole, std::string_view part)
     return whole.find(part) != whole.npos;
 }
 
-/// A file whose text each input replaces, in a folder that goes with the caller's TMPDIR.
+/// A file whose text each input replaces. Its folder is in TMPDIR, which the caller removes.
 class FolderFile {
 public:
     FolderFile() : path_(std::filesystem::temp_directory_path() / "fuzz.XXXXXX")
@@ -103,6 +103,6 @@ private:
         return 0;                                                                                                      \
     }
 
-/// Unlike assert, also in a release.
+/// Like assert, but also in release builds.
 #define MERO_REQUIRE(condition)                                                                                        \
     ((condition) ? void() : (std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition), abort()))

@@ -17,7 +17,7 @@ namespace {
 
 using Settings = std::map<std::optional<std::string>, std::map<std::string, std::string>>;
 
-/// All that a text sets, by section; without one, the lines before the first header.
+/// All values that a text sets, by section; those before the first header have none.
 Settings SettingsOf(std::string_view text)
 {
     Settings settings;
@@ -33,7 +33,7 @@ Settings SettingsOf(std::string_view text)
     return settings;
 }
 
-/// A section, a key, and a file's text: the search for one value against the reading of all lines.
+/// A section, a key, and a file's text: compares the search for one value with reading all lines.
 void IniText(std::string_view input)
 {
     const std::string section = TakeLine(input), key = TakeLine(input);
@@ -45,11 +45,11 @@ void IniText(std::string_view input)
     }
 }
 
-/// A key, a value for it, and the text of the file that gets them.
+/// A key, its value, and the text of the file to set them in.
 void KeyValueFile(std::string_view input)
 {
     static FolderFile file;
-    const std::string key = TakeLine(input).c_str(), value = TakeLine(input).c_str(); // to a NUL, as functions see it
+    const std::string key = TakeLine(input).c_str(), value = TakeLine(input).c_str(); // cut at a NUL, as in C
     file.Put(input);
     if (MLIBCFileSetKeyValue(file.Path(), key.c_str(), value.c_str(), 0) != 0) {
         MERO_REQUIRE(MLIBCErrGet() == MLIBC_ERR_INVALID_ARGUMENT && file.Text() == input);
@@ -63,7 +63,7 @@ void KeyValueFile(std::string_view input)
     MERO_REQUIRE(start == value.substr(0, 4));
 }
 
-/// A section, a key of it, a value, and the text of the file that gets them.
+/// A section, a key, its value, and the text of the file to add them to.
 void SectionFile(std::string_view input)
 {
     static FolderFile file;

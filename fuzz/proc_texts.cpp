@@ -56,7 +56,7 @@ void Cgroup(std::string_view input)
     }
 }
 
-/// A letter for each column before the one that is looked at, and a table of mounts, swap files or exports.
+/// A letter for each column to skip, and a table of mounts, swap files or exports.
 void KernelTable(std::string_view input)
 {
     const std::size_t column = TakeLine(input).size() % 8;

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Runs one fuzzer, for scripts/fuzz: run_target.sh -runs|-max_total_time AMOUNT TARGET. Writes a line; an input that the
-# fuzzer found stays under build/fuzz/findings/, and the exit code is 1. TMPDIR is a folder of the caller's.
+# Runs one fuzzer, for scripts/fuzz: run_target.sh -runs|-max_total_time AMOUNT TARGET. Prints one line. If the fuzzer
+# finds something, the input stays in build/fuzz/findings/ and the exit code is 1. The caller provides TMPDIR.
 set -eu
 unit=$1 amount=$2 target=$3
 fuzzer=build/fuzz/bin/fuzz_$target
@@ -15,14 +15,14 @@ executed() {
     echo $(($(sed -n 's/^stat::number_of_executed_units: *//p' "$messages" | paste -s -d +) + 0))
 }
 
-# Inputs of up to $1 bytes, $2 runs or seconds.
+# Tries inputs of up to $1 bytes, for $2 runs or seconds.
 run() {
     before=$(executed)
     if "$fuzzer" -max_len="$1" -timeout=1 -rss_limit_mb=512 "$unit=$2" -print_final_stats=1 \
         -artifact_prefix="$prefix" "$TMPDIR/$target.new" "fuzz/seeds/$target" >> "$messages" 2>&1; then
         return 0
     fi
-    # The second is the clock's. If what took it takes no time alone, it was the machine that stood still.
+    # The limit of one second is wall time. An input that passes on its own was slow because the machine was busy.
     slow=$(find build/fuzz/findings -name "$target-timeout-*")
     if [ -n "$slow" ] && "$fuzzer" -timeout=1 "$slow" >> "$messages" 2>&1; then
         rm "$slow"

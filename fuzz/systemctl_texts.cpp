@@ -11,7 +11,7 @@ using namespace MERO::Fuzz;
 
 namespace {
 
-/// A unit, and messages.
+/// A unit, and systemctl's messages.
 void FailedUnits(std::string_view input)
 {
     const std::string unit = TakeLine(input);
@@ -49,13 +49,13 @@ void TableRow(std::string_view input)
     dialect.CheckColumns(Lines(input), 3);
 }
 
-/// What `show` prints.
+/// The output of `show`.
 void UnitPaths(std::string_view input)
 {
     for (const std::string& path : UnitPathsParse(Lines(input))) {
         MERO_REQUIRE(!path.empty());
-        const std::size_t at = input.find(path);              // in the order of the text
-        MERO_REQUIRE(at != input.npos || Holds(input, "\"")); // or it was quoted
+        const std::size_t at = input.find(path);              // paths come in the order of the text
+        MERO_REQUIRE(at != input.npos || Holds(input, "\"")); // unless they were quoted
         input.remove_prefix(at != input.npos ? at + path.size() : 0);
     }
 }
@@ -71,7 +71,7 @@ void UnitName(std::string_view input)
     MERO_REQUIRE(NormalizedUnitNameGet(normalized) == normalized);
 }
 
-/// The characters that divide, and the text.
+/// The delimiters, and the text.
 void SplitText(std::string_view input)
 {
     const std::string delimiters = TakeLine(input);
@@ -79,7 +79,7 @@ void SplitText(std::string_view input)
     std::vector<std::string> pieces;
     MERO_REQUIRE(Split(std::string(input), pieces, delimiters));
     MERO_REQUIRE(pieces.empty() == trimmed.empty());
-    std::size_t size = pieces.empty() ? 0 : pieces.size() - 1; // of the delimiters between
+    std::size_t size = pieces.empty() ? 0 : pieces.size() - 1; // the delimiters between the pieces
     for (const std::string& piece : pieces) {
         MERO_REQUIRE(piece.find_first_of(delimiters) == piece.npos);
         size += piece.size();

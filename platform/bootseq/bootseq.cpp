@@ -13,7 +13,7 @@ int MEROSystemGetBootStep(void)
     const MERO::Descriptor file(open("/run/merobootseq/boot-step", O_RDONLY | O_CLOEXEC));
     char text[32];
     const ssize_t length = MERO::Uninterrupted([&] { return read(file.Get(), text, sizeof text); });
-    if (length < 0 || length == sizeof text) { // a text that may go on is no number
+    if (length < 0 || length == sizeof text) { // a full buffer: the number may go on
         return -1;
     }
     const char* end = text + length;

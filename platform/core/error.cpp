@@ -7,7 +7,7 @@ namespace {
 struct Register {
     int code;
     int line;
-    char file[64]; // a copy: the library that set it may be unloaded before it is read
+    char file[64]; // a copy: the library that set it may be unloaded by the time it is read
 };
 
 thread_local Register lastError{};
@@ -21,7 +21,7 @@ void MLIBCErrSetEx(int code, const char* file, int line)
     const char* name = slash != nullptr ? slash + 1 : path;
     const char* dot = std::strrchr(name, '.');
     const std::size_t length = dot != nullptr ? static_cast<std::size_t>(dot - name) : std::strlen(name);
-    Register& last = lastError; // each mention of it is a call
+    Register& last = lastError; // each access to the thread_local is a function call
     const std::size_t kept = length < sizeof last.file ? length : sizeof last.file - 1;
 
     last.code = code;

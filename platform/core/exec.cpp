@@ -12,7 +12,7 @@ int MLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, 
     if (path == nullptr) {
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
-    // exec takes the texts as mutable for historical reasons and changes none.
+    // exec declares its arguments mutable for historical reasons, but does not change them.
     char* const argv[] = {const_cast<char*>(path), const_cast<char*>(a1), const_cast<char*>(a2),
                           const_cast<char*>(a3),   const_cast<char*>(a4), nullptr};
     const pid_t pid = Spawn(path, argv, environ, {.standardOutput = kDevNull, .standardError = kDevNull});

@@ -5,12 +5,12 @@
 #include <exception>
 #include <new>
 
-/// Sets the error register to this place and yields -1, keeping errno for the caller's %m.
+/// Sets the error register to `code` and this source line, and yields -1. Keeps errno for the caller's %m.
 #define MERO_FAIL(code) (MLIBCErrSetEx((code), __FILE_NAME__, __LINE__), -1)
 
 namespace MERO::Core {
 
-/// Runs `body` for a C function, which must not let an exception out: no memory is a failure like others.
+/// Runs `body` for a C function, which must let no exception out. Running out of memory is an ordinary failure.
 template <typename Body>
 int WithoutExceptions(Body&& body)
 {

@@ -25,7 +25,7 @@ pid_t ReadPid(int fd)
     return count == static_cast<ssize_t>(sizeof pid) ? pid : -1;
 }
 
-/// Forks twice, so that the child becomes init's (or a subreaper's). The process between hands over the child's ID.
+/// Forks twice, so that init (or a subreaper) adopts the child. The process between sends the child's ID.
 pid_t ForkDetached()
 {
     int ends[2];
@@ -40,19 +40,19 @@ pid_t ForkDetached()
         return -1;
     }
     if (between == 0) {
-        const pid_t child = _Fork(); // the locks of the C library are already this process' own
+        const pid_t child = _Fork(); // fork() has already reset the C library's locks
         if (child == 0) {
-            return 0; // the pipe's ends close with their owners
+            return 0; // the destructors close the pipe
         }
-        const bool isTold =
+        const bool isSent =
             child > 0 && WriteAll(writeEnd.Get(), {reinterpret_cast<const char*>(&child), sizeof child});
-        _exit(isTold ? 0 : 1);
+        _exit(isSent ? 0 : 1);
     }
     writeEnd.Close();
     const pid_t child = ReadPid(readEnd.Get());
     WaitStatus(between);
     if (child < 0) {
-        errno = EAGAIN; // the usual reason; the true one ended with the process between
+        errno = EAGAIN; // the usual reason; the real one is lost with the process between
     }
     return child;
 }
@@ -79,13 +79,13 @@ int MLIBCProcAlive(int pid)
     if (pid <= 0) {
         return 0;
     }
-    // Signal 0 would call a zombie alive; a pidfd is readable as soon as its process has ended.
+    // Signal 0 also reaches a zombie; a pidfd is readable as soon as its process has ended.
     Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     if (!process) {
         const bool isNone = errno == ESRCH || errno == EINVAL || errno == ENOENT; // the latter two: a thread's ID
         return !isNone && (kill(pid, 0) == 0 || errno == EPERM) ? 1 : 0; // no descriptor left, or a kernel before 5.3
     }
     pollfd ended{.fd = process.Get(), .events = POLLIN, .revents = 0};
-    // A signal that comes just then breaks poll off, although it does not wait.
+    // poll() can fail with EINTR even though it does not wait.
     return Uninterrupted([&] { return poll(&ended, 1, 0); }) > 0 ? 0 : 1;
 }

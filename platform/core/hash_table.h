@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-/// Ordered, so that what is written from a table is the same every time.
+/// Ordered, so that a table is always written in the same order.
 struct MLIBCSzHash {
     std::map<std::string, std::string, std::less<>> texts;
 };

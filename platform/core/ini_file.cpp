@@ -5,7 +5,7 @@
 namespace MERO::Core {
 namespace {
 
-/// isspace() of the C locale, whatever the host's is.
+/// isspace() of the C locale, whatever locale the host process has set.
 constexpr bool IsBlank(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -22,21 +22,21 @@ std::string_view Trim(std::string_view text)
     return text;
 }
 
-/// Of what Trim leaves; NUL for nothing.
+/// Returns the first character after leading blanks; NUL if there is none.
 char FirstCharacter(std::string_view text)
 {
     const auto first = std::find_if_not(text.begin(), text.end(), IsBlank);
     return first == text.end() ? '\0' : *first;
 }
 
-/// With its newline, if it has one. Of a text that is not empty.
+/// The size of the first line, with its newline if it has one. `text` must not be empty.
 std::size_t FirstLineSize(std::string_view text)
 {
     return std::min(text.find('\n'), text.size() - 1) + 1;
 }
 
-/// What follows the first line that holds nothing but this section's header: other sections need no look at their
-/// lines.
+/// Returns what follows the section's first header line. Searching for the header skips the other sections without
+/// parsing their lines.
 std::string_view AfterHeader(std::string_view text, std::string_view section)
 {
     for (std::size_t name = 1; (name = text.find(section, name)) != text.npos; ++name) {
@@ -93,7 +93,7 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
 {
     if (section) {
         if (section->find('\n') != section->npos) {
-            return std::nullopt; // no line is its header
+            return std::nullopt; // no header can contain it
         }
         text = AfterHeader(text, *section);
     }
@@ -103,7 +103,7 @@ std::optional<std::string_view> FindIniValue(std::string_view text, std::optiona
         text.remove_prefix(whole.size());
         const char first = FirstCharacter(whole);
         if (first != '[' && !key.starts_with(first)) {
-            continue; // most lines need no closer look
+            continue; // skips most lines without parsing them
         }
         const IniLine line = ParseIniLine(whole);
         if (line.kind == IniLine::Kind::Pair && line.name == key) {

@@ -11,18 +11,18 @@ struct IniLine {
 
     Kind kind;
     std::string_view whole; ///< with its newline, if it has one
-    std::string_view name;  ///< of a Header the section, of a Pair the key
-    std::string_view value; ///< of a Pair
+    std::string_view name;  ///< a Header's section, or a Pair's key
+    std::string_view value; ///< a Pair's value
 };
 
 /// Cuts the first line off `text`, which must not be empty.
 IniLine TakeIniLine(std::string_view& text);
 
-/// The last value of `key` in `section`, or without a section among the lines before the first header.
+/// Returns the last value of `key` in `section`; without a section, among the lines before the first header.
 std::optional<std::string_view> FindIniValue(std::string_view text, std::optional<std::string_view> section,
                                              std::string_view key);
 
-/// Whether these can be written such that they read back the same.
+/// Whether these read back exactly as they are written.
 bool IsIniSection(std::string_view section);
 bool IsIniPair(std::string_view key, std::string_view value);
 

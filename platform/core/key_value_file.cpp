@@ -11,13 +11,13 @@ using namespace MERO::Core;
 
 namespace {
 
-/// `text` with the line that sets `key` replaced, or added after the last line before the first header.
+/// Returns `text` with the line that sets `key` replaced, or added before the first header.
 std::string WithKey(std::string_view text, std::string_view key, std::string_view value)
 {
     std::string setting;
     setting.append(key).append("=").append(value).append("\n");
 
-    std::string_view replaced; // the last one, which is the one that counts
+    std::string_view replaced; // the last one: it is the one in effect
     std::string_view rest = text;
     std::size_t end = text.size();
     while (!rest.empty()) {

@@ -18,13 +18,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// flock has no timed wait, and an alarm signal would be the host's: so it is asked for again. Who has waited long waits
-// a little longer: 5% of the time so far, within these bounds. (inotify would report the end of a lock at once, but its
-// descriptor takes 20 ms to close.)
+// flock() has no timeout, and an alarm signal would interfere with the host process: so we poll. The interval grows
+// with the wait: 5% of the time so far, within these bounds. (inotify would report the release at once, but closing its
+// descriptor takes 20 ms.)
 constexpr std::chrono::nanoseconds kShortestInterval = 1ms;
 constexpr std::chrono::nanoseconds kLongestInterval = 20ms;
 
-// Ordinary users must not be able to open a lock file: anybody who can, can hold the lock for ever.
+// Ordinary users must not be able to open a lock file: anyone who can may hold the lock for ever.
 constexpr mode_t kLockFileMode = 0600;
 
 } // namespace
@@ -36,7 +36,7 @@ int MLIBCFileLockTimeByFile(const char* path, int exclusive, int timeoutSeconds,
     }
     Descriptor file;
     {
-        const CancelBlock block; // a thread that is cancelled in open() would lose the descriptor
+        const CancelBlock block; // a thread cancelled in open() would leak the descriptor
         file = Descriptor(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY, kLockFileMode));
     }
     if (!file) {
@@ -67,6 +67,6 @@ int MLIBCFileUnlockByFile(int fd)
     if (fd < 0) {
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
-    // No LOCK_UN: that would take the lock from a forked child that holds a copy of the descriptor too.
+    // No LOCK_UN: it would also take the lock from a forked child that has a copy of the descriptor.
     return close(fd) == 0 || errno == EINTR ? 0 : MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
 }

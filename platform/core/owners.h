@@ -6,10 +6,10 @@
 #include <memory>
 #include <utility>
 
-/// Owners of what C hands out. This header is also the library's and the sandbox's; it is not installed.
+/// Owners of C resources. The library and the sandbox use this header too; it is not installed.
 namespace MERO {
 
-/// Owns a file descriptor; -1 is none.
+/// Owns a file descriptor; -1 means none.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -28,7 +28,7 @@ public:
     void Close()
     {
         if (fd_ >= 0) {
-            close(Release()); // never repeated on EINTR: Linux has freed the descriptor by then
+            close(Release()); // not repeated on EINTR: Linux has already freed the descriptor
         }
     }
 
@@ -40,7 +40,7 @@ struct FreeMemory {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-/// Owns memory that malloc() gave, such as strdup's.
+/// Owns memory from malloc(), such as strdup()'s.
 template <typename T>
 using CMemory = std::unique_ptr<T, FreeMemory>;
 

@@ -20,7 +20,7 @@ int MLIBCFileTouch(const char* path)
     if (path == nullptr) {
         return MERO_FAIL(MLIBC_ERR_INVALID_ARGUMENT);
     }
-    // O_NONBLOCK: a FIFO of that name must not hold the caller up.
+    // O_NONBLOCK: a FIFO of that name must not block the caller.
     Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644));
     if (!file || futimens(file.Get(), nullptr) != 0) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);

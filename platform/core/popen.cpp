@@ -17,13 +17,13 @@ using namespace MERO::Core;
 
 namespace {
 
-/// What a stream reads from. The stream owns it (fopencookie), so no table of open streams is needed.
+/// The program that a stream reads from. The stream owns it (fopencookie), so no table of open streams is needed.
 struct Child {
     Descriptor output;
     pid_t pid;
 };
 
-thread_local pid_t closedChild = -1; // from CloseChild to MLIBCPclose, across fclose
+thread_local pid_t closedChild = -1; // carries the ID from CloseChild to MLIBCPclose, through fclose
 
 ssize_t ReadChild(void* cookie, char* buffer, size_t size)
 {
@@ -60,7 +60,7 @@ FILE* MLIBCPopenvce(const char* path, const char* mode, char* const argv[], char
     child->output = Descriptor(ends[0]);
     Descriptor writeEnd(ends[1]);
 
-    // The stream comes before the child, so that nothing can fail once the program runs.
+    // The stream is made first, so that nothing can fail once the program runs.
     FILE* stream =
         fopencookie(child.get(), "r", {.read = ReadChild, .write = nullptr, .seek = nullptr, .close = CloseChild});
     if (stream == nullptr) {

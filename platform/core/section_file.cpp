@@ -23,7 +23,7 @@ std::string SectionText(std::string_view section, const MLIBCSzHash& values)
     return text;
 }
 
-/// `text` with every section of this name taken out, and the new one where the first of them stood, or at the end.
+/// Returns `text` without any section of this name, and with the new one in place of the first of them, or at the end.
 std::string WithSection(std::string_view text, std::string_view section, const MLIBCSzHash& values)
 {
     const std::string written = SectionText(section, values);

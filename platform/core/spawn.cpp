@@ -14,7 +14,7 @@
 namespace MERO::Core {
 namespace {
 
-/// The descriptors of the child. The steps run in the order they were added.
+/// Sets up the child's descriptors. The steps run in the order in which they are added.
 class FileActions {
 public:
     FileActions() { error_ = posix_spawn_file_actions_init(&actions_); }
@@ -25,18 +25,18 @@ public:
     void Direct(int standard, int target)
     {
         if (target == kDevNull) {
-            Note(posix_spawn_file_actions_addopen(&actions_, standard, "/dev/null", O_RDWR, 0));
+            KeepError(posix_spawn_file_actions_addopen(&actions_, standard, "/dev/null", O_RDWR, 0));
         } else if (target != kInherit) {
-            Note(posix_spawn_file_actions_adddup2(&actions_, target, standard));
+            KeepError(posix_spawn_file_actions_adddup2(&actions_, target, standard));
         }
     }
-    void CloseFrom(int first) { Note(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
+    void CloseFrom(int first) { KeepError(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
 
     int Error() const { return error_; }
     const posix_spawn_file_actions_t* Get() const { return &actions_; }
 
 private:
-    void Note(int error) { error_ = error_ != 0 ? error_ : error; }
+    void KeepError(int error) { error_ = error_ != 0 ? error_ : error; }
 
     posix_spawn_file_actions_t actions_;
     int error_;
@@ -47,7 +47,7 @@ posix_spawnattr_t CleanSignals()
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t signals;
-    std::memset(&signals, 0xff, sizeof signals); // sigfillset omits the C library's own two: they would be ignored
+    std::memset(&signals, 0xff, sizeof signals); // sigfillset omits the C library's two: the child would ignore them
     posix_spawnattr_setsigdefault(&attributes, &signals);
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);

@@ -8,11 +8,11 @@
 #include <cstddef>
 #include <string_view>
 
-/// System calls, made to their end. This header is also the library's and the sandbox's; it is not installed.
+/// System calls that run to completion. The library and the sandbox use this header too; it is not installed.
 namespace MERO {
 
-/// While it lives, this thread is not cancelled (pthread_cancel): what has to be taken back is taken back to the end,
-/// and no destructor is left halfway, which would end the process.
+/// While it lives, this thread cannot be cancelled (pthread_cancel): cleanup runs to its end. A cancellation inside a
+/// destructor would end the process.
 class CancelBlock {
 public:
     CancelBlock() : CancelBlock(PTHREAD_CANCEL_DISABLE) {}
@@ -20,7 +20,7 @@ public:
     CancelBlock& operator=(const CancelBlock&) = delete;
     ~CancelBlock() { pthread_setcancelstate(before_, nullptr); }
 
-    /// What `function` returns. In it the thread can be cancelled if it could be before.
+    /// Returns what `function` returns. While that runs, the thread can be cancelled if it could be before.
     template <typename Function>
     auto LiftFor(Function&& function) const
     {
@@ -34,7 +34,8 @@ private:
     int before_;
 };
 
-/// What `call` returns when no signal breaks it off. (A process that was stopped sees EINTR without a handler.)
+/// Repeats `call` while a signal interrupts it, and returns its result. (Stopping and continuing a process can cause
+/// EINTR even without a handler.)
 template <typename Call>
 auto Uninterrupted(Call&& call)
 {
@@ -45,7 +46,7 @@ auto Uninterrupted(Call&& call)
     return result;
 }
 
-/// Writes the whole text. False, with errno, when that fails.
+/// Writes the whole text. Returns false, with errno, on failure.
 inline bool WriteAll(int file, std::string_view text)
 {
     while (!text.empty()) {
@@ -58,13 +59,13 @@ inline bool WriteAll(int file, std::string_view text)
     return true;
 }
 
-/// Fills a file that was just made: it gets the owner and the mode of `like`, a name in `folder`, if that is a regular
-/// file, and the text, which is on the disk when this returns true. `flags`: fstatat's. False, with errno.
+/// Fills a new file: gives it the owner and mode of `like`, a name in `folder`, if that is a regular file, and writes
+/// the text through to the disk. `flags` are those of fstatat. Returns false, with errno, on failure.
 inline bool FillNewFile(int file, int folder, const char* like, int flags, std::string_view text)
 {
     struct stat old;
     const bool hasOld = fstatat(folder, like, &old, flags) == 0 && S_ISREG(old.st_mode);
-    // The owner comes first: changing it takes set-user-ID bits away.
+    // The owner first: changing it clears set-user-ID bits.
     return (!hasOld || (fchown(file, old.st_uid, old.st_gid) == 0 && fchmod(file, old.st_mode & 07777) == 0)) &&
            WriteAll(file, text) && fsync(file) == 0;
 }

@@ -19,14 +19,14 @@ namespace {
 
 constexpr off_t kLargestFile = off_t{16} << 20;
 
-/// The new text's file. Unless it is renamed, it is removed when this object goes.
+/// The file for the new text. The destructor removes it unless it has been renamed.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& target)
     {
         for (int attempt = 0; attempt < 100 && !file_; ++attempt) {
             std::uint64_t number = 0;
-            // O_EXCL settles what chance does not.
+            // Without random bytes, or after a collision, O_EXCL makes us try the next number.
             [[maybe_unused]] const ssize_t count = getrandom(&number, sizeof number, GRND_NONBLOCK);
             char suffix[24];
             std::snprintf(suffix, sizeof suffix, ".%016" PRIx64, number + attempt);
@@ -62,7 +62,7 @@ private:
     Descriptor file_;
 };
 
-/// Reads until `size` bytes are there or the file ends; -1 with errno when a read fails.
+/// Reads `size` bytes, or fewer if the file ends. Returns the count, or -1 with errno.
 ssize_t ReadUpTo(int fd, char* buffer, std::size_t size)
 {
     std::size_t filled = 0;
@@ -99,7 +99,7 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
     if (!file) {
         return MERO_FAIL(MLIBC_ERR_OPEN_FILE);
     }
-    char first[4096]; // all of nearly every file
+    char first[4096]; // nearly every file fits
     const ssize_t firstSize = ReadUpTo(file.Get(), first, sizeof first);
     if (firstSize < 0) {
         return MERO_FAIL(MLIBC_ERR_READ_FILE);
@@ -108,7 +108,8 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
     if (!text.empty() && text.size() < sizeof first) {
         return 0;
     }
-    // A pipe that nobody writes to is empty, and a device mostly endless: other texts need no fstat.
+    // Only an empty or a long text needs fstat: a pipe that nobody writes to reads as empty, and most devices never
+    // end.
     struct stat status;
     if (fstat(file.Get(), &status) != 0) {
         return MERO_FAIL(MLIBC_ERR_READ_FILE);
@@ -123,13 +124,13 @@ int ReadWholeFile(const char* path, std::string& text, IfMissing ifMissing)
     if (restSize < 0) {
         return MERO_FAIL(MLIBC_ERR_READ_FILE);
     }
-    text.resize(filled + static_cast<std::size_t>(restSize)); // less, when it has shrunk since fstat
+    text.resize(filled + static_cast<std::size_t>(restSize)); // less if the file has shrunk since fstat
     return 0;
 }
 
 int WriteWholeFile(const std::string& path, std::string_view text)
 {
-    if (text.size() > static_cast<std::size_t>(kLargestFile)) { // nobody could read it
+    if (text.size() > static_cast<std::size_t>(kLargestFile)) { // ReadWholeFile would refuse it
         errno = EFBIG;
         return MERO_FAIL(MLIBC_ERR_WRITE_FILE);
     }

@@ -1,4 +1,4 @@
-// The layouts that programs have been compiled with. Who must change one needs another soname.
+// The layouts that programs have been compiled with. Changing one of these needs a new soname.
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 

@@ -9,7 +9,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// False when there was no memory for a text.
+/// Returns false if memory runs out.
 bool Push(const std::vector<std::string>& texts, MLIBCSzList** list)
 {
     return std::all_of(texts.begin(), texts.end(),
@@ -24,7 +24,7 @@ std::vector<std::string> FromList(const MLIBCSzList* list)
     const int count = MLIBCSzListCount(list);
     for (int i = 0; i < count; ++i) {
         const char* item = MLIBCSzListGet(list, i);
-        if (item == nullptr) { // the caller's fault
+        if (item == nullptr) { // the caller's mistake
             throw std::logic_error("basic_string: construction from null is not valid");
         }
         texts.emplace_back(item);

@@ -10,7 +10,7 @@ public:
     bool noReload = false;
 };
 
-/// Appends --runtime and --no-reload, in this order, as far as they are set.
+/// Appends --runtime and --no-reload, in this order, if they are set.
 void GetEnableDisableOptions(const CommandOptions& options, std::vector<std::string>& out);
 
 } // namespace MERO::Systemd

@@ -18,7 +18,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// No signal is delivered to this thread while it lives.
+/// While it lives, no signal is delivered to this thread.
 class SignalBlock {
 public:
     SignalBlock()
@@ -35,24 +35,24 @@ private:
     sigset_t before_;
 };
 
-/// The host's handlers must not run in a child that the host does not know of: they would write into its pipes.
+/// The host process does not know of this child, so its handlers must not run here: they would write into its pipes.
 void ResetSignals()
 {
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-        std::signal(signal, SIG_DFL); // fails for those that cannot be changed
+        std::signal(signal, SIG_DFL); // fails for the few that cannot be changed
     }
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// Where a child says that it has left the host's working directory: the host may unmount its file system at once.
+/// Lets the parent wait until the child has left the inherited working directory: the caller may unmount it next.
 class Departure {
 public:
     Departure()
     {
         int ends[2];
-        if (pipe2(ends, O_CLOEXEC) == 0) { // without one the child is not waited for
+        if (pipe2(ends, O_CLOEXEC) == 0) { // if this fails, we do not wait
             awaited_ = Descriptor(ends[0]);
             announced_ = Descriptor(ends[1]);
         }
@@ -68,7 +68,7 @@ public:
     }
 
 private:
-    static constexpr int kPatience = 1000; // milliseconds: a child of another thread may have the end too
+    static constexpr int kPatience = 1000; // milliseconds: another thread's child may hold a copy of the pipe's end
     Descriptor awaited_;
     Descriptor announced_;
 };
@@ -86,7 +86,7 @@ private:
     } catch (...) {
         MERO_LOG(LOG_ERR, "Failed to execute function");
     }
-    _exit(0); // always 0: nobody waits for the child
+    _exit(0); // always 0: nobody waits for this child
 }
 
 } // namespace
@@ -94,7 +94,7 @@ private:
 bool ForkAndRun(std::function<void()> func, unsigned long long flags)
 {
     const SignalBlock block;
-    const CancelBlock noCancel; // in the child neither
+    const CancelBlock noCancel; // holds in the child too
     Departure departure;
     const int pid = MLIBCProcForkEx(flags | MLIBC_FORK_DETACHED);
     if (pid < 0) {
@@ -110,7 +110,7 @@ bool ForkAndRun(std::function<void()> func, unsigned long long flags)
 
 void KeepDescriptors(std::vector<int> kept)
 {
-    // Not close-on-exec: where the host has no standard streams, this is one of them.
+    // Not close-on-exec: if the host process has no standard streams, this becomes one of them.
     const int null = open("/dev/null", O_RDWR);
     for (int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (null >= 0 && std::find(kept.begin(), kept.end(), standard) == kept.end()) {

@@ -26,7 +26,7 @@ int Read(const std::string& directory, std::vector<std::string>& names)
 int DirectoryEntries(const std::string& directory, std::vector<std::string>& names)
 {
     const int error = Read(directory, names);
-    if (error == ENOENT) { // that, too, when it was removed meanwhile
+    if (error == ENOENT) { // also if it was removed while we read it
         return 0;
     }
     if (error != 0) {

@@ -10,11 +10,11 @@
 
 namespace MERO::Systemd {
 
-/// Reads folders in large pieces, with one buffer for all of them.
+/// Reads folders in large pieces, and keeps the buffer from one to the next.
 class DirectoryNames {
 public:
-    /// Hands the names in the open folder to `take`, "." and ".." left out, in the folder's order, until it returns
-    /// false. The texts end with a NUL. Returns 0, or the errno of what ended the reading.
+    /// Calls `take` with each name in the open folder except "." and "..", in the folder's order, until it returns
+    /// false. The names end with a NUL. Returns 0, or the errno if reading fails.
     template <typename Take>
     int ForEach(int directory, Take&& take)
     {
@@ -36,8 +36,8 @@ private:
     std::vector<char> buffer_ = std::vector<char>(32 * 1024);
 };
 
-/// Appends the names in a folder, "." and ".." left out, in the folder's order, and returns 0. A folder that does not
-/// exist holds none. For one that cannot be opened or read returns the errno, with the error register at 0x0900.
+/// Appends the names in a folder except "." and "..", in the folder's order, and returns 0. A missing folder counts as
+/// empty. If the folder cannot be opened or read, returns the errno, with the error register at 0x0900.
 int DirectoryEntries(const std::string& directory, std::vector<std::string>& names);
 
 } // namespace MERO::Systemd

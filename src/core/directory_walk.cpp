@@ -16,8 +16,8 @@
 namespace MERO::Systemd {
 namespace {
 
-constexpr mode_t kMode = 0755; // less the umask: a stricter host stays so, and none makes folders that others can write
-constexpr int kMaxLinks = 40;  // as the kernel
+constexpr mode_t kMode = 0755; // less the umask: a stricter one is kept, and a lax one cannot let others write
+constexpr int kMaxLinks = 40;  // the kernel's limit
 
 Descriptor OpenFolder(int parent, const char* name)
 {
@@ -32,7 +32,7 @@ Descriptor OpenOrMake(int parent, const char* name, IfMissing ifMissing)
                                                                            : std::move(folder);
 }
 
-/// What cannot be asked counts as such a folder.
+/// True if fstat fails: the folder is then not trusted.
 bool CanOthersWrite(int folder)
 {
     struct stat status;
@@ -40,7 +40,7 @@ bool CanOthersWrite(int folder)
            (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
-/// Where a link leads; empty for what is none.
+/// Returns a link's target; empty if this is no link.
 std::string LinkTarget(int folder, const char* name)
 {
     char target[PATH_MAX];
@@ -48,7 +48,7 @@ std::string LinkTarget(int folder, const char* name)
     return std::string(target, size > 0 ? static_cast<std::size_t>(size) : 0);
 }
 
-/// Takes the first name off a path.
+/// Takes the first component off a path.
 std::string TakeName(std::string& path)
 {
     path.erase(0, path.find_first_not_of('/'));
@@ -65,8 +65,8 @@ bool IsSameFile(int first, int second)
            one.st_ino == other.st_ino;
 }
 
-/// Logs that the way `path` is refused because of `name` in it, and sets the error register.
-void LogRefusedWay(const std::string& path, const std::string& name)
+/// Logs that `path` is refused because of its component `name`, and sets the error register.
+void LogRefusedPath(const std::string& path, const std::string& name)
 {
     const SourceLine here = MERO_HERE;
     MERO_LOG_AT(here, LOG_ERR, "Refused [%s]: in a folder that others can write, [%s] is a link or was replaced",
@@ -74,8 +74,8 @@ void LogRefusedWay(const std::string& path, const std::string& name)
     SetError(here, MLIBC_ERR_INVALID_ARGUMENT);
 }
 
-/// Whether a program that starts now would let others write to what it makes. Of a umask that cannot be read that is
-/// assumed: it cannot be set for a moment, since it belongs to all threads.
+/// Whether the umask would let others write to what a program makes; true if it cannot be read. It is read from /proc
+/// because umask() would have to change it for a moment, for all threads.
 bool IsUmaskLax()
 {
     TextReader reader;
@@ -92,7 +92,7 @@ bool RunMkdir(const char* directory)
     const int result = IsUmaskLax()
                            ? MLIBCExec("/bin/sh", "-c", "umask go-w && exec /bin/mkdir -p \"$1\"", "mkdir", directory)
                            : MLIBCExec("/bin/mkdir", "-p", directory, nullptr, nullptr);
-    // Where the host ignores SIGCHLD nobody knows how mkdir ended: whether the folder is there decides.
+    // If the host process ignores SIGCHLD, mkdir's exit code is lost: the caller checks whether the folder exists.
     return result >= 0 || (MLIBCErrGet() == MLIBC_ERR_PROGRAM_FAILED && errno == ECHILD);
 }
 
@@ -117,7 +117,7 @@ DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing)
             continue;
         }
         if (walk.isShared) {
-            LogRefusedWay(path, name);
+            LogRefusedPath(path, name);
             walk.isRefused = true;
         } else if (++links > kMaxLinks) {
             walk.error = ELOOP;
@@ -132,7 +132,7 @@ DirectoryWalk WalkToDirectory(const std::string& path, IfMissing ifMissing)
 Descriptor MakeDirectory(const std::string& directory)
 {
     DirectoryWalk made = WalkToDirectory(directory, IfMissing::Make);
-    // mkdir goes by the name: below a folder that others can write, only once the walk has made what it looks for.
+    // mkdir goes by name: below a folder that others can write, it may run only after the walk has made the folder.
     const bool mayGoByName = made.directory || !(made.isShared || IsPassingFailure(made.error));
     if (!made.isRefused && !mayGoByName) {
         SetError(MERO_HERE, MLIBC_ERR_OPEN_DIRECTORY);
@@ -145,7 +145,7 @@ Descriptor MakeDirectory(const std::string& directory)
     }
     DirectoryWalk found = WalkToDirectory(directory, IfMissing::Fail);
     if (found.directory && made.directory && !IsSameFile(found.directory.Get(), made.directory.Get())) {
-        LogRefusedWay(directory, directory);
+        LogRefusedPath(directory, directory);
         return {};
     }
     if (!found.directory && !found.isRefused) {

@@ -13,11 +13,11 @@
 #define MERO_CORE_ERROR_FORMAT "[0x%04X %s:%d]"
 #define MERO_CORE_ERROR_VALUES static_cast<unsigned>(MLIBCErrGet()), MLIBCErrorGetFile(), MLIBCErrorGetLine()
 
-/// Whether an argument's condition holds; its text, as written here, is what the log shows.
+/// Whether an argument's condition holds. If not, the log shows the condition's text exactly as it is written.
 #define MERO_VALID_AT(where, condition) ::MERO::Systemd::CheckArgument((condition), (where), #condition)
 #define MERO_VALID(condition) ::MERO::Systemd::CheckArgument((condition), MERO_HERE, #condition)
 
-/// How failures are noticed and told: refused arguments, the error register, errno, exceptions.
+/// How failures are reported: refused arguments, the error register, errno, exceptions.
 namespace MERO::Systemd {
 
 /// The library's own codes in the core library's error register.
@@ -29,25 +29,25 @@ inline void SetError(SourceLine where, int code)
     MLIBCErrSetEx(code, where.file, where.line);
 }
 
-/// Returns `valid`. When it is false, logs the condition's text and sets the error register to 0x0D00.
+/// Returns `valid`. If it is false, logs the condition's text and sets the error register to 0x0D00.
 inline bool CheckArgument(bool valid, SourceLine where, const char* condition)
 {
     if (!valid) {
-        // "Invaild": programs that read the log match this spelling.
+        // "Invaild": programs match this spelling.
         syslog(LOG_ERR, "%s:%d Invaild Argument (%s)=[%d]\n", where.file, where.line, condition, 0);
         SetError(where, MLIBC_ERR_INVALID_ARGUMENT);
     }
     return valid;
 }
 
-/// Whether a file could not be read for want of descriptors or memory, or for an error of its device: what stands in it
-/// is unknown then, and may be read the next time.
+/// Whether reading a file failed because descriptors or memory ran out, or its device failed. The file's content is
+/// then unknown, and the next attempt may succeed.
 inline bool IsPassingFailure(int error)
 {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO;
 }
 
-/// Keeps the error register as it is, over a question whose "no" is no failure.
+/// Restores the error register in its destructor: for a query whose "no" is no failure.
 class ErrorKeeper {
 public:
     ErrorKeeper() : code_(MLIBCErrGet()), line_(MLIBCErrorGetLine())
@@ -61,14 +61,14 @@ public:
 private:
     int code_;
     int line_;
-    char file_[64]; // as much as the register holds
+    char file_[64]; // the register's own size
 };
 
-// Where exceptions stop. One that stops is logged ("Failed on <what>: <its text>"), and the call fails.
+// Where exceptions are caught. A caught one is logged ("Failed on <what>: <its text>"), and the call fails.
 //
-// | where                                | <what>             | std::bad_alloc | what goes on to the caller       |
+// | where                                | <what>             | std::bad_alloc | passed on to the caller          |
 // |--------------------------------------|--------------------|----------------|----------------------------------|
-// | C, but the rows below                | an exception       | sets 0x0200    | nothing                          |
+// | C, except the rows below             | an exception       | sets 0x0200    | nothing                          |
 // | C++: volume registers, cgroup moves  | an exception       | sets 0x0200    | nothing                          |
 // | C: one unit                          | [unit]             | only logged    | nothing                          |
 // | C: lists of enablement and uninstall | a list of units    | only logged    | nothing                          |
@@ -77,12 +77,12 @@ private:
 // | C: lists of services with a reason   | a list of services | only logged    | nothing                          |
 // | C++: services with a reason          | an exception       | only logged    | nothing; all services failed     |
 //
-// Nothing else in C++ is stopped here: operations that run systemctl catch std::exception and log it in their own
-// words; an empty callback (std::bad_function_call) and a folder of packages that cannot be listed
-// (std::filesystem::filesystem_error) reach the caller. The end of the thread (pthread_cancel, pthread_exit) looks
-// like an exception, and passes everywhere: whoever keeps it ends the process.
+// Other C++ functions are not guarded here: those that run systemctl catch std::exception and log it in their own
+// words; an empty callback (std::bad_function_call) and a package folder that cannot be listed
+// (std::filesystem::filesystem_error) reach the caller. The end of a thread (pthread_cancel, pthread_exit) looks like
+// an exception and must always be passed on: swallowing it ends the process.
 
-/// A row of the table.
+/// One row of the table.
 struct Boundary {
     const char* what;
     bool isUnit = false; ///< `what` is a unit's name
@@ -97,7 +97,7 @@ inline void LogException(SourceLine where, const Boundary& boundary, const char*
     MERO_LOG_AT(where, LOG_ERR, boundary.isUnit ? "Failed on [%s]: %s" : "Failed on %s: %s", boundary.what, text);
 }
 
-/// What `body` returns; `failure` when an exception stops here.
+/// Returns what `body` returns, or `failure` if an exception was caught here.
 template <typename Body>
 int WithoutExceptions(SourceLine where, Body&& body, int failure = 0, const Boundary& boundary = kUsualBoundary)
 {
@@ -114,7 +114,7 @@ int WithoutExceptions(SourceLine where, Body&& body, int failure = 0, const Boun
         }
         LogException(where, boundary, error.what());
     } catch (...) {
-        if (std::current_exception() == nullptr) { // none of C++: the thread ends
+        if (std::current_exception() == nullptr) { // not a C++ exception: the thread ends
             throw;
         }
         LogException(where, boundary, "it has no text");

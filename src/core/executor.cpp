@@ -31,7 +31,7 @@ std::pair<bool, int> Executor::Execute(const std::string& path, const std::vecto
     }
     const int status = program.Close();
     const int exitCode = (status >> 8) & 0xFF;
-    if ((status & 0x7F) != 0) { // a signal ended it; or the status, -1, is lost
+    if ((status & 0x7F) != 0) { // ended by a signal, or its status (-1) is lost
         MERO_LOG(LOG_ERR, "Execution is not completed, status: [%d], command: [%s]", status, GetCommandLine().c_str());
         return {false, exitCode};
     }
@@ -45,7 +45,7 @@ bool Executor::ReadOutput(FILE* stream)
         return false;
     }
     std::string output;
-    (void)TextReader().ReadLines(stream, [&](std::string_view lines) { // what there is, is the output
+    (void)TextReader().ReadLines(stream, [&](std::string_view lines) { // what was read before an error is kept
         output += lines;
         return true;
     });

@@ -7,20 +7,20 @@
 
 namespace MERO::Systemd {
 
-/// Runs one program other than systemctl and keeps what it printed on its standard output. May be used again.
+/// Runs a program other than systemctl and keeps its standard output. May be used again.
 class Executor {
 public:
-    /// Runs the program `path`, without a shell, and waits for it. Returns whether it was started and ended by itself,
-    /// not by a signal, and its exit code (0 to 255). Failures are logged; an exit code other than 0 is none.
+    /// Runs the program `path`, without a shell, and waits for it. Returns whether it ran and was not ended by a
+    /// signal, and its exit code (0 to 255). Logs failures; an exit code other than 0 is not one.
     std::pair<bool, int> Execute(const std::string& path, const std::vector<std::string>& args);
 
-    /// Makes all that the stream holds the output. False for a null stream.
+    /// Reads the output from the stream. Returns false for a null stream.
     bool ReadOutput(FILE* stream);
 
-    /// What the last run printed.
+    /// The standard output of the last run.
     const std::string& GetOutput() const { return output_; }
 
-    /// Path and arguments with one blank between, for messages: where an argument begins cannot be told.
+    /// Path and arguments, separated by blanks. For messages only: an argument may itself hold blanks.
     std::string GetCommandLine() const;
 
 private:

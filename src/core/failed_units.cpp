@@ -14,8 +14,8 @@
 namespace MERO::Systemd {
 namespace {
 
-// systemctl's messages, as patterns of which group 1 is the unit: unanchored, and "." is any character. They are looked
-// for by hand, because an expression takes quadratic time on a line that begins a message again and again.
+// systemctl's messages as regular expressions, unanchored; group 1 is the unit. They are matched by hand because an
+// expression takes quadratic time on a line in which a message begins many times.
 
 /// Failed to [^:]+ ([^: ]+)
 std::optional<std::string_view> UnitOfFailure(std::string_view line)
@@ -45,7 +45,7 @@ std::optional<std::string_view> UnitBetween(std::string_view line, std::string_v
     return end != line.npos && end > 0 ? std::optional(line.substr(0, end)) : std::nullopt;
 }
 
-/// In the order in which they are tried.
+/// Tries the messages in this order.
 std::optional<std::string_view> FailedUnitOf(std::string_view line)
 {
     line = line.substr(0, line.find('\0'));

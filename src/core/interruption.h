@@ -4,27 +4,27 @@
 
 #include <unistd.h>
 
-/// What can break off an operation: the end of its thread, an exception, a signal.
+/// For operations that can be interrupted: by the end of their thread, an exception or a signal.
 namespace MERO::Systemd {
 
 using MERO::CancelBlock;
 
-/// Runs `work`, then `goBack`, whatever came of the work: an exception, or the end of the thread in it, goes on after
-/// that. Whether both succeeded.
-template <typename Work, typename GoBack>
-bool RunAndGoBack(Work&& work, GoBack&& goBack)
+/// Runs `work`, then `restore`, even if the work throws or its thread ends; that continues afterwards. Returns whether
+/// both succeeded.
+template <typename Work, typename Restore>
+bool RunAndRestore(Work&& work, Restore&& restore)
 {
     bool done = false;
     try {
         done = work();
-    } catch (...) { // the thread's end too
-        (void)goBack();
+    } catch (...) { // also the thread's end
+        (void)restore();
         throw;
     }
-    return goBack() && done;
+    return restore() && done;
 }
 
-/// A whole second: a signal of the host's, whose handler ends a sleep early, does not shorten it.
+/// Sleeps a full second, even if a signal handler of the host process ends sleep() early.
 inline void SleepOneSecond()
 {
     for (unsigned left = 1; left != 0;) {

@@ -22,7 +22,7 @@ constexpr off_t kLargestFile = off_t{16} << 20;
 
 bool ReadJsonFile(const Descriptor& folder, const std::string& name, Json::Value& value)
 {
-    // A link may be a package's, and lead to what the package may not read; a FIFO must not hold the caller up.
+    // A package may have made a link to a file that it may not read itself. A FIFO must not block the caller.
     const Descriptor file(
         openat(folder.Get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK));
     struct stat status;
@@ -36,7 +36,7 @@ bool ReadJsonFile(const Descriptor& folder, const std::string& name, Json::Value
     }
     Json::CharReaderBuilder builder;
     builder["failIfExtra"] = true;
-    builder["collectComments"] = false; // one that is not closed would make what is written unreadable
+    builder["collectComments"] = false; // rewritten, an unclosed comment would make the file unreadable
     const std::unique_ptr<Json::CharReader> parser(builder.newCharReader());
     try {
         return parser->parse(text->data(), text->data() + text->size(), &value, nullptr);
@@ -49,9 +49,9 @@ bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std:
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    builder["emitUTF8"] = true; // texts stay the bytes that they are
+    builder["emitUTF8"] = true; // keeps texts byte for byte
     std::ostringstream stream;
-    // Without exceptions, a text would end where there is no memory for more.
+    // Without exceptions, running out of memory would silently cut the text.
     stream.exceptions(std::ios::badbit | std::ios::failbit);
     const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
     writer->write(value, &stream);
@@ -60,7 +60,7 @@ bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std:
 
     const Descriptor file(
         openat(folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644));
-    // A link gives neither owner nor mode: whoever made it need not own what it leads to.
+    // If `like` is a link, its target's owner and mode are not copied: whoever made the link may not own the target.
     return file && FillNewFile(file.Get(), folder.Get(), like.c_str(), AT_SYMLINK_NOFOLLOW, text);
 }
 

@@ -8,13 +8,13 @@
 
 namespace MERO::Systemd {
 
-// Names are relative to an open folder.
+// File names are relative to an open folder.
 
-/// Parses a file that holds one JSON document, at most 16 MiB long. A symbolic link is no such file.
+/// Parses a regular file that holds one JSON document of at most 16 MiB. Refuses a symbolic link.
 bool ReadJsonFile(const Descriptor& folder, const std::string& name, Json::Value& value);
 
-/// Makes the file anew with one JSON document, which is on the disk when this returns true. The file must not exist;
-/// its owner and mode are those of the file `like`, if there is one. Throws std::exception when out of memory.
+/// Creates the file, which must not exist, with one JSON document, and writes it through to the disk. Its owner and
+/// mode are those of the file `like`, if that exists. Throws std::exception if memory runs out.
 bool WriteJsonFile(const Descriptor& folder, const std::string& name, const std::string& like,
                    const Json::Value& value);
 

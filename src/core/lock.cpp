@@ -16,7 +16,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// The folder of a file; false when memory is out.
+/// Gets a file's folder. Returns false if memory runs out.
 bool DirectoryOf(const std::string& path, std::string& directory)
 {
     const CMemory<char> copy(strdup(path.c_str())); // dirname writes into it
@@ -55,7 +55,7 @@ bool FileLock::Acquire()
         MERO_LOG(LOG_ERR, "Failed to get dirname: [%s]", path_.c_str());
         return false;
     }
-    const CancelBlock block; // but in the wait: the program mkdir is reaped
+    const CancelBlock block; // lifted during the wait; mkdir must always be reaped
     if (!MakeDirectory(directory)) {
         MERO_LOG(LOG_ERR, "failed to mkdir [%s]", directory.c_str());
         return false;

@@ -5,33 +5,33 @@
 
 namespace MERO::Systemd {
 
-/// A lock file that keeps operations of different processes, or threads, apart.
+/// A lock file that keeps operations of different processes or threads from overlapping.
 ///
-/// The lock belongs to the open file description: it is free when the last copy of the descriptor is closed, a forked
-/// child's included. Copies of a FileLock share one descriptor: only one of them, in one process, may be released,
-/// closed or destroyed while holding it.
+/// The lock belongs to the open file description: it is freed when the last copy of the descriptor is closed, including
+/// a forked child's. Copies of a FileLock share one descriptor: within a process, only one of them may be released,
+/// closed or destroyed while it holds the lock.
 class FileLock {
 public:
-    /// Takes no lock yet. `timeout`: how many seconds Acquire may wait; 0: one attempt.
+    /// Does not take the lock yet. `timeout`: the seconds that Acquire may wait; 0: one attempt.
     FileLock(const std::string& path, bool exclusive, int timeout);
     FileLock(const FileLock&) = default;
     FileLock& operator=(const FileLock&) = delete;
     ~FileLock();
 
-    /// Takes the lock, whose folder is made if need be; true when it is held, by an earlier call too. Otherwise the
-    /// reason is logged, and the error register says MLIBC_ERR_LOCK_BUSY or what else happened.
+    /// Takes the lock, and makes its folder if need be. Returns true if the lock is held, also from an earlier call. On
+    /// failure logs the cause and sets the error register, to MLIBC_ERR_LOCK_BUSY if others still hold it.
     bool Acquire();
 
-    /// Gives the lock back, if it is held.
+    /// Frees the lock if it is held.
     void Release();
 
-    /// Release without the core library: for a copy that only has to go.
+    /// Closes the descriptor directly, without the core library.
     void CloseFd();
 
     std::string PathGet() const { return path_; }
-    int FdGet() const { return fd_; } ///< -1 while the lock is not held
+    int FdGet() const { return fd_; } ///< -1 if the lock is not held
 
-    /// Logs what could not be done because Acquire failed.
+    /// Logs what could not be done because the lock was not available.
     void LogLockFailed(std::string what) const;
     void LogLockFailed(std::vector<std::string> units) const;
 
@@ -42,15 +42,13 @@ private:
     int fd_ = -1;
 };
 
-/// Held by operations that change the whole machine: one at a time, waited for up to two minutes.
+/// Held by operations that change the whole machine, one at a time. Waits up to two minutes.
 class SystemOperationLock : public FileLock {
 public:
     SystemOperationLock();
 };
 
-// The locks that more than one operation takes. Their modes and times differ, and stand where they are taken.
-
-/// Exclusive for isolations, shared by volume unmount actions.
+/// Isolations take it exclusively, unmount actions share it. Each sets its own timeout.
 inline constexpr const char* kIsolateAndVolumeUnmountLock =
     "/run/merosystemd/locks/isolate-and-volume-unmount-action.lock";
 

@@ -19,22 +19,22 @@ namespace {
 
 constexpr unsigned kLimitSeconds = 10;
 
-// Only ever changed in a child with one thread.
+// Changed only in a forked child, which has one thread.
 bool isLimited = false;
 bool isBlocked = false;
 sigjmp_buf tooLate;
 
-constexpr bool IsControl(unsigned char c) // char has a sign on some processors
+constexpr bool IsControl(unsigned char c) // char is signed on some processors
 {
     return c < ' ' || c == '\x7f';
 }
 
-/// How many bytes of a message arrive. The kernel refuses a datagram that is not smaller by 32 bytes than its sender's
-/// buffer, and syslog drops it without a word. The log's socket is the C library's own: a fresh one has the same
-/// buffer.
+/// The longest message that arrives. The kernel refuses a datagram unless it is at least 32 bytes smaller than the
+/// sender's buffer, and syslog drops it silently. We cannot ask the C library's own socket, but a new one has the same
+/// buffer size.
 std::size_t LongestMessage()
 {
-    constexpr int kBeforeIt = 256; // the priority, the time and the program's name of syslog's, and our place
+    constexpr int kBeforeIt = 256; // syslog's priority, time and program name, and our source line
     constexpr int kAtLeast = 65'536;
     const Descriptor fresh(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     int size = 0;
@@ -53,7 +53,7 @@ void Cut(char* message, std::size_t size)
     const int markSize = std::snprintf(mark, sizeof mark, " [cut: the message has %zu bytes]", size);
     std::size_t end = longest - static_cast<std::size_t>(markSize);
     for (int steps = 0; steps < 3 && (message[end] & 0xC0) == 0x80; ++steps) {
-        --end; // a character of UTF-8 stays whole, or the journal calls the whole line binary
+        --end; // never cut within a UTF-8 character: the journal would treat the line as binary
     }
     std::strcpy(message + end, mark);
 }
@@ -83,14 +83,14 @@ LogText::LogText(const char* text, std::string_view kept) : text_(text)
 
 void Log(int priority, SourceLine where, const char* format, ...)
 {
-    const volatile int reason = errno; // siglongjmp leaves it
+    const volatile int reason = errno; // volatile: keeps its value across siglongjmp
 
-    // The prefix joins the format, not the message, so that the message is formatted once.
+    // The prefix is added to the format, not to the message, so that the message is formatted only once.
     char prefixed[512];
     std::snprintf(prefixed, sizeof prefixed, "%s:%d merosystemd: %s", where.file, where.line, format);
 
     if (isLimited && (isBlocked || sigsetjmp(tooLate, 1) != 0)) {
-        isBlocked = true; // the lock stays taken: no later line gets through either
+        isBlocked = true; // syslog's lock stays taken, so later lines would hang too
         errno = reason;
         return;
     }

@@ -9,13 +9,13 @@
 
 namespace MERO::Systemd {
 
-/// A place in the source as log lines and the error register name it.
+/// A source line, as log lines and the error register name it.
 struct SourceLine {
-    const char* file; ///< without folder and extension; lives as long as the library
+    const char* file; ///< without folder and extension; valid as long as the library is loaded
     int line;
 };
 
-/// A source path cut down, when the library is compiled, to the name that log lines carry.
+/// Cuts a source path down, at compile time, to the name that log lines show.
 template <std::size_t N>
 struct SourceName {
     char text[N]{};
@@ -51,18 +51,17 @@ inline constexpr const char* kSourceText = kName.text;
 /// Logs "<file>:<line> merosystemd: <message>" through syslog. Keeps errno.
 void Log(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-/// The same for a message that may be longer than what the log's socket takes, which would be lost: it is cut to that,
-/// and says so.
+/// The same for a message that may be longer than the log's socket takes and would be lost: it is cut, and says so.
 void LogLong(int priority, SourceLine where, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-/// The length of a message's texts, up to which the log's socket takes it in any case.
+/// A message whose texts are together no longer than this always fits the log's socket.
 inline constexpr std::size_t kShortMessage = 60'000;
 
-/// A text as log lines show it. Control characters are written out ("\x0a"): no name that a caller or a file gives us
-/// can begin a line of its own in the log.
+/// A text as log lines show it. Control characters are escaped ("\x0a"), so that no name from a caller or a file can
+/// start a line of its own in the log.
 class LogText {
 public:
-    /// Characters in `kept` stay as they are.
+    /// Does not escape the characters in `kept`.
     explicit LogText(const char* text, std::string_view kept = "");
 
     const char* Get() const { return text_; }
@@ -79,7 +78,7 @@ class LogNumber {
 public:
     explicit LogNumber(Number number) : number_(number) {}
     Number Get() const { return number_; }
-    static std::size_t Size() { return 0; } // as good as nothing
+    static std::size_t Size() { return 0; } // next to nothing
 
 private:
     Number number_;
@@ -89,7 +88,7 @@ template <typename Value>
 using LogValue = std::conditional_t<std::is_pointer_v<Value>, LogText, LogNumber<Value>>;
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-security" // the macros below let the compiler see the format itself
+#pragma GCC diagnostic ignored "-Wformat-security" // the macros below let the compiler check the format
 template <typename... Shown>
 void LogShown(int priority, SourceLine where, const char* format, const Shown&... shown)
 {
@@ -98,41 +97,40 @@ void LogShown(int priority, SourceLine where, const char* format, const Shown&..
 }
 #pragma GCC diagnostic pop
 
-/// Log with its values as log lines show them.
+/// Log, with texts escaped as in LogText.
 template <typename... Values>
 void LogPrintable(int priority, SourceLine where, const char* format, Values... values)
 {
     LogShown(priority, where, format, LogValue<Values>(values)...);
 }
 
-/// The same with a program's output as the last value: its lines stay lines.
+/// The same with a program's output as the last value, whose line breaks are kept.
 template <typename... Values>
 void LogOutput(int priority, SourceLine where, const std::string& output, const char* format, Values... values)
 {
     LogShown(priority, where, format, LogValue<Values>(values)..., LogText(output.c_str(), "\n\t"));
 }
 
-/// In a child that was forked without an exec: a line that cannot be written within ten seconds is given up, with all
-/// that follow. syslog's lock may have been another thread's at the time of the fork, and that thread is not here to
-/// give it back.
+/// For a forked child: if a line cannot be written within ten seconds, gives up that line and all later ones. Another
+/// thread may have held syslog's lock at the time of the fork, and nobody in the child will free it.
 void LimitLogging();
 
 } // namespace MERO::Systemd
 
-// The name that this source file's lines carry. Files that log under another name define it before they include.
+// The name that this source file's log lines show. A file that logs under another name defines it before its includes.
 #ifndef MERO_SOURCE_NAME
-#define MERO_SOURCE_NAME __FILE__ // of the place that logs: sources may be compiled together
+#define MERO_SOURCE_NAME __FILE__ // the file that logs, even if several are compiled together
 #endif
 
 #define MERO_HERE (::MERO::Systemd::SourceLine{::MERO::Systemd::kSourceText<MERO_SOURCE_NAME>, __LINE__})
 
-/// Logs with a place of its own; the first branch is there for the compiler's check of the format.
+/// Logs with the given source line. The first branch never runs; it lets the compiler check the format.
 #define MERO_LOG_AT(where, priority, ...)                                                                              \
     (false ? ::MERO::Systemd::Log((priority), (where), __VA_ARGS__)                                                    \
            : ::MERO::Systemd::LogPrintable((priority), (where), __VA_ARGS__))
 #define MERO_LOG(priority, ...) MERO_LOG_AT(MERO_HERE, priority, __VA_ARGS__)
 
-/// The same for a format whose last value is a program's output, a std::string, which stands before the format here.
+/// The same for a format whose last value is a program's output: a std::string, passed before the format.
 #define MERO_LOG_OUTPUT_AT(where, priority, output, ...)                                                               \
     (false ? ::MERO::Systemd::Log((priority), (where), __VA_ARGS__, (output).c_str())                                  \
            : ::MERO::Systemd::LogOutput((priority), (where), (output), __VA_ARGS__))

@@ -10,8 +10,8 @@
 namespace MERO::Systemd {
 namespace {
 
-// As systemctl(1), systemd's ENVIRONMENT.md and ps(1) document them. Those that say which manager is asked, or what is
-// done, are not among them: they are the host's to set.
+// From systemctl(1), systemd's ENVIRONMENT.md and ps(1): variables that change the form of the output. Those that
+// choose the manager or change what is done are not listed: the host process may set them.
 constexpr std::string_view kLeftOut[] = {
     // colours, links, symbols, the terminal's title
     "SYSTEMD_COLORS", "SYSTEMD_URLIFY", "SYSTEMD_EMOJI", "SYSTEMD_UTF8", "SYSTEMD_TINT_BACKGROUND",
@@ -21,7 +21,7 @@ constexpr std::string_view kLeftOut[] = {
     "SYSTEMD_LOG_TARGET", "SYSTEMD_LOG_RATELIMIT_KMSG", "DEBUG_INVOCATION",
     // pagers
     "SYSTEMD_PAGER", "SYSTEMD_PAGERSECURE", "SYSTEMD_LESS", "SYSTEMD_LESSCHARSET", "PAGER", "LESS",
-    // options after the first word, which POSIX takes for words
+    // ends the options at the first operand
     "POSIXLY_CORRECT",
     // width and form
     "COLUMNS", "LINES", "PS_FORMAT", "PS_PERSONALITY", "CMD_ENV", "I_WANT_A_BROKEN_PS"};
@@ -32,7 +32,7 @@ bool IsLeftOut(std::string_view variable)
     return std::find(std::begin(kLeftOut), std::end(kLeftOut), name) != std::end(kLeftOut);
 }
 
-/// The host's environment without these. NULL-terminated; the texts stay the host's.
+/// The host process' environment without these. NULL-terminated; the texts are not copied.
 std::vector<char*> ProgramEnvironment()
 {
     std::vector<char*> environment;

@@ -8,11 +8,11 @@
 
 namespace MERO::Systemd {
 
-/// A running program whose output is read: closed and reaped on every way out.
+/// A running program whose output is read. The destructor closes the stream and reaps the program.
 class ProgramStream {
 public:
-    /// Modes as MLIBCPopenvc. The program has the host's environment, but for what would change what systemctl and ps
-    /// print. False when it could not be started.
+    /// Modes as in MLIBCPopenvc. The program gets the host process' environment without the variables that change what
+    /// systemctl and ps print. The object is false if the program could not be started.
     ProgramStream(const char* path, const char* mode, char* const argv[]);
     ProgramStream(const ProgramStream&) = delete;
     ProgramStream& operator=(const ProgramStream&) = delete;
@@ -26,10 +26,10 @@ public:
     explicit operator bool() const { return stream_ != nullptr; }
     FILE* Get() const { return stream_; }
 
-    /// Appends all lines to the end of the output, each with its newline. False when they could not all be read.
+    /// Reads the output to its end and appends its lines, each with its newline. Returns false if reading fails.
     bool ReadLines(std::vector<std::string>& lines);
 
-    /// Waits for the program. Its wait status, -1 when that is lost.
+    /// Waits for the program. Returns its wait status, or -1 if that is lost.
     int Close() { return MLIBCPclose(std::exchange(stream_, nullptr)); }
 
 private:

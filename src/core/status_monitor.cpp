@@ -9,14 +9,14 @@
 namespace MERO::Systemd {
 namespace {
 
-// Not among the other locks: the script expects it here.
+// Not in the folder of the other locks: the script expects it here.
 constexpr const char* kLock = "/run/merosystemd/status_monitor.exit.lock";
 constexpr const char* kScript = "/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh";
 constexpr int kTimeout = 10; // seconds
 
 void RunScript(int lockFd)
 {
-    KeepDescriptors({lockFd}); // of this lock the child has its part; all others are the parent's alone
+    KeepDescriptors({lockFd}); // the child shares this lock; all others stay with the parent
     Executor executor;
     const auto [completed, exitCode] = executor.Execute(kScript, {});
     if (!completed || exitCode != 0) {

@@ -6,11 +6,11 @@
 
 namespace MERO::Systemd {
 
-/// Runs the operating system's status monitor script in the background. A shared lock is held until this object and
-/// the script are both gone.
+/// Runs the operating system's status monitor script in the background. A shared lock is held until both this object
+/// and the script have ended.
 class StatusMonitor {
 public:
-    /// Takes the lock and starts the script, without waiting for it. A lock of an earlier start is given back first.
+    /// Takes the lock and starts the script, without waiting for it. Frees the lock of an earlier start first.
     bool Start();
 
 private:

@@ -8,14 +8,14 @@
 
 namespace MERO::Systemd {
 
-/// What came of one run of systemctl.
+/// The outcome of one systemctl run.
 struct SystemctlOutcome {
     int exitCode;
-    bool wasKilled; ///< a signal ended it: the exit code is 0 then, as callbacks are promised
+    bool wasKilled; ///< ended by a signal; the exit code is then 0, as callbacks are promised
     std::vector<std::string> lines;
 };
 
-/// MEROSystemdSystemctlUltron, with all of the outcome.
+/// Like MEROSystemdSystemctlUltron, but gives the callback the whole outcome.
 bool RunSystemctl(const std::string& verb, const SystemctlOpts& opts, const std::vector<std::string>& units,
                   const std::function<bool(const SystemctlOutcome&)>& callback);
 

@@ -16,14 +16,14 @@ constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf
 
 // The operating system's own systemctl.
 constexpr SystemctlDialect kClassic{
-    .listJobsExitCode = 1, .padsColumns = false, .unitFileColumns = 2, .queueEach = nullptr, .isOfToday = false};
+    .listJobsExitCode = 1, .padsColumns = false, .unitFileColumns = 2, .queueEach = nullptr, .isCurrent = false};
 
-// systemd 246 and newer. From 262 on it refuses a whole list for one unit of it, unless the transaction is to be shown.
+// systemd 246 and newer. From 262 on it refuses a whole list because of one unit, unless it is to show the transaction.
 constexpr SystemctlDialect kCurrent{.listJobsExitCode = 0,
                                     .padsColumns = true,
                                     .unitFileColumns = 3,
                                     .queueEach = "--show-transaction",
-                                    .isOfToday = true};
+                                    .isCurrent = true};
 
 std::string_view Trimmed(std::string_view line)
 {
@@ -34,7 +34,7 @@ std::string_view Trimmed(std::string_view line)
 
 bool IsPadded(const std::string& line)
 {
-    return Trimmed(line).find("  ") != std::string_view::npos; // the classic dialect has one blank between columns
+    return Trimmed(line).find("  ") != std::string_view::npos; // the classic dialect puts one blank between columns
 }
 
 } // namespace
@@ -69,7 +69,7 @@ SystemctlDialect ConfiguredSystemctlDialect()
     if (MLIBCFileGetKeyValue(kConfiguration, "dialect", word, sizeof word, 0) != 0) {
         if (MLIBCErrGet() != MLIBC_ERR_NOT_FOUND && IsPassingFailure(errno)) {
             MERO_LOG(LOG_ERR, "Failed to read [%s]: %m", kConfiguration);
-            throw std::exception(); // a table that is read in the other dialect seems empty
+            throw std::exception(); // read in the wrong dialect, a table would seem empty
         }
         return kClassic;
     }

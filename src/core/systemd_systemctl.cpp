@@ -20,12 +20,12 @@ using namespace MERO::Systemd;
 
 namespace {
 
-/// What the policy says of a command while systemd has jobs for its units.
+/// The policy's verdict on a command while systemd has jobs for its units.
 struct PolicyVerdict {
     enum class Action { Run, RunWithoutBlocking, Skip };
 
     Action action = Action::Run;
-    JobInfo job{}; ///< the job that decided; meaningless for Run
+    JobInfo job{}; ///< the job that decided; not set for Run
 };
 
 enum class PolicyCode { SkipWhileStarting = 1, SkipWhileStopping = 2, SkipWhileQueued = 3, DoNotBlockWhileQueued = 4 };
@@ -68,8 +68,8 @@ PolicyVerdict::Action Decide(PolicyCode code, JobType type)
     return Run;
 }
 
-/// Asks the service control policy. It holds in the early steps of the boot, for start, stop, restart and reload;
-/// each unit then costs one `systemctl list-jobs`, up to the first that decides.
+/// Asks the service control policy. It applies in the early boot steps, to start, stop, restart and reload. Each unit
+/// then costs one `systemctl list-jobs`, up to the first unit that decides.
 PolicyVerdict AskServiceControlPolicy(const std::string& verb, const Texts& units)
 {
     const auto code = PolicyOf(verb);
@@ -77,7 +77,7 @@ PolicyVerdict AskServiceControlPolicy(const std::string& verb, const Texts& unit
         return {};
     }
     for (const std::string& unit : units) {
-        JobInfo job; // a fresh one for each unit: a type that is not known keeps what stood there before
+        JobInfo job; // new for each unit: an unknown type would leave the previous unit's
         if (!MEROSystemdIntJobGet(unit, job)) {
             continue;
         }
@@ -89,7 +89,7 @@ PolicyVerdict AskServiceControlPolicy(const std::string& verb, const Texts& unit
     return {};
 }
 
-/// The units that may be try-restarted or reloaded: those that systemd is not about to stop. The others are logged.
+/// Returns the units that may be try-restarted or reloaded: those that systemd is not about to stop. Logs the others.
 Texts WithoutStoppingUnits(const Texts& units)
 {
     Texts kept;
@@ -105,7 +105,7 @@ Texts WithoutStoppingUnits(const Texts& units)
     return kept;
 }
 
-/// The command line of one run. Holds no texts: those that are added must outlive it.
+/// The command line of one run. It copies no texts: those added must outlive it.
 class Command {
 public:
     void Add(const char* argument)
@@ -121,7 +121,7 @@ public:
         }
     }
 
-    /// Units may begin with "-" ("-.mount"); they are no options all the same, unless they `mayHoldOptions`.
+    /// A unit may begin with "-" ("-.mount") and is still no option, unless `mayHoldOptions`.
     void AddUnits(const Texts& units, bool mayHoldOptions)
     {
         const auto isLikeOption = [](const std::string& unit) { return unit.starts_with('-'); };
@@ -131,13 +131,13 @@ public:
         Add(units);
     }
 
-    /// NULL-terminated. exec takes mutable texts, and changes none.
+    /// NULL-terminated. exec declares its arguments mutable, but does not change them.
     char* const* Argv() const { return const_cast<char* const*>(arguments_.data()); }
 
     std::string ToString() const { return Join(Texts(arguments_.begin(), arguments_.end() - 1), " "); }
 
 private:
-    std::vector<const char*> arguments_{"/usr/bin/systemctl", nullptr}; ///< the last is always nullptr
+    std::vector<const char*> arguments_{"/usr/bin/systemctl", nullptr}; ///< the last one is always nullptr
 };
 
 SystemctlOutcome Run(const Command& command, bool calRunTime)
@@ -149,7 +149,7 @@ SystemctlOutcome Run(const Command& command, bool calRunTime)
         throw std::exception();
     }
     SystemctlOutcome outcome{};
-    if (!systemctl.ReadLines(outcome.lines)) { // half of an answer is none
+    if (!systemctl.ReadLines(outcome.lines)) { // a partial answer must not be used
         MERO_LOG(LOG_ERR, "fail to read the output of [%s].", command.ToString().c_str());
         throw std::exception();
     }
@@ -159,7 +159,7 @@ SystemctlOutcome Run(const Command& command, bool calRunTime)
         MERO_LOG(LOG_INFO, "Execute time for [%s] is %lld ms", command.ToString().c_str(),
                  static_cast<long long>(elapsed.count() / 1'000'000));
     }
-    outcome.exitCode = (status >> 8) & 0xFF; // a lost status (-1) counts as 255
+    outcome.exitCode = (status >> 8) & 0xFF; // a lost status (-1) becomes 255
     outcome.wasKilled = status != -1 && WIFSIGNALED(status);
     return outcome;
 }
@@ -195,7 +195,7 @@ bool MERO::Systemd::RunSystemctl(const std::string& verb, const SystemctlOpts& o
     if (leavesOutStopping && kept.empty()) {
         return callback({});
     }
-    const bool mayHoldOptions = opts.cmdOpts == nullptr; // the header promises that
+    const bool mayHoldOptions = opts.cmdOpts == nullptr; // as the public header promises
     command.AddUnits(leavesOutStopping ? kept : units, mayHoldOptions);
 
     return callback(Run(command, opts.calRunTime));

@@ -26,7 +26,7 @@ Descriptor TextReader::Open(int directory, const char* path)
     return Descriptor(openat(directory, path, O_RDONLY | O_CLOEXEC | O_NOCTTY));
 }
 
-/// Appends to what is filled; makes room before.
+/// Reads more after the `filled` bytes, and makes room for it first.
 ssize_t TextReader::ReadSome(int file, std::size_t filled)
 {
     MakeRoom(filled);
@@ -35,7 +35,7 @@ ssize_t TextReader::ReadSome(int file, std::size_t filled)
 
 ssize_t TextReader::ReadSome(FILE* stream, std::size_t filled)
 {
-    if (std::ferror(stream) != 0) { // the last piece was cut short by it
+    if (std::ferror(stream) != 0) { // an error cut the last piece short
         return -1;
     }
     MakeRoom(filled);

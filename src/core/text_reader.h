@@ -13,18 +13,18 @@
 
 namespace MERO::Systemd {
 
-/// Reads whole files and streams with few calls into a buffer that is kept. Made for /proc, whose files show no size.
+/// Reads whole files and streams with few calls, into a reused buffer. Made for /proc, whose files show no size.
 class TextReader {
 public:
-    /// The text of the file `path`, relative to the open folder `directory` (AT_FDCWD: the working directory); it is
-    /// good until the next call. None, with the errno in `error`, when the file cannot be opened or read to its end.
+    /// Returns the text of the file `path`, relative to the open folder `directory` (AT_FDCWD: the working directory).
+    /// It is valid until the next call. Returns nothing, with the errno in `error`, if opening or reading fails.
     std::optional<std::string_view> Read(int directory, const char* path, int* error = nullptr);
 
-    /// The same for what is left of an open file.
+    /// The same for the rest of an open file.
     std::optional<std::string_view> Read(const Descriptor& file);
 
-    /// Hands the file's lines to `take`, as many whole ones at a time as the kernel gives, until it returns false.
-    /// False when the file cannot be opened or read as far as they were wanted.
+    /// Calls `take` with the file's lines, as many whole lines at a time as one read gives, until it returns false.
+    /// Returns false if the file cannot be opened, or reading fails before `take` has ended it.
     template <typename Take>
     bool ReadLines(int directory, const char* path, Take&& take)
     {
@@ -32,7 +32,7 @@ public:
         return file && TakeLines([&](std::size_t filled) { return ReadSome(file.Get(), filled); }, take);
     }
 
-    /// The same for what is left of a stream.
+    /// The same for the rest of a stream.
     template <typename Take>
     bool ReadLines(FILE* stream, Take&& take)
     {
@@ -51,7 +51,7 @@ private:
             }
             filled += static_cast<std::size_t>(count);
             const std::string_view text(buffer_.get(), filled);
-            // What follows the last newline is a line of its own at the end only.
+            // A text without a newline is a line only at the end.
             const std::size_t size = count > 0 ? text.rfind('\n') + 1 : filled;
             if ((size > 0 && !take(text.substr(0, size))) || count == 0) {
                 return true;

@@ -21,7 +21,7 @@ bool Remove(const char* path)
     return unlink(path) == 0 || errno == ENOENT;
 }
 
-/// The log names the state file, also when it was the temporary one that could not be removed.
+/// The log line names the state file, even if it was the temporary one that could not be removed.
 bool RemoveStateFile(const char* path)
 {
     const bool removed = Remove(path);
@@ -67,21 +67,21 @@ IsolateStateFile::~IsolateStateFile()
 
 bool NotFinishFlag::Raise()
 {
-    stands_ = MLIBCFileTouch(kIsolateNotFinishFlag) == 0;
-    if (!stands_) {
+    isRaised_ = MLIBCFileTouch(kIsolateNotFinishFlag) == 0;
+    if (!isRaised_) {
         MERO_LOG(LOG_ERR, "Failed to touch isolate flag");
-        (void)Remove(kIsolateNotFinishFlag); // it may be there all the same
+        (void)Remove(kIsolateNotFinishFlag); // it may exist all the same
     }
-    return stands_;
+    return isRaised_;
 }
 
 void NotFinishFlag::TakeDown()
 {
-    if (!stands_) {
+    if (!isRaised_) {
         return;
     }
-    stands_ = !Remove(kIsolateNotFinishFlag);
-    if (stands_) {
+    isRaised_ = !Remove(kIsolateNotFinishFlag);
+    if (isRaised_) {
         MERO_LOG(LOG_ERR, "Failed to delete %s: [%m]", kIsolateNotFinishFlag);
     }
 }

@@ -6,19 +6,18 @@
 
 #include <string>
 
-/// The files by which other programs see an isolation: taken away again on every way out.
+/// The files that show an isolation to other programs. They are removed however the isolation ends.
 namespace MERO::Systemd {
 
-/// Target and process of the isolation, as keys of a key-value file. It is there as long as the isolation goes on.
+/// A key-value file with the target and process of the isolation. It exists as long as the isolation goes on.
 inline constexpr const char* kIsolateStateFile = "/run/merosystemd/isolate-state";
 inline constexpr const char* kIsolateStateTarget = "target";
 inline constexpr const char* kIsolateStatePid = "pid";
 
-/// Empty; it is there until the isolate command has returned.
+/// An empty file that exists until the isolate command has returned.
 inline constexpr const char* kIsolateNotFinishFlag = "/run/merosystemd/isolate-not-finish-flag";
 
-/// Stands where the state file is written, removed and read, and is acquired nowhere: the file is replaced whole, and
-/// its readers must not wait.
+/// Names the state file's lock, which nobody acquires: the file is replaced whole, and its readers must not wait.
 class IsolateStateLock : public FileLock {
 public:
     IsolateStateLock() : FileLock("/run/merosystemd/locks/isolate-state.lock", true, 5) {}
@@ -26,14 +25,14 @@ public:
 
 enum class IsolateStateReading { Done, Gone, Failed };
 
-/// Reads the state file of an isolation whose process lives; `state` is untouched unless that is done. Gone, which is
-/// not logged: there is no file any more. Failed is logged, unless the process is gone.
+/// Reads the state file of an isolation whose process is alive; `state` is only set if the answer is Done. Gone: the
+/// file no longer exists; not logged. Failed is logged, unless it is because the process has ended.
 IsolateStateReading ReadIsolateState(const char* path, IsolateState& state);
 
-/// The state file: written when an isolation begins, removed when this object goes.
+/// The state file: the constructor writes it, the destructor removes it.
 class IsolateStateFile {
 public:
-    /// A file that cannot be written is logged, and stops nothing.
+    /// If the file cannot be written, that is logged and stops nothing.
     explicit IsolateStateFile(const std::string& target);
     IsolateStateFile(const IsolateStateFile&) = delete;
     IsolateStateFile& operator=(const IsolateStateFile&) = delete;
@@ -43,7 +42,7 @@ private:
     IsolateStateLock lock_;
 };
 
-/// The flag that the isolate command has not returned yet. It is taken down when this object goes, if it still stands.
+/// The flag that says that the isolate command has not returned yet. The destructor takes it down.
 class NotFinishFlag {
 public:
     NotFinishFlag() = default;
@@ -53,11 +52,11 @@ public:
 
     bool Raise();
 
-    /// A failure is logged; the next call, or the destructor, tries again.
+    /// Logs a failure; the next call, or the destructor, tries again.
     void TakeDown();
 
 private:
-    bool stands_ = false;
+    bool isRaised_ = false;
 };
 
 } // namespace MERO::Systemd

@@ -13,7 +13,7 @@
 namespace MERO::Systemd {
 namespace {
 
-constexpr int kPasses = 300; // of a second each
+constexpr int kPasses = 300; // one second each
 
 std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before, const std::string& own)
 {
@@ -26,15 +26,16 @@ std::vector<std::string> NewStopJobs(const Jobs& now, const Jobs& before, const 
     return units;
 }
 
-/// The unit of this process, whose stop waits for us; empty in the classic dialect, which waits all the same.
+/// Returns this process' unit: its stop waits for us, so we must not wait for it. Empty in the classic dialect, which
+/// waits for it all the same.
 std::string OwnUnit()
 {
     std::string unit;
     try {
-        if (ConfiguredSystemctlDialect().isOfToday) {
+        if (ConfiguredSystemctlDialect().isCurrent) {
             (void)MEROSystemdGetByPid(getpid(), unit);
         }
-    } catch (const std::exception&) { // the dialect cannot be read now: logged
+    } catch (const std::exception&) { // the dialect cannot be read, which is logged
     }
     return unit;
 }
@@ -82,7 +83,7 @@ void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* 
         SleepOneSecond();
     }
     LogJobs("The following job are still in job lists:", now);
-    LogJobs("The following job are alreay in job lists before isolation:", before); // "alreay": programs match it
+    LogJobs("The following job are alreay in job lists before isolation:", before); // "alreay": programs match this
     MERO_LOG(LOG_INFO, "Isolation didn't wait some running jobs.");
 }
 

@@ -10,10 +10,10 @@ namespace MERO::Systemd {
 
 using Jobs = std::map<std::uint32_t, JobInfo>;
 
-/// systemd's jobs; a failure is logged.
+/// Gets systemd's jobs. Logs a failure.
 bool ListJobs(Jobs& jobs);
 
-/// Waits up to five minutes until every stop job that is not among the jobs `before` has left systemd's queue.
+/// Waits, up to five minutes, until every stop job that is not among the jobs `before` has left systemd's queue.
 /// `result` may be null.
 void WaitForStopJobs(const Jobs& before, MERO_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* result);
 

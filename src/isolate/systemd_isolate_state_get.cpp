@@ -18,7 +18,7 @@ constexpr int kValueSize = 64; // bytes; longer values are cut
 
 using enum IsolateStateReading;
 
-/// A value of the state file. `what` is its name in messages.
+/// Reads a value from the state file. `what` is its name in messages.
 IsolateStateReading Read(const char* path, const char* key, const char* what, std::string& value)
 {
     char buffer[kValueSize];
@@ -59,7 +59,7 @@ IsolateStateReading MERO::Systemd::ReadIsolateState(const char* path, IsolateSta
     if (const auto reading = Read(path, kIsolateStatePid, "pid", text); reading != Done) {
         return reading;
     }
-    // A state without its process is an error: the machine may be anywhere between two targets.
+    // A state file without its process is an error: the machine may be anywhere between two targets.
     if (!ToNumber(text, pid) || !IsAlive(pid)) {
         return MLIBCFileExist(path) == 1 ? Failed : Gone;
     }
@@ -75,7 +75,7 @@ bool MEROSystemdIsolateStateGet(IsolateState& state)
     state = IsolateState();
     const IsolateStateLock neverAcquired;
     auto reading = IsolateStateReading::Gone;
-    while (reading == IsolateStateReading::Gone) { // it may end, and another one begin, while it is read
+    while (reading == IsolateStateReading::Gone) { // an isolation may end, and another begin, while we read
         if (MLIBCFileExist(kIsolateStateFile) == 0) {
             return true;
         }

@@ -2,8 +2,8 @@
 #include "core/lock.h"
 #include "core/status_monitor.h"
 #include "core/text.h"
+#include "isolate/isolate_monitor.h"
 #include "isolate/isolate_state.h"
-#include "isolate/isolate_watcher.h"
 #include "isolate/stop_job_wait.h"
 #include "unit/unit_operation.h"
 
@@ -46,7 +46,7 @@ bool Isolate(const std::string& strTarget, const IsolateOptions& options, MERO_S
         lock.LogLockFailed(strTarget);
         return false;
     }
-    // What follows is taken away in the opposite order on every way out.
+    // From here on, destructors undo every step in reverse order.
     const IsolateStateFile stateFile(strTarget);
     StatusMonitor monitor;
     if (!monitor.Start()) {
@@ -61,7 +61,7 @@ bool Isolate(const std::string& strTarget, const IsolateOptions& options, MERO_S
         flag.TakeDown();
         return false;
     }
-    // Checked this late: others rely on seeing an isolation begin and end, whatever its target.
+    // Checked this late on purpose: programs rely on seeing every isolation begin and end, even one without a target.
     if (!MERO_VALID(!strTarget.empty())) {
         flag.TakeDown();
         return false;

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* kDefaultTarget = "default.target";
 
-/// What the watcher does when its caller is gone: killed, say, or stopped with its unit by the isolation itself.
-void GoBackForCaller(pid_t caller, const std::string& target)
+/// Runs in the watcher if the caller has ended: killed, for example, or stopped with its unit by the isolation itself.
+void RestoreForCaller(pid_t caller, const std::string& target)
 {
     AwaitLeftOverSystemctl("isolate", target);
     MERO_LOG(LOG_WARNING, "pid[%d] ended in [%s]: isolating to [%s].", caller, target.c_str(), kDefaultTarget);
@@ -47,10 +47,10 @@ bool _MEROSystemdIsolateTargetAction(const std::string& strTarget, std::function
     }
     CallerWatcher watcher;
     (void)watcher.Start(
-        {lock.FdGet()}, [&, caller = getpid()] { GoBackForCaller(caller, strTarget); }, [] {});
+        {lock.FdGet()}, [&, caller = getpid()] { RestoreForCaller(caller, strTarget); }, [] {});
     watcher.Arm();
-    return RunAndGoBack([&] { return MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action); },
-                        [] { return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr); });
+    return RunAndRestore([&] { return MEROSystemdIntIsolateTarget(strTarget, nullptr) && block.LiftFor(action); },
+                         [] { return MEROSystemdIntIsolateTarget(kDefaultTarget, nullptr); });
 }
 
 int MEROCSystemdIsolateTargetAction(const char* szTarget, bool (*action)(void* data), void* data)

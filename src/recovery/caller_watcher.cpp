@@ -23,14 +23,14 @@
 namespace MERO::Systemd {
 namespace {
 
-constexpr int kPatience = 30'000; // milliseconds for the way out of the caller's unit
+constexpr int kPatience = 30'000; // milliseconds for leaving the caller's unit
 
 Descriptor OpenProcess(pid_t pid)
 {
     return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
 }
 
-/// Writes a word into a file of the kernel's, if it is there.
+/// Writes a word to a kernel file, if that exists.
 void WriteKernelFile(const char* path, std::string_view word)
 {
     const Descriptor file(open(path, O_WRONLY | O_CLOEXEC));
@@ -41,14 +41,14 @@ void WriteKernelFile(const char* path, std::string_view word)
 
 void LeaveUnit()
 {
-    if (ConfiguredSystemctlDialect().isOfToday) {
-        (void)MoveToScope(MERO_HERE, "system.slice"); // logged when it fails
+    if (ConfiguredSystemctlDialect().isCurrent) {
+        (void)MoveToScope(MERO_HERE, "system.slice"); // logs a failure
         return;
     }
     WriteKernelFile("/sys/fs/cgroup/systemd/cgroup.procs", "0"); // the writing process itself
 }
 
-/// Waits for the caller's end. Whether the caller had armed it.
+/// Waits for the caller's end. Returns whether the caller had armed the watcher.
 bool AwaitCaller(int caller, int line)
 {
     bool isArmed = false;
@@ -60,27 +60,27 @@ bool AwaitCaller(int caller, int line)
         while (recv(line, &message, 1, MSG_DONTWAIT) == 1) {
             isArmed = true;
         }
-        // The line also ends when the caller becomes another program.
+        // The line also closes if the caller runs exec.
         if (events[0].revents != 0 || (events[1].revents & POLLHUP) != 0) {
             return isArmed;
         }
     }
 }
 
-void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& goBack,
+void Watch(int caller, int line, const std::vector<int>& locks, const std::function<void()>& restore,
            const std::function<void()>& giveUp)
 {
     std::vector<int> kept = locks;
     kept.insert(kept.end(), {caller, line});
     KeepDescriptors(kept);
     LeaveUnit();
-    WriteKernelFile("/proc/self/oom_score_adj", "-1000"); // it seems as large as its caller, whose memory it shares
+    WriteKernelFile("/proc/self/oom_score_adj", "-1000"); // the OOM killer would see it as large as its caller
     const pid_t self = getpid();
     (void)send(line, &self, sizeof self, MSG_NOSIGNAL);
-    AwaitCaller(caller, line) ? goBack() : giveUp();
+    AwaitCaller(caller, line) ? restore() : giveUp();
 }
 
-/// The watcher's process ID, once it has left the caller's unit.
+/// Waits until the watcher has left the caller's unit. Returns its process ID; 0 if it does not answer.
 pid_t AwaitWatcher(int line)
 {
     pollfd event{.fd = line, .events = POLLIN, .revents = 0};
@@ -92,7 +92,7 @@ pid_t AwaitWatcher(int line)
 
 } // namespace
 
-bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& goBack,
+bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<void()>& restore,
                           const std::function<void()>& giveUp)
 {
     int ends[2];
@@ -101,13 +101,13 @@ bool CallerWatcher::Start(const std::vector<int>& locks, const std::function<voi
         line_ = Descriptor(ends[0]);
         Descriptor theirs(ends[1]);
         const bool isForked =
-            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, goBack, giveUp); }, MLIBC_FORK_NEW_SESSION);
+            ForkAndRun([&] { Watch(caller.Get(), theirs.Get(), locks, restore, giveUp); }, MLIBC_FORK_NEW_SESSION);
         theirs.Close();
         pid_ = isForked ? AwaitWatcher(line_.Get()) : 0;
         watcher_ = pid_ != 0 ? OpenProcess(pid_) : Descriptor();
     }
     if (!watcher_) {
-        MERO_LOG(LOG_WARNING, "There is no watcher for pid[%d]: nobody goes back if it is killed: %m", getpid());
+        MERO_LOG(LOG_WARNING, "There is no watcher for pid[%d]: nothing is restored if it is killed: %m", getpid());
         Forget();
     }
     return static_cast<bool>(watcher_);
@@ -125,12 +125,12 @@ void CallerWatcher::End()
     if (!watcher_) {
         return;
     }
-    // Not by a message: one that is stopped would not read it.
+    // Not by a message: a watcher that is stopped (SIGSTOP) would not read it.
     (void)syscall(SYS_pidfd_send_signal, watcher_.Get(), SIGKILL, nullptr, 0);
     pollfd ended{.fd = watcher_.Get(), .events = POLLIN, .revents = 0};
     (void)Uninterrupted([&] { return poll(&ended, 1, -1); });
     siginfo_t info;
-    (void)waitid(P_PIDFD, static_cast<id_t>(watcher_.Get()), &info, WEXITED | WNOHANG); // if the host is a subreaper
+    (void)waitid(P_PIDFD, static_cast<id_t>(watcher_.Get()), &info, WEXITED | WNOHANG); // if we are a subreaper
     Forget();
 }
 

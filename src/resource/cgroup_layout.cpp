@@ -16,11 +16,11 @@ bool IsOnFileSystem(const char* path, unsigned long type)
     return statfs(path, &found) == 0 && static_cast<unsigned long>(found.f_type) == type;
 }
 
-/// Where that cannot be read now, which is logged, the file system decides alone.
-bool IsDialectOfToday()
+/// True if the dialect cannot be read, which is logged: then the file system alone decides.
+bool IsDialectCurrent()
 {
     try {
-        return ConfiguredSystemctlDialect().isOfToday;
+        return ConfiguredSystemctlDialect().isCurrent;
     } catch (const std::exception&) {
         return true;
     }
@@ -30,10 +30,10 @@ bool IsDialectOfToday()
 
 bool IsUnified()
 {
-    return IsOnFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC) && IsDialectOfToday();
+    return IsOnFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC) && IsDialectCurrent();
 }
 
-bool AccountsSystemdSlices()
+bool TracksSystemdSlices()
 {
     return !IsOnFileSystem("/sys/fs/cgroup/meromonitor", CGROUP_SUPER_MAGIC) && IsUnified();
 }

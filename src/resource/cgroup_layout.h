@@ -2,21 +2,21 @@
 
 #include <string>
 
-/// Where systemd and the resource monitor have their hierarchies of cgroups.
+/// Where the cgroup hierarchies of systemd and the resource monitor are.
 ///
-/// Of version 1 each has a named hierarchy of its own, below /sys/fs/cgroup. On a machine of today the hierarchy of
-/// version 2 is mounted there, and it is systemd's; the monitor's may be mounted in it. Where that is not so, the
-/// slices that are accounted are systemd's. In the classic dialect all machines are of the first kind.
+/// With cgroup version 1, each has a named hierarchy of its own below /sys/fs/cgroup. With version 2, /sys/fs/cgroup is
+/// systemd's hierarchy, and the monitor's may be mounted below it; if it is not, the tracked slices are systemd's. In
+/// the classic dialect every machine counts as version 1.
 namespace MERO::Systemd {
 
-/// Whether systemd's hierarchy is the one of version 2. The file system decides: the lines of a process may name
-/// hierarchies that nobody uses.
+/// Whether systemd uses cgroup version 2. The file system shows it; /proc/<pid>/cgroup may list hierarchies that nobody
+/// uses.
 bool IsUnified();
 
-/// Whether systemd's own slices are accounted, in place of the monitor's hierarchy, which is not there.
-bool AccountsSystemdSlices();
+/// Whether the tracked slices are systemd's own, because the monitor's hierarchy is not mounted.
+bool TracksSystemdSlices();
 
-/// The root folder of systemd's hierarchy; ends with "/".
+/// The root folder of the hierarchy that systemd uses; ends with "/".
 std::string SystemdHierarchy();
 
 } // namespace MERO::Systemd

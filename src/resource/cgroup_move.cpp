@@ -29,17 +29,17 @@ namespace {
 constexpr useconds_t kScopeWait = 10'000; // microseconds
 constexpr int kMaxScopeWaits = 1000;
 
-constexpr int kMaxPasses = 16; // a thread that comes later than that was made by one that had been moved
+constexpr int kMaxPasses = 16; // a thread that appears later was created by a moved one
 
-/// The kernel takes one task with each write.
+/// The kernel accepts one task per write.
 bool WriteTask(int file, const std::string& task)
 {
     const ssize_t count = Uninterrupted([&] { return write(file, task.data(), task.size()); });
     return count == static_cast<ssize_t>(task.size());
 }
 
-/// Moves the threads that the process has besides its first one. Those that are not moved yet may make others
-/// meanwhile: all are looked at again until none is new.
+/// Moves all threads except the first one. Threads that have not moved yet may create others meanwhile, so this repeats
+/// until no thread is new.
 bool WriteOtherThreads(SourceLine where, int file, const char* shown)
 {
     std::set<std::string> moved{std::to_string(getpid())};
@@ -53,7 +53,7 @@ bool WriteOtherThreads(SourceLine where, int file, const char* shown)
         }
         const std::size_t before = moved.size();
         for (const std::string& thread : threads) {
-            if (moved.insert(thread).second && !WriteTask(file, thread) && errno != ESRCH) { // that: it has ended
+            if (moved.insert(thread).second && !WriteTask(file, thread) && errno != ESRCH) { // ESRCH: it has ended
                 MERO_LOG_AT(where, LOG_ERR, "Failed to write pid[%d] to %s", std::stoi(thread), shown);
                 return false;
             }
@@ -81,7 +81,7 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& hierarchy
     if (hierarchy == "systemd" && IsUnified()) {
         return MoveToScope(MERO_HERE, strSlice);
     }
-    if (hierarchy == "meromonitor" && AccountsSystemdSlices()) {
+    if (hierarchy == "meromonitor" && TracksSystemdSlices()) {
         MERO_LOG(LOG_ERR, "The resource monitor's hierarchy is not mounted: [%s] cannot be moved to.",
                  strSlice.c_str());
         return false;
@@ -105,7 +105,7 @@ bool MoveToScope(SourceLine where, const std::string& slice)
     const std::string pid = std::to_string(getpid());
     const std::string scope =
         "mero-" + pid + "-" + std::to_string(now.tv_sec) + "-" + std::to_string(now.tv_nsec) + ".scope";
-    // See StartTransientUnit() in org.freedesktop.systemd1(5): the name, the mode, three properties, no units besides.
+    // See StartTransientUnit() in org.freedesktop.systemd1(5): name, mode, three properties, no auxiliary units.
     const char* const call[] = {"/usr/bin/busctl",
                                 getuid() == 0 ? "--system" : "--user",
                                 "--quiet",
@@ -137,7 +137,7 @@ bool MoveToScope(SourceLine where, const std::string& slice)
                            slice.c_str(), pid.c_str());
         return false;
     }
-    for (int waits = 0; waits < kMaxScopeWaits; ++waits) { // the call has queued the scope's start
+    for (int waits = 0; waits < kMaxScopeWaits; ++waits) { // the call only queues the scope's start
         if (IsInScope(scope)) {
             return true;
         }

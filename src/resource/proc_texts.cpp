@@ -15,7 +15,7 @@ using Text = std::string_view;
 constexpr int kSkippedFields = 13;    // of /proc/<pid>/stat, before utime and stime
 constexpr int kProcessorCounters = 8; // of the line "cpu" of /proc/stat: user to steal
 
-constexpr Text kBlanks = " \t\v\f\r"; // a number stands in its key's line
+constexpr Text kBlanks = " \t\v\f\r"; // no newline: a number is on its key's line
 
 Text Trim(Text text)
 {
@@ -23,7 +23,7 @@ Text Trim(Text text)
     return text;
 }
 
-/// Takes an unsigned number off the text, blanks before it not counted.
+/// Skips blanks and takes an unsigned number off the text.
 bool TakeNumber(Text& text, std::uint64_t& number)
 {
     text = Trim(text);
@@ -40,7 +40,7 @@ Text TakeLine(Text& text)
     return line;
 }
 
-/// The number after `key` in a line that begins with it.
+/// Gets the number after `key` in a line that begins with `key`.
 bool NumberOf(Text line, Text key, std::uint64_t& number)
 {
     if (!line.starts_with(key)) {
@@ -55,7 +55,7 @@ bool IsOctal(char character)
     return character >= '0' && character <= '7';
 }
 
-/// What stands in a column of a line, whose columns any number of blanks part; empty where there is none.
+/// Returns one column of a line; columns are separated by any number of blanks. Empty if there is no such column.
 std::string_view Field(std::string_view line, std::size_t column)
 {
     constexpr const char* kBlanks = " \t";
@@ -77,7 +77,7 @@ std::string ScriptName(std::string_view line)
 
 bool ProcessTicks(std::string_view line, std::uint64_t& user, std::uint64_t& system)
 {
-    // Words end at blanks. A blank in the command's name shifts the fields: that is what callers get.
+    // Fields end at blanks. A blank in the command's name shifts them: this is intended, callers get that answer.
     for (int field = 0; field < kSkippedFields; ++field) {
         line = Trim(line);
         line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));
@@ -104,7 +104,7 @@ bool ProcessorTicks(std::string_view line, std::uint64_t& total)
 
 std::uint64_t SumOfPss(std::string_view lines)
 {
-    // A mapping has more than twenty lines, and few of them have a "P": looking for that letter is quickest.
+    // A mapping has more than twenty lines, and few of them hold a "P": searching for that letter is fastest.
     std::uint64_t sum = 0;
     for (std::size_t at = 0; (at = lines.find('P', at)) != lines.npos; ++at) {
         std::uint64_t value = 0;

@@ -21,7 +21,7 @@ namespace {
 
 using Text = std::string_view;
 
-/// This program's processes go by the name of the script that each of them runs.
+/// A process of this program is named after the script that it runs.
 constexpr Text kInterpreter = "meroscgi";
 
 Text BaseName(Text path)
@@ -29,14 +29,14 @@ Text BaseName(Text path)
     return path.substr(path.rfind('/') + 1); // npos + 1 is 0
 }
 
-/// The name of the file that a path leads to. A path that is itself no symbolic link, as an executable's mostly, ends
-/// in it: its folders need no look.
+/// Gets the name of the file that a path leads to. If the path is no symbolic link itself, as is usual for executables,
+/// that is its last component, and its folders need not be resolved.
 bool ResolveName(const char* path, std::string& name)
 {
     char other[PATH_MAX];
     if (readlink(path, other, 1) < 0) {
         name = BaseName(path);
-        return errno == EINVAL; // it is there, and is no symbolic link
+        return errno == EINVAL; // it exists and is no symbolic link
     }
     if (realpath(path, other) == nullptr) {
         return false;
@@ -45,7 +45,7 @@ bool ResolveName(const char* path, std::string& name)
     return true;
 }
 
-/// What `take` says of a file's first line, which is empty in an empty file; false when that cannot be read.
+/// Returns what `take` returns for the file's first line, empty for an empty file; false if the file cannot be read.
 template <typename Take>
 bool WithFirstLine(TextReader& reader, int directory, const char* path, Take&& take)
 {
@@ -56,7 +56,7 @@ bool WithFirstLine(TextReader& reader, int directory, const char* path, Take&& t
     }) && take(line);
 }
 
-/// The folder of a process: what is read through one object is one process', although its ID be used again.
+/// A process' folder: all that is read through one object belongs to one process, even if its ID is reused.
 class Folder {
 public:
     Folder(int pid, TextReader& reader)
@@ -117,7 +117,7 @@ bool ReadTotalTicks(TextReader& reader, std::uint64_t& total)
     return WithFirstLine(reader, AT_FDCWD, "/proc/stat", [&](Text line) { return ProcessorTicks(line, total); });
 }
 
-/// What has been added to a counter; one that went backwards has not grown.
+/// How much a counter has grown; 0 if it went backwards.
 double Growth(std::uint64_t now, std::uint64_t before)
 {
     return now > before ? static_cast<double>(now - before) : 0.0;

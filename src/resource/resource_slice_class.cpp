@@ -18,7 +18,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// The task IDs in a cgroup's tasks file, a line each. A line that is no number is passed over.
+/// Adds the task IDs from a cgroup's tasks file, one on each line. Skips a line that is no number.
 void AddTasks(std::string_view text, std::set<int>& tasks)
 {
     while (!text.empty()) {
@@ -31,7 +31,7 @@ void AddTasks(std::string_view text, std::set<int>& tasks)
     }
 }
 
-/// The tasks of a slice in the monitor's hierarchy, and in the cgroups one level below it.
+/// Gets the tasks of a slice in the monitor's hierarchy and of the cgroups one level below it.
 bool MonitorTasks(const std::string& slice, TextReader& reader, std::set<int>& tasks)
 {
     const std::string path = "/sys/fs/cgroup/meromonitor/" + slice;
@@ -43,13 +43,13 @@ bool MonitorTasks(const std::string& slice, TextReader& reader, std::set<int>& t
     AddTasks(*own, tasks);
     DirectoryNames().ForEach(folder.Get(), [&](std::string_view name) {
         const auto text = reader.Read(folder.Get(), (std::string(name) + "/tasks").c_str());
-        AddTasks(text.value_or(std::string_view()), tasks); // files of the folder have none
+        AddTasks(text.value_or(std::string_view()), tasks); // plain files have no tasks
         return true;
     });
     return true;
 }
 
-/// The processes of a slice in systemd's hierarchy, and in the cgroups below it.
+/// Gets the processes of a slice in systemd's hierarchy and of all cgroups below it.
 bool SystemdTasks(const std::string& slice, std::set<int>& tasks)
 {
     return WithoutExceptions(MERO_HERE, [&] {
@@ -57,7 +57,7 @@ bool SystemdTasks(const std::string& slice, std::set<int>& tasks)
     });
 }
 
-/// Whether a task is a process, not another thread of one, which would count what the process uses once more.
+/// Whether a task is a process. Counting its other threads would count what it uses again.
 bool IsProcess(int task, TextReader& reader)
 {
     const auto status = reader.Read(AT_FDCWD, ("/proc/" + std::to_string(task) + "/status").c_str());
@@ -73,7 +73,7 @@ bool Slice::ProcessList(const std::string& unitName, std::set<Process>& processe
     }
     TextReader reader;
     std::set<int> tasks;
-    if (!(AccountsSystemdSlices() ? SystemdTasks(unitName, tasks) : MonitorTasks(unitName, reader, tasks))) {
+    if (!(TracksSystemdSlices() ? SystemdTasks(unitName, tasks) : MonitorTasks(unitName, reader, tasks))) {
         return false;
     }
     for (const int task : tasks) {
@@ -96,7 +96,7 @@ Slice::Slice(const std::string& unitName) : unitName_(unitName)
         throw std::exception();
     }
     if (MEROSystemdIconGet(unitName, icon_)) {
-        (void)ProcessList(unitName, processes_); // one that is not tracked has none
+        (void)ProcessList(unitName, processes_); // none if it is not tracked
     }
 }
 

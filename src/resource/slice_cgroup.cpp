@@ -24,19 +24,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kRootSlice = "-.slice"; // of which every process is a part
+constexpr const char* kRootSlice = "-.slice"; // every process is in it
 
-/// The name that a unit's folder has in `parent`.
+/// Returns the name of a unit's folder in `parent`.
 std::string FolderOfUnit(const std::string& parent, const std::string& unit)
 {
     const std::string escaped = "_" + unit;
     return MLIBCFileExist((parent + escaped).c_str()) == 1 ? escaped : unit;
 }
 
-/// The folders in a folder. None in one that has vanished: units end at any time.
+/// Returns the folders in a folder. Empty if the folder is gone: units end at any time.
 std::vector<fs::path> FoldersIn(const fs::path& folder)
 {
-    std::vector<std::string> names; // not by fs::directory_iterator, which ends the process where memory is out
+    std::vector<std::string> names; // not fs::directory_iterator: it ends the process if memory runs out
     const int error = DirectoryEntries(folder.string(), names);
     if (error != 0 && error != ENODEV) {
         throw fs::filesystem_error("cannot be read", folder, std::error_code(error, std::generic_category()));
@@ -75,7 +75,7 @@ void AddUnits(const fs::path& folder, std::vector<std::string>& units)
     }
 }
 
-/// Calls `take` with the lines of each cgroup.procs of the folder and of those below it, until it returns false.
+/// Calls `take` with the lines of cgroup.procs in the folder and in each folder below it, until it returns false.
 bool ForEachProcs(const fs::path& folder, TextReader& reader, const std::function<bool(std::string_view)>& take)
 {
     int error = 0;
@@ -91,7 +91,7 @@ bool ForEachProcs(const fs::path& folder, TextReader& reader, const std::functio
                        [&](const fs::path& path) { return ForEachProcs(path, reader, take); });
 }
 
-/// Whether a path that is the last thing in its line, or the whole text, leads through the slice.
+/// Whether a path in `paths` leads through the slice. Each path must be at the end of a line, or be the whole text.
 bool LeadsThrough(std::string_view paths, const std::string& slice)
 {
     const auto holds = [&](const std::string& folder) {
@@ -157,11 +157,11 @@ bool HasLiveProcess(const std::string& slice)
         return !ForEachProcs(SliceCgroup(slice), reader, [](std::string_view lines) { return lines.empty(); });
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to check cgruop procs: [%s]",
-                 exception.what()); // so spelt: programs that read the log match it
+                 exception.what()); // "cgruop": programs match this
     } catch (...) {
         MERO_LOG(LOG_ERR, "Failed to check cgruop procs");
     }
-    return true; // unknown: what may be alive is not called killed
+    return true; // unknown: do not report as killed what may be alive
 }
 
 bool HasSystemdHierarchy()
@@ -181,7 +181,7 @@ bool MayHaveProcess(const std::string& slice)
         }
         int error = 0;
         const auto lines = reader.Read(proc.Get(), (std::string(name) + "/cgroup").c_str(), &error);
-        isReadable = isReadable || lines; // a process sees itself at least
+        isReadable = isReadable || lines; // this process at least sees itself
         isFound = lines ? LeadsThrough(*lines, slice) : error != ENOENT && error != ESRCH;
         return !isFound;
     });

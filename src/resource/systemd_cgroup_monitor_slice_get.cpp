@@ -14,7 +14,7 @@ bool MEROSystemdCgroupMonitorSliceGet(std::string& slice)
 {
     std::string path;
     std::vector<std::string> folders; // the first is empty: the path begins with "/"
-    const char* controllers = AccountsSystemdSlices() ? "name=systemd" : "name=meromonitor";
+    const char* controllers = TracksSystemdSlices() ? "name=systemd" : "name=meromonitor";
     if (!MEROSystemdCgroupPathnameGet(getpid(), controllers, path) || !Split(path, folders, "/") ||
         folders.size() < 2 || UnitTypeGet(folders[1]) != "slice") {
         return false;

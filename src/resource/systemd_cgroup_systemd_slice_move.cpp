@@ -9,7 +9,7 @@ using namespace MERO::Systemd;
 bool MEROSystemdCgroupSystemdSliceMove(const std::string& strSlice)
 {
     return MoveToCgroupSlice(strSlice, "systemd") &&
-           (AccountsSystemdSlices() || MoveToCgroupSlice(strSlice, "meromonitor"));
+           (TracksSystemdSlices() || MoveToCgroupSlice(strSlice, "meromonitor"));
 }
 
 int MEROCSystemdCgroupSystemdSliceMove(const char* szSlice)

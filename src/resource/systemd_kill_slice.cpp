@@ -44,7 +44,7 @@ unsigned long KillTimeout(const std::string& slice)
 {
     try {
         const std::string value = XTarvixKeyGet(slice, "SliceKillTimeoutSec");
-        if (boost::algorithm::trim_left_copy(value).starts_with('-')) { // stoul would wait practically for ever
+        if (boost::algorithm::trim_left_copy(value).starts_with('-')) { // stoul would make it a huge number
             throw std::invalid_argument("stoul");
         }
         return value.empty() ? kDefaultTimeout : std::stoul(value);
@@ -56,7 +56,7 @@ unsigned long KillTimeout(const std::string& slice)
     return kDefaultTimeout;
 }
 
-/// Whether the slice's last process ends in time.
+/// Waits for the slice's last process. Returns false if it does not end in time.
 bool WaitForEnd(const std::string& slice, unsigned long timeout, const CancelBlock& block)
 {
     for (unsigned long seconds = 0; seconds < timeout; ++seconds) {
@@ -81,7 +81,7 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
         return false;
     }
     const CancelBlock block;
-    const auto tell = [&](KillPhase phase) { block.LiftFor([&] { progress(phase); }); };
+    const auto report = [&](KillPhase phase) { block.LiftFor([&] { progress(phase); }); };
     const char* slice = strSlice.c_str();
     if (!HasSystemdHierarchy() && MayHaveProcess(strSlice)) {
         MERO_LOG(LOG_ERR, "[%s] is not killed: without systemd's cgroup hierarchy its processes are not known.", slice);
@@ -95,18 +95,18 @@ bool MEROSystemdKillSlice(const std::string& strSlice, const std::function<void(
         MERO_LOG(LOG_WARNING, "[%s] holds the process that kills it.", slice);
     }
     MERO_LOG(LOG_INFO, "[%s] killing...", slice);
-    tell(KillPhase::StoppingUnits);
+    report(KillPhase::StoppingUnits);
     if (!StopUnits(strSlice)) {
         MERO_LOG(LOG_ERR, "[%s] killing failed in service stop phase.", slice);
     }
-    tell(KillPhase::Terminating);
+    report(KillPhase::Terminating);
     if (!RunKillCommand(strSlice, {})) {
         MERO_LOG(LOG_ERR, "[%s] SIGTERM killing failed in process kill phase.", slice);
     }
-    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // in either case: programs that read the log match it
-    tell(KillPhase::Waiting);
+    MERO_LOG(LOG_INFO, "has sent SIGTERM to [%s]", slice); // logged even on failure: programs match this text
+    report(KillPhase::Waiting);
     if (!WaitForEnd(strSlice, KillTimeout(strSlice), block)) {
-        tell(KillPhase::Killing);
+        report(KillPhase::Killing);
         if (!RunKillCommand(strSlice, {"--signal=SIGKILL"})) {
             MERO_LOG(LOG_ERR, "[%s] SIGKILL killing failed in process kill phase.", slice);
             return false;

@@ -22,7 +22,7 @@ namespace {
 using Text = MERO::CMemory<char>;
 using TextList = MERO::CMemory<char*>;
 
-/// The passwd name of `uid`; nullptr, logged, when there is none.
+/// Returns the user's name; nullptr if there is none.
 Text UserNameGet(uid_t uid)
 {
     for (std::size_t size = 1024;; size *= 2) {
@@ -47,11 +47,11 @@ Text UserNameGet(uid_t uid)
     }
 }
 
-/// One PAM session's handle, from pam_start to pam_end. The session is never closed: it must live as long as the user
-/// manager's variables are in use.
+/// A PAM handle, from pam_start() to pam_end(). The session is never closed: it must live as long as the user manager's
+/// variables are in use.
 class PamHandle {
 public:
-    /// Opens the user's session; false, logged, when it could not.
+    /// Opens the user's session. Returns false, and logs it, on failure.
     bool Open(const char* user)
     {
         const pam_conv noConversation{};
@@ -86,8 +86,8 @@ private:
     int status_ = PAM_SUCCESS;
 };
 
-/// From systemd 257 on logind gives an ordinary process no session: its user's manager is found in the folder that
-/// belongs to the user alone.
+/// From systemd 257 on, logind gives an ordinary process no session. The user's manager is then found through the
+/// runtime folder, if only the user can write to it.
 bool PutRuntimeDirectory(uid_t uid)
 {
     const std::string path = "/run/user/" + std::to_string(uid);
@@ -111,14 +111,14 @@ bool PutEnvironment(PamHandle& session, uid_t uid)
     }
     const TextList variables = session.Environment();
     if (variables == nullptr || *variables == nullptr) {
-        if (MERO::Systemd::ConfiguredSystemctlDialect().isOfToday && PutRuntimeDirectory(uid)) {
+        if (MERO::Systemd::ConfiguredSystemctlDialect().isCurrent && PutRuntimeDirectory(uid)) {
             return true;
         }
         MERO_LOG(LOG_ERR, "%s", variables == nullptr ? "Failed to pam_getenvlist" : "The pam_getenvlist is empty");
         return false;
     }
     for (char** variable = variables.get(); *variable != nullptr; ++variable) {
-        if (putenv(*variable) != 0) { // the environment keeps the text itself: it is never freed
+        if (putenv(*variable) != 0) { // the environment keeps this very text, so it is never freed
             MERO_LOG(LOG_ERR, "Failed to putenv '%s' (%m)", *variable);
         }
     }

@@ -14,7 +14,7 @@ bool MEROSystemdRunAsSystemProcess()
     if (IsUnified()) {
         return MoveToScope(MERO_HERE, "system.slice");
     }
-    // The messages name this instead of the path: programs that read the log match them.
+    // The messages show this name instead of the path: programs match them.
     return MoveToCgroup(MERO_HERE, "/sys/fs/cgroup/systemd/tasks", "szfDefaultTaskPath");
 }
 

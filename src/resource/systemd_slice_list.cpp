@@ -16,10 +16,10 @@ using namespace MERO::Systemd;
 bool MEROSystemdSliceList(std::vector<std::string>& slices)
 {
     const ErrorKeeper keeper; // "none" is an answer
-    if (AccountsSystemdSlices()) {
+    if (TracksSystemdSlices()) {
         return WithoutExceptions(MERO_HERE, [&] { return SlicesOfSystemd(slices); }) != 0;
     }
-    std::vector<std::string> names; // not by glob(), which frees names twice where memory is out
+    std::vector<std::string> names; // not glob(): it frees names twice if memory runs out
     if (DirectoryEntries("/sys/fs/cgroup/meromonitor/", names) != 0) {
         return false;
     }

@@ -11,7 +11,7 @@ namespace {
 
 std::uint32_t ParseId(const std::string& text)
 {
-    std::uint32_t id = 0; // stays 0 for a text that is no number, or too large a one
+    std::uint32_t id = 0; // stays 0 if the text is no number or too large
     std::from_chars(text.data(), text.data() + text.size(), id);
     return id;
 }
@@ -31,7 +31,7 @@ const JobStringMap jobStringMap;
 
 JobStringMap::JobStringMap()
 {
-    // "unknow": programs that read the log match this spelling.
+    // "unknow": programs match this spelling.
     types.insert({JobType::Unknown, "unknow"});
     types.insert({JobType::Start, "start"});
     types.insert({JobType::Stop, "stop"});
@@ -45,7 +45,7 @@ bool JobInfoParse(const std::string& line, JobInfo& info)
 {
     std::vector<std::string> fields;
     if (!Split(line, fields, " ")) {
-        throw std::bad_alloc(); // another thing than a line that is no job's
+        throw std::bad_alloc(); // must not look like a line that is no job
     }
     if (fields.size() != 4) {
         return false;

@@ -6,7 +6,7 @@
 
 namespace MERO::Systemd {
 
-/// systemd's words for job types and states, both ways. A missing key raises std::out_of_range.
+/// systemd's words for job types and states, in both directions. A missing key throws std::out_of_range.
 struct JobStringMap {
     JobStringMap();
 
@@ -14,11 +14,10 @@ struct JobStringMap {
     boost::bimap<JobState, std::string> states;
 };
 
-/// Built when the library is loaded.
 extern const JobStringMap jobStringMap;
 
-/// Reads one line of `list-jobs`: number, unit, type and state with one blank between. A number that is none is 0;
-/// a type or state that the tables do not know leaves the field as it was. False unless there are four fields. Throws
+/// Parses a line of `list-jobs`: number, unit, type and state, separated by single blanks. An invalid number becomes 0;
+/// an unknown type or state leaves its field as it was. Returns false unless there are four fields. Throws
 /// std::bad_alloc.
 bool JobInfoParse(const std::string& line, JobInfo& info);
 

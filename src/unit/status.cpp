@@ -19,16 +19,16 @@ int StatusOf(SourceLine where, std::span<const StatusWord> table, std::string_vi
 }
 
 int ShownStatus(SourceLine where, decltype(MEROSystemdShow)* show, const std::string& strUnit, const char* property,
-                std::span<const StatusWord> table, std::span<const StatusWord> ofToday)
+                std::span<const StatusWord> table, std::span<const StatusWord> currentOnly)
 {
     std::string word;
     if (!MERO_VALID_AT(where, !strUnit.empty()) || !show(strUnit, property, word)) {
         return -1;
     }
     const auto isWord = [&](const StatusWord& entry) { return entry.word == word; };
-    const bool isOfToday =
-        std::any_of(ofToday.begin(), ofToday.end(), isWord) && ConfiguredSystemctlDialect().isOfToday;
-    return StatusOf(where, isOfToday ? ofToday : table, word);
+    const bool isCurrent =
+        std::any_of(currentOnly.begin(), currentOnly.end(), isWord) && ConfiguredSystemctlDialect().isCurrent;
+    return StatusOf(where, isCurrent ? currentOnly : table, word);
 }
 
 int StatusForC(SourceLine where, int (*get)(const std::string&), const char* szUnit)

@@ -10,18 +10,18 @@ constexpr StatusWord kActiveStatus[] = {
     {"reloading", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING},       {"failed", MERO_SYSTEMD_ACTIVE_STATUS_FAILED},
 };
 
-constexpr StatusWord kOfToday[] = {{"refreshing", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING}};
+constexpr StatusWord kCurrentOnly[] = {{"refreshing", MERO_SYSTEMD_ACTIVE_STATUS_RELOADING}};
 
 } // namespace
 
 int MEROSystemdActiveStatusGet(const std::string& strUnit)
 {
-    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "ActiveState", kActiveStatus, kOfToday);
+    return ShownStatus(MERO_HERE, MEROSystemdShow, strUnit, "ActiveState", kActiveStatus, kCurrentOnly);
 }
 
 int MEROSystemdActiveStatusGetSystem(const std::string& strUnit)
 {
-    return ShownStatus(MERO_HERE, MEROSystemdShowSystem, strUnit, "ActiveState", kActiveStatus, kOfToday);
+    return ShownStatus(MERO_HERE, MEROSystemdShowSystem, strUnit, "ActiveState", kActiveStatus, kCurrentOnly);
 }
 
 int MEROCSystemdActiveStatusGet(const char* szUnit)

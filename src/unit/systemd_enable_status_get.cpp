@@ -7,7 +7,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-// What holds until the next boot counts as what holds for good.
+// A status that lasts until the next boot counts as the permanent one.
 constexpr StatusWord kEnableStatus[] = {
     {"disabled", MERO_SYSTEMD_ENABLE_STATUS_DISABLED},       {"enabled", MERO_SYSTEMD_ENABLE_STATUS_ENABLED},
     {"enabled-runtime", MERO_SYSTEMD_ENABLE_STATUS_ENABLED}, {"static", MERO_SYSTEMD_ENABLE_STATUS_STATIC},
@@ -15,7 +15,7 @@ constexpr StatusWord kEnableStatus[] = {
     {"linked", MERO_SYSTEMD_ENABLE_STATUS_LINKED},           {"linked-runtime", MERO_SYSTEMD_ENABLE_STATUS_LINKED},
 };
 
-const std::vector<std::string> kNoOptions; // not a null pointer: no unit is taken for an option
+const std::vector<std::string> kNoOptions; // not a null pointer, so that no unit is taken for an option
 
 } // namespace
 
@@ -26,7 +26,7 @@ int MERO::Systemd::_MEROSystemdEnableStatusGet(const SystemctlOpts& opts, const 
     }
     std::string word;
     try {
-        // The exit code is not looked at: is-enabled prints "disabled" and ends with 1.
+        // Ignores the exit code: is-enabled prints "disabled" and exits with 1.
         const bool printed =
             MEROSystemdSystemctlUltron("is-enabled", opts, {strUnit}, [&](int, const std::vector<std::string>& lines) {
                 word = lines.empty() ? std::string() : boost::algorithm::trim_copy(lines.front());

@@ -10,7 +10,7 @@ bool MEROSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& display)
     return YesKeyGet(MERO_HERE, strUnit, "InfoCenterDisplay", display);
 }
 
-// "Dislay" is the name that C callers link.
+// C callers link to this name: "Dislay".
 int MEROCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay)
 {
     return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblDisplay) &&

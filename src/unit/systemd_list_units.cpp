@@ -36,7 +36,8 @@ bool AskForUnitFiles(const SystemctlDialect& dialect, const std::string& type, T
     });
 }
 
-/// Where systemctl would look: it takes seconds for 1,000 unit files, since it finds out which of them are enabled.
+/// Reads the folders that systemctl would read. systemctl takes seconds for 1,000 unit files, because it also finds out
+/// which of them are enabled.
 bool ReadFolders(const Texts& folders, const std::string& type, Texts& units)
 {
     const int error = ListUnitFiles(folders, type, units);
@@ -52,14 +53,14 @@ bool ReadFolders(const Texts& folders, const std::string& type, Texts& units)
 
 bool MEROSystemdListUnits(std::vector<std::string>& units, const std::string& strType)
 {
-    // Programs that read the log match this text.
+    // Programs match this text.
     if (!CheckArgument(strType.empty() || IsUnitType(strType), MERO_HERE,
                        "(strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType))")) {
         return false;
     }
     try {
         const SystemctlDialect dialect = ConfiguredSystemctlDialect();
-        const auto folders = dialect.isOfToday ? UnitFolders() : std::nullopt;
+        const auto folders = dialect.isCurrent ? UnitFolders() : std::nullopt;
         return folders ? ReadFolders(*folders, strType, units) : AskForUnitFiles(dialect, strType, units);
     } catch (const std::exception&) {
         MERO_LOG(LOG_ERR, "list-unit-files failed.");

@@ -5,7 +5,7 @@
 
 using namespace MERO::Systemd;
 
-// "Dislay" is the name that callers of both forms link.
+// C and C++ callers link to this name: "Dislay".
 bool MEROSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& display)
 {
     return YesKeyGet(MERO_HERE, strUnit, "NanoUpdateDisplay", display);

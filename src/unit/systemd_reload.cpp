@@ -13,7 +13,7 @@ constexpr ActionWords kReload{
 
 const std::string kNoBlock = "--no-block";
 
-// No reload waits for its job, the blocking forms' neither.
+// No reload waits for its job, not even in the blocking forms.
 bool _MEROSystemdReloadCore(const std::vector<std::string>& options, const std::vector<std::string>& vecUnits,
                             std::vector<std::string>& failed, const SystemctlObserver& observer)
 {

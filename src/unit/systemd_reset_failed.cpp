@@ -6,7 +6,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-// "unabled": programs that read the log match this spelling.
+// "unabled": programs match this spelling.
 constexpr ActionWords kResetFailed{.verb = "reset-failed",
                                    .doing = "doing reset-failed ...",
                                    .done = "reset-failed done.",

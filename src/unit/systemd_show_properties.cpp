@@ -14,17 +14,18 @@ using namespace MERO::Systemd;
 
 namespace {
 
-constexpr int kMaxQuestions = 17; // each of them sets aside one refused name at least
+constexpr int kMaxQueries = 17; // each sets aside at least one refused name
 
-/// The name to ask for; empty when systemctl would refuse it, or take it for something else.
+/// Returns the name to ask for; empty if systemctl would refuse it or take it for something else.
 std::string AskedName(const std::string& unit)
 {
-    const bool isNumber = unit.find_first_not_of("0123456789") == unit.npos; // a process' ID
+    const bool isNumber = unit.find_first_not_of("0123456789") == unit.npos; // a process ID
     const std::string name = isNumber ? std::string() : NormalizedUnitNameGet(unit);
     return IsUnitName(name) ? name : std::string();
 }
 
-/// What the messages of systemctl name: "Unit name x.service is neither a valid invocation ID nor unit name."
+/// Returns the words of systemctl's messages, some of which are unit names: "Unit name x.service is neither a valid
+/// invocation ID nor unit name."
 std::set<std::string> NamesIn(const Texts& lines)
 {
     std::set<std::string> names;
@@ -38,10 +39,10 @@ std::set<std::string> NamesIn(const Texts& lines)
     return names;
 }
 
-/// Asks systemd for units until it has shown all of them but those that it refuses.
-class Question {
+/// Asks systemd about units until it has shown all but those that it refuses.
+class Query {
 public:
-    Question(bool forceSystem, Texts properties) : properties_(std::move(properties))
+    Query(bool forceSystem, Texts properties) : properties_(std::move(properties))
     {
         opts_.forceSystem = forceSystem;
         for (const char* name : {"Id", "Names"}) {
@@ -51,11 +52,11 @@ public:
         }
     }
 
-    /// False when systemd does not answer.
+    /// Returns false if systemd does not answer.
     bool Ask(Texts units)
     {
         bool hasAnswered = false, isSilent = false;
-        for (int i = 0; i < kMaxQuestions && !units.empty(); ++i) {
+        for (int i = 0; i < kMaxQueries && !units.empty(); ++i) {
             const auto answer = RunShow(opts_, units, properties_);
             if (!answer) {
                 break;
@@ -68,11 +69,11 @@ public:
             const auto refused = NamesIn(answer->messages);
             const auto named = std::erase_if(units, [&](const std::string& unit) { return refused.contains(unit); });
             if (std::exchange(isSilent, shown + named == 0) && isSilent) {
-                break; // it is not for one unit that nothing comes
+                break; // the silence is not one unit's fault
             }
             hasAnswered = hasAnswered || !isSilent;
             if (named == 0 && !units.empty()) {
-                units.erase(units.begin()); // systemctl ends at the first that is refused
+                units.erase(units.begin()); // systemctl stops at the first one that it refuses
             }
         }
         return hasAnswered || !shown_.empty();
@@ -118,13 +119,13 @@ bool ShowProperties(bool forceSystem, const Texts& vecUnits, const Texts& vecPro
             names.push_back(name);
         }
     }
-    Question question(forceSystem, vecProperties);
-    if (!names.empty() && !question.Ask(names)) {
+    Query query(forceSystem, vecProperties);
+    if (!names.empty() && !query.Ask(names)) {
         return false;
     }
     std::map<std::string, ShownUnit> all;
     for (const std::string& unit : vecUnits) {
-        const UnitProperties* properties = question.Find(AskedName(unit));
+        const UnitProperties* properties = query.Find(AskedName(unit));
         all[unit] = properties != nullptr ? ShownUnit{.asked = true, .properties = *properties} : ShownUnit();
     }
     units = std::move(all);

@@ -6,7 +6,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-// "stopped failed": programs that read the log match this text.
+// "stopped failed": programs match this text.
 constexpr ActionWords kStop{
     .verb = "stop", .doing = "stopping ...", .done = "stopped.", .failed = "stopped failed", .event = kStopEvent};
 

@@ -10,7 +10,7 @@ bool MEROSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& oneCl
     return YesKeyGet(MERO_HERE, strUnit, "SupportOneClickEnable", oneClickEnable);
 }
 
-// C callers get the default-enable answer: they rely on it.
+// C callers get the answer for default-enable, and rely on it.
 int MEROCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
 {
     return MERO_VALID(nullptr != szUnit) && MERO_VALID(nullptr != pblOneClickEnable) &&

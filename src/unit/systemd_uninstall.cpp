@@ -19,7 +19,7 @@ using namespace MERO::Systemd;
 
 namespace {
 
-/// A unit stands on the failed list once, however many steps failed for it.
+/// Adds each unit once, however many steps failed for it.
 void AddFailed(const Texts& units, Texts& failed)
 {
     for (const std::string& unit : units) {
@@ -29,7 +29,7 @@ void AddFailed(const Texts& units, Texts& failed)
     }
 }
 
-/// One systemctl for all units.
+/// Runs systemctl once for all units.
 bool RunStep(const char* step, const std::string& verb, const Texts& options, const Texts& vecUnits,
              const SystemctlObserver& observer)
 {
@@ -48,12 +48,12 @@ bool IsMasked(const std::string& unit)
     return MEROSystemdEnableStatusGet(unit) == MERO_SYSTEMD_ENABLE_STATUS_MASKED;
 }
 
-/// Whether one of the units is masked. What is one question is put again for each unit if systemctl does not answer for
-/// all of them: that of systemd 252 ends at the first unit without a file.
-bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
+/// Whether any of the units is masked. If `isOneQuery`, asks about all of them at once; if systemctl does not answer
+/// for all, asks about each: in systemd 252 it stops at the first unit without a file.
+bool IsOneMasked(const Texts& vecUnits, bool isOneQuery)
 {
     Texts states;
-    if (isOneQuestion) {
+    if (isOneQuery) {
         try {
             (void)MEROSystemdSystemctl("is-enabled", {}, vecUnits, [&](int, const Texts& lines) {
                 states = lines;
@@ -69,8 +69,8 @@ bool IsOneMasked(const Texts& vecUnits, bool isOneQuestion)
                : std::any_of(vecUnits.begin(), vecUnits.end(), IsMasked);
 }
 
-/// Stops the units and takes them out of the boot: no link to them is left.
-bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const SystemctlObserver& observer)
+/// Stops the units and removes all links to them, so that no boot starts them.
+bool TakeOutOfService(const Texts& vecUnits, bool isOneQuery, const SystemctlObserver& observer)
 {
     const Texts offline{kOfflineOption};
     const Texts offlineRuntime{kOfflineOption, "--runtime"};
@@ -81,7 +81,7 @@ bool TakeOutOfService(const Texts& vecUnits, bool isOneQuestion, const Systemctl
         !run("disable runtime", "disable", offlineRuntime)) {
         return false;
     }
-    return !IsOneMasked(vecUnits, isOneQuestion) ||
+    return !IsOneMasked(vecUnits, isOneQuery) ||
            (run("unmask", "unmask", offline) && run("unmask runtime", "unmask", offlineRuntime));
 }
 
@@ -91,7 +91,7 @@ bool IsDirectory(const std::string& path)
     return MLIBCFileCheckDir(path.c_str()) == 0;
 }
 
-/// Removes one file of a unit. systemctl names files by absolute paths: anything else, and a directory, is refused.
+/// Removes one of a unit's files. Refuses directories and relative paths: systemctl prints absolute ones.
 bool RemoveUnitFile(const std::string& path)
 {
     return path.starts_with('/') && !IsDirectory(path) &&
@@ -100,7 +100,7 @@ bool RemoveUnitFile(const std::string& path)
 
 using Paths = std::map<std::string, Texts>; ///< by unit
 
-/// The files of units, in one question. Units of which systemd does not say them are left out.
+/// Gets the units' files, in one query. Leaves out units that systemd does not answer for.
 Paths PathsOf(const Texts& vecUnits)
 {
     std::map<std::string, ShownUnit> shown;
@@ -126,9 +126,9 @@ bool RemoveUnitFiles(const std::string& unit, const Paths& known)
                                                          return exitCode == 0;
                                                      });
     if (!isKnown) {
-        return false; // what a run that failed has printed names no file to remove
+        return false; // never remove a file that a failed run has printed
     }
-    // All of them are tried, although one fails.
+    // Tries all of them, even if one fails.
     const auto failures =
         std::count_if(paths.begin(), paths.end(), [](const std::string& path) { return !RemoveUnitFile(path); });
     return failures == 0;
@@ -161,14 +161,14 @@ bool Reload(const Texts& vecUnits, Texts& failed, const SystemctlObserver& obser
 
 bool Uninstall(const Texts& vecUnits, Texts& failed, const SystemctlObserver& observer)
 {
-    const bool isOneQuestion = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isOfToday;
-    if (!TakeOutOfService(vecUnits, isOneQuestion, observer)) {
+    const bool isOneQuery = vecUnits.size() > 1 && ConfiguredSystemctlDialect().isCurrent;
+    if (!TakeOutOfService(vecUnits, isOneQuery, observer)) {
         AddFailed(vecUnits, failed);
         (void)Reload(vecUnits, failed, observer);
         return false;
     }
     bool done = Reload(vecUnits, failed, observer);
-    const Paths known = isOneQuestion ? PathsOf(vecUnits) : Paths();
+    const Paths known = isOneQuery ? PathsOf(vecUnits) : Paths();
     for (const std::string& unit : vecUnits) {
         if (!RemoveTraces(unit, known)) {
             AddFailed({unit}, failed);

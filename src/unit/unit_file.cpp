@@ -25,20 +25,20 @@
 namespace MERO::Systemd {
 namespace {
 
-// Unlike in systemd, the operating system's own files win over the administrator's.
+// Unlike in systemd, the operating system's own files take precedence over the administrator's.
 constexpr std::string_view kUnitDirectories[] = {"/usr/local/lib/systemd/system/", "/usr/lib/systemd/system/",
                                                  "/etc/systemd/system/", "/run/systemd/system/"};
 
-/// Hands the unit's path in each directory to `visit`, until that returns true.
+/// Calls `visit` with the unit's path in each directory, until it returns true.
 template <typename Visit>
 void VisitUnitPaths(const std::string& unit, Visit&& visit)
 {
     const std::string name = NormalizedUnitNameGet(unit);
     if (!IsFileName(name)) {
-        return; // a folder holds no file of such a name
+        return; // no file can have this name
     }
     std::string path;
-    path.reserve(kUnitDirectories[0].size() + name.size()); // the longest one
+    path.reserve(kUnitDirectories[0].size() + name.size()); // the first directory is the longest
     for (std::string_view directory : kUnitDirectories) {
         if (visit(path.assign(directory).append(name))) {
             return;
@@ -59,12 +59,12 @@ bool IsThere(const std::string& path)
 
 enum class Reading { NoFile, Done, Failed };
 
-/// Reads a key of the file, if that is there. `value` stays as it was when section, key or value are missing, or the
-/// file is none that can be read. Failed: it may be read the next time; the error register says why.
+/// Reads a key from the file, if that exists. `value` stays as it was if section, key or value are missing, or the file
+/// is not readable. Failed: the next attempt may succeed; the error register says why.
 Reading ReadKey(const std::string& path, const std::string& section, const std::string& key, char (&value)[1024])
 {
     if (path.starts_with(kUnitDirectories[0]) && !IsThere(path) && errno == ENOENT) {
-        return Reading::NoFile; // as nearly always: asking costs less than an open that fails
+        return Reading::NoFile; // nearly always: access() costs less than a failing open()
     }
     if (MLIBCFileGetSectionValue(path.c_str(), section.c_str(), key.c_str(), value, sizeof value) == 0 ||
         MLIBCErrGet() == MLIBC_ERR_NOT_FOUND) {
@@ -76,7 +76,7 @@ Reading ReadKey(const std::string& path, const std::string& section, const std::
     return errno != ENOENT && IsThere(path) ? Reading::Done : Reading::NoFile;
 }
 
-/// Whether the line key=value is read back as it was written. The writer refuses all pairs for one that is not.
+/// Whether the line key=value reads back as written. The core library refuses all pairs because of one that does not.
 bool CanBeSet(const std::string& key, const std::string& value)
 {
     const auto isTrimmed = [](const std::string& text) {
@@ -109,11 +109,11 @@ std::string UnitPathGet(const std::string& unit)
 std::string UnitSectionKeyGet(const std::string& unit, const std::string& section, const std::string& key)
 {
     char value[1024];
-    value[0] = '\0'; // not all of it: that would cost as much as a system call
+    value[0] = '\0'; // clearing all of it would cost as much as a system call
     Reading reading = Reading::NoFile;
     int error = 0;
     {
-        const ErrorKeeper keeper; // a key that is missing is no error
+        const ErrorKeeper keeper; // a missing key is no error
         VisitUnitPaths(unit, [&](const std::string& path) {
             reading = ReadKey(path, section, key, value);
             return reading != Reading::NoFile;
@@ -135,7 +135,7 @@ std::string XTarvixKeyGet(const std::string& unit, const std::string& key)
     if (at == unit.npos) {
         return UnitSectionKeyGet(unit, "X-Tarvix", key);
     }
-    const std::string prefix = unit.substr(0, at + 1); // of an instance, its template's file holds the metadata
+    const std::string prefix = unit.substr(0, at + 1); // an instance's metadata is in its template's file
     return UnitSectionKeyGet(HasKnownUnitType(unit) ? prefix + unit.substr(unit.rfind('.')) : prefix, "X-Tarvix", key);
 }
 
@@ -147,7 +147,7 @@ std::optional<std::string> MetadataKeyGet(SourceLine where, const std::string& s
     try {
         return XTarvixKeyGet(strUnit, key);
     } catch (const std::exception&) {
-        return std::nullopt; // no such unit, mostly: the error register says so
+        return std::nullopt; // usually there is no such unit; see the error register
     }
 }
 
@@ -181,7 +181,7 @@ std::vector<std::string> UnitPathsParse(const std::vector<std::string>& lines)
         if (equals == line.npos || (property != "FragmentPath" && property != "DropInPaths")) {
             continue;
         }
-        // A fragment is one path, whatever blanks it holds: the drop-ins' values are the ones that hold several.
+        // FragmentPath is one path, which may hold blanks; DropInPaths is a list.
         const std::string value = line.substr(equals + 1);
         const std::vector<std::string> values =
             property == "DropInPaths" ? ItemsOf(value) : std::vector{boost::algorithm::trim_copy(value)};
@@ -211,11 +211,11 @@ bool AddUnitSection(const std::string& directory, const std::string& fileName, c
         }
         if (!canBeSet || MLIBCSzHashSetValue(hash.get(), key.c_str(), value.c_str()) < 0) {
             MERO_LOG(LOG_ERR, "Fail to MLIBCSzHashSetValue to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
-                     MERO_CORE_ERROR_VALUES); // the others are written all the same
+                     MERO_CORE_ERROR_VALUES); // still writes the others
         }
     }
     if (MLIBCFileAddSection(path.c_str(), section.c_str(), hash.get(), 0) < 0) {
-        // "SetSection", although a section is added: programs that read the log match this text.
+        // "SetSection", although this adds a section: programs match this text.
         MERO_LOG(LOG_ERR, "Fail to MLIBCFileSetSection to [%s] " MERO_CORE_ERROR_FORMAT, path.c_str(),
                  MERO_CORE_ERROR_VALUES);
         return false;

@@ -27,7 +27,7 @@ int AddNames(const std::string& folder, const std::string& type, Texts& names)
         if (name.starts_with('.') || !IsUnitFileName(name) || (!type.empty() && UnitTypeGet(name) != type)) {
             continue;
         }
-        std::error_code vanished; // in this order both know it from the folder itself, and follow no link
+        std::error_code vanished; // in this order both know it from the folder entry, and follow no link
         if (entry->is_symlink(vanished) || entry->is_regular_file(vanished)) {
             names.push_back(std::move(name));
         }

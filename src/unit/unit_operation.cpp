@@ -18,7 +18,7 @@
 namespace MERO::Systemd {
 namespace {
 
-/// Whether systemctl queued nothing because one unit of the list could not be.
+/// Whether systemctl queued nothing because it could not queue one unit of the list.
 bool IsListRefused(const Texts& units, const Texts& lines)
 {
     constexpr std::string_view kRefusal =
@@ -29,7 +29,7 @@ bool IsListRefused(const Texts& units, const Texts& lines)
 
 using OutcomeCallback = std::function<bool(const SystemctlOutcome&)>;
 
-/// Runs the action; once more, with each unit queued by itself, when the whole list was refused.
+/// Runs the action; if the whole list is refused, runs it again with each unit queued on its own.
 bool RunOnList(const ActionWords& words, const SystemctlOpts& opts, const Texts& units, const OutcomeCallback& callback)
 {
     bool isRefused = false;
@@ -82,7 +82,7 @@ bool RunOnUnits(SourceLine where, const ActionWords& words, const Texts& options
         });
     } catch (const std::exception&) {
         FailedUnitsCopy(vecUnits, failed);
-        // The failed list of an action may have held others before: they are named too.
+        // An action's failed list may already hold other units: the log names them too.
         const bool isAction = !words.changesFiles && words.notRun == nullptr;
         MERO_LOG_AT(where, LOG_ERR, "[%s] %s.", (isAction ? Join(failed) : units).c_str(),
                     words.notRun != nullptr ? words.notRun : words.failed);

@@ -29,7 +29,7 @@ ShowAnswer Parse(int exitCode, const Texts& lines, const Texts& properties)
             }
             const std::string value = line.substr(equals + 1, line.find_last_not_of('\n') - equals);
             const auto [known, isNew] = answer.units.back().try_emplace(name, value);
-            if (!isNew && value.starts_with("{ ")) { // commands of a service have a line each
+            if (!isNew && value.starts_with("{ ")) { // each of a service's commands has its own line
                 known->second += "\n" + value;
             }
         }
@@ -43,7 +43,7 @@ std::vector<std::string> ItemsOf(const std::string& value)
 {
     Texts items;
     std::istringstream rest(value);
-    rest.exceptions(std::ios::badbit); // std::bad_alloc, which the stream would keep to itself
+    rest.exceptions(std::ios::badbit); // std::bad_alloc, which the stream would swallow
     for (std::string item; rest >> std::quoted(item);) {
         items.push_back(item);
     }

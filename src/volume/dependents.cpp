@@ -10,10 +10,9 @@
 namespace MERO::Systemd {
 namespace {
 
-using Relatives = Texts UnitFacts::*; ///< the units next to one, in the one direction or the other
+using Relatives = Texts UnitFacts::*; ///< a unit's neighbours, in one direction or the other
 
-/// Asks for the units, for those next to them, and so on from there. A unit that does not run passes a stop on all the
-/// same.
+/// Asks about the units, their neighbours, and so on. A unit that does not run counts too: it passes a stop on.
 bool AskAll(const Texts& units, Relatives relatives, UnitFactsTable& facts)
 {
     for (Texts level = units; !level.empty();) {
@@ -34,7 +33,7 @@ bool AskAll(const Texts& units, Relatives relatives, UnitFactsTable& facts)
     return true;
 }
 
-/// Adds the unit after all that can be reached from it. The second name of each is the unit that it was reached from.
+/// Adds the unit after all units that can be reached from it. `takenBy` is the unit that it was reached from.
 void Visit(const UnitFactsTable& table, Relatives relatives, const std::string& unit, const std::string& from,
            std::set<std::string>& visited, std::vector<Dependent>& found)
 {

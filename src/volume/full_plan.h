@@ -4,7 +4,7 @@
 
 namespace MERO::Systemd {
 
-/// The set as its plan shows it, with what is in the way.
+/// Returns the plan for a stop set, including the blockers.
 FullVolumeUnmountPlan PlanOf(const VolumeStopSet& set);
 
 } // namespace MERO::Systemd

@@ -11,9 +11,9 @@
 namespace MERO::Systemd {
 namespace {
 
-constexpr std::string_view kNoMatch = ""; // not null, which stands for a path that was not looked at
+constexpr std::string_view kNoMatch = ""; // not null, which means a path that has not been judged yet
 
-/// The device that a node stands for; 0 for every other file.
+/// Returns the device of a device node; 0 for any other file.
 dev_t DeviceOf(const std::string& path)
 {
     struct stat status;
@@ -46,7 +46,7 @@ std::string_view MountPath::MatchDeleted(std::string_view path)
     return IsAtOrBelow(path, path_) ? verdicts_.Keep({path}) : kNoMatch;
 }
 
-/// The resolved path, if it is a match. A file whose folder is known, as most are, costs one system call.
+/// Returns the resolved path if it is a match. Most files are in a known folder and cost one system call.
 std::string_view MountPath::Judge(std::string_view path)
 {
     const std::size_t slash = path.rfind('/');
@@ -56,7 +56,7 @@ std::string_view MountPath::Judge(std::string_view path)
         readlink(path.data(), link, sizeof link) >= 0) {
         return JudgeResolved(Resolve(path.data()));
     }
-    if (errno != EINVAL) { // EINVAL: it is there, and is no symbolic link
+    if (errno != EINVAL) { // EINVAL: it exists and is no symbolic link
         return kNoMatch;
     }
     const std::string_view folder = ResolveFolder(path.substr(0, slash));
@@ -84,7 +84,7 @@ std::string_view MountPath::ResolveFolder(std::string_view folder)
     return known.value;
 }
 
-/// The path without symbolic links; empty when there is no such file.
+/// Returns the path without symbolic links; empty if there is no such file.
 std::string_view MountPath::Resolve(const char* path)
 {
     char resolved[PATH_MAX];

@@ -9,17 +9,17 @@
 
 namespace MERO::Systemd {
 
-/// Whether paths lead to files below a mount path. Each path is resolved once, however many processes have it.
+/// Decides whether paths lead to files below a mount path. Resolves each path once, however many processes use it.
 class MountPath {
 public:
-    /// A device's node instead of a path means every file on that device.
+    /// If `path` is a device node, every file on that device matches.
     explicit MountPath(std::string path);
 
-    /// The resolved path when it is the mount path or below it, otherwise an empty text; good as long as this object. A
-    /// text that does not begin with "/" (a socket, a pipe, [heap]) names no file and is not resolved.
+    /// Returns the resolved path if it is the mount path or below it, otherwise an empty text; valid as long as this
+    /// object. A text that does not begin with "/" (a socket, a pipe, [heap]) is no file and never matches.
     std::string_view Match(std::string_view path);
 
-    /// The same for a file that is deleted, whose path cannot be resolved: by its text.
+    /// The same for a deleted file. Its path cannot be resolved, so this compares the text.
     std::string_view MatchDeleted(std::string_view path);
 
 private:
@@ -31,10 +31,10 @@ private:
     std::string path_;
     dev_t device_;
     TextTable verdicts_;
-    TextTable folders_; ///< resolved: most files lie in a few of them
+    TextTable folders_; ///< resolved folders: most files are in a few of them
 };
 
-/// Whether `path` is `mountPath` or lies below it, by its text.
+/// Whether `path` is `mountPath` or below it. Compares only the texts.
 bool IsAtOrBelow(std::string_view path, std::string_view mountPath);
 
 } // namespace MERO::Systemd

@@ -9,7 +9,7 @@
 namespace MERO::Systemd {
 namespace {
 
-constexpr std::size_t kOptionalFields = 6; // where they begin
+constexpr std::size_t kOptionalFields = 6; // the index of the first one
 
 bool IsAtOrBelowAny(const std::string& path, const Texts& volumes)
 {
@@ -17,7 +17,7 @@ bool IsAtOrBelowAny(const std::string& path, const Texts& volumes)
                        [&](const std::string& volume) { return IsAtOrBelow(path, volume); });
 }
 
-/// Whether `mount` shows the file system of `volume`, or a folder that the volume shows too.
+/// Whether `mount` shows the whole of `volume`'s file system, or a folder that the volume shows too.
 bool ShowsSame(const MountEntry& mount, const MountEntry& volume)
 {
     return mount.device == volume.device && (volume.root == "/" || IsAtOrBelow(mount.root, volume.root));
@@ -30,8 +30,8 @@ const MountEntry* ParentOf(const MountEntry& mount, const std::vector<MountEntry
     return parent != table.end() ? &*parent : nullptr;
 }
 
-/// Whether an unmount of `volume` reaches `mount`, in another namespace: that is for their parents to hand on.
-bool IsHandedOn(const MountEntry* volumeParent, const MountEntry* mountParent)
+/// Whether an unmount of a volume propagates to a mount in another namespace. Their parents' peer groups decide that.
+bool IsPropagated(const MountEntry* volumeParent, const MountEntry* mountParent)
 {
     return volumeParent != nullptr && mountParent != nullptr &&
            std::find_first_of(volumeParent->peers.begin(), volumeParent->peers.end(), mountParent->peers.begin(),
@@ -91,7 +91,7 @@ std::string FindKeptMount(const std::vector<MountEntry>& own, const std::vector<
 {
     for (const MountEntry& volume : VolumesIn(own, volumes)) {
         for (const MountEntry& mount : other) {
-            if (ShowsSame(mount, volume) && !IsHandedOn(ParentOf(volume, own), ParentOf(mount, other))) {
+            if (ShowsSame(mount, volume) && !IsPropagated(ParentOf(volume, own), ParentOf(mount, other))) {
                 return mount.point;
             }
         }

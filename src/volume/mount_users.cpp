@@ -19,25 +19,25 @@ struct Use {
     std::string_view file; ///< empty: none
 };
 
-/// The kernel's mark of a file that has no name any more.
+/// The kernel's mark for a file that no longer has a name.
 bool IsDeleted(std::string_view path)
 {
     return path.ends_with(" (deleted)");
 }
 
-/// A process' path of cgroups that leads through a user's own manager.
+/// Whether a process' cgroup path leads through a user manager.
 bool IsOfUserManager(std::string_view cgroup)
 {
     const std::size_t manager = cgroup.find("/user@");
     return manager != cgroup.npos && cgroup.find('/', manager + 1) != cgroup.npos;
 }
 
-/// The first of the process' files that lies below the mount path. The memory map costs most, and comes last.
+/// Finds the first of the process' files below the mount path. The memory map costs most, so it comes last.
 Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount, MountUserSearch search)
 {
     Use use{};
     const auto isDeletedUser = [&](std::string_view path) {
-        return search == MountUserSearch::ForUnmounting && IsDeleted(path);
+        return search == MountUserSearch::ForUnmount && IsDeleted(path);
     };
     const auto uses = [&](FileUse how, std::string_view path) {
         use = {how, isDeletedUser(path) ? mount.MatchDeleted(path) : mount.Match(path)};
@@ -59,14 +59,14 @@ Use FindUse(ProcessFiles& files, const ProcessFolder& process, MountPath& mount,
     return use;
 }
 
-/// Whether services opted out, by their names: asked once each.
+/// Knows which services have opted out. Reads each one's metadata once.
 class OptOuts {
 public:
     bool Has(const std::string& service)
     {
         const auto [entry, isNew] = known_.try_emplace(service, false);
         if (isNew) {
-            (void)MEROSystemdServiceSkipListByMntPath(service, entry->second); // without a unit file: no
+            (void)MEROSystemdServiceSkipListByMntPath(service, entry->second); // no unit file: not opted out
         }
         return entry->second;
     }
@@ -94,7 +94,7 @@ bool ForEachMountUser(const std::string& mountPath, MountUserSearch search,
         }
         const std::string cgroup = files.Cgroup(process);
         const std::string unit = UnitOfCgroup(cgroup);
-        const bool isForeign = search == MountUserSearch::ForUnmounting && IsOfUserManager(cgroup);
+        const bool isForeign = search == MountUserSearch::ForUnmount && IsOfUserManager(cgroup);
         if (isForeign || UnitTypeGet(unit) != "service" || optOuts.Has(unit)) {
             return;
         }

@@ -12,15 +12,15 @@ struct MountUser {
     std::string service;
     ProcessFolder process;
     FileUse use;
-    std::string file; ///< the first one that was found, resolved
+    std::string file; ///< the first one found, resolved
 };
 
-/// AsPublished: of files that exist; a process of a user's own manager counts as one of the system's unit of that name.
-/// ForUnmounting: files that are deleted keep a volume busy too, and a user's units are not the system's.
-enum class MountUserSearch { AsPublished, ForUnmounting };
+/// AsPublished: only existing files; a user manager's process counts for the system unit of the same name.
+/// ForUnmount: deleted files count, because they keep a volume busy too; a user manager's units do not.
+enum class MountUserSearch { AsPublished, ForUnmount };
 
-/// Hands the processes of services that use files below the mount path to `take`, one file each. Services that opt
-/// out are left out. False when /proc cannot be opened (error register 0x0900).
+/// Calls `take` for each process of a service that uses a file below the mount path, with one such file. Skips services
+/// that opt out. Returns false if /proc cannot be opened (error register 0x0900).
 bool ForEachMountUser(const std::string& mountPath, MountUserSearch search,
                       const std::function<void(ProcessFiles&, const MountUser&)>& take);
 

@@ -13,10 +13,10 @@
 namespace MERO::Systemd {
 namespace {
 
-/// What follows the last newline.
+/// Returns what follows the last newline.
 std::string_view LastLine(std::string_view text)
 {
-    const auto* newline = static_cast<const char*>(memrchr(text.data(), '\n', text.size())); // rfind is a loop
+    const auto* newline = static_cast<const char*>(memrchr(text.data(), '\n', text.size())); // faster than rfind
     return newline == nullptr ? text : text.substr(static_cast<std::size_t>(newline + 1 - text.data()));
 }
 
@@ -55,7 +55,7 @@ bool ProcessFiles::IsEnding(const ProcessFolder& process)
 {
     constexpr unsigned long kExiting = 4; // the kernel's PF_EXITING
     const std::string text(reader_.Read(process.descriptor, "stat").value_or(std::string_view()));
-    const std::size_t name = text.rfind(')'); // whatever it holds itself
+    const std::size_t name = text.rfind(')'); // the last one: the name may hold ")" itself
     std::vector<std::string> fields;
     if (name == text.npos || !Split(text.substr(name + 1), fields, " ") || fields.size() < 7) {
         return true; // it has ended
@@ -65,14 +65,14 @@ bool ProcessFiles::IsEnding(const ProcessFolder& process)
 
 std::optional<std::string_view> TakeMapPath(std::string_view& text)
 {
-    // The fields before the path (addresses, permissions, offset, device, inode: see proc(5)) hold no "/", and most
-    // lines need not be looked at one by one.
+    // Jumps to the next "/": the fields before the path (addresses, permissions, offset, device, inode: see proc(5))
+    // hold none, so most lines without a file are skipped quickly.
     for (std::size_t slash; (slash = text.find('/')) != text.npos;) {
         const std::string_view fields = LastLine(text.substr(0, slash));
         const std::size_t end = std::min(text.find('\n', slash), text.size());
         const std::string_view path = text.substr(slash, end - slash);
         text.remove_prefix(std::min(end + 1, text.size()));
-        if (fields.ends_with(' ') && fields.find('[') == fields.npos) { // not within a name such as "[anon: a/b]"
+        if (fields.ends_with(' ') && fields.find('[') == fields.npos) { // not a name such as "[anon: a/b]"
             return path;
         }
     }
@@ -81,7 +81,7 @@ std::optional<std::string_view> TakeMapPath(std::string_view& text)
 
 std::string_view UpToBlank(std::string_view path)
 {
-    // isspace() of the C locale, without find_first_of's search in a set for each character.
+    // isspace() of the C locale; find_first_of would search a set for each character.
     const auto isBlank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
     return path.substr(0, static_cast<std::size_t>(std::find_if(path.begin(), path.end(), isBlank) - path.begin()));
 }

@@ -16,26 +16,26 @@ namespace MERO::Systemd {
 /// A process as /proc shows it.
 struct ProcessFolder {
     int pid;
-    int descriptor; ///< of the open folder, so that a process ID that is used again mixes no two processes
+    int descriptor; ///< the open folder: even if the ID is reused, all reads are of one process
 };
 
-/// Takes the lines of a memory map (/proc/<pid>/maps) up to the first one that names a file off the text, and returns
-/// the file's path, blanks and all. What does not begin with "/" ([heap], say) is no file.
+/// Takes lines off a memory map (/proc/<pid>/maps), up to the first one that names a file, and returns the file's path,
+/// blanks included. A name that does not begin with "/", such as [heap], is no file.
 std::optional<std::string_view> TakeMapPath(std::string_view& text);
 
-/// The path that is read where a blank ends it.
+/// Returns the path up to its first blank.
 std::string_view UpToBlank(std::string_view path);
 
-/// Walks through the processes of the machine and the files that they use. What vanishes or cannot be read is passed
-/// over: processes come and go.
+/// Walks through the machine's processes and the files that they use. Skips what vanishes or cannot be read: processes
+/// come and go.
 class ProcessFiles {
 public:
     ProcessFiles();
 
-    /// False when /proc cannot be opened: there are no processes to see then.
+    /// False if /proc cannot be opened; then no process is found.
     explicit operator bool() const { return static_cast<bool>(proc_); }
 
-    /// Hands every process to `take`.
+    /// Calls `take` with each process.
     template <typename Take>
     void ForEachProcess(Take&& take)
     {
@@ -53,10 +53,10 @@ public:
         });
     }
 
-    /// The text of one of a process' links; empty when it cannot be read. Good until the next call.
+    /// Returns the target of a link; empty if it cannot be read. Valid until the next call.
     std::string_view Link(int folder, const char* name);
 
-    /// Hands the text of the link of each open file to `take`, until it returns false.
+    /// Calls `take` with the link target of each open file, until it returns false.
     template <typename Take>
     void ForEachDescriptor(const ProcessFolder& process, Take&& take)
     {
@@ -67,8 +67,8 @@ public:
         }
     }
 
-    /// Hands the path of each piece of the process' memory that maps a file to `take`, until it returns false. Pieces
-    /// of one file mostly follow each other.
+    /// Calls `take` with the path of each memory mapping of a file, until it returns false. Mappings of the same file
+    /// mostly follow each other.
     template <typename Take>
     void ForEachMap(const ProcessFolder& process, Take&& take)
     {
@@ -80,13 +80,13 @@ public:
         }
     }
 
-    /// The kernel's name of the process.
+    /// The process' name in the kernel.
     std::string Command(const ProcessFolder& process);
 
-    /// The process' path in systemd's hierarchy of cgroups; empty when that cannot be told.
+    /// The process' path in systemd's cgroup hierarchy; empty if it cannot be read.
     std::string Cgroup(const ProcessFolder& process);
 
-    /// Whether the process has ended or is about to: its cgroup is "/" by then, whichever it was.
+    /// Whether the process has ended or is about to. Its cgroup then reads "/", whatever it was before.
     bool IsEnding(const ProcessFolder& process);
 
 private:
@@ -96,7 +96,7 @@ private:
     DirectoryNames processNames_;
     DirectoryNames linkNames_;
     TextReader reader_;
-    const char* systemdControllers_; ///< as in the lines of a process' cgroups
+    const char* systemdControllers_; ///< as in /proc/<pid>/cgroup
     char link_[PATH_MAX];
 };
 

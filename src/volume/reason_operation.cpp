@@ -36,7 +36,7 @@ struct Release {
         const bool started =
             after == AfterRelease::LeaveStopped || MEROSystemdStartObserved({}, released, failed, observer);
         if (changed) {
-            (void)MEROSystemdDaemonReloadObserved(observer); // its result does not count, unlike in a stop by reason
+            (void)MEROSystemdDaemonReloadObserved(observer); // ignores its result, unlike a stop by reason
         }
         if (after == AfterRelease::LeaveStopped) {
             ForgetStoppedAlong(released);
@@ -47,7 +47,7 @@ struct Release {
     }
 };
 
-/// What the watcher does when its caller is gone: all of it, whatever had been done.
+/// Runs in the watcher if the caller has ended: does everything again, whatever had been done.
 void GoOnForCaller(pid_t caller, const Release& release)
 {
     MERO_LOG_AT(release.where, LOG_WARNING, "pid[%d] ended while it was starting [%s] by reason [%s]: this goes on.",
@@ -64,7 +64,7 @@ bool ReleaseReason(SourceLine where, const char* doing, AfterRelease after, cons
     MERO_LOG_AT(where, LOG_INFO, "[%s] %s [%s] ...", Join(services).c_str(), doing, reason.c_str());
     const Release release{.where = where, .after = after, .reason = reason, .services = services};
     CallerWatcher watcher;
-    if (after == AfterRelease::Start && IsStoppedAlongNoted(services)) {
+    if (after == AfterRelease::Start && IsStoppedAlongRecorded(services)) {
         (void)watcher.Start(
             {}, [&, caller = getpid()] { GoOnForCaller(caller, release); }, [] {});
         watcher.Arm();
@@ -80,10 +80,10 @@ bool RunReasonOperation(SourceLine where, ReasonOperation* operation, const std:
             return RunReasonOperation(where, operation, strReason, vecServices, own, observer);
         });
     }
-    using std::string; // the conditions' texts are logged as they stand
+    using std::string; // the conditions are logged exactly as written here
     // NOLINTNEXTLINE(performance-faster-string-find)
     if (!MERO_VALID_AT(where, !strReason.empty()) || !MERO_VALID_AT(where, string::npos == strReason.find("/")) ||
-        !MERO_VALID_AT(where, "." != strReason && ".." != strReason) || // it becomes a file's name
+        !MERO_VALID_AT(where, "." != strReason && ".." != strReason) || // it becomes a file name
         !MERO_VALID_AT(where, !vecServices.empty())) {
         return false;
     }

@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kRoot = "/run/merosystemd/reasons/";
 
-/// Returns `allowed`; sets the error register when it is false.
+/// Returns `allowed`; sets the error register if it is false.
 bool Allow(bool allowed)
 {
     if (!allowed) {
@@ -59,10 +59,10 @@ bool ReasonChange::HappenedTo(const std::vector<std::string>& services) const
 bool CheckServiceHasReason(const std::string& service)
 {
     const ErrorKeeper keeper;         // "no" is an answer
-    std::vector<std::string> reasons; // not by glob(), which frees names twice where memory is out
+    std::vector<std::string> reasons; // not glob(): it frees names twice if memory runs out
     const int error = DirectoryEntries(ReasonDirectory(service), reasons);
     if (error != 0) {
-        return error != ENOTDIR; // who cannot see whether a service is held must not take it for free
+        return error != ENOTDIR; // if we cannot see the reasons, assume that the service is held
     }
     return std::any_of(reasons.begin(), reasons.end(), [](const std::string& name) { return !name.starts_with('.'); });
 }
@@ -111,7 +111,7 @@ bool LinkMeroReason(const std::string& dropInDir, const std::string& sourceFile)
         MERO_LOG(LOG_ERR, "Fail to mkdir [%s] " MERO_CORE_ERROR_FORMAT, dropInDir.c_str(), MERO_CORE_ERROR_VALUES);
         return false;
     }
-    const std::string linkName = dropInDir + "mero-reason.conf"; // the caller's folder ends with "/"
+    const std::string linkName = dropInDir + "mero-reason.conf"; // `dropInDir` ends with "/"
     const std::size_t name = linkName.rfind('/') + 1;
     const DirectoryWalk folder = WalkToDirectory(linkName.substr(0, name), IfMissing::Fail);
     if (linkat(AT_FDCWD, sourceFile.c_str(), folder.directory.Get(), linkName.c_str() + name, 0) != 0) {

@@ -4,21 +4,21 @@
 #include <string>
 #include <vector>
 
-/// Reasons on disk: /run/merosystemd/reasons/<service>/<reason>, an empty file each.
+/// Reasons on disk: each is an empty file, /run/merosystemd/reasons/<service>/<reason>.
 namespace MERO::Systemd {
 
-/// The folder of a service's reasons. The name is normalised first.
+/// Returns the folder of a service's reasons. Normalises the name first.
 std::string ReasonDirectory(const std::string& service);
 
-/// Whether the name is a service's and can become a folder's. If not, the error register is set to 0x0D00.
+/// Whether this is a service's name that can become a folder's. If not, sets the error register to 0x0D00.
 bool CanHaveReasons(const std::string& service);
 
-/// Which services had a reason before an operation, to see whether it changed that for one of them.
+/// Remembers which services had a reason before an action, to see whether that has changed.
 class ReasonChange {
 public:
     explicit ReasonChange(const std::vector<std::string>& services);
 
-    /// Whether one of `services`, all of which the operation was given, has its first reason now or has lost its last.
+    /// Whether one of `services`, all known to the constructor, now has its first reason or has lost its last.
     bool HappenedTo(const std::vector<std::string>& services) const;
 
 private:

@@ -12,20 +12,20 @@
 namespace MERO::Systemd {
 namespace {
 
-/// A target's start would start all that it wants, and a slice's has no use for that either.
+/// Whether to start a unit without its dependencies: a target would start everything that it wants, a slice needs none.
 bool StartsByItself(const std::string& unit)
 {
     const std::string type = UnitTypeGet(unit);
     return type == "target" || type == "slice";
 }
 
-/// Starts units in their order, and targets and slices after them.
+/// Starts units in order, then targets and slices.
 void Start(const Texts& down)
 {
     Texts units, targets, failed;
     std::partition_copy(down.begin(), down.end(), std::back_inserter(targets), std::back_inserter(units),
                         StartsByItself);
-    // systemctl queues them one by one, and a socket cannot be started once its service runs.
+    // Services last: systemctl queues units one by one, and a socket cannot be started once its service runs.
     std::stable_partition(units.begin(), units.end(),
                           [](const std::string& unit) { return UnitTypeGet(unit) != "service"; });
     if (!units.empty()) {
@@ -51,7 +51,7 @@ Texts StartAgain(SourceLine where, const StoppedUnits& stopped, const char* afte
         const UnitFacts* known = facts.Find(unit);
         return known == nullptr || known->IsRunning();
     });
-    // What has been tried is not tried again, unless it may have waited for one of the others.
+    // Units that were just tried are tried again only if others are down too: they may have needed those.
     const auto wasTried = [&](const std::string& unit) { return Contains(stopped.tried, unit); };
     Texts down;
     std::copy_if(all.begin(), all.end(), std::back_inserter(down),

@@ -7,14 +7,15 @@
 
 namespace MERO::Systemd {
 
-/// Units that an operation has stopped, or systemd along with them.
+/// Units that an action has stopped, or systemd along with those.
 struct StoppedUnits {
-    std::vector<std::string> units; ///< in the order of their starts
-    std::vector<std::string> lost;  ///< those that cannot be started by hand
+    std::vector<std::string> units; ///< in start order
+    std::vector<std::string> lost;  ///< units that cannot be started by hand
     std::vector<std::string> tried; ///< those of `units` whose start has just been tried
 };
 
-/// Starts those that do not run, and says in the log which of them do not run then, "after" what. Returns these.
+/// Starts the units that do not run. Logs those that still do not run afterwards, and returns them. `after` is the log
+/// line's word for what had stopped them.
 std::vector<std::string> StartAgain(SourceLine where, const StoppedUnits& stopped, const char* after);
 
 } // namespace MERO::Systemd

@@ -22,60 +22,60 @@
 namespace MERO::Systemd {
 namespace {
 
-const std::string kNotes = "/run/merosystemd/stopped-along/";
+const std::string kRecords = "/run/merosystemd/stopped-along/";
 
-Texts ReadNote(const std::string& service)
+Texts ReadRecord(const std::string& service)
 {
     Texts units;
-    (void)DirectoryEntries(kNotes + NormalizedUnitNameGet(service), units);
+    (void)DirectoryEntries(kRecords + NormalizedUnitNameGet(service), units);
     std::erase_if(units, [](const std::string& name) { return !HasKnownUnitType(name); });
     return units;
 }
 
-/// A note that is there stays as it is.
-bool Note(const Descriptor& folder, const std::string& unit)
+/// Leaves an existing entry as it is.
+bool AddToRecord(const Descriptor& folder, const std::string& unit)
 {
     return static_cast<bool>(Descriptor(
                openat(folder.Get(), unit.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644))) ||
            errno == EEXIST;
 }
 
-/// Each of them, although one fails: false, with its errno.
-bool WriteNote(const std::string& service, const Texts& units)
+/// Tries all of them, even if one fails. Returns false, with an errno, if one did.
+bool WriteRecord(const std::string& service, const Texts& units)
 {
-    const DirectoryWalk folder = WalkToDirectory(kNotes + NormalizedUnitNameGet(service), IfMissing::Make);
+    const DirectoryWalk folder = WalkToDirectory(kRecords + NormalizedUnitNameGet(service), IfMissing::Make);
     int error = folder.error;
     for (const std::string& unit : folder.directory ? units : Texts()) {
-        error = Note(folder.directory, unit) ? error : errno;
+        error = AddToRecord(folder.directory, unit) ? error : errno;
     }
     errno = error;
     return error == 0;
 }
 
-/// What is noted for services that pass.
-std::set<std::string> Noted(bool (*passes)(const std::string& service))
+/// Returns the units in the records of all services for which `passes` is true.
+std::set<std::string> Recorded(bool (*passes)(const std::string& service))
 {
     Texts services;
-    (void)DirectoryEntries(kNotes, services);
+    (void)DirectoryEntries(kRecords, services);
     std::set<std::string> all;
     for (const std::string& service : services) {
-        const Texts units = passes(service) ? ReadNote(service) : Texts();
+        const Texts units = passes(service) ? ReadRecord(service) : Texts();
         all.insert(units.begin(), units.end());
     }
     return all;
 }
 
-void DropNote(const std::string& service, const Texts& units)
+void DropRecord(const std::string& service, const Texts& units)
 {
     if (units.empty() || CheckServiceHasReason(service)) {
         return;
     }
-    const std::string folder = kNotes + NormalizedUnitNameGet(service) + "/";
+    const std::string folder = kRecords + NormalizedUnitNameGet(service) + "/";
     for (const std::string& unit : units) {
         (void)unlink((folder + unit).c_str());
     }
-    if (CheckServiceHasReason(service)) { // since then
-        (void)WriteNote(service, units);
+    if (CheckServiceHasReason(service)) { // since the first check
+        (void)WriteRecord(service, units);
     }
 }
 
@@ -84,26 +84,26 @@ bool HasReason(const UnitFacts& unit)
     return std::any_of(unit.names.begin(), unit.names.end(), CheckServiceHasReason);
 }
 
-/// What may start of units that are noted, in the order of their starts. None when systemd does not say.
-std::optional<StoppedUnits> FindStarting(const std::set<std::string>& noted)
+/// Returns those of the recorded units that may start, in start order; nothing if systemd does not answer.
+std::optional<StoppedUnits> FindStarting(const std::set<std::string>& recorded)
 {
     UnitFactsTable facts;
-    const auto all = FindStoppers({noted.begin(), noted.end()}, facts);
+    const auto all = FindStoppers({recorded.begin(), recorded.end()}, facts);
     if (!all) {
         return std::nullopt;
     }
     StoppedUnits starting;
     for (const std::string& unit : *all) {
         const UnitFacts* known = facts.Find(unit);
-        if (noted.contains(unit) && !HasReason(*known)) {
+        if (recorded.contains(unit) && !HasReason(*known)) {
             (known->canStart ? starting.units : starting.lost).push_back(unit);
         }
     }
     return starting;
 }
 
-/// What runs and stops along with a service, and what of the noted units would.
-Texts FindStopping(const std::string& service, const Texts& noted, UnitFactsTable& facts)
+/// Returns the running units that stop along with a service, and the recorded ones that would.
+Texts FindStopping(const std::string& service, const Texts& recorded, UnitFactsTable& facts)
 {
     Texts stopping;
     for (const Dependent& one : FindDependents({service}, facts).value_or(std::vector<Dependent>())) {
@@ -111,7 +111,7 @@ Texts FindStopping(const std::string& service, const Texts& noted, UnitFactsTabl
             stopping.push_back(one.unit);
         }
     }
-    for (const std::string& unit : noted) {
+    for (const std::string& unit : recorded) {
         const UnitFacts* self = facts.Find(service);
         if (self != nullptr && !Contains(stopping, unit) &&
             Contains(FindStoppers({unit}, facts).value_or(Texts()), self->id)) {
@@ -127,56 +127,57 @@ Texts FindStopping(const std::string& service, const Texts& noted, UnitFactsTabl
 
 } // namespace
 
-void NoteStoppedAlong(SourceLine where, const Texts& services)
+void RecordStoppedAlong(SourceLine where, const Texts& services)
 {
     const ErrorKeeper keeper;
     Texts names;
     std::transform(services.begin(), services.end(), std::back_inserter(names), NormalizedUnitNameGet);
-    const std::set<std::string> others = Noted([](const std::string&) { return true; });
-    const Texts noted(others.begin(), others.end());
+    const std::set<std::string> others = Recorded([](const std::string&) { return true; });
+    const Texts recorded(others.begin(), others.end());
     UnitFactsTable facts;
-    if (!FindDependents(names, facts) || !FindStoppers(noted, facts)) { // all in one go: nothing is asked below
+    if (!FindDependents(names, facts) || !FindStoppers(recorded, facts)) { // all at once, for FindStopping
         MERO_LOG_AT(where, LOG_WARNING, "systemd does not say which units stop along with [%s].", Join(names).c_str());
         return;
     }
     for (const std::string& name : names) {
-        const Texts units = FindStopping(name, noted, facts);
-        if (!units.empty() && !WriteNote(name, units)) {
+        const Texts units = FindStopping(name, recorded, facts);
+        if (!units.empty() && !WriteRecord(name, units)) {
             MERO_LOG_AT(where, LOG_WARNING, "Cannot note that [%s] stop along with [%s]: %m. They may stay stopped.",
                         Join(units).c_str(), name.c_str());
         }
     }
 }
 
-bool IsStoppedAlongNoted(const Texts& services)
+bool IsStoppedAlongRecorded(const Texts& services)
 {
     const ErrorKeeper keeper;
-    return std::any_of(services.begin(), services.end(), [](const std::string& one) { return !ReadNote(one).empty(); });
+    return std::any_of(services.begin(), services.end(),
+                       [](const std::string& one) { return !ReadRecord(one).empty(); });
 }
 
 void StartStoppedAlong(SourceLine where, const Texts& services)
 {
     const ErrorKeeper keeper;
-    std::set<std::string> noted;
+    std::set<std::string> recorded;
     for (const std::string& service : services) {
-        const Texts units = CheckServiceHasReason(service) ? Texts() : ReadNote(service);
-        noted.insert(units.begin(), units.end());
+        const Texts units = CheckServiceHasReason(service) ? Texts() : ReadRecord(service);
+        recorded.insert(units.begin(), units.end());
     }
-    for (const std::string& unit : Noted(CheckServiceHasReason)) {
-        noted.erase(unit);
+    for (const std::string& unit : Recorded(CheckServiceHasReason)) {
+        recorded.erase(unit);
     }
-    const std::optional<StoppedUnits> starting = noted.empty() ? StoppedUnits() : FindStarting(noted);
+    const std::optional<StoppedUnits> starting = recorded.empty() ? StoppedUnits() : FindStarting(recorded);
     if (!starting) {
         MERO_LOG_AT(where, LOG_ERR, "systemd does not say whether [%s] run again.",
-                    Join({noted.begin(), noted.end()}).c_str());
+                    Join({recorded.begin(), recorded.end()}).c_str());
         return;
     }
     const Texts down = StartAgain(where, *starting, "the release");
     for (const std::string& service : services) {
-        Texts units = ReadNote(service);
+        Texts units = ReadRecord(service);
         std::erase_if(units,
                       [&](const std::string& unit) { return Contains(down, unit) && Contains(starting->units, unit); });
-        DropNote(service, units);
+        DropRecord(service, units);
     }
 }
 
@@ -184,7 +185,7 @@ void ForgetStoppedAlong(const Texts& services)
 {
     const ErrorKeeper keeper;
     for (const std::string& service : services) {
-        DropNote(service, ReadNote(service));
+        DropRecord(service, ReadRecord(service));
     }
 }
 

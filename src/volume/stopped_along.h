@@ -5,23 +5,23 @@
 #include <string>
 #include <vector>
 
-/// What systemd has stopped along with services that reasons hold: /run/merosystemd/stopped-along/<service>/<unit>, an
-/// empty file each. There is no lock: whoever holds a service gives it the reason before it looks what runs and what is
-/// noted, and whoever releases one looks for reasons after it has dropped the note.
+/// Records of what systemd has stopped along with held services. Each unit is an empty file,
+/// /run/merosystemd/stopped-along/<service>/<unit>. No lock is needed: a stop adds the reason before it looks at
+/// running units and records, and a release looks for reasons again after it has dropped a record.
 namespace MERO::Systemd {
 
-/// Notes what will stop along with services, which have got their reason already. Units that have been stopped along
-/// with others, and would be with these, are noted too: they wait for both. What cannot be noted is logged.
-void NoteStoppedAlong(SourceLine where, const std::vector<std::string>& services);
+/// Records what will stop along with services, which must already have their reason. Also records units that have
+/// stopped along with other services and would stop with these: they wait for both. Logs a failure.
+void RecordStoppedAlong(SourceLine where, const std::vector<std::string>& services);
 
-/// Whether something is noted for one of the services.
-bool IsStoppedAlongNoted(const std::vector<std::string>& services);
+/// Whether one of the services has a record.
+bool IsStoppedAlongRecorded(const std::vector<std::string>& services);
 
-/// Starts what is noted for those of the services that no reason holds any more, but what a reason holds, or another
-/// service that is held has stopped too. The notes are dropped, but of units that did not start, which is logged.
+/// Starts the recorded units of those services that are no longer held, except units that are held themselves or also
+/// recorded for another held service. Drops the records, except of units that did not start, which are logged.
 void StartStoppedAlong(SourceLine where, const std::vector<std::string>& services);
 
-/// Drops the notes of those of the services that no reason holds any more.
+/// Drops the records of those services that are no longer held.
 void ForgetStoppedAlong(const std::vector<std::string>& services);
 
 } // namespace MERO::Systemd

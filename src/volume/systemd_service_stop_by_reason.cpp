@@ -38,7 +38,7 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
     MERO_LOG(LOG_INFO, "[%s] stopping by reason [%s] ...", Join(vecServices).c_str(), strReason.c_str());
     const ReasonChange change(vecServices);
 
-    // The reasons are there before the stop is asked for: from then on nobody starts the services again.
+    // The reasons are added before the stop: from then on nobody starts the services again.
     Texts held;
     for (const std::string& service : vecServices) {
         (AddReason(strReason, service) ? held : vecFailed).push_back(service);
@@ -47,8 +47,8 @@ bool StopByReason(const std::string& strReason, const Texts& vecServices, Texts&
         return false;
     }
     const bool changed = change.HappenedTo(held);
-    if (ConfiguredSystemctlDialect().isOfToday) {
-        NoteStoppedAlong(MERO_HERE, held);
+    if (ConfiguredSystemctlDialect().isCurrent) {
+        RecordStoppedAlong(MERO_HERE, held);
     }
     const bool stopped = MEROSystemdStopObserved({}, held, vecFailed, observer);
     const bool reloaded = !changed || MEROSystemdDaemonReloadObserved(observer);

@@ -22,7 +22,7 @@ bool IsVolume(const std::string& strVolume)
 
 bool IsUnitAndVolume(const std::string& strUnit, const std::string& strVolume)
 {
-    // The unit's name becomes a file's.
+    // The unit's name becomes a file name.
     return MERO_VALID(!strUnit.empty()) && IsVolume(strVolume) && MERO_VALID(IsFileName(strUnit));
 }
 
@@ -86,7 +86,7 @@ bool MEROSystemdVolumeIsRegisteredByPackage(const std::string& package, const st
 
 bool MEROSystemdListPackageByRegisteredVolume(const std::string& volume, std::vector<std::string>& packages)
 {
-    // Not by fs::directory_iterator, which ends the process where memory is out.
+    // Not fs::directory_iterator: it ends the process if memory runs out.
     std::vector<std::string> entries;
     int error = DirectoryEntries(kPackagesDirectory, entries);
     if (error == 0 && MLIBCFileExist(kPackagesDirectory) == 0) {

@@ -23,14 +23,14 @@ bool AddRegister(bool isPackage, const std::string& owner, const std::string& pa
     return true;
 }
 
-/// Whether it is a writer's file, or was one's that has been killed.
+/// Whether this is a writer's temporary file, perhaps left by a killed one.
 bool IsTemporary(const std::string& name)
 {
     const std::size_t infix = name.rfind(kTemporaryInfix);
     return infix != name.npos && name.find_first_not_of("0123456789", infix + kTemporaryInfix.size()) == name.npos;
 }
 
-/// The owners of the registers in a folder, which are named after them.
+/// Gets the owners of the registers in a folder: the entries are named after them.
 bool ListOwners(const char* directory, std::vector<std::string>& owners)
 {
     const bool listed = DirectoryEntries(directory, owners) == 0;

@@ -6,7 +6,7 @@
 #include "core/systemctl_dialect.h"
 #include "core/text.h"
 #include "volume/full_plan.h"
-#include "volume/unmounting.h"
+#include "volume/unmount_run.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -18,7 +18,7 @@ constexpr int kLockTimeout = 3600; // seconds
 
 using Agreement = std::function<bool(const FullVolumeUnmountPlan&)>;
 
-/// The locks under which volumes are unmounted.
+/// The locks that an unmount holds.
 struct UnmountLocks {
     FileLock unmount{"/run/merosystemd/locks/volume-unmount-action.lock", true, kLockTimeout};
     FileLock isolate{kIsolateAndVolumeUnmountLock, false, kLockTimeout};
@@ -27,7 +27,7 @@ struct UnmountLocks {
     {
         const bool acquired = block.LiftFor([&] { return unmount.Acquire() && isolate.Acquire(); });
         if (!acquired) {
-            // In either case names the first lock, which programs that read the log match.
+            // Names the first lock even if it was the second: programs match this text.
             MERO_LOG(LOG_ERR, "Failed to get lock [%s]", unmount.PathGet().c_str());
         }
         return acquired;
@@ -70,7 +70,7 @@ bool Unmount(const Texts& vecVolumes, const Agreement& agree, const std::functio
         return false;
     }
     LogPlan(set);
-    return RunUnmounting(vecVolumes, set, locks.Descriptors(), [&] { return block.LiftFor(action); });
+    return RunUnmount(vecVolumes, set, locks.Descriptors(), [&] { return block.LiftFor(action); });
 }
 
 } // namespace
@@ -113,12 +113,12 @@ bool MEROSystemdVolumeUnmountRecover()
     if (!locks.Acquire(block) || !ReadUnmountRecord(record, kind)) {
         return false;
     }
-    return kind != VolumeUnmountState::Kind::Interrupted || FinishInterruptedUnmounting(record);
+    return kind != VolumeUnmountState::Kind::Interrupted || FinishInterruptedUnmount(record);
 }
 
 namespace {
 
-/// The action on behalf of C.
+/// Runs the unmount action for the C forms.
 int RunForC(const std::function<Texts()>& volumes, bool (*action)(void*), void* data)
 {
     return WithoutExceptions(

@@ -36,7 +36,7 @@ std::string_view TextTable::Keep(std::initializer_list<std::string_view> pieces)
     return {text, size};
 }
 
-/// Where the text stands, or will stand.
+/// Returns the text's place, or the free place for it.
 TextTable::Place& TextTable::Find(std::uint32_t hash, std::string_view text)
 {
     for (std::size_t index = hash;; ++index) {

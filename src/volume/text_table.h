@@ -8,8 +8,8 @@
 
 namespace MERO::Systemd {
 
-/// Values by texts, which are copied. Flat and small, because a scan of all processes looks up a path or two for each
-/// descriptor, and the kernel's work in between leaves little of it in the caches.
+/// Maps texts, which are copied, to values. Flat and small: a scan of all processes looks up a path or two for each
+/// descriptor, and the kernel's work in between leaves little of the table in the processor's caches.
 class TextTable {
 public:
     struct Entry {
@@ -17,16 +17,16 @@ public:
         std::string_view value;
     };
 
-    /// The entry of the text, which is new when its value is null. Good until the next call.
+    /// Returns the text's entry. The value of a new entry is null. Valid until the next call.
     Entry& operator[](std::string_view text);
 
-    /// A text of these pieces, and a NUL after it, that lives as long as the table.
+    /// Joins the pieces to a text with a NUL after it. It lives as long as the table.
     std::string_view Keep(std::initializer_list<std::string_view> pieces);
 
 private:
     struct Place {
         std::uint32_t hash;
-        std::uint32_t number; ///< of the entry, counted from 1; 0: a free place
+        std::uint32_t number; ///< of the entry, from 1; 0: this place is free
     };
 
     Place& Find(std::uint32_t hash, std::string_view text);

@@ -10,9 +10,9 @@
 namespace MERO::Systemd {
 namespace {
 
-/// The dependencies by which a stop spreads: see UNIT_ATOM_PROPAGATE_STOP in systemd's unit-dependency-atom.c.
+/// The dependencies that propagate a stop: see UNIT_ATOM_PROPAGATE_STOP in systemd's unit-dependency-atom.c.
 constexpr std::array kSpreading{"RequiredBy", "RequisiteOf", "BoundBy", "ConsistsOf", "PropagatesStopTo"};
-/// The same, as the units say that are stopped.
+/// The same dependencies, seen from the units that are stopped.
 constexpr std::array kSpreadFrom{"Requires", "Requisite", "BindsTo", "PartOf", "StopPropagatedFrom"};
 
 constexpr std::array kRunning{"active", "activating", "reloading", "refreshing"};

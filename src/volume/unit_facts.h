@@ -7,33 +7,33 @@
 
 namespace MERO::Systemd {
 
-/// What systemd says of a unit that may stop.
+/// systemd's facts about a unit that may stop.
 struct UnitFacts {
     std::string id;                       ///< its own name, not an alias
-    std::vector<std::string> names;       ///< that, and its aliases
+    std::vector<std::string> names;       ///< the id and its aliases
     std::string state;                    ///< ActiveState
-    std::string result;                   ///< of its last run: "success", or what went wrong
-    std::string mountPoint;               ///< of a mount and an automount
-    bool canStart = false;                ///< by hand: scopes, and units with RefuseManualStart, cannot be
-    std::vector<std::string> takesDown;   ///< the units that systemd stops with it
-    std::vector<std::string> takenDownBy; ///< the units that it stops with
+    std::string result;                   ///< Result: "success", or what went wrong in the last run
+    std::string mountPoint;               ///< of a mount or an automount
+    bool canStart = false;                ///< by hand; false for scopes and units with RefuseManualStart
+    std::vector<std::string> takesDown;   ///< the units that systemd stops along with it
+    std::vector<std::string> takenDownBy; ///< the units that it stops along with
     std::vector<std::string> triggers;    ///< the sockets, paths and timers that start it on demand
 
-    /// Whether stopping it means something: it is active or on the way there.
+    /// Whether there is something to stop: the unit is active or becoming active.
     bool IsRunning() const;
 };
 
-/// Facts of many units, each asked for once. For the dialect of today.
+/// Facts about many units, each asked for once. For the current dialect.
 class UnitFactsTable {
 public:
-    /// Asks for those that are not known yet, all in one question. `units` may be patterns. False when systemd cannot
-    /// be asked.
+    /// Asks about the units that are not known yet, in one query. `units` may be patterns. Returns false if systemd
+    /// cannot be asked.
     bool Ask(const std::vector<std::string>& units);
 
-    /// By any of the unit's names; nullptr when it was not shown.
+    /// Finds a unit by any of its names; nullptr if systemd has not shown it.
     const UnitFacts* Find(const std::string& unit) const;
 
-    /// The loaded units that a pattern of Ask has brought: the instances of a template "name@.service", by their ids.
+    /// Returns the ids of the instances of a template "name@.service" that a pattern in Ask has found loaded.
     std::vector<std::string> InstancesOf(const std::string& templateName) const;
 
 private:

@@ -25,9 +25,9 @@ namespace {
 constexpr const char* kFolder = "/run/merosystemd/";
 constexpr const char* kName = "volume-unmount.json";
 constexpr const char* kTemporary = "volume-unmount.json.tmp";
-constexpr std::size_t kStartTime = 19; // in the line of /proc/PID/stat, counted from what follows the name: see proc(5)
+constexpr std::size_t kStartTime = 19; // the field's index in /proc/PID/stat, counted after the name: see proc(5)
 
-/// When the process started, in ticks since the boot: with its ID that is one process only. Empty when there is none.
+/// Returns when the process started, in ticks since boot; empty if it is gone. ID and start time identify a process.
 std::string StartTimeOf(pid_t pid)
 {
     TextReader reader;
@@ -46,7 +46,7 @@ Json::Value ProcessToJson(pid_t pid)
     return process;
 }
 
-/// Whether the process runs. One that has ended, and is not reaped yet, does not.
+/// Whether the process runs. A zombie does not.
 bool IsThere(const Json::Value& process)
 {
     const pid_t pid = process["pid"].asInt();
@@ -107,7 +107,7 @@ bool UnmountRecord::Write() const
     bool written = false;
     try {
         written = WriteWhole(ToJson(*this));
-    } catch (const std::exception&) { // no memory
+    } catch (const std::exception&) { // out of memory
         errno = ENOMEM;
     }
     if (!written) {
@@ -146,9 +146,9 @@ bool ReadUnmountRecord(UnmountRecord& record, VolumeUnmountState::Kind& kind)
             return true;
         }
         if (faccessat(folder.Get(), kName, F_OK, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT) {
-            return true; // it has just been removed
+            return true; // it was removed just now
         }
-    } catch (const Json::Exception&) { // it is not of our making
+    } catch (const Json::Exception&) { // not a file that we wrote
     }
     MERO_LOG(LOG_ERR, "Cannot read [%s%s].", kFolder, kName);
     SetError(MERO_HERE, MLIBC_ERR_OPEN_FILE);

@@ -23,7 +23,7 @@ bool IsOnAny(std::string_view path, const Texts& volumes)
                        [&](const std::string& volume) { return IsAtOrBelow(path, volume); });
 }
 
-/// The units that stop, or whose masters do.
+/// Returns the units that stop, and those whose masters stop in their place.
 std::set<std::string> StoppingUnits(const VolumeStopSet& set)
 {
     std::set<std::string> units;
@@ -39,8 +39,8 @@ std::set<std::string> StoppingUnits(const VolumeStopSet& set)
     return units;
 }
 
-/// The units that a process belongs to by its path of cgroups, the outermost first. What a user's own manager runs is
-/// not among them: its units may have the names of the system's.
+/// Returns the units that a process belongs to by its cgroup path, the outermost first. Leaves out a user manager's
+/// units: they may have the same names as the system's.
 Texts UnitsOf(const std::string& cgroup)
 {
     Texts folders;
@@ -57,8 +57,8 @@ Texts UnitsOf(const std::string& cgroup)
     return units;
 }
 
-/// The first of a process' files on the volumes, found by what the kernel calls them: deleted files have names too, as
-/// have those with blanks, and files that only the process itself can reach.
+/// Finds the first of a process' files on the volumes, by the kernel's names. So it also finds deleted files, files
+/// with blanks in their names, and files that only the process itself can reach.
 class FileFinder {
 public:
     FileFinder(ProcessFiles& files, const ProcessFolder& process, const Texts& volumes)
@@ -99,7 +99,7 @@ private:
     std::optional<VolumeUser> found_;
 };
 
-/// The mount namespaces that have been looked at, and what one keeps mounted.
+/// Looks once at each mount namespace, for volumes that it keeps mounted.
 class MountNamespaces {
 public:
     explicit MountNamespaces(const Texts& volumes)
@@ -112,7 +112,7 @@ public:
 
     const std::vector<MountEntry>& Own() const { return own_; }
 
-    /// Where the process' namespace keeps a volume mounted; empty, too, when another of its processes was asked before.
+    /// Returns where the process' namespace keeps a volume mounted. Empty also if the namespace is already known.
     std::string Keeps(ProcessFiles& files, const ProcessFolder& process)
     {
         const std::string_view name = files.Link(process.descriptor, "ns/mnt");
@@ -139,7 +139,7 @@ void AddProcesses(const VolumeStopSet& set, MountNamespaces& namespaces, std::ve
 {
     ProcessFiles files;
     if (!files) {
-        return; // the search for the services' processes has said so
+        return; // the search for the services' processes has logged it
     }
     const std::set<std::string> stopping = StoppingUnits(set);
     files.ForEachProcess([&](const ProcessFolder& process) {
@@ -153,7 +153,7 @@ void AddProcesses(const VolumeStopSet& set, MountNamespaces& namespaces, std::ve
         }
         const Texts units = UnitsOf(files.Cgroup(process));
         if (IsOfAny(units, stopping) || (units.empty() && files.IsEnding(process))) {
-            return; // it ends: perhaps nobody can say any more of which unit it was
+            return; // it is ending; its unit may no longer be known
         }
         const std::string unit = units.empty() ? std::string() : units.back();
         if (user) {
@@ -188,7 +188,7 @@ void AddMounts(const std::vector<MountEntry>& table, const Texts& volumes, std::
     }
 }
 
-/// Paths in the first column of a table of the kernel's.
+/// Adds the paths in the first column of a kernel table.
 void AddTable(VolumeBlocker::Kind kind, const char* table, const Texts& volumes, std::vector<VolumeBlocker>& blockers)
 {
     TextReader reader;
@@ -208,7 +208,7 @@ void AddLoopDevices(const Texts& volumes, std::vector<VolumeBlocker>& blockers)
     DirectoryNames names;
     TextReader reader;
     names.ForEach(devices.Get(), [&](std::string_view name) {
-        const std::string path = std::string(name) + "/loop/backing_file"; // only loop devices that are set up have it
+        const std::string path = std::string(name) + "/loop/backing_file"; // only loop devices in use have it
         const std::string_view text = reader.Read(devices.Get(), path.c_str()).value_or(std::string_view());
         const std::string_view file = text.substr(0, text.find('\n'));
         if (IsOnAny(file, volumes)) {

@@ -4,8 +4,8 @@
 
 namespace MERO::Systemd {
 
-/// What keeps the volumes busy although all that the set names stops, and the causes of it. A process is named with the
-/// first of its files that was found; the calling one is left out.
+/// Returns what would keep the volumes busy after the stop set, and the units that caused it, have stopped. Names a
+/// process with the first of its files found. Leaves out the calling process.
 std::vector<VolumeBlocker> FindVolumeBlockers(const VolumeStopSet& set);
 
 } // namespace MERO::Systemd

@@ -22,13 +22,13 @@ bool Acquire(FileLock& lock)
 {
     const bool acquired = lock.Acquire();
     if (!acquired) {
-        MERO_LOG(LOG_INFO, "lock [%s] is not available.", lock.PathGet().c_str()); // another writer: no error
+        MERO_LOG(LOG_INFO, "lock [%s] is not available.", lock.PathGet().c_str()); // not an error: another writer
     }
     return acquired;
 }
 
-/// A register's file. Everything is done relative to its open folder: nobody who can rename folders on the way can lead
-/// a writer elsewhere.
+/// A register's file. All access is relative to its open folder, so that nobody can redirect a writer by renaming
+/// folders on the path.
 class RegisterFile {
 public:
     RegisterFile(DirectoryWalk walk, const std::string& path)
@@ -58,7 +58,7 @@ public:
     {
         const std::string suffix = kTemporaryInfix + std::to_string(getpid());
         const TemporaryName temporary{folder_, name_ + suffix};
-        temporary.Remove(); // of a killed writer that had this process' ID
+        temporary.Remove(); // left by a killed writer with the same process ID
         if (!WriteJsonFile(folder_, temporary.name, name_, array)) {
             MERO_LOG(LOG_ERR, "Fail to dump json file to [%s]", (path_ + suffix).c_str());
             return false;
@@ -72,7 +72,7 @@ public:
     }
 
 private:
-    /// Removes a file when it goes. One that is not there is fine.
+    /// Removes a file in its destructor, if it exists.
     struct TemporaryName {
         ~TemporaryName() { Remove(); }
         void Remove() const { unlinkat(folder.Get(), name.c_str(), 0); }
@@ -81,7 +81,7 @@ private:
         std::string name;
     };
 
-    /// The register is replaced by now: a failure is only logged.
+    /// Only logs a failure: the register has already been replaced.
     void Sync() const
     {
         const Descriptor folder(openat(folder_.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -91,7 +91,7 @@ private:
     }
 
     Descriptor folder_;
-    bool isUnknown_; ///< whether there is a register cannot be seen
+    bool isUnknown_; ///< we cannot see whether the register exists
     std::string path_;
     std::string name_;
 };

@@ -3,23 +3,23 @@
 #include <string>
 #include <vector>
 
-/// A register of volumes: a file that holds one JSON array of mount paths. What else the array holds is kept.
-/// `directory` ends with "/".
+/// A volume register: a file with one JSON array of mount paths. Other elements of the array are kept. `directory` ends
+/// with "/".
 namespace MERO::Systemd {
 
-/// Appends the volume unless it is there. Makes the folder.
+/// Adds the volume if it is not registered yet. Makes the folder.
 bool AddVolume(const std::string& directory, const std::string& fileName, const std::string& volume);
 
-/// Takes the volume out, and writes the file whether it was there or not.
+/// Removes the volume. Writes the file even if the volume was not registered.
 bool RemoveVolume(const std::string& directory, const std::string& fileName, const std::string& volume);
 
-/// The volumes in a register, in its order. A file that does not exist holds none.
+/// Gets the volumes of a register, in its order. A missing file counts as empty.
 bool ReadVolumes(const std::string& path, std::vector<std::string>& volumes);
 
-/// Whether one of the volumes is registered; false, too, when the file cannot be read.
+/// Whether one of the volumes is registered; false also if the file cannot be read.
 bool IsAnyVolumeRegistered(const std::string& path, const std::vector<std::string>& volumes);
 
-// Where the registers are. The names must be checked by IsFileName.
+// Where the registers are. Callers must check names with IsFileName first.
 inline constexpr const char* kUnitRegisterDirectory = "/usr/mero/etc/merosystemd/volume-register/";
 inline constexpr const char* kPackagesDirectory = "/var/packages/";
 inline constexpr const char* kPackageRegister = "reg_volume";

@@ -24,22 +24,22 @@ namespace {
 
 constexpr std::string_view kPackagePrefix = "pkgctl-";
 
-/// The unit that is stopped and started in the place of this one.
-std::string MasterOf(const std::string& unit, bool isOfToday)
+/// Returns the unit that is stopped and started in place of this one.
+std::string MasterOf(const std::string& unit, bool isCurrent)
 {
     try {
         const std::string master = XTarvixKeyGet(unit, "Master");
         if (master.empty()) {
             return unit;
         }
-        return isOfToday ? NormalizedUnitNameGet(master) : master;
+        return isCurrent ? NormalizedUnitNameGet(master) : master;
     } catch (const std::exception& exception) {
         MERO_LOG(LOG_ERR, "Failed to get master unit: [%s], reason: [%s]", unit.c_str(), exception.what());
         return unit;
     }
 }
 
-/// The package whose service the unit is.
+/// Returns the package that the unit is a service of.
 std::optional<std::string> PackageOf(const std::string& unit)
 {
     if (UnitTypeGet(unit) != "service" || !unit.starts_with(kPackagePrefix)) {
@@ -48,7 +48,7 @@ std::optional<std::string> PackageOf(const std::string& unit)
     return UnitNameWithoutFileExtensionGet(unit).substr(kPackagePrefix.size());
 }
 
-/// Why a unit that depends on some volumes would stop for these.
+/// Returns why a unit that depends on some volumes would stop for these, if it would.
 std::optional<StopCause> FindRegistration(const std::string& unit, const Texts& volumes)
 {
     StopCause cause{.kind = StopCause::Kind::RegisteredByUnit, .unit = unit, .package = {}, .users = {}};
@@ -68,13 +68,13 @@ Dependency DependencyOf(const std::string& unit)
 {
     Dependency dependency = MERO_SYSTEMD_VOLUME_DEPENDENCY_NONE;
     if (!MEROSystemdVolumeDependencyGet(unit, dependency) &&
-        MLIBCErrGet() != MLIBC_ERR_NOT_FOUND) { // units without a file are many
+        MLIBCErrGet() != MLIBC_ERR_NOT_FOUND) { // many units have no file
         MERO_LOG(LOG_ERR, "Fail to get VolumeDependency in [%s].", unit.c_str());
     }
     return dependency;
 }
 
-/// Why a unit would stop by its own declaration.
+/// Returns why a unit would stop by its own declaration, if it would.
 std::optional<StopCause> FindDeclaration(const std::string& unit, Dependency dependency, const Texts& volumes)
 {
     switch (dependency) {
@@ -96,7 +96,7 @@ bool IsRunning(const std::string& unit)
 {
     const int status = MEROSystemdActiveStatusGet(unit);
     std::string state;
-    if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isOfToday &&
+    if (status < 0 && MLIBCErrGet() == kErrorUnknownState && ConfiguredSystemctlDialect().isCurrent &&
         MEROSystemdShow(unit, "ActiveState", state) && state == "maintenance") {
         WarnOfMaintenance(unit);
     }
@@ -121,7 +121,7 @@ bool IsTemplate(const std::string& unit)
     return unit.find("@.") != unit.npos;
 }
 
-/// Adds what a unit declares, or an alias of it, which is listed besides.
+/// Adds a unit's declared cause, unless it is already there: aliases are listed too.
 void AddCauseOnce(const std::string& unit, StopCause cause, VolumeStopSet& set)
 {
     const UnitFacts* facts = set.facts.Find(unit);
@@ -133,14 +133,14 @@ void AddCauseOnce(const std::string& unit, StopCause cause, VolumeStopSet& set)
     }
 }
 
-/// Units that declare a dependency, and those of them that run: all are asked for at once. A template's instances are
-/// units like others, and it is they that run.
-void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
+/// Adds the running units that declare a dependency, and asks systemd about all of them at once. A template stands for
+/// its loaded instances: they are what runs.
+void AddDeclaredInCurrentDialect(const Texts& units, VolumeStopSet& set)
 {
     struct Candidate {
         std::string unit;
         Dependency dependency;
-        std::optional<StopCause> cause; ///< none: an instance of the template may have one
+        std::optional<StopCause> cause; ///< none: a template whose instances may have one
     };
     std::vector<Candidate> candidates;
     Texts asked;
@@ -152,7 +152,7 @@ void AddDeclaredOfToday(const Texts& units, VolumeStopSet& set)
             asked.push_back(IsTemplate(unit) ? std::string(unit).insert(unit.find('@') + 1, "*") : unit);
         }
     }
-    (void)set.facts.Ask(asked); // those that it does not show are asked one by one
+    (void)set.facts.Ask(asked); // units that it does not show are asked about one by one
     for (const auto& [unit, dependency, own] : candidates) {
         for (const std::string& one : IsTemplate(unit) ? set.facts.InstancesOf(unit) : Texts{unit}) {
             const auto cause = own ? own : FindDeclaration(one, dependency, set.volumes);
@@ -171,8 +171,8 @@ bool AddDeclared(VolumeStopSet& set)
         MERO_LOG(LOG_ERR, "Fail to list volume dependency units.");
         return false;
     }
-    if (set.isOfToday) {
-        AddDeclaredOfToday(units, set);
+    if (set.isCurrent) {
+        AddDeclaredInCurrentDialect(units, set);
         return true;
     }
     for (const std::string& unit : units) {
@@ -201,15 +201,15 @@ void AddUsers(VolumeStopSet& set)
 {
     Users users;
     for (const std::string& volume : set.volumes) {
-        FindUsers(volume, set.isOfToday ? MountUserSearch::ForUnmounting : MountUserSearch::AsPublished, users);
+        FindUsers(volume, set.isCurrent ? MountUserSearch::ForUnmount : MountUserSearch::AsPublished, users);
     }
     for (auto& [service, processes] : users) {
-        set.stops[MasterOf(service, set.isOfToday)].push_back(
+        set.stops[MasterOf(service, set.isCurrent)].push_back(
             {.kind = StopCause::Kind::UsesFiles, .unit = service, .package = {}, .users = std::move(processes)});
     }
 }
 
-/// Files are compared by their resolved paths: a link to a volume has none below it.
+/// Adds what links among the volumes lead to: files are compared by their resolved paths, which contain no links.
 void AddResolved(Texts& volumes)
 {
     for (std::size_t i = 0, count = volumes.size(); i < count; ++i) {
@@ -306,19 +306,19 @@ bool AreVolumes(const Texts& volumes)
 bool FindVolumeStops(const Texts& volumes, VolumeStopSet& set)
 {
     try {
-        set.isOfToday = ConfiguredSystemctlDialect().isOfToday;
+        set.isCurrent = ConfiguredSystemctlDialect().isCurrent;
     } catch (const std::exception&) {
         return false; // logged where it was thrown
     }
     set.volumes = volumes;
-    if (set.isOfToday) {
+    if (set.isCurrent) {
         AddResolved(set.volumes);
     }
     if (!AddDeclared(set)) {
         return false;
     }
     AddUsers(set);
-    if (set.isOfToday) {
+    if (set.isCurrent) {
         AddDependents(set);
         FindTriggers(set);
     }

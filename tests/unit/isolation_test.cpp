@@ -1,5 +1,5 @@
 #include "core/lock.h"
-#include "isolate/isolate_watcher.h"
+#include "isolate/isolate_monitor.h"
 #include "support/child.h"
 #include "support/lock.h"
 #include "support/operations.h"

@@ -1,4 +1,4 @@
-#include "core/action_log.h"
+#include "core/event_log.h"
 #include "core/failed_units.h"
 #include "core/text.h"
 #include "support/operations.h"

@@ -344,7 +344,7 @@ TEST_F(VolumeUnmount, AnUnmountStartsWhatAnInterruptedOneLeftDownToo)
         {"start*.target",
          false,
          {"daemon-reload", begin, end, jobs, end, start},
-         "[a.service, old.service] are still down after the unmounting."},
+         "[a.service, old.service] are still down after the unmount."},
         {"daemon-reload", false, {"daemon-reload"}, "[old.service, held.service] start again with this one."},
     };
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), SetUnits({{kAll, {"a.service"}}});

@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_volume_unmount_action"
-#include "volume/unmounting.h"
+#include "volume/unmount_run.h"
 
 #include "core/interruption.h"
 #include "core/log.h"
@@ -9,7 +9,7 @@
 #include "unit/unit_file.h"
 #include "unit/unit_operation.h"
 #include "volume/unmount_record.h"
-#include "volume/unmount_return.h"
+#include "volume/unmount_restore.h"
 
 #include <merosystemd/systemd.hpp>
 
@@ -47,33 +47,33 @@ bool WriteTarget(const std::string& target, const char* relation, const Texts& s
     return written;
 }
 
-/// Whether this process is in a unit that stops: systemd cannot start that while we run.
+/// Whether this process is in one of the units: systemd cannot start that unit while we run.
 bool IsAnyOurs(const Texts& units)
 {
     std::string unit;
     return MEROSystemdGetByPid(getpid(), unit) && Contains(units, unit);
 }
 
-void FinishOfToday(const UnmountReturn& back)
+void FinishInCurrentDialect(const UnmountRestore& back)
 {
-    if (back.isOfToday) {
+    if (back.isCurrent) {
         (void)back.StartUnits();
         UnmountRecord::Remove();
     }
 }
 
-/// What the watcher does when its caller is gone.
-void GoBackForCaller(pid_t caller, const Texts& volumes, const UnmountReturn& back)
+/// Runs in the watcher if the caller has ended.
+void RestoreForCaller(pid_t caller, const Texts& volumes, const UnmountRestore& back)
 {
     MERO_LOG(LOG_WARNING, "pid[%d] ended while it was unmounting [%s]: [%s] start again.", caller,
              Join(volumes).c_str(), Join(back.services).c_str());
     AwaitLeftOverSystemctl("start", kBeginTarget);
     (void)back.WaitForJobs();
     (void)back.StartEndTarget(true);
-    FinishOfToday(back);
+    FinishInCurrentDialect(back);
 }
 
-/// One that was interrupted, if there is one. Its units are what may still be started of them.
+/// Returns the record of an interrupted unmount, if there is one, with only the units that may still be started.
 std::optional<UnmountRecord> FindInterrupted()
 {
     UnmountRecord record;
@@ -81,7 +81,7 @@ std::optional<UnmountRecord> FindInterrupted()
     if (!ReadUnmountRecord(record, kind) || kind != VolumeUnmountState::Kind::Interrupted) {
         return std::nullopt;
     }
-    MERO_LOG(LOG_WARNING, "The unmounting of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
+    MERO_LOG(LOG_WARNING, "The unmount of [%s] by pid[%d] was interrupted: [%s] start again with this one.",
              Join(record.volumes).c_str(), record.caller, Join(record.services).c_str());
     LeaveOutHeldOrGone(record);
     return record;
@@ -93,13 +93,13 @@ void AddMissing(const Texts& from, Texts& to)
                  [&](const std::string& unit) { return !Contains(to, unit); });
 }
 
-/// From the moment at which all is known, under the locks.
-class Unmounting {
+/// One unmount, from when the locks are held and the stop set is known.
+class UnmountRun {
 public:
-    Unmounting(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks)
+    UnmountRun(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks)
         : volumes_(volumes), locks_(locks), stops_(set), back_(set)
     {
-        interrupted_ = back_.isOfToday ? FindInterrupted() : std::nullopt;
+        interrupted_ = back_.isCurrent ? FindInterrupted() : std::nullopt;
         if (interrupted_) {
             AddMissing(interrupted_->services, back_.services);
             AddMissing(interrupted_->units, back_.units);
@@ -112,20 +112,20 @@ public:
     }
 
 private:
-    /// Nothing stops, but what an interrupted unmounting has left stopped starts again.
+    /// Stops nothing, but starts again what an interrupted unmount has left stopped.
     bool RunOnly(const std::function<bool()>& action)
     {
         MERO_LOG(LOG_INFO, "we will not stop any service for umounting: [%s]", Join(volumes_).c_str());
         if (!interrupted_) {
             return action();
         }
-        return RunAndGoBack(action, [&] { return (void)FinishInterruptedUnmounting(*interrupted_), true; });
+        return RunAndRestore(action, [&] { return (void)FinishInterruptedUnmount(*interrupted_), true; });
     }
 
     bool RunBetweenStopAndStart(const std::function<bool()>& action)
     {
         (void)watcher_.Start(
-            locks_, [&, caller = getpid()] { GoBackForCaller(caller, volumes_, back_); }, [&] { TakeRecordBack(); });
+            locks_, [&, caller = getpid()] { RestoreForCaller(caller, volumes_, back_); }, [&] { TakeRecordBack(); });
         if (!Prepare()) {
             return false;
         }
@@ -133,13 +133,13 @@ private:
                  Join(volumes_).c_str(), Join(stops_.services).c_str());
         watcher_.Arm();
         bool mayBeStopping = true;
-        return RunAndGoBack([&] { return Stop(mayBeStopping) && action(); }, [&] { return GoBack(mayBeStopping); });
+        return RunAndRestore([&] { return Stop(mayBeStopping) && action(); }, [&] { return Restore(mayBeStopping); });
     }
 
     bool Prepare() const
     {
         bool isPrepared = false;
-        return RunAndGoBack(
+        return RunAndRestore(
             [&] {
                 Record();
                 return isPrepared = RemoveTarget(kBeginTarget) && RemoveTarget(kEndTarget) &&
@@ -162,16 +162,16 @@ private:
         return stopped && (!wasKilled || back_.WaitForJobs());
     }
 
-    bool GoBack(bool mayBeStopping)
+    bool Restore(bool mayBeStopping)
     {
         try {
-            const bool isOurs = IsAnyOurs(back_.isOfToday ? back_.units : back_.services);
+            const bool isOurs = IsAnyOurs(back_.isCurrent ? back_.units : back_.services);
             const bool started = back_.StartEndTarget(mayBeStopping && !isOurs);
             if (!isOurs || !watcher_.HandOver()) {
-                FinishOfToday(back_);
+                FinishInCurrentDialect(back_);
             }
             return started;
-        } catch (const std::exception&) { // no memory: the watcher has its own
+        } catch (const std::exception&) { // out of memory here, but the watcher has its own
             (void)watcher_.HandOver();
             throw;
         }
@@ -179,7 +179,7 @@ private:
 
     void Record() const
     {
-        if (back_.isOfToday) {
+        if (back_.isCurrent) {
             (void)UnmountRecord{.volumes = volumes_,
                                 .services = back_.services,
                                 .units = back_.units,
@@ -190,37 +190,37 @@ private:
         }
     }
 
-    /// Nothing has stopped: only an interrupted unmounting's services are still down.
+    /// Undoes Record() when nothing has been stopped: restores the record of an interrupted unmount, if there was one.
     void TakeRecordBack() const
     {
         if (interrupted_) {
             (void)interrupted_->Write();
-        } else if (back_.isOfToday) {
+        } else if (back_.isCurrent) {
             UnmountRecord::Remove();
         }
     }
 
     const Texts& volumes_;
     const std::vector<int>& locks_;
-    const UnmountReturn stops_; ///< what this one stops
-    UnmountReturn back_;        ///< with what an interrupted one has stopped
+    const UnmountRestore stops_; ///< what this unmount stops
+    UnmountRestore back_;        ///< also with what an interrupted one has stopped
     std::optional<UnmountRecord> interrupted_;
-    CallerWatcher watcher_; ///< goes before the locks
+    CallerWatcher watcher_; ///< ends before the locks are freed
 };
 
 } // namespace
 
-bool RunUnmounting(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks,
-                   const std::function<bool()>& action)
+bool RunUnmount(const Texts& volumes, const VolumeStopSet& set, const std::vector<int>& locks,
+                const std::function<bool()>& action)
 {
-    return Unmounting(volumes, set, locks).Run(action);
+    return UnmountRun(volumes, set, locks).Run(action);
 }
 
-bool FinishInterruptedUnmounting(UnmountRecord record)
+bool FinishInterruptedUnmount(UnmountRecord record)
 {
     LeaveOutHeldOrGone(record);
-    UnmountReturn back{VolumeStopSet()};
-    back.isOfToday = true;
+    UnmountRestore back{VolumeStopSet()};
+    back.isCurrent = true;
     back.units = std::move(record.units);
     const bool started = back.units.empty() || (back.WaitForJobs() && back.StartUnits());
     UnmountRecord::Remove();

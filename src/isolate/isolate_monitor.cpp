@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_isolate_target"
-#include "isolate/isolate_watcher.h"
+#include "isolate/isolate_monitor.h"
 
 #include "core/common.h"
 #include "core/executor.h"
@@ -24,10 +24,10 @@ bool RunsIsolateCommand(pid_t parent)
     return result == std::pair(true, 0) && ps.GetOutput().find("/usr/bin/systemctl isolate") != std::string::npos;
 }
 
-void Watch(FileLock& lock, pid_t parent)
+void RunMonitor(FileLock& lock, pid_t parent)
 {
     KeepDescriptors({lock.FdGet()});
-    // A parent that was killed has left its flag: the lock must not outlive it for that.
+    // A killed parent leaves its flag set; the lock must not be held because of that.
     for (int sleeps = 0;
          !RunsIsolateCommand(parent) && MLIBCFileExist(kIsolateNotFinishFlag) == 1 && MLIBCProcAlive(parent) == 1;) {
         usleep(kSleep);
@@ -43,8 +43,8 @@ void Watch(FileLock& lock, pid_t parent)
 
 bool StartIsolateMonitor(FileLock& lock)
 {
-    // By reference: the child's memory is a copy, while a copy in this process would close the parent's hold.
-    return ForkAndRun([&lock, parent = getpid()] { Watch(lock, parent); }, 0);
+    // By reference: a copy of the FileLock in this process would close our descriptor. The child has its own memory.
+    return ForkAndRun([&lock, parent = getpid()] { RunMonitor(lock, parent); }, 0);
 }
 
 } // namespace MERO::Systemd

@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_volume_unmount_action"
-#include "volume/unmount_return.h"
+#include "volume/unmount_restore.h"
 
 #include "core/interruption.h"
 #include "core/log.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kMaxWait = 300; // seconds
 
-/// The units with the names that systemd's jobs give them: not their aliases.
+/// Returns the names under which systemd's jobs list the units and the begin target: ids, not only aliases.
 std::set<std::string> JobNames(const Texts& units)
 {
     std::set<std::string> names(units.begin(), units.end());
@@ -36,7 +36,7 @@ std::set<std::string> JobNames(const Texts& units)
     return names;
 }
 
-/// Those of the units that do not run, for one line of the log in any dialect.
+/// Returns the units that do not run, for a log line. Works in both dialects.
 Texts Down(const Texts& units)
 {
     Texts down;
@@ -48,7 +48,7 @@ Texts Down(const Texts& units)
 
 } // namespace
 
-UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday)
+UnmountRestore::UnmountRestore(const VolumeStopSet& set) : isCurrent(set.isCurrent)
 {
     for (const auto& [unit, causes] : set.stops) {
         services.push_back(unit);
@@ -58,28 +58,28 @@ UnmountReturn::UnmountReturn(const VolumeStopSet& set) : isOfToday(set.isOfToday
     }
 }
 
-bool UnmountReturn::StartEndTarget(bool mayBeStopping) const
+bool UnmountRestore::StartEndTarget(bool mayBeStopping) const
 {
     bool started = MEROSystemdStart(kEndTarget);
     if (!started && mayBeStopping) {
-        // Nothing can replace the stop jobs that are left of a begin target that failed or was given up.
+        // A begin target that failed, or whose systemctl was killed, may leave stop jobs that nothing can replace.
         started = WaitForJobs() && MEROSystemdStart(kEndTarget);
         if (!started) {
-            MERO_LOG(LOG_ERR, "[%s] are still down after the unmounting.", Join(Down(services)).c_str());
+            MERO_LOG(LOG_ERR, "[%s] are still down after the unmount.", Join(Down(services)).c_str());
         }
     }
     return started;
 }
 
-bool UnmountReturn::WaitForJobs() const
+bool UnmountRestore::WaitForJobs() const
 {
-    std::set<std::string> names = JobNames(isOfToday ? units : services);
-    std::string own; // if it is one of them, its stop waits for us
+    std::set<std::string> names = JobNames(isCurrent ? units : services);
+    std::string own; // if it is among them, its stop waits for us
     if (MEROSystemdGetByPid(getpid(), own)) {
         names.erase(own);
     }
     for (int pass = 0; pass <= kMaxWait; ++pass) {
-        const bool isStopAsked = IsSystemctlRunning("start", kBeginTarget); // before the jobs, which it queues
+        const bool isStopAsked = IsSystemctlRunning("start", kBeginTarget); // first: it queues the jobs
         std::map<std::uint32_t, JobInfo> jobs;
         if (!MEROSystemdIntJobList(jobs)) {
             return false;
@@ -93,9 +93,9 @@ bool UnmountReturn::WaitForJobs() const
     return false;
 }
 
-bool UnmountReturn::StartUnits() const
+bool UnmountRestore::StartUnits() const
 {
-    return StartAgain(MERO_HERE, {.units = units, .lost = lost, .tried = services}, "the unmounting").empty();
+    return StartAgain(MERO_HERE, {.units = units, .lost = lost, .tried = services}, "the unmount").empty();
 }
 
 } // namespace MERO::Systemd

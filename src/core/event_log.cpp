@@ -1,5 +1,5 @@
 #define MERO_SOURCE_NAME "systemd_internal_lib"
-#include "core/action_log.h"
+#include "core/event_log.h"
 
 #include "core/log.h"
 #include "core/text.h"
