@@ -108,7 +108,7 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"unmask --runtime hidden", 0, ""},
         {"reason remove check boot", 0, ""},
         {"show web FragmentPath", 0, "/run/systemd/system/web.service\n"},
-        {"show web NoSuchProperty", 1, "merosystemctl: web: systemd knows no property NoSuchProperty\n"},
+        {"show web NoSuchProperty", 1, "merosystemctl: web: systemd has no property NoSuchProperty\n"},
         {"show web Id,LoadState", 0, "web.service\nloaded\n"},
         {"show -p Id,LoadState web nowhere", 0,
          "Id=web.service\nLoadState=loaded\n\nId=nowhere.service\nLoadState=not-found\n"},
@@ -291,7 +291,7 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
          "UNIT .*\nsmall.target +starts +named\n.*echo.service +may stop +as does echo.socket\n.*"
          "web.service +stops +small.target does not need it\n.*echo.socket +stops .*merosystemctl: nothing was done.*"},
         {"is-active web small.target", 0, "active\ninactive\n"},
-        {"isolate small.target", 0, "isolated to small.target; what it stops has stopped\n"},
+        {"isolate small.target", 0, "isolated to small.target; everything it stops has stopped\n"},
         {"is-active web", 3, "inactive\n"},
         {"is-active dbus", 0, "active\n"}, // dbus.socket stays
         {"isolate default.target --no-block", 0, "isolated to default.target; .*\n"},

@@ -30,10 +30,10 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
         {"--timeout: Value 0 not in range 1 to 86400", {"start --timeout 0 web"}},
         {"--verify excludes --no-block", {"start --verify --no-block web"}},
         {"missing command: run-in TARGET -- COMMAND...", {"run-in a.target"}},
-        {"UNIT: app[*]: patterns are not taken here; name the unit", {"uninstall --yes 'app*'"}},
+        {"UNIT: app[*]: patterns do not work here; name the unit", {"uninstall --yes 'app*'"}},
         {"--unit: app[*]: .*", {"volume register /v --unit 'app*'"}},
         {"TARGET: app[*]: .*", {"isolate 'app*'", "run-in 'app*' -- true"}},
-        {"'nfs A' is no name of a property", {"show web 'nfs A'"}},
+        {"'nfs A' is not a property name", {"show web 'nfs A'"}},
         {"--json goes after the command", {"--json show web Id"}},
         {"show takes UNIT PROPERTY, or .*", {"show web", "show web Id Names"}},
         {"--unit or --package is required", {"volume register /vol1"}},
@@ -107,7 +107,7 @@ TEST_F(Program, RunsTheCommandsOfSystemctl)
     }
     for (const auto& [arguments, expected] : cases) {
         const std::string output =
-            arguments.starts_with("isolate") ? "isolated to a.target; what it stops has stopped\n" : "";
+            arguments.starts_with("isolate") ? "isolated to a.target; everything it stops has stopped\n" : "";
         EXPECT_THAT(Tool(arguments), FieldsAre(0, output)) << arguments;
         std::string calls;
         for (const std::string& call : Calls()) {
@@ -186,7 +186,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"slice show a", 4, "a: this slice is not tracked\n"},
         {"slice list", 3, "no slice is tracked\n"},
         {"slice top", 3, "no slice is tracked\n"},
-        {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it all the same\n"},
+        {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it anyway\n"},
         {"slice kill a", 1, "killing a failed\n" + log},
         {"isolate-state", 3, "no isolation is going on\n"},
         {"run-in good -- echo --json -- --help", 0, "--json -- --help\n"},

@@ -128,7 +128,7 @@ TEST_F(Why, SaysEveryCause)
         {"Requires=m.service d.device\nRequisite=n.service r.service s.service down.service\nPartOf=deep.service "
          "e.device",
          "dependency  m.service is masked" + why +
-             "m.service\ndependency  d.device is not there\ndependency  n.service does not exist" + why +
+             "m.service\ndependency  d.device is missing\ndependency  n.service does not exist" + why +
              "n.service\ndependency  down.service does not run, and must run before (Requisite=)\n"
              "            Nov 18 11:06:40 systemd[1]: Stopped." +
              to + "merosystemctl start down.service\n"},

@@ -18,7 +18,7 @@ struct StateQuestion {
     const char* name;
     const char* help;
     const char* property;
-    std::vector<std::string_view> yes; ///< the values for which the answer is yes
+    std::vector<std::string_view> yes; ///< the values that mean yes
 };
 
 const StateQuestion kQuestions[] = {
@@ -30,8 +30,8 @@ const StateQuestion kQuestions[] = {
      {"enabled", "enabled-runtime", "static", "alias", "indirect", "generated"}},
 };
 
-/// Prints a word for each unit. The exit code is that of systemctl, in this program's numbers: yes when it is so for
-/// one of the units.
+/// Prints a word for each unit. Returns systemctl's exit code in this program's numbers: kDone if one of the units
+/// qualifies.
 int Ask(const StateQuestion& question, const Texts& words)
 {
     const Texts units = LoadedUnits("", words);

@@ -15,13 +15,13 @@ inline constexpr const char* kFailureProperties =
 
 bool Runs(const UnitProperties& unit);
 
-/// It failed, and waits to be started once more.
+/// Whether it failed and waits for its restart.
 bool IsRestarting(const UnitProperties& unit);
 
-/// A unit's failure: systemd's word for it, and which command ended how.
+/// A unit's failure: systemd's word for it, and which command failed and how.
 std::string FailureText(const UnitProperties& unit);
 
-/// Adds that the unit failed, is restarted again and again, or may not be started any more.
+/// Adds a cause if the unit failed, keeps restarting, or may not be started any more.
 void AddFailure(const UnitProperties& unit, bool hitStartLimit, std::vector<Cause>& causes);
 
 } // namespace MERO::Tool
