@@ -32,7 +32,7 @@ void AddJobsCommand(const Command& program)
         command.OnCall([json]() -> int {
             Jobs jobs;
             const bool listed = MEROSystemdIntJobList(jobs);
-            if (!listed || (jobs.empty() && !IsManagerThere())) { // in the classic dialect both are empty
+            if (!listed || (jobs.empty() && !IsManagerThere())) { // classic: no answer looks empty too
                 return ReportFailure("listing the jobs");
             }
             *json ? PrintJson(JobsToJson(jobs)) : PrintJobs(jobs);
