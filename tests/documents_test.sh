@@ -1,6 +1,6 @@
 #!/bin/sh
-# The README's programs are those in examples/ and its compiler lines work, and merosystemctl's manual page has every
-# command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+# Checks that the README's programs match examples/ and its compiler lines work, and that merosystemctl's manual page
+# has every command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
 set -eu
 cd "$1"
 build=$2
@@ -11,7 +11,7 @@ block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/p" README.md | sed '1d;$d'; }
 block c | diff -u - examples/start_unit.c
 block 'c++' | diff -u - examples/restart_units.cpp
 
-# The lines run as they are, with this build and into a folder that goes away.
+# Run the lines as they are, but with this build and into a temporary folder.
 {
     echo "set -eu"
     sed -n '/^    B=build/,/^$/s/^    //p' README.md |

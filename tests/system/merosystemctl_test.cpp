@@ -10,7 +10,7 @@ using ::testing::MatchesRegex;
 
 namespace {
 
-const std::string kSystemd = "  systemd +"; // before what it said
+const std::string kSystemd = "  systemd +"; // before systemd's message
 
 ShellResult Tool(const std::string& arguments)
 {
@@ -23,7 +23,7 @@ struct Case {
     std::string output; ///< a regular expression
 };
 
-/// But for lines of progress, which come when the machine is slow.
+/// Removes progress lines, which appear if the machine is slow.
 std::string WithoutProgress(const std::string& output)
 {
     const auto isProgress = ::testing::Matches(MatchesRegex("[a-z][^ ]*( [^ ]+)* \\([0-9]+ s\\)(: .*)?"));
@@ -61,7 +61,7 @@ protected:
     }
 };
 
-TEST_F(Merosystemctl, TellsWhatSystemdDid)
+TEST_F(Merosystemctl, ReportsWhatSystemdDid)
 {
     Expect({
         {"start web", 0, ""},
@@ -135,7 +135,7 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
     });
 }
 
-TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
+TEST_F(Merosystemctl, ListsUnitsJobsAndTargets)
 {
     Expect({
         {"list-unit-files", 0, "UNIT +STATE\n.*\nboot.service +disabled\n.*\nbasic.target +static\n.*"},
@@ -165,7 +165,7 @@ TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
     Expect({{"start --no-block slow", 0, ""}, {"stop slow", 0, ""}});
 }
 
-TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRuns)
+TEST_F(Merosystemctl, TheLastReleaseStartsAServiceAndWhatItTookDown)
 {
     const std::string kSleeps = "[Service]\nExecStart=/bin/sleep infinity\n", kLinked = "/mero-reason.conf";
     const std::string kOwn = "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
@@ -215,13 +215,13 @@ TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRun
     Unit("web.service.d/slow.conf", "[Service]\nExecStartPre=/bin/sleep 1\n");
     Load();
     Shell(std::string(MEROSYSTEMCTL) + " reason release check web & sleep 0.7; kill -KILL $!");
-    EXPECT_TRUE(Reaches("page.service", "active")) << "whoever released it was killed";
+    EXPECT_TRUE(Reaches("page.service", "active")) << "the releasing process was killed";
     EXPECT_TRUE(Comes([] { return Shell("find /run/merosystemd/stopped-along -type f").output == ""; }));
     EXPECT_NE(ActiveState("part"), "active");
     Shell("rm /run/systemd/system/alias.service");
 }
 
-TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
+TEST_F(Merosystemctl, ExplainsWhyAUnitDoesNotRun)
 {
     Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/sh -c 'echo no disk; exit 3'\n");
     Unit("needy.service",

@@ -8,7 +8,7 @@
 #include "running/dry_run.h"
 #include "running/general_options.h"
 #include "running/run_command.h"
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 #include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>

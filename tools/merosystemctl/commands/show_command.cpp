@@ -3,7 +3,7 @@
 #include "output/command_error.h"
 #include "output/output.h"
 #include "running/unit_patterns.h"
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 
 #include <algorithm>
 #include <iostream>

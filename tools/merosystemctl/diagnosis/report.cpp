@@ -135,10 +135,10 @@ int ReportFailure(const std::string& what, int error, const SystemctlWords& word
     return kFailed;
 }
 
-CommandError FailureOf(const std::string& question, const SystemctlWords& words)
+CommandError FailureOf(const std::string& query, const SystemctlWords& words)
 {
-    const auto common = CommonFailure(question, MLIBCErrGet(), true, words);
-    return common ? *common : CommandError(kFailed, question + " failed; see " + kLog);
+    const auto common = CommonFailure(query, MLIBCErrGet(), true, words);
+    return common ? *common : CommandError(kFailed, query + " failed; see " + kLog);
 }
 
 std::vector<UnitResult> ExplainFailure(const FailedAction& action, const SystemctlWords& words)

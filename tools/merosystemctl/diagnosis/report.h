@@ -18,7 +18,7 @@ namespace MERO::Tool {
 int ReportFailure(const std::string& what, int error = MLIBCErrGet(), const SystemctlWords& words = {});
 
 /// The same for a failed query, as an error to throw.
-CommandError FailureOf(const std::string& question, const SystemctlWords& words = {});
+CommandError FailureOf(const std::string& query, const SystemctlWords& words = {});
 
 /// The result of an action for one unit.
 struct UnitResult {
