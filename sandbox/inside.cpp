@@ -89,8 +89,8 @@ void CloseAllBut(int kept)
 OwnedProcess StartInside(const Descriptor& boxInit, CgroupLayout cgroups, const std::vector<std::string>& command,
                          const sigset_t& signalMask, int output)
 {
-    // The sandbox does not end before the command is reaped. Its parent must outlive this process if that is killed:
-    // the command would become a child of the host's pid 1, which in many containers reaps nothing.
+    // The sandbox does not end before the command is reaped. So the command's parent must survive if this process is
+    // killed: otherwise the command would become a child of the host's pid 1, which in many containers reaps nothing.
     auto [ownEnd, parentEnd] = MakeMessagePair();
     std::optional<OwnedProcess> parent = OwnedProcess::Fork(0, "cannot start a process");
     if (!parent) {

@@ -75,7 +75,7 @@ fs::path RootOfRelease(const std::string& release)
     return std::string_view(root).substr(0, std::strcspn(root, "\n"));
 }
 
-/// The command is not one of the parser's options, because it can have options of its own.
+/// Adds the command to the usage line. The parser does not know it, so that the command can have its own options.
 class HelpWithCommand : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App*, std::string) const override

@@ -49,7 +49,7 @@ std::vector<PathTree> CopyDevices()
     return copies;
 }
 
-/// Makes an overlay over `shown`, with its upper layer in memory, the root.
+/// Makes an overlay over `shown` the root. Its upper layer is in memory.
 void SwitchToOverlay(const fs::path& shown)
 {
     // Any folder that every system has will do: the tmpfs on it goes with the old root.

@@ -66,7 +66,7 @@ std::string ContentOf(const Descriptor& file)
     return {text, static_cast<std::size_t>(std::max<ssize_t>(cbRead, 0))};
 }
 
-/// @return the pidfd of the box's pid 1
+/// @return the pidfd of the sandbox's pid 1
 Descriptor AwaitBoot(const Keeper& keeper, CgroupLayout cgroups, const HeldSignals& signals)
 {
     AwaitUnlessInterrupted(keeper.Connection().Get(), signals);

@@ -325,7 +325,7 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
         "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n  -> kill [0-9]+\n";
     const std::string kInSlice = " -- grep -c ':/bulk.slice' /proc/self/cgroup";
     const std::string kNoMove = "merosystemctl: moving to [a-z]*.slice failed\n.*";
-    const bool isAlone = !HasMonitor(); // systemd's hierarchy
+    const bool isAlone = !HasMonitor(); // only systemd's hierarchy exists
     Shell(isAlone ? "true" : "mkdir /sys/fs/cgroup/meromonitor/bulk.slice");
     Expect({
         {"volume unmount /vol1", 1, kHolder + "merosystemctl: nothing was stopped: [^\n]*\n"},

@@ -265,7 +265,7 @@ mkdir -p $root/usr/{bin,lib/systemd}
 for file in bin/systemctl lib/systemd/{systemd,libsystemd-shared-258.so}; do
     install /dev/null $root/usr/$file
 done
-check "another root appears, with the cgroups of its release" prints "cgroup2fs /mero-sandbox" $program --root $root \
+check "another root appears, with that release's cgroups" prints "cgroup2fs /mero-sandbox" $program --root $root \
     --bind /usr sh -c 'echo $(stat -fc %T /sys/fs/cgroup) /mero*'
 check "a bound path is visible" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
 check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$work/bound/new"

@@ -10,7 +10,7 @@ using namespace MERO::Test;
 
 namespace {
 
-/// An ordinary user with a running user manager and an own unit.
+/// An ordinary user with a running user manager and a unit of their own.
 class UserManager : public Box {
 protected:
     UserManager()

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Makes one call of this process, or of its forked children, fail. This library is linked before the C library and
-/// passes all other calls on to it; sleeps take no time.
+/// Makes one call in this process, or in a forked child, fail. This library is linked before the C library and passes
+/// all other calls on to it; sleeps take no time.
 namespace MERO::Torture {
 
 enum class FaultKind { Allocation, SystemCall, Interruption }; ///< Interruption: by a signal, after which calls go on

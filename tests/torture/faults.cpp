@@ -21,7 +21,7 @@ namespace {
 constexpr const char* kCalls = "/run/systemctl.calls";
 constexpr long kMostFaults = 400; ///< per function and kind; of more calls a sample is taken, which differs by function
 
-/// A run without a fault, as the forked child reports it, to compare the runs with a fault with.
+/// A run without a fault, as the forked child reports it, and whether the run with a fault was silent.
 struct GoodRun {
     long calls = 0;
     bool isDone = false, isDoneAgain = false;
@@ -87,7 +87,7 @@ const Function kPlatform[] = {
 
 /// Work that an operation may leave undone and only log, as its header or its source says.
 struct BestEffort {
-    const char* function; ///< a part of its name
+    const char* function; ///< part of the name
     const char* undone;   ///< the beginning of a file's path, or of systemctl's arguments
 };
 const BestEffort kBestEffort[] = {

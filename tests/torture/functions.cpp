@@ -65,7 +65,7 @@ std::string Shown(const T& value)
 
 /// One call and its arguments.
 struct Turn {
-    Texts texts;          ///< of its row; the inputs take them in order
+    Texts texts;          ///< the row's; the inputs take them in order
     int bad;              ///< index of the way in which an argument is bad
     std::string way = {}; ///< its description
     int ways = 0, parameter = 0;

@@ -19,7 +19,7 @@ const std::string kPartial = kKeys + "VolumeDependency=partial\n";
 
 /// How a unit of the graph depends on the volume.
 struct Way {
-    std::string prefix; ///< of its name: a package's or not
+    std::string prefix; ///< of the name: a package's or not
     std::string text;
     std::string registered; ///< the volume that the service or its package registers
     bool stops;

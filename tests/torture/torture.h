@@ -118,7 +118,7 @@ inline const std::string kSleeps = "[Service]\nType=exec\nExecStart=/bin/sleep i
 
 struct Answer {
     bool done = false;
-    std::string text = {};   ///< the texts of its outputs
+    std::string text = {};   ///< the outputs' texts
     bool isUntouched = true; ///< the outputs are as before
     std::string thrown = {}; ///< the type of the exception
     std::string way = {};    ///< how an argument was bad: "1 is a null text"

@@ -37,7 +37,7 @@ protected:
 
 TEST_F(Isolation, CleansUpHoweverItEnds)
 {
-    constexpr int kUntouched = 3; // not a result, but a value of its type
+    constexpr int kUntouched = 3; // not a result, but a valid value
     struct Case {
         std::string script, folder; ///< systemctl's script; a folder in the way
         bool done;
@@ -186,10 +186,12 @@ TEST_F(Isolation, TheStateIsReported)
     EXPECT_TRUE(MEROCSystemdIsolateStateGet(&record) && !record.isolating && !*record.target);
     for (const auto& [file, target] : cases) {
         Write(kState, file);
-        const bool told = target != no;
-        EXPECT_TRUE(MEROSystemdIsolateStateGet(state = {true, no}) == told && state.isolating == told) << file;
-        EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == told && record.isolating == (told ? 1 : 7));
-        EXPECT_TRUE(record.target == target && state.target == (told ? target : "")) << file;
+        const bool isReported = target != no;
+        EXPECT_TRUE(MEROSystemdIsolateStateGet(state = {true, no}) == isReported && state.isolating == isReported)
+            << file;
+        EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == isReported &&
+                    record.isolating == (isReported ? 1 : 7));
+        EXPECT_TRUE(record.target == target && state.target == (isReported ? target : "")) << file;
     }
     EXPECT_THAT(Said("systemd_isolate_state_get"), Contains(StartsWith("ERR Failed to get pid from")));
     fs::remove(kState), Write("/run/state", "target=a.target" + pid); // comes and goes while it is read

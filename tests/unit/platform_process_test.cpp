@@ -105,7 +105,7 @@ TEST_F(Programs, AFailedStartLeavesNoStreamAndNoChild)
     }
 }
 
-TEST_F(Programs, AProgramStartsCleanWhateverItsCallersState)
+TEST_F(Programs, AProgramInheritsNoSignalsOrDescriptors)
 {
     const auto run = [] {
         std::signal(SIGPIPE, SIG_IGN);
@@ -205,7 +205,7 @@ TEST_F(Locks, OnlySharedLocksGoTogether)
         EXPECT_EQ(Lock(isAskedExclusive).fd >= 0, !isHeldExclusive && !isAskedExclusive);
         EXPECT_LT(Clock::now() - start, 500ms) << "0 s is one attempt";
     }
-    const Lock lock(true); // all locks were released
+    const Lock lock(true); // all locks above were released
     struct stat status;
     EXPECT_EQ(fstat(lock.fd, &status), 0);
     EXPECT_TRUE(status.st_mode == (S_IFREG | 0600) && fcntl(lock.fd, F_GETFD) == FD_CLOEXEC);

@@ -239,7 +239,7 @@ TEST_F(Queries, EveryStateHasItsNumberAndOtherWordsHaveNone)
         EXPECT_EQ(query.get("u"), -1);
     }
     Systemctl({{"show *", "ActiveState=refreshing\n"}});
-    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), -1) << "a state of the current dialect";
+    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), -1) << "only the current dialect knows this state";
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     EXPECT_EQ(MEROSystemdActiveStatusGet("u"), MERO_SYSTEMD_ACTIVE_STATUS_RELOADING);
 }

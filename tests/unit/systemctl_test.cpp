@@ -81,7 +81,7 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
         {"restart", "5", restart, "", 1},
         {"restart", "0", "", "restart a", 1},
         {"reload", "2", start, "reload --no-block a", 2},
-        {"try-restart", "0", restart, "try-restart a", 1}, // because of its filter, not of the policy
+        {"try-restart", "0", restart, "try-restart a", 1}, // through its filter, not the policy
         {"reload-or-restart", "0", start, "reload-or-restart a", 0},
         {"start", "4", start, "start a", 0},
         {"start", "6", start, "start a", 0},
@@ -163,7 +163,7 @@ TEST_F(SystemctlRuns, AnOrdinaryUserGetsTheEnvironmentOfTheirSession)
         }
         EXPECT_EQ(said, c.said);
     }
-    // From systemd 257 on PAM sets nothing. The user's own folder is used, unless another user could write it.
+    // From systemd 257 on PAM sets nothing. The user's own folder is used, unless it could be another user's.
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
     const std::string folder = "/run/user/65534";

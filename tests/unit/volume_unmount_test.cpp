@@ -321,7 +321,7 @@ TEST_F(VolumeUnmount, TheNextUnmountRecoversAnInterruptedOne)
     EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }));
     const Texts calls = Calls();
     EXPECT_THAT(calls, Contains("start a.service"));
-    EXPECT_THAT(calls, Contains("list-jobs --no-legend").Times(2)) << "the stop of its unit is awaited";
+    EXPECT_THAT(calls, Contains("list-jobs --no-legend").Times(2)) << "the unit's stop is awaited";
     EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == Kind::None);
     EXPECT_EQ(ResultOf(ended), 0);
     EXPECT_FALSE(fs::exists(kRun + "volume-unmount.json"));

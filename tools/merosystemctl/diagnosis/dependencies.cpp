@@ -14,8 +14,7 @@ namespace {
 constexpr const char* kNeeds[] = {"Requires", "Requisite", "BindsTo", "PartOf"};
 constexpr const char* kConflicts[] = {"Conflicts", "ConflictedBy"};
 
-/// Nearly every unit depends on these. If they do not run, the state of the whole machine is to blame, which has its
-/// own cause.
+/// Nearly every unit depends on these. They run, unless the whole machine is in a state that is reported separately.
 bool IsEverywhere(const std::string& name)
 {
     constexpr const char* kNames[] = {"sysinit.target", "basic.target",  "shutdown.target", "umount.target",

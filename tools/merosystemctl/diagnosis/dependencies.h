@@ -23,8 +23,8 @@ public:
     /// The dependencies that do not run; the journal may explain why.
     Texts Down() const;
 
-    /// The root causes why the unit does not run: dependencies that failed, do not exist or were stopped. `journal`
-    /// covers the unit and Down().
+    /// Why the unit does not run: the first dependencies that failed, do not exist or were stopped. `journal` covers
+    /// the unit and Down().
     std::vector<Cause> CausesOf(const UnitProperties& unit, const std::vector<JournalEntry>& journal) const;
 
     /// Running units that cannot run together with this one.

@@ -130,7 +130,7 @@ bool WasLeft(const UnitProperties& target)
            std::atoll(target["ActiveExitTimestampMonotonic"].c_str()) > 0;
 }
 
-/// A machine that was isolated to another target has stopped most of its services and starts none.
+/// A machine that was isolated to another target has stopped most services and starts none.
 void AddMachineState(const Facts& facts, const Dependencies& dependencies, std::vector<Cause>& causes)
 {
     if (facts.isolation) {

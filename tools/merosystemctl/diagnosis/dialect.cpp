@@ -27,7 +27,7 @@ int SystemdVersion()
     return output != nullptr && std::fscanf(output.get(), "systemd %d", &number) == 1 ? number : 0;
 }
 
-/// The same from the file name of systemd's private library, without starting a process.
+/// The same from the file name of the private library, without starting a process.
 int InstalledSystemdVersion()
 {
     glob_t found{};

@@ -8,7 +8,7 @@ namespace MERO::Tool {
 bool IsDialectCurrent();
 
 /// The fault and its remedy if the library would use the wrong dialect for this machine's systemctl; otherwise empty.
-/// With `asksSystemctl`, runs systemctl for its version; without, takes it from the name of systemd's private library.
+/// With `asksSystemctl`, runs systemctl for its version; without, takes it from systemd's installed files.
 std::string DialectFault(bool asksSystemctl);
 
 /// Prints a line on standard error if the library would use the wrong dialect. Tables then seem empty: units have no

@@ -23,7 +23,7 @@ constexpr std::size_t kMostLines = 2000;
 
 // From systemd's sd-messages.h.
 constexpr std::string_view kStarted = "39f53479d3a045ac8e11786248231fbf"; // sent for a skipped unit too
-constexpr std::string_view kSkipped = "0e4284a0caca4bfc81c0bb6786972673"; // because of its ExecCondition=
+constexpr std::string_view kSkipped = "0e4284a0caca4bfc81c0bb6786972673"; // because of ExecCondition=
 constexpr std::string_view kStopping = "de5b426a63be47a7b6ac3eaac82e2f6f";
 constexpr std::string_view kStopped = "9d1aaa27d60140bd96365438aad20286";
 constexpr std::array<std::string_view, 6> kEvents = {

@@ -20,7 +20,7 @@ bool CanRunSystemctl()
     return access(kSystemctl, X_OK) == 0;
 }
 
-/// The library's files are there; only root can write them.
+/// The library keeps its state there, and only root can write it.
 bool MayWriteState()
 {
     return access(access("/run/merosystemd", F_OK) == 0 ? "/run/merosystemd" : "/run", W_OK) == 0;
