@@ -4,7 +4,6 @@
 
 namespace MERO::Sandbox {
 
-/// The target that a sandbox boots.
 inline constexpr const char* kBootTarget = "mero-sandbox.target";
 
 /// Prepares the calling process's private root for a systemd as its pid 1: `/sys`, the cgroup hierarchies, a protected

@@ -8,7 +8,6 @@
 
 namespace MERO::Test {
 
-/// The result of a shell command.
 struct ShellResult {
     int exitCode;
     std::string output; ///< standard and error output, in order of arrival

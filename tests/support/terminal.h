@@ -50,7 +50,6 @@ public:
         return printed;
     }
 
-    /// Returns the rest of the output.
     std::string Rest() { return Until(std::string(1, '\0')); }
 
     /// Hangs the terminal up. Returns the command's exit code, or 128 plus the signal that ended it.

@@ -13,7 +13,7 @@ struct Faults {
     long count;
     const char* failed; ///< the function
 };
-/// Per thread.
+
 extern __attribute__((tls_model("initial-exec"))) constinit thread_local Faults faults;
 
 } // namespace MERO::Torture

@@ -138,7 +138,6 @@ struct Function {
 /// Called right before and right after each call: the arguments exist, the outputs have not been read.
 inline std::function<void()> beforeCall = [] {}, afterCall = [] {};
 
-/// Returns all functions.
 const std::vector<Function>& Functions();
 
 /// The state of the systemctl stand-in.

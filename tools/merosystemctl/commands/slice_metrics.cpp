@@ -14,7 +14,6 @@
 namespace MERO::Tool {
 namespace {
 
-/// What a slice has used so far.
 struct SliceTotals {
     double memoryBytes = 0;
     double cpuSeconds = 0;

@@ -7,7 +7,6 @@
 
 namespace MERO::Tool {
 
-/// The result of one check of the machine.
 struct Finding {
     enum class Kind { Good, Note, Bad };
 

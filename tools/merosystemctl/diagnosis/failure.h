@@ -8,7 +8,6 @@
 
 namespace MERO::Tool {
 
-/// The properties that these functions read.
 inline constexpr const char* kFailureProperties =
     "Id,ActiveState,SubState,Result,NRestarts,StartLimitBurst,StartLimitIntervalUSec,ExecMainCode,ExecMainStatus,"
     "ExecCondition,ExecStartPre,ExecStart,ExecStartPost,ExecStop,ExecStopPost,ExecMount,ExecActivate";

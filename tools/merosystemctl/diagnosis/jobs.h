@@ -10,8 +10,7 @@
 
 namespace MERO::Tool {
 
-/// Jobs by number.
-using Jobs = std::map<std::uint32_t, Systemd::JobInfo>;
+using Jobs = std::map<std::uint32_t, Systemd::JobInfo>; ///< by number
 
 /// The queued jobs, read only if one of the units has a job. Their property "Job" must have been queried.
 Jobs JobsOf(const std::vector<UnitProperties>& units);

@@ -10,7 +10,6 @@
 
 namespace MERO::Tool {
 
-/// A journal message.
 struct JournalEntry {
     long long time = 0; ///< microseconds since 1970
     std::string unit;   ///< the unit that wrote it, or that it is about

@@ -20,7 +20,6 @@ int ReportFailure(const std::string& what, int error = MLIBCErrGet(), const Syst
 /// The same for a failed query, as an error to throw.
 CommandError FailureOf(const std::string& query, const SystemctlWords& words = {});
 
-/// The result of an action for one unit.
 struct UnitResult {
     std::string unit; ///< as the caller spelt it
     ExitCode code = kDone;

@@ -10,7 +10,6 @@ namespace MERO::Tool {
 inline constexpr std::array kUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
                                        "target",  "path",   "timer",  "slice", "scope"};
 
-/// Whether the name ends with a unit type.
 bool HasUnitType(const std::string& name);
 
 /// The name with its type; a name without one means a service.

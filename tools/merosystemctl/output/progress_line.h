@@ -16,7 +16,6 @@ public:
     /// terminal the title is shortened first.
     void Show(const std::string& matter, const std::string& title, const std::string& figures = "");
 
-    /// Clears the line from the terminal.
     void Clear();
 
 private:

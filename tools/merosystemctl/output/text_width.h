@@ -6,7 +6,7 @@
 
 namespace MERO::Tool {
 
-/// How many terminal columns a text takes, in the program's locale.
+/// In terminal columns, in the program's locale.
 std::size_t WidthOf(const std::string& text);
 
 /// Breaks the text at blanks into lines of at most this width. Only a single word can be wider.

@@ -16,7 +16,6 @@ const char* DependencyWord(int dependency);
 /// Whether this LoadState means that the unit does not exist.
 bool IsMissing(const std::string& load);
 
-/// Whether a unit in this ActiveState runs.
 bool IsRunning(const std::string& active);
 
 /// The exit code for a unit's state: kDone if it runs.

@@ -10,7 +10,6 @@
 
 namespace MERO::Tool {
 
-/// Watches systemd's jobs.
 class JobWatch {
 public:
     /// Reads the job queue.

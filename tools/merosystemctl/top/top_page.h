@@ -18,7 +18,6 @@ struct PageSize {
     std::size_t height;
 };
 
-/// What the user has chosen to see.
 struct TopView {
     std::string unit; ///< the slice whose processes are shown
     Order order = Order::Cpu;
