@@ -1,4 +1,4 @@
-/// What it takes to load a library that does nothing and has the same dependencies.
+/// A library that does nothing and has the same dependencies: the peer for loading.
 extern "C" int MEROCSystemdNameGet(const char*, char*, int)
 {
     return 0;

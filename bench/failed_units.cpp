@@ -1,5 +1,5 @@
 /// What does it cost to find the failed units in systemctl's messages? A start of 200 units that fails with 1,000
-/// lines, against the same lines only read; and how that grows with the units and with the lines.
+/// lines, against only reading the same lines; and how that grows with the units and with the lines.
 #include "measure.h"
 #include "peer_program.h"
 

@@ -1,5 +1,5 @@
 /// How does cost grow with the units of a list, and with the drop-ins of a unit? A start of 1 to 1,000 units and the
-/// uninstallation of a unit with 1 to 100 drop-ins, with a systemctl that answers at once.
+/// uninstallation of a unit with 1 to 100 drop-ins, with a systemctl that answers immediately.
 #include "measure.h"
 #include "peer_program.h"
 

@@ -1,4 +1,5 @@
-/// Loads a library, asks it one thing, and ends: what bench_loading measures. Without an argument it only ends.
+/// Loads a library, makes one query, and ends: the process that bench_loading measures. Without an argument it only
+/// ends.
 #include <dlfcn.h>
 
 int main(int argc, char* argv[])
@@ -16,6 +17,6 @@ int main(int argc, char* argv[])
         return 1;
     }
     char name[64];
-    ask("basic.target", name, sizeof name); // a unit of every systemd, without such a name
+    ask("basic.target", name, sizeof name); // a unit of every systemd, without this key
     return 0;
 }

@@ -1,6 +1,6 @@
-/// What does a program pay for loading the library? A fresh process that loads it and asks one thing, the same process
-/// with a library of the same dependencies that does nothing, and the process that loads nothing. Besides the
-/// relocations that loading has to do, and what of the file is loaded.
+/// What does a program pay for loading the library? A fresh process that loads it and makes one query, against the same
+/// process with an empty library of the same dependencies, and against a process that loads nothing. Also prints how
+/// many relocations loading takes, and how much of the file is loaded.
 #include "measure.h"
 #include "peer_program.h"
 
@@ -43,7 +43,7 @@ Entry EntryAt(const std::string& elf, std::size_t offset)
     return entry;
 }
 
-/// Without the information for debuggers, which stays in the file.
+/// Does not count debug information, which stays in the file.
 std::size_t LoadedBytes(const std::string& elf)
 {
     std::size_t bytes = 0;
@@ -56,7 +56,7 @@ std::size_t LoadedBytes(const std::string& elf)
 }
 
 struct Relocations {
-    std::size_t relative = 0; ///< need no look-up of a symbol
+    std::size_t relative = 0; ///< need no symbol look-up
     std::size_t symbols = 0;
 };
 

@@ -1,6 +1,6 @@
-/// How soon is a lock taken that another process gives back, and what does waiting for it cost? By the platform's lock
-/// itself, and by a volume unmount action, from the release until the action runs; its systemctl ends at once, so that
-/// the rest of it takes little. Runs inside mero-sandbox.
+/// How soon is a lock taken after another process releases it, and what does waiting for it cost? Measured for the
+/// platform's lock itself, and for a volume unmount action from the release until the action runs; its systemctl ends
+/// immediately, so that the rest takes little time. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 
@@ -42,7 +42,7 @@ constexpr int kTimes = 50;
     std::exit(1);
 }
 
-/// Another process that holds the lock, and gives it back after a while.
+/// Another process that holds the lock and releases it after a while.
 class Holder {
 public:
     explicit Holder(Clock::duration time)
@@ -90,7 +90,7 @@ private:
     pid_t pid_;
 };
 
-/// Takes the lock and gives it back; when it was taken.
+/// Takes and releases the lock; returns when it was taken.
 using Taking = Clock::time_point();
 
 Clock::time_point TakeLock()
@@ -139,8 +139,8 @@ double ProcessorSeconds()
 }
 
 struct Times {
-    std::vector<double> free; ///< of taking a lock that nobody holds
-    std::vector<double> held; ///< from the release of one that is held
+    std::vector<double> free; ///< for taking a free lock
+    std::vector<double> held; ///< from the release of a held lock
 };
 
 Times MeasureTaking(Taking* take)
@@ -149,7 +149,7 @@ Times MeasureTaking(Taking* take)
     for (int i = 0; i < kTimes; ++i) {
         const auto begin = Clock::now();
         times.free.push_back(Milliseconds(take() - begin).count());
-        Holder holder(100ms + i * 1ms); // so that waits end at different times between two looks at the lock
+        Holder holder(100ms + i * 1ms); // so that waits end at different times between two attempts
         const auto taken = take();
         times.held.push_back(Milliseconds(taken - holder.Released()).count());
     }

@@ -8,7 +8,7 @@
 namespace MERO::Bench {
 namespace {
 
-/// The console's report on standard error, and the medians kept: standard output has the rows of the table.
+/// Reports on standard error and keeps the medians: standard output is for the rows of the table.
 class Reporter : public benchmark::ConsoleReporter {
 public:
     Reporter() : ConsoleReporter(isatty(STDERR_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}

@@ -1,6 +1,6 @@
-/// What does it cost to find the services that use a volume? Asks for 100, 1,000 and 4,000 processes, each with 40
-/// mapped files and 30 descriptors: the library, a bare walk that reads the same links and maps and looks at nothing,
-/// `fuser -m`, and `lsof +f --`. Runs inside mero-sandbox.
+/// What does it cost to find the services that use a volume? Among 100, 1,000 and 4,000 processes, each with 40 mapped
+/// files and 30 descriptors: the library, a bare walk that reads the same links and maps and ignores them, `fuser -m`,
+/// and `lsof +f --`. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 #include "population.h"
@@ -36,7 +36,7 @@ void Library(benchmark::State& state)
 template <typename Take>
 void ForEachName(int directory, Take&& take)
 {
-    static char buffers[2][32 * 1024]; // of /proc, and of a process' folder
+    static char buffers[2][32 * 1024]; // for /proc, and for a process' folder
     static int depth = 0;
     char* buffer = buffers[depth++];
     for (ssize_t count; (count = getdents64(directory, buffer, sizeof buffers[0])) > 0;) {
@@ -51,7 +51,7 @@ void ForEachName(int directory, Take&& take)
     --depth;
 }
 
-/// The system calls without which nobody can know: what is between them is the limit.
+/// Only the system calls that any solution needs: the lower limit.
 void BareWalk(benchmark::State& state)
 {
     static char text[256 * 1024];
@@ -88,13 +88,13 @@ void Program(benchmark::State& state, const std::vector<std::string>& words)
     }
 }
 
-/// False when something could not be measured.
+/// Returns false if something could not be measured.
 bool MeasureAmong(int processes)
 {
     const Population population({.processes = processes, .mappedFiles = 40, .descriptors = 30, .volume = kVolume});
     const int iterations = processes > 100 ? 1 : 5;
     const Candidate library{"library", Library};
-    // The library and the limit are close to each other: more turns tell them apart.
+    // The library is close to the limit: more runs are needed to see a difference.
     const Results walks = Measure({library, {"bare walk", BareWalk}}, {.iterations = iterations, .repetitions = 75});
     const Results programs = Measure(
         {

@@ -1,5 +1,5 @@
-/// Runs one of the library's main operations some times, for whoever counts its system calls (bench/system_calls).
-/// Without an argument it names them, one a line. Runs inside mero-sandbox.
+/// Runs one of the library's main operations several times, so that bench/system_calls can count its system calls.
+/// Without arguments it prints their names, one per line. Runs inside mero-sandbox.
 #include <merosystemd/resource.hpp>
 #include <merosystemd/systemd.hpp>
 
@@ -67,7 +67,7 @@ const Operation kOperations[] = {
     {"unit of a process",
      [] {
          std::string unit;
-         return MEROSystemdGetByPid(getpid(), unit) || true; // a process of no unit is asked no less
+         return MEROSystemdGetByPid(getpid(), unit) || true; // a process without a unit costs the same
      }},
     {"snapshot of a process", [] { return MERO::Systemd::Process(getpid()).PidGet() > 0; }},
 };

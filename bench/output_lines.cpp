@@ -1,4 +1,4 @@
-/// What does reading a command's output cost? 100,000 lines of a systemctl, which is a `cat`, handed to the callback,
+/// What does reading a command's output cost? 100,000 lines from a systemctl that is a `cat`, passed to the callback,
 /// against the same `cat` into memory; and how that grows with the lines.
 #include "measure.h"
 #include "peer_program.h"
@@ -15,7 +15,7 @@ namespace {
 
 using namespace MERO::Bench;
 
-/// What systemctl prints.
+/// Writes the lines that systemctl prints.
 void WriteLines(const std::string& folder, int lines)
 {
     std::ofstream text(folder + "/lines", std::ios::trunc);
@@ -51,7 +51,7 @@ void Cat(benchmark::State& state)
 int main(int argc, char* argv[])
 {
     Initialize(argc, argv);
-    // Both take their memory from the kernel each time, whichever comes first: half of the time goes there.
+    // Makes both get their memory from the kernel each time, whichever runs first: half of the time goes there.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     const std::string folder = "/tmp/bench-output-lines";
     std::filesystem::create_directories(folder);

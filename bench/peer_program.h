@@ -5,15 +5,14 @@
 
 namespace MERO::Bench {
 
-/// Runs a program to its end, its output thrown away. False when it cannot be run or fails.
+/// Runs a program to its end and discards its output. Returns false if it cannot be run or fails.
 bool RunProgram(const std::vector<std::string>& words);
 
-/// Runs a program with posix_spawn and reads what it prints to its end, as little as can be done: the limit for
-/// whoever wants a program's answer. The program's exit code does not matter.
+/// Runs a program with posix_spawn and reads its output to the end, with as little work as possible: the lower limit
+/// for getting a program's answer. The program's exit code does not matter.
 bool ReadProgram(const std::vector<std::string>& words, std::string& output);
 
-/// What `systemctl` is for this process and its children: `program`, which must be executable. Ends the program when
-/// that cannot be brought about.
+/// Makes `program`, an executable file, the `systemctl` of this process and its children. Exits if that fails.
 void ReplaceSystemctl(const std::string& program);
 
 } // namespace MERO::Bench

@@ -34,7 +34,7 @@ int Open(const std::string& path)
     return file;
 }
 
-/// Two mappings of different rights a file, as a library's code and data.
+/// Makes two mappings of a file with different access rights, like a library's code and data.
 void Map(const std::string& path)
 {
     const int file = Open(path);

@@ -7,8 +7,8 @@
 
 namespace MERO::Bench {
 
-/// Processes that wait, with mapped files and descriptors as a busy machine's have them: libraries that all of them
-/// map, files of their own, sockets. One in a hundred has a file on the volume open. Gone with this object.
+/// Waiting processes with mapped files and descriptors like those of a busy machine: libraries that all of them map,
+/// files of their own, sockets. One in a hundred has a file open on the volume. They end with this object.
 class Population {
 public:
     struct Shape {

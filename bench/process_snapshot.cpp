@@ -1,5 +1,5 @@
-/// What does it cost to see what every process uses? Snapshots of 1,000 processes, with few mapped files and with 40
-/// more, one after the other: the library, bare reads of the same files that look at nothing, and `ps` with the same
+/// What does it cost to see what every process uses? Snapshots of 1,000 processes one after the other, with few mapped
+/// files and with 40 more: the library, bare reads of the same files that ignore the content, and `ps` with the same
 /// figures. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
@@ -36,7 +36,7 @@ void Library(benchmark::State& state, const Pids& pids)
     }
 }
 
-/// The system calls without which nobody can know: what is between them is the limit.
+/// Only the system calls that any solution needs: the lower limit.
 void BareReads(benchmark::State& state, const Pids& pids)
 {
     static char text[1024 * 1024];
@@ -67,7 +67,7 @@ void Ps(benchmark::State& state)
     }
 }
 
-/// False when something could not be measured.
+/// Returns false if something could not be measured.
 bool MeasureWith(int mappedFiles)
 {
     const Population population(

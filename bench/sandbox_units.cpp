@@ -43,7 +43,7 @@ void StartUnit(const std::string& name)
 
 void WriteText(const std::string& path, const std::string& text)
 {
-    std::error_code error; // the file tells whether there is a folder
+    std::error_code error; // opening the file fails if the folder is missing
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
     std::ofstream file(path);
     Require(static_cast<bool>(file << text << std::flush), "cannot write " + path);

@@ -1,6 +1,6 @@
-/// What does the library add to one systemctl, and does that grow with the caller's memory? MEROSystemdShow with a
-/// systemctl that ends at once, from a small process and from the same process with 4 GiB resident, and the bare start
-/// of that program with its output read.
+/// What does the library add to one systemctl run, and does that grow with the caller's memory? MEROSystemdShow with a
+/// systemctl that ends immediately, from a small process and from one with 4 GiB resident, against a bare start of that
+/// program with its output read.
 #include "measure.h"
 #include "peer_program.h"
 
@@ -18,7 +18,7 @@ using namespace MERO::Bench;
 
 constexpr std::size_t kGiB = std::size_t{1} << 30;
 
-/// Resident memory in ordinary pages, which is what a fork has to copy the tables of.
+/// Resident memory in ordinary pages, whose tables a fork would have to copy.
 class ResidentMemory {
 public:
     explicit ResidentMemory(std::size_t size) : size_(size)
@@ -52,7 +52,7 @@ void Show(benchmark::State& state, std::size_t resident)
     const ResidentMemory memory(resident);
     const std::string unit = "nfs.service";
     std::string value;
-    // Making that much memory resident leaves the processor's caches cold; that is not what is asked here.
+    // Making so much memory resident leaves the processor's caches cold, which is not to be measured.
     for (int warmUp = 0; warmUp < 20; ++warmUp) {
         (void)MEROSystemdShow(unit, "Id", value);
     }

@@ -1,7 +1,7 @@
-/// What does it cost to see what a slice uses? 500 processes in a slice, 40 mapped files and 30 descriptors each:
-/// `merosystemctl slice show` with 1 ms between its two readings, the library's snapshot alone, `systemd-cgtop` once,
-/// which counts the processes here and reads none, and an awk that sums up the Pss of the same processes. Runs inside
-/// mero-sandbox.
+/// What does it cost to see what a slice uses? 500 processes in a slice, with 40 mapped files and 30 descriptors each:
+/// `merosystemctl slice show` with 1 ms between its two readings, the library's snapshot alone, one run of
+/// `systemd-cgtop`, which only counts the processes here, and an awk that adds up the Pss of the same processes. Runs
+/// inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 #include "population.h"
@@ -23,7 +23,7 @@ using namespace MERO::Bench;
 constexpr int kProcesses = 500;
 constexpr const char* kSlice = "bench.slice";
 
-/// To the tracked slice, and to systemd's of the same name.
+/// Moves the processes to the tracked slice, and to systemd's slice of the same name.
 void MoveToSlice(const std::vector<pid_t>& pids)
 {
     for (const std::string hierarchy : {"meromonitor", "systemd"}) {
@@ -46,7 +46,7 @@ void Library(benchmark::State& state)
     }
 }
 
-/// What operators write into a shell for want of a better tool.
+/// What operators type into a shell without a better tool.
 std::vector<std::string> PssOneLiner(const std::vector<pid_t>& pids)
 {
     std::vector<std::string> words{"awk",

@@ -1,6 +1,6 @@
-/// What does a start through the library cost? A service that ends by itself is started on the real systemd: by the
-/// library, for a unit without and with a display name, which is what the event log wants; by `systemctl start` from a
-/// shell and without one; and by the same call over D-Bus, which does not wait for the start. Runs inside mero-sandbox.
+/// What does a start through the library cost? Starts a service that ends by itself on the real systemd: with the
+/// library, for a unit without and with a display name, which the event log needs; with `systemctl start` from a shell
+/// and without one; and with the same call over D-Bus, which does not wait for the start. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 #include "sandbox_units.h"
@@ -15,7 +15,7 @@ namespace {
 
 using namespace MERO::Bench;
 
-// Started again and again, with nothing to stop in between.
+// Can be started again and again without a stop in between.
 const std::string kService = "[Unit]\nStartLimitIntervalSec=0\n[Service]\nType=oneshot\nExecStart=/bin/true\n";
 
 void Library(benchmark::State& state, const std::string& unit)
@@ -44,7 +44,7 @@ void Call(benchmark::State& state)
             state.SkipWithError("not started");
         }
         state.PauseTiming();
-        StartUnit("plain.service"); // joins that start, and waits for its end
+        StartUnit("plain.service"); // joins that start and waits for its end
         state.ResumeTiming();
     }
 }

@@ -1,6 +1,6 @@
-/// What does it cost to list the unit files, and to plan an unmounting? 1,000 and 5,000 unit files, 50 of which belong
-/// to services that run and have registered the volume: beside `systemctl list-unit-files`, and beside one
-/// `systemctl show` of those services. Runs inside mero-sandbox.
+/// What does it cost to list the unit files, and to plan an unmount? With 1,000 and 5,000 unit files, 50 of them of
+/// running services that have registered the volume: against `systemctl list-unit-files`, and against one `systemctl
+/// show` of those services. Runs inside mero-sandbox.
 #include "measure.h"
 #include "peer_program.h"
 #include "population.h"
@@ -97,7 +97,7 @@ bool MeasureAmong(int units)
                                    "show of the services", units == kFewUnits ? std::optional(1.5) : std::nullopt) &&
                 results.PrintPoint("list of unit files", units, "list") &&
                 results.PrintPoint("plan of an unmounting, by unit files", units, "plan");
-    if (units == kFewUnits) { // more of them take systemctl minutes
+    if (units == kFewUnits) { // with more, systemctl takes minutes
         done = Measure({list, {"list-unit-files", run({"list-unit-files", "--no-legend", "--root=/."})}},
                        {.iterations = 1, .repetitions = 3})
                    .PrintRatio("list of " + files, "list", "list-unit-files", 0.02) &&

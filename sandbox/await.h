@@ -5,8 +5,8 @@
 
 namespace MERO::Sandbox {
 
-/// Calls `isDone`, with short pauses, until it is or `patience` has come to its end.
-/// @return whether it is done
+/// Calls `isDone`, with short pauses, until it returns true or `patience` is over.
+/// @return whether it returned true
 template <typename Condition>
 bool Await(std::chrono::milliseconds patience, Condition isDone)
 {

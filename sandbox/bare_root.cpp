@@ -19,7 +19,7 @@ struct Furniture {
 
 constexpr Furniture kFurniture[] = {{"/proc/self/fd", "proc", "/proc"}, {"/dev/null", "devtmpfs", "/dev"}};
 
-/// Who wrote to `/dev/null` where there was none has made a file of that name.
+/// A regular file does not count: writing to a missing `/dev/null` creates one.
 bool Has(const char* path)
 {
     const Descriptor opened(open(path, O_RDONLY | O_CLOEXEC));

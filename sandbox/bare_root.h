@@ -2,10 +2,10 @@
 
 namespace MERO::Sandbox {
 
-/// Gives the calling process a `/proc` and devices when its root, a chroot that nobody has furnished, has none.
+/// Mounts `/proc` and `/dev` for the calling process if its root, a bare chroot, has none.
 ///
-/// They are in a mount namespace that the process gets for them: nobody else sees them, and they go with it.
-/// Throws std::system_error.
+/// The mounts are in a new mount namespace of the process: others do not see them, and they vanish with it. Throws
+/// std::system_error.
 void FurnishBareRoot();
 
 } // namespace MERO::Sandbox

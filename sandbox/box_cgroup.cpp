@@ -28,14 +28,14 @@ bool TryToRemoveTree(const fs::path& cgroup)
     return rmdir(cgroup.c_str()) == 0 || errno == ENOENT;
 }
 
-/// A cgroup cannot be removed before the last of its processes, which may just have been killed, is gone.
+/// A cgroup cannot be removed until its last process is gone, which may only just have been killed.
 void RemoveTree(const fs::path& cgroup)
 {
     (void)Await(kPatience, [&] { return TryToRemoveTree(cgroup); });
 }
 
 /// @param mode  LOCK_EX, with LOCK_NB not to wait
-/// @return the locked folder, or none when it is locked by another process or gone
+/// @return the locked folder; none if another process has locked it, or it is gone
 Descriptor Lock(const fs::path& folder, int mode)
 {
     Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -55,7 +55,7 @@ void RemoveLeftovers(const fs::path& root)
 BoxCgroup::BoxCgroup(const Hierarchy& owned) : hierarchy(owned)
 {
     const std::string what = std::string("cannot make a cgroup in ") + owned.mountPoint;
-    // One at a time, or a cgroup that has just been made and is not locked yet would look like a leftover.
+    // One at a time: otherwise a new cgroup that is not locked yet would look like a leftover.
     const Descriptor turn = Lock(hierarchy.Root(), LOCK_EX);
     RemoveLeftovers(hierarchy.Root());
     std::string unique = hierarchy.Root() / (std::string(kPrefix) + "XXXXXX");

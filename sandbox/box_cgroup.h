@@ -7,7 +7,7 @@
 
 namespace MERO::Sandbox {
 
-/// The cgroup of a box in one hierarchy; removed with the object.
+/// The cgroup of a sandbox in one hierarchy; removed with the object.
 class BoxCgroup {
 public:
     /// Also removes the cgroups in the hierarchy whose owners were killed. Throws std::system_error.
@@ -22,7 +22,7 @@ public:
 private:
     OwnedHierarchy hierarchy;
     std::filesystem::path path;
-    /// Its lock tells that the cgroup has an owner: it goes with the process, however that ends.
+    /// Locked while the cgroup has an owner: the lock ends with the process, however that ends.
     Descriptor locked;
 };
 

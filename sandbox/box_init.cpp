@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kNotifySocket = "/run/mero-sandbox/notify";
 
-/// Makes a terminal of the box its `/dev/console` and this process's standard streams.
+/// Makes a terminal of the sandbox its `/dev/console` and this process's standard streams.
 /// @return the terminal's master
 Descriptor OpenConsole()
 {
@@ -50,12 +50,12 @@ void BindToNotifySocket(const Descriptor& socket)
 
 [[noreturn]] void ExecuteSystemd(CgroupLayout layout)
 {
-    // The descriptors that the caller was started with are no business of the box.
+    // The sandbox must not inherit descriptors from the caller.
     Check(close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC), "cannot close descriptors");
     const std::string unit = std::string("--unit=") + kBootTarget;
     const std::string notifySocket = std::string("NOTIFY_SOCKET=") + kNotifySocket;
     std::vector<const char*> arguments = {kSystemd, unit.c_str(), "--show-status=yes"};
-    // In a container these count like the kernel's command line. systemd would otherwise mount the unified
+    // In a container, systemd treats these like the kernel's command line. Without them it would mount the unified
     // hierarchy, whose cgroups are the host's.
     if (layout == CgroupLayout::V1)
         arguments.insert(arguments.end(),
@@ -66,13 +66,13 @@ void BindToNotifySocket(const Descriptor& socket)
     throw std::system_error(errno, std::generic_category(), std::string("cannot start ") + kSystemd);
 }
 
-/// The life of the new pid 1 until it is systemd.
+/// What the new pid 1 does until it is systemd.
 [[noreturn]] void BecomeSystemd(const Descriptor& keeper, const Descriptor& notifications,
                                 const std::list<BoxCgroup>& cgroups, const Box& box)
 {
     try {
         Check(prctl(PR_SET_PDEATHSIG, SIGKILL), "cannot follow the keeper's end");
-        // A keeper that was killed before that does not send this.
+        // A keeper that was killed before the prctl() does not send this.
         if (!Receive(keeper))
             _exit(1);
 

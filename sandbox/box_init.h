@@ -12,23 +12,23 @@ namespace MERO::Sandbox {
 
 inline constexpr const char* kSystemd = "/lib/systemd/systemd";
 
-/// What a box is made of.
+/// The settings of a sandbox.
 struct Box {
-    std::vector<std::filesystem::path> binds; ///< paths of the host that are seen in it, read-only
-    std::filesystem::path root = "/";         ///< what its root file system shows
+    std::vector<std::filesystem::path> binds; ///< paths of the host to show in it, read-only
+    std::filesystem::path root = "/";         ///< the folder that its root file system shows
     CgroupLayout cgroups = CgroupLayout::V1;
 };
 
-/// The pid 1 of a box, a systemd that boots; all processes of the box end with the object.
+/// The pid 1 of a sandbox: a booting systemd. All processes of the sandbox end with the object.
 struct BoxInit {
     OwnedProcess process;
-    /// A datagram socket on which systemd tells how far it is.
+    /// A datagram socket on which systemd reports its progress.
     Descriptor notifications;
-    /// The master of the terminal that is the box's `/dev/console`.
+    /// The master of the terminal that is the sandbox's `/dev/console`.
     Descriptor console;
 };
 
-/// Starts it in new namespaces, in `cgroups` and with a root of its own. Throws std::exception.
+/// Starts pid 1 in new namespaces, in `cgroups`, with its own root. Throws std::exception.
 BoxInit StartInit(const std::list<BoxCgroup>& cgroups, const Box& box);
 
 } // namespace MERO::Sandbox

@@ -18,14 +18,14 @@ const fs::path kOwnFolder = "/run/mero-sandbox";
 const fs::path kRuntimeUnits = "/run/systemd/system";
 
 constexpr std::string_view kTargetUnit = R"([Unit]
-Description=Everything that a box needs
+Description=Everything that a sandbox needs
 Requires=basic.target dbus.service systemd-logind.service systemd-user-sessions.service
 After=basic.target dbus.service systemd-logind.service systemd-user-sessions.service
 AllowIsolate=yes
 )";
 
-/// What they mount belongs to the host. Nearly all else that has no place in a box (udev, sysctl, modules)
-/// finds `/sys` or `/proc/sys` read-only or a capability missing, and is skipped by its own conditions.
+/// Their mounts would belong to the host. Nearly everything else that has no place in a sandbox (udev, sysctl, modules)
+/// finds `/sys` or `/proc/sys` read-only or a capability missing, and its own conditions skip it.
 constexpr const char* kMaskedUnits[] = {"dev-hugepages.mount", "sys-fs-fuse-connections.mount"};
 
 void MountSys(CgroupLayout layout)
@@ -39,7 +39,7 @@ void MountSys(CgroupLayout layout)
     }
 }
 
-/// Keeps the kernel's settings, which all boxes and the host share, from being written by accident.
+/// Protects the kernel's settings, which the host and all sandboxes share, from accidental writes.
 void ShieldProc()
 {
     for (const char* path : {"/proc/sys", "/proc/irq", "/proc/bus"}) {
@@ -53,7 +53,7 @@ void ShieldProc()
         if (fs::exists(path))
             Attach(CopyMount("/dev/null"), path);
 
-    // systemd mounts and uses every controller that it finds here, which would leave cgroups on the host.
+    // systemd mounts and uses every controller that it finds here, and would leave cgroups on the host.
     const fs::path noControllers = kOwnFolder / "cgroups";
     WriteFile(noControllers, "#subsys_name\thierarchy\tnum_cgroups\tenabled\n");
     Attach(CopyMount(noControllers), "/proc/cgroups");
@@ -90,7 +90,7 @@ void WriteUnits()
         fs::create_symlink("/dev/null", kRuntimeUnits / unit);
     fs::create_directories("/run/systemd/journald.conf.d");
     WriteFile("/run/systemd/journald.conf.d/zz-mero-sandbox.conf", "[Journal]\nStorage=volatile\n");
-    // /tmp is empty anyway, and what is bound below it must not be cleaned up.
+    // /tmp is empty anyway, and the binds below it must not be cleaned up.
     fs::create_directories("/run/tmpfiles.d");
     WriteFile("/run/tmpfiles.d/tmp.conf", "");
 }

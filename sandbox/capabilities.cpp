@@ -22,11 +22,11 @@ constexpr int kHostCapabilities[] = {
 void DropHostCapabilities()
 {
     for (const int capability : kHostCapabilities)
-        // A kernel without the capability has nothing to take.
+        // The kernel may not know the capability.
         if (prctl(PR_CAPBSET_READ, capability, 0, 0, 0) == 1)
             Check(prctl(PR_CAPBSET_DROP, capability, 0, 0, 0), "cannot drop capabilities");
 
-    // What is inheritable outlives an exec in spite of the bounding set.
+    // Inheritable capabilities survive an exec in spite of the bounding set.
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3]{};
     Check(syscall(SYS_capget, &header, sets), "cannot read capabilities");

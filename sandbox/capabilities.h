@@ -2,8 +2,8 @@
 
 namespace MERO::Sandbox {
 
-/// Takes from what the calling process will execute the capabilities with which it could change the host:
-/// its clock, kernel, hardware, network and logs. Throws std::system_error.
+/// Drops, for the programs that the calling process will execute, the capabilities to change the host: its clock,
+/// kernel, hardware, network and logs. Throws std::system_error.
 void DropHostCapabilities();
 
 } // namespace MERO::Sandbox

@@ -10,7 +10,7 @@
 
 namespace MERO::Sandbox {
 
-/// @return what a system call returned; throws std::system_error with errno and `what` when it failed
+/// @return the system call's result; throws std::system_error with errno and `what` if it failed
 template <typename Result>
 Result Check(Result result, const std::string& what)
 {
@@ -19,8 +19,8 @@ Result Check(Result result, const std::string& what)
     return result;
 }
 
-/// Calls `isDone`, with short pauses, until it is or `patience` has come to its end.
-/// @return whether it is done
+/// Calls `isDone`, with short pauses, until it returns true or `patience` is over.
+/// @return whether it returned true
 template <typename Condition>
 bool Await(std::chrono::milliseconds patience, Condition isDone)
 {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMaxKept = 65536;
 constexpr int kTailLines = 20;
 
-/// What a terminal shows of it: systemd goes one line up (ESC M) to write over the jobs that it waited for before.
+/// What a terminal shows of the text: systemd moves one line up (ESC M) to overwrite the jobs that it was waiting for.
 std::string Shown(const std::string& text)
 {
     std::string shown;
@@ -37,7 +37,7 @@ Console::Console(Descriptor terminalMaster) : master(std::move(terminalMaster))
     HoldOpen();
 }
 
-/// A terminal that nobody has open, or that was hung up, reports a hang-up to its master for ever.
+/// A terminal that is hung up, or that nobody has open, reports a hang-up to its master for ever.
 void Console::HoldOpen()
 {
     terminal = Descriptor(ioctl(master.Get(), TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC));

@@ -6,19 +6,19 @@
 
 namespace MERO::Sandbox {
 
-/// The last lines that were written to a box's `/dev/console`.
+/// The last lines that were written to a sandbox's `/dev/console`.
 class Console {
 public:
     /// @param terminalMaster  non-blocking
     explicit Console(Descriptor terminalMaster);
 
-    /// Becomes readable when there is something to Collect.
+    /// Becomes readable when there is something to collect.
     int Get() const { return master.Get(); }
 
-    /// Takes what was written; without it the box would wait for room on its console.
+    /// Reads what was written; otherwise the sandbox would block once its console is full.
     void Collect();
 
-    /// The last lines, each after a line break and indented.
+    /// The last lines, each indented and on a new line.
     std::string Tail() const;
 
 private:

@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kHierarchyPatience{1000};
 
 constexpr Hierarchy kMonitor{"meromonitor", "/sys/fs/cgroup/meromonitor", "/sys/fs/cgroup/meromonitor"};
 constexpr Hierarchy kV1[] = {{"systemd", "/sys/fs/cgroup/systemd", "/sys/fs/cgroup/systemd"}, kMonitor};
-// With controllers in use, the kernel lets no process into the root of version 2.
+// While controllers are in use, the kernel lets no process into the root of version 2.
 constexpr Hierarchy kV2[] = {{nullptr, "/sys/fs/cgroup", "/sys/fs/cgroup/mero-sandbox"}, kMonitor};
 
 bool Contains(const char* file, const std::string& text)
@@ -39,7 +39,7 @@ bool HasCgroups(const Descriptor& hierarchy)
     return std::any_of(begin(entries), end(entries), [](const auto& entry) { return entry.is_directory(); });
 }
 
-/// @return none while the kernel is giving up the hierarchy that has this name
+/// @return none while the kernel is still destroying the hierarchy with this name
 Descriptor MakeUnlessDying(const std::string& name)
 {
     try {
@@ -51,11 +51,11 @@ Descriptor MakeUnlessDying(const std::string& name)
     }
 }
 
-/// The kernel gives up a hierarchy when it is unmounted for the last time, but only if its cgroups are wholly
-/// gone, which is some time after their removal; so it is mounted and unmounted until that is so.
+/// The kernel destroys a hierarchy on its last unmount, but only once its cgroups are gone completely, which is some
+/// time after their removal. So this mounts and unmounts it until then.
 void GiveUp(const std::string& name)
 {
-    // A chroot shows its own mounts only, where pid 1 sees those of the machine.
+    // A chroot shows only its own mounts; pid 1 sees those of the machine.
     for (const char* mounts : {"/proc/self/mountinfo", "/proc/1/mountinfo"})
         if (Contains(mounts, "name=" + name))
             return;
@@ -97,7 +97,7 @@ OwnedHierarchy::~OwnedHierarchy()
     try {
         GiveUp(hierarchy.name);
     } catch (const std::exception&) {
-        // An empty hierarchy is left, which the next box uses.
+        // An empty hierarchy stays, and the next sandbox uses it.
     }
 }
 

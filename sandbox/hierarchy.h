@@ -8,22 +8,23 @@
 
 namespace MERO::Sandbox {
 
-/// Which cgroup hierarchies a box has: systemd's own and the one in which resources are watched, both of version 1;
-/// version 2 alone; or version 2 for systemd and version 1 for the other.
+/// The cgroup hierarchies of a sandbox: systemd's and the resource monitor's, both version 1; version 2 alone; or
+/// version 2 for systemd and version 1 for the monitor.
 enum class CgroupLayout { V1, V2, Mixed };
 
 struct Hierarchy {
-    const char* name; ///< of version 1; nullptr: the unified hierarchy of version 2
+    const char* name; ///< for version 1; nullptr: the unified hierarchy of version 2
     const char* mountPoint;
-    const char* commands; ///< the cgroup of the commands that run inside, which systemd does not manage
+    const char* commands; ///< the cgroup, not managed by systemd, of the commands that run inside
 };
 
 std::span<const Hierarchy> HierarchiesOf(CgroupLayout layout);
 
-/// Mounts the hierarchy nowhere; it shows the cgroups of the caller's cgroup namespace. Throws std::system_error.
+/// Makes a mount of the hierarchy that is attached nowhere. It shows the cgroups of the caller's cgroup namespace.
+/// Throws std::system_error.
 Descriptor MakeHierarchy(const Hierarchy& hierarchy);
 
-/// A hierarchy that is given up with the object: one of version 1 is gone then if nobody else uses it.
+/// A hierarchy that is released with the object; a version 1 hierarchy is then gone unless somebody else uses it.
 class OwnedHierarchy {
 public:
     /// Throws std::system_error.
@@ -32,7 +33,7 @@ public:
     OwnedHierarchy(const OwnedHierarchy&) = delete;
     OwnedHierarchy& operator=(const OwnedHierarchy&) = delete;
 
-    /// Where this process sees its cgroups.
+    /// The path under which this process sees its cgroups.
     std::filesystem::path Root() const;
 
 private:

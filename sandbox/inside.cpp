@@ -21,7 +21,8 @@ void EnterBox(const Descriptor& boxInit, CgroupLayout cgroups)
 {
     std::error_code unknown;
     const std::filesystem::path workingDirectory = std::filesystem::current_path(unknown);
-    Check(setns(boxInit.Get(), CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWCGROUP), "cannot enter the box");
+    Check(setns(boxInit.Get(), CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWCGROUP),
+          "cannot enter the sandbox");
     for (const Hierarchy& hierarchy : HierarchiesOf(cgroups))
         WriteFile(std::filesystem::path(hierarchy.commands) / "cgroup.procs", "0");
     if (chdir(workingDirectory.c_str()) != 0)
@@ -55,7 +56,7 @@ void EnterBox(const Descriptor& boxInit, CgroupLayout cgroups)
     _exit(kSandboxFailed);
 }
 
-/// Among others, the user's connection to the keeper, which has to close when the user is gone.
+/// This includes the user's connection to the keeper, which must close when the user is gone.
 void CloseAllBut(int kept)
 {
     const unsigned fd = static_cast<unsigned>(kept);
@@ -63,14 +64,14 @@ void CloseAllBut(int kept)
     (void)close_range(fd + 1, ~0U, 0);
 }
 
-/// Runs the command as a child of this process, and ends as it does.
-/// @param user  is sent the command's pidfd
+/// Runs the command as a child of this process, and ends with its exit code.
+/// @param user  receives the command's pidfd
 [[noreturn]] void BecomeParent(const Descriptor& user, const Descriptor& boxInit, CgroupLayout cgroups,
                                const std::vector<std::string>& command, const sigset_t& signalMask, int output)
 {
     try {
-        Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the box");
-        std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the box");
+        Check(setns(boxInit.Get(), CLONE_NEWPID), "cannot enter the sandbox");
+        std::optional<OwnedProcess> process = OwnedProcess::Fork(0, "cannot start a process in the sandbox");
         if (!process)
             BecomeCommand(boxInit, cgroups, command, signalMask, output);
         Send(user, "", process->Get());
@@ -88,8 +89,8 @@ void CloseAllBut(int kept)
 OwnedProcess StartInside(const Descriptor& boxInit, CgroupLayout cgroups, const std::vector<std::string>& command,
                          const sigset_t& signalMask, int output)
 {
-    // The box does not end before the command is reaped. Its parent has to live on when this process is
-    // killed: the host's pid 1, whose child it would become, reaps nothing in many a container.
+    // The sandbox does not end before the command is reaped. So the command's parent must survive if this process is
+    // killed: otherwise the command would become a child of the host's pid 1, which in many containers reaps nothing.
     auto [ownEnd, parentEnd] = MakeMessagePair();
     std::optional<OwnedProcess> parent = OwnedProcess::Fork(0, "cannot start a process");
     if (!parent) {

@@ -18,7 +18,7 @@ constexpr const char* kKeeperName = "mero-keeper";
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// Leaves all that belongs to the user's terminal and shell.
+/// Detaches from the user's terminal and shell.
 void LeaveUser()
 {
     Check(prctl(PR_SET_NAME, kKeeperName), "cannot name the keeper");
@@ -29,7 +29,7 @@ void LeaveUser()
         Check(dup2(null.Get(), stream), "cannot leave the terminal");
 }
 
-/// @return whether systemd has told that it is ready
+/// @return whether systemd has reported that it is ready
 bool TakeNotifications(const Descriptor& socket)
 {
     bool isReady = false;
@@ -46,7 +46,7 @@ int MillisecondsUntil(steady_clock::time_point deadline)
     return left > 0 ? static_cast<int>(left) : 0;
 }
 
-/// Makes a box and watches it until `user` closes the connection.
+/// Makes a sandbox and watches it until `user` closes the connection.
 void KeepBox(const Descriptor& user, const Box& box, milliseconds bootTime)
 {
     const auto deadline = steady_clock::now() + bootTime;
@@ -63,7 +63,7 @@ void KeepBox(const Descriptor& user, const Box& box, milliseconds bootTime)
                             {init.notifications.Get(), POLLIN, 0},
                             {console.Get(), POLLIN, 0}};
         const int timeout = isBooted ? -1 : MillisecondsUntil(deadline);
-        Check(Uninterrupted([&] { return poll(watched, std::size(watched), timeout); }), "cannot watch the box");
+        Check(Uninterrupted([&] { return poll(watched, std::size(watched), timeout); }), "cannot watch the sandbox");
         const auto [userGone, initEnded, notified, printed] = watched;
         if (userGone.revents)
             return;

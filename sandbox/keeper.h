@@ -8,19 +8,19 @@
 
 namespace MERO::Sandbox {
 
-/// The process that owns a box and outlives whoever uses it: it makes the box, and takes all of it away when
-/// the user has closed the connection or has died, in whatever way. Its end is the end of the box.
+/// The process that owns a sandbox and outlives its user. It makes the sandbox, and removes it when the user closes the
+/// connection or dies, however that happens. The sandbox ends with it.
 class Keeper {
 public:
-    /// Starts it; signals that shall not disturb it are blocked. Throws std::system_error.
+    /// Starts the keeper. Block signals that must not reach it first. Throws std::system_error.
     Keeper(const Box& box, std::chrono::milliseconds bootTime);
-    /// Lets the box go, and waits until nothing of it is left.
+    /// Releases the sandbox, and waits until nothing of it is left.
     ~Keeper();
     Keeper(const Keeper&) = delete;
     Keeper& operator=(const Keeper&) = delete;
 
-    /// First the pidfd of the box's pid 1 when systemd has finished booting, or what went wrong; later a
-    /// text when the box ends by itself. It closes when the keeper has ended.
+    /// First sends the pidfd of the sandbox's pid 1 once systemd has booted, or an error text; later a text if the
+    /// sandbox ends on its own. Closes when the keeper has ended.
     const Descriptor& Connection() const { return connection; }
 
 private:

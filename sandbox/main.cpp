@@ -13,12 +13,12 @@
 
 namespace {
 
-constexpr const char* kDescription = "Boots a systemd of its own in namespaces, runs a command in it, and takes all\n"
-                                     "of it away again. What the command changes is gone with the sandbox.\n"
+constexpr const char* kDescription = "Boots a separate systemd in namespaces, runs a command in it, and removes\n"
+                                     "everything again. The command's changes are lost with the sandbox.\n"
                                      "Without a command it starts a shell.\n";
 
-constexpr const char* kFooter = "The sandbox shows the root file system, writable but unharmed, with empty\n"
-                                "/run, /tmp and /etc/systemd/system. It shares the host's network.\n"
+constexpr const char* kFooter = "The sandbox shows the root file system; writes to it are discarded. /run, /tmp\n"
+                                "and /etc/systemd/system are empty. The network is the host's.\n"
                                 "\n"
                                 "Exit codes:\n"
                                 "  the command's own, or\n"
@@ -38,7 +38,7 @@ namespace fs = std::filesystem;
 using MERO::Sandbox::CgroupLayout;
 using MERO::Sandbox::Options;
 
-/// The number of the systemd below `root`, which its private library is named after; 0 when there is none.
+/// The version of the systemd below `root`, from the name of its private library; 0 if there is none.
 int SystemdVersion(const fs::path& root)
 {
     constexpr std::string_view kLibrary = "libsystemd-shared-";
@@ -54,7 +54,7 @@ int SystemdVersion(const fs::path& root)
 const std::map<std::string, CgroupLayout> kLayouts = {
     {"v1", CgroupLayout::V1}, {"v2", CgroupLayout::V2}, {"mixed", CgroupLayout::Mixed}};
 
-/// A machine of today has version 2 alone, and systemd 258 and newer know no other.
+/// Current machines have version 2 only, and systemd 258 and newer support nothing else.
 CgroupLayout UsualLayout(const fs::path& root)
 {
     struct statfs found {};
@@ -62,7 +62,7 @@ CgroupLayout UsualLayout(const fs::path& root)
     return isHosts || SystemdVersion(root) >= 258 ? CgroupLayout::V2 : CgroupLayout::V1;
 }
 
-/// The root file system of a Debian release, which is made when there is none yet.
+/// The root file system of a Debian release. Builds it if it does not exist yet.
 fs::path RootOfRelease(const std::string& release)
 {
     FILE* script = popen(("'" MERO_RELEASE_ROOT "' " + release).c_str(), "re");
@@ -75,7 +75,7 @@ fs::path RootOfRelease(const std::string& release)
     return std::string_view(root).substr(0, std::strcspn(root, "\n"));
 }
 
-/// The command is no option of the parser's, so that it may have options of its own.
+/// Adds the command to the usage line. The parser does not know it, so that the command can have its own options.
 class HelpWithCommand : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App*, std::string) const override
@@ -84,7 +84,7 @@ public:
     }
 };
 
-/// Throws CLI::ParseError; ends the program for --help.
+/// Throws CLI::ParseError; exits the program for --help.
 Options ParseCommandLine(int argc, char** argv)
 {
     Options options;
@@ -112,7 +112,7 @@ Options ParseCommandLine(int argc, char** argv)
     std::string version;
     app.add_option("--cgroup", version,
                    "Version of the cgroup hierarchies: v1, v2, or mixed\n(v2 and the resource monitor's of v1);\n"
-                   "default: v2 where the host or the systemd\nthat is shown has no other, else v1")
+                   "default: v2 if the host or the systemd shown\nhas nothing else, otherwise v1")
         ->option_text("VERSION")
         ->check(CLI::IsMember({"v1", "v2", "mixed"}));
     app.add_option("--timeout", seconds, "How long booting may take; default: 30")
@@ -131,7 +131,7 @@ Options ParseCommandLine(int argc, char** argv)
     options.box.binds.assign(binds.begin(), binds.end());
     options.bootTime = std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     options.command = app.remaining();
-    // An option that is not known ends the options just as a command does.
+    // To the parser, an unknown option ends the options just as a command does.
     if (!options.command.empty() && options.command[0] == "--")
         options.command.erase(options.command.begin());
     else if (!options.command.empty() && options.command[0].starts_with('-'))

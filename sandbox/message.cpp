@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxText = 8192;
 
-/// The room for the one descriptor that a message can carry.
+/// Room for the one descriptor that a message can carry.
 union Control {
     cmsghdr header;
     char bytes[CMSG_SPACE(sizeof(int))];
@@ -29,7 +29,7 @@ std::pair<Descriptor, Descriptor> MakeMessagePair()
 
 void Send(const Descriptor& end, const std::string& text, int descriptor)
 {
-    // An empty packet could not be told from the end of the connection, so the terminating zero goes along.
+    // An empty packet would look like the end of the connection, so the terminating zero is sent too.
     iovec content{const_cast<char*>(text.c_str()), std::min(text.size() + 1, kMaxText)};
     Control control{};
     msghdr packet{};

@@ -66,7 +66,7 @@ void GoToNamespaceRoot()
 
 void KeepMountsPrivate()
 {
-    // A chroot's root need not be a mount point, and the mount that it is in cannot be reached from there.
+    // A chroot's root may not be a mount point, and the mount that contains it cannot be reached from inside.
     const Descriptor root = OpenFolder("/");
     const Descriptor workingDirectory = OpenFolder(".");
     GoToNamespaceRoot();

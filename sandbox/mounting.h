@@ -11,38 +11,38 @@
 
 namespace MERO::Sandbox {
 
-/// Keys and values of a file system's options; an empty value makes the key a flag.
+/// A file system's options; an empty value makes a key a flag.
 using MountOptions = std::vector<std::pair<std::string, std::string>>;
 
-/// Mount attributes of a file system that holds data and nothing else.
+/// Mount attributes for a file system that holds only data.
 inline constexpr unsigned kDataOnly = MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV | MOUNT_ATTR_NOEXEC;
 
-/// Makes a file system that is mounted nowhere yet and is gone when the last descriptor of it is closed.
+/// Makes a file system that is not attached yet and vanishes with its last descriptor.
 /// @param attributes  MOUNT_ATTR_ bits
 /// All functions of this header throw std::system_error.
 Descriptor MakeMount(const std::string& type, const MountOptions& options = {}, unsigned attributes = 0);
 
-/// Takes a copy of what is seen at `path`, with all that is mounted below it.
+/// Copies the mounts at and below `path`.
 Descriptor CopyMount(const std::filesystem::path& path);
 
 void MakeReadOnly(const Descriptor& tree);
 
-/// Mounts `tree` on `path`, which exists.
+/// Attaches `tree` to `path`, which must exist.
 void Attach(const Descriptor& tree, const std::filesystem::path& path);
 
-/// Mounts `tree` on `path`; makes the folder or the empty file that it needs there.
+/// Attaches `tree` to `path`, and first creates the folder or empty file there if it is missing.
 void AttachNew(const Descriptor& tree, const std::filesystem::path& path);
 
-/// Takes the caller's mounts, in its mount namespace, out of what it shares with others.
+/// Stops the caller's mount namespace from sharing mounts with other namespaces.
 void KeepMountsPrivate();
 
-/// Makes the root of the caller's mount namespace its root and working directory, which leads out of a chroot.
+/// Moves the caller's root and working directory to the root of its mount namespace, also out of a chroot.
 void GoToNamespaceRoot();
 
-/// A descriptor of a folder that is good for nothing but finding things.
+/// Opens a folder as a starting point for paths only (O_PATH).
 Descriptor OpenFolder(const std::filesystem::path& path);
 
-/// Makes `path` or empties it, and writes `text`.
+/// Creates or empties `path`, and writes `text`.
 void WriteFile(const std::filesystem::path& path, std::string_view text);
 
 } // namespace MERO::Sandbox

@@ -11,8 +11,8 @@ namespace MERO::Sandbox {
 
 namespace {
 
-/// The pid 1 of a namespace ends when all processes in it are reaped, which one that lost its parent outside
-/// never is where the host's pid 1 reaps none (as in many containers).
+/// The pid 1 of a namespace ends only once all processes in it are reaped. One that lost its parent outside is never
+/// reaped if the host's pid 1 reaps nothing, as in many containers.
 constexpr int kPatienceMilliseconds = 3000;
 
 } // namespace

@@ -9,10 +9,10 @@
 
 namespace MERO::Sandbox {
 
-/// A child that is killed and, unless that takes seconds, reaped with the object.
+/// A child process. The destructor kills it and, unless that takes seconds, reaps it.
 class OwnedProcess {
 public:
-    /// Forks, the child into new namespaces where `namespaces` has CLONE_NEW… bits.
+    /// Forks; the child gets the new namespaces in `namespaces` (CLONE_NEW… bits).
     /// @return nothing in the child
     /// Throws std::system_error with `what`.
     static std::optional<OwnedProcess> Fork(std::uint64_t namespaces, const std::string& what);
@@ -23,9 +23,9 @@ public:
     /// The pidfd: readable when the process has ended.
     int Get() const { return pidfd.Get(); }
     void Signal(int signal) const;
-    /// From now on, `process` gets the signals in its place.
+    /// From now on `process` gets the signals instead.
     void PassSignalsTo(Descriptor process) { signalled = std::move(process); }
-    /// Waits for its end. @return how it ended, as waitid tells; to be called once
+    /// Waits for its end. @return how it ended, as waitid reports it. Call it once
     siginfo_t Reap();
 
 private:

@@ -20,7 +20,7 @@ struct PathTree {
     Descriptor tree;
 };
 
-/// The modes of the folders that are made here do not depend on the caller.
+/// Makes the modes of new folders independent of the caller.
 class DefaultUmask {
 public:
     DefaultUmask() : callers(umask(022)) {}
@@ -49,12 +49,12 @@ std::vector<PathTree> CopyDevices()
     return copies;
 }
 
-/// Makes an overlay of `shown` with its upper layer in memory, and makes it the root.
+/// Makes an overlay over `shown` the root. Its upper layer is in memory.
 void SwitchToOverlay(const fs::path& shown)
 {
-    // Any folder that every system has would do: the tmpfs on it is lost with the old root.
+    // Any folder that every system has will do: the tmpfs on it goes with the old root.
     const fs::path layers = "/tmp";
-    const Descriptor lower = shown == "/" ? Descriptor() : CopyMount(shown); // it may lie in /tmp
+    const Descriptor lower = shown == "/" ? Descriptor() : CopyMount(shown); // it may be below /tmp
     Attach(MakeMount("tmpfs", {{"mode", "0755"}}), layers);
     for (const char* name : {"upper", "work", "root"})
         fs::create_directory(layers / name);
@@ -65,7 +65,7 @@ void SwitchToOverlay(const fs::path& shown)
                                  {"workdir", layers / "work"}}),
            layers / "root");
 
-    // Where the namespace's root is, so that others who enter it find themselves in the overlay.
+    // Switch at the namespace's root: then others who enter the namespace are in the overlay too.
     const Descriptor root = OpenFolder(layers / "root");
     GoToNamespaceRoot();
     Check(fchdir(root.Get()), "cannot enter the new root");

@@ -5,15 +5,14 @@
 
 namespace MERO::Sandbox {
 
-/// Gives the calling process, which has a mount namespace of its own, a root that it may change freely.
+/// Gives the calling process, which has its own mount namespace, a root that it can change freely.
 ///
-/// The root shows `root` (the file system that it is in alone, not what is mounted below it); what is
-/// written goes to memory and is gone with the namespace. `/run`, `/tmp`, `/dev` and `/dev/shm` start empty,
-/// `/dev` with the harmless devices and pseudo-terminals of its own, and `/proc` is that of the caller's
-/// process namespace. The working directory is `/` afterwards.
-/// @param binds  paths of the caller that shall be seen, read-only, where they are now; symbolic links are
-///               followed first, and the paths that they lead to are the ones that are seen
-/// Throws std::system_error; the namespace is then in an unknown state, and the process had better end.
+/// The root shows the file system of `root`, without the mounts below it. Writes go to memory and are lost with the
+/// namespace. `/run`, `/tmp`, `/dev` and `/dev/shm` start empty; `/dev` then gets the harmless devices and its own
+/// pseudo-terminals, and `/proc` shows the caller's process namespace. The working directory is `/` afterwards.
+/// @param binds  paths of the caller to show read-only at the same place; symbolic links are resolved first, and their
+/// targets are shown
+/// Throws std::system_error; the namespace is then in an unknown state, and the process should exit.
 void EnterPrivateRoot(const std::vector<std::filesystem::path>& binds, const std::filesystem::path& root = "/");
 
 } // namespace MERO::Sandbox

@@ -22,14 +22,14 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr const char* kSystemctl = "/usr/bin/systemctl";
-/// logind has started when it owns its name on the bus: where no unit has failed, both can be reached.
+/// logind counts as started once it owns its bus name: if no unit has failed, the bus and logind can be reached.
 constexpr const char* kBootCheck = "state=$(systemctl is-system-running --wait) && exit;"
                                    "printf ' (%s):' \"$state\";"
                                    "printf ' %s' $(systemctl --failed --no-legend --plain | cut -d ' ' -f 1);"
                                    "exit 1";
 constexpr int kEndOfBoxMilliseconds = 1000;
 
-/// A signal that asks this program to end came before there was a command to pass it to.
+/// A signal to end this program came before there was a command to pass it to.
 struct Interrupted {
     int signal;
 };
@@ -44,7 +44,7 @@ void RequireHost(const std::filesystem::path& root)
                                      " is missing: systemd has to be installed");
 }
 
-/// A stream that the caller closed would let another descriptor take its number.
+/// Without this, another descriptor would get the number of a stream that the caller closed.
 void OpenMissingStreams()
 {
     int fd = Check(open("/dev/null", O_RDWR), "cannot open /dev/null");
@@ -66,7 +66,7 @@ std::string ContentOf(const Descriptor& file)
     return {text, static_cast<std::size_t>(std::max<ssize_t>(cbRead, 0))};
 }
 
-/// @return the pidfd of the box's pid 1
+/// @return the pidfd of the sandbox's pid 1
 Descriptor AwaitBoot(const Keeper& keeper, CgroupLayout cgroups, const HeldSignals& signals)
 {
     AwaitUnlessInterrupted(keeper.Connection().Get(), signals);
@@ -76,7 +76,7 @@ Descriptor AwaitBoot(const Keeper& keeper, CgroupLayout cgroups, const HeldSigna
     if (!message->descriptor)
         throw std::runtime_error(message->text);
 
-    // What the caller's environment says to systemctl is not meant for this one.
+    // The caller's environment must not change what this systemctl does.
     const std::vector<std::string> checkCommand = {"/usr/bin/env", "-i", "/bin/sh", "-c", kBootCheck};
     const Descriptor answer(Check(memfd_create("boot-check", MFD_CLOEXEC), "cannot make a file in memory"));
     OwnedProcess check = StartInside(message->descriptor, cgroups, checkCommand, signals.CallersMask(), answer.Get());
@@ -87,7 +87,7 @@ Descriptor AwaitBoot(const Keeper& keeper, CgroupLayout cgroups, const HeldSigna
     return std::move(message->descriptor);
 }
 
-/// Says it when the command was killed because the whole box has ended: it is killed a little before that.
+/// Prints it if the command was killed because the whole sandbox ended: the command dies slightly earlier.
 void ReportEndOfBox(const Keeper& keeper)
 {
     pollfd watched{keeper.Connection().Get(), POLLIN, 0};
@@ -103,7 +103,7 @@ int RunCommand(const Options& options, const Keeper& keeper, const Descriptor& b
     OwnedProcess command = StartInside(boxInit, options.box.cgroups, options.command, signals.CallersMask());
     int passedOn = 0;
     while (const std::optional<HeldSignal> signal = signals.Await(command.Get())) {
-        // What the terminal sends, it sends to the command too.
+        // The command gets the terminal's signals too.
         if (signal->isTerminals)
             continue;
         command.Signal(signal->number);
@@ -126,7 +126,7 @@ int RunInSandbox(const Options& options)
     RequireHost(options.box.root);
     FurnishBareRoot();
     OpenMissingStreams();
-    // Who ignores it could not learn how the command ended.
+    // If SIGCHLD were ignored, the command's exit status would be lost.
     signal(SIGCHLD, SIG_DFL);
     const HeldSignals signals;
     try {

@@ -15,9 +15,9 @@ struct Options {
     std::vector<std::string> command;
 };
 
-/// Boots a box, runs the command in it, and takes the box away.
-/// @return the command's exit status, or 128 plus the signal that ended it or this program's waiting
-/// Throws std::exception for failures of the sandbox itself; nothing is left behind then either.
+/// Boots a sandbox, runs the command in it, and removes the sandbox.
+/// @return the command's exit status, or 128 plus the signal that ended it or the wait for the sandbox
+/// Throws std::exception if the sandbox itself fails; nothing is left behind then either.
 int RunInSandbox(const Options& options);
 
 } // namespace MERO::Sandbox

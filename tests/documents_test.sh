@@ -1,6 +1,6 @@
 #!/bin/sh
-# The README's program is that in examples/ and its compiler lines work, and merosystemctl's manual page has every
-# command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+# Checks that the README's program matches examples/ and its compiler lines work, and that merosystemctl's manual page
+# has every command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
 set -eu
 cd "$1"
 build=$2
@@ -9,7 +9,7 @@ trap 'rm -rf "$work"' EXIT
 
 sed -n '/^```c$/,/^```$/p' README.md | sed '1d;$d' | diff -u - examples/start_unit.c
 
-# The lines run as they are, in examples/, but for what pkg-config says of an installed library.
+# Run the lines as they are, in examples/, but with this build in place of pkg-config's answer.
 {
     echo "set -eu; cd examples"
     sed -n 's/^    \(cc \|c++ \)/\1/p' README.md | sed "s|-o |-Werror -Wl,-rpath,$build/lib -o $work/|

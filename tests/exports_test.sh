@@ -1,5 +1,5 @@
 #!/bin/sh
-# Holds what libraries show against what is published: their headers, version scripts, and the symbols of the packages.
+# Compares the libraries' exports with what is published: headers, version scripts and the packages' symbols files.
 # exports_test.sh SOURCE-DIRECTORY LIBRARY...
 set -eu
 cd "$1"
@@ -20,7 +20,7 @@ for library in "$@"; do
     name=${library##*/lib}
     name=${name%%.so*}
 
-    # Without comments, which name functions too.
+    # Remove comments first: they name functions too.
     find include platform -path "*include/$name/*" -exec g++ -w -x c++ -fpreprocessed -dD -E -P '{}' \; |
         grep -oE '\b_?(MEROC?System|MLIBC)[A-Za-z0-9]+\(' | tr -d '(' | sort -u > "$work/headers"
     nm -DC --defined-only "$library" | sed -E 's/^[0-9a-f]* //; s/@@/@/' | grep -v '^A ' > "$work/symbols"
@@ -32,14 +32,14 @@ for library in "$@"; do
     same package library
     [ -s "$work/headers" ] || fail "$name: no headers"
 
-    # What compilers make of the public classes' inline members is not the same in all builds.
+    # Which inline members of the public classes become symbols differs between builds.
     classes='(SystemctlOptsBuilder|CommandOptions|JobInfo|Process|Slice)'
     if grep -vE "^(T |W MERO::Systemd::$classes::)" "$work/symbols"; then
-        fail "these are visible and not published"
+        fail "these are exported but not published"
     fi
     find src platform -name "$name.map" -exec sed -nE 's/^ +(global: )?([A-Za-z_:]+\*?);/\2/p' '{}' + > "$work/patterns"
     while read -r pattern; do
-        grep -q "^T ${pattern%\*}" "$work/symbols" || fail "$name.map: nothing is called $pattern"
+        grep -q "^T ${pattern%\*}" "$work/symbols" || fail "$name.map: no symbol matches $pattern"
     done < "$work/patterns"
     soname=$(readelf -d "$library" | sed -nE 's/.*SONAME.*\[(.*)\]/\1/p')
     [ "$soname" = "lib$name.so.7" ] || fail "the soname is $soname"

@@ -1,13 +1,13 @@
 #!/bin/sh
-# Installs the packages of a directory, inside the sandbox, and uses them as somebody does who has nothing else:
-# package_test.sh DIRECTORY. Prints a line for each thing that it tried.
+# Installs the packages of a directory, inside the sandbox, and uses them like somebody who has nothing else:
+# package_test.sh DIRECTORY. Prints a line for each check.
 set -eu
 packages=$1
 cd "$(dirname "$0")/../examples"
 work=$(mktemp -d)
 failed=0
 
-# check WHAT COMMAND...: succeeds when the command does
+# check WHAT COMMAND...: succeeds if the command does
 check() {
     what=$1
     shift
@@ -28,7 +28,7 @@ version() {
     merosystemctl --version | grep -Fx "merosystemctl $packaged"
 }
 
-# Every program and library that the packages brought.
+# Every program and library in the packages.
 binaries() {
     dpkg -L merosystemctl libmerosystemd7 libmerocore7 libmerobootseq7 | grep -E '/s?bin/.|\.so\.'
 }
@@ -54,7 +54,7 @@ by_cmake() {
     cmake -S . -B "$work/cmake" && cmake --build "$work/cmake"
 }
 
-# runs START RESTART: the examples manage a service of the real systemd.
+# runs START RESTART: the examples manage a service on the real systemd.
 runs() {
     systemctl stop packaged
     "$1" packaged && systemctl is-active packaged || return
@@ -73,27 +73,27 @@ conffile() {
 start() { merosystemctl start "$1"; }
 restart() { merosystemctl restart "$1"; }
 
-# Nothing is set up but what the packages bring.
-[ ! -e /usr/mero/etc ] || { echo "package_test.sh: /usr/mero/etc is there already" >&2; exit 1; }
+# Only the packages set anything up.
+[ ! -e /usr/mero/etc ] || { echo "package_test.sh: /usr/mero/etc exists already" >&2; exit 1; }
 printf '[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=all\n' \
     > /run/systemd/system/packaged.service
 systemctl daemon-reload
 
 check "the packages can be installed" installed
-check "the program runs, and is of the package's version" version
+check "the program runs and has the package's version" version
 check "the program manages a service" runs start restart
-check "a volume's plan finds the services that depend on all volumes" plan
-check "the dialect's file is the administrator's to change" conffile
+check "a volume's plan lists the services that depend on all volumes" plan
+check "the dialect's file is a configuration file" conffile
 if command -v man > /dev/null; then
     for page in merosystemctl merosystemd-files libmerosystemd merosystemd-units; do
         check "there is a manual page $page" man -w "$page"
     done
 fi
-check "nothing has a search path for libraries" no_search_path
-check "all is hardened" hardened
-check "examples are built with pkg-config" by_pkg_config
-check "what pkg-config built manages a service" runs "$work/start_unit" "$work/restart_units"
-check "and names what was not restarted" names_failed
-check "examples are built with CMake's find_package" by_cmake
-check "what CMake built manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
+check "no binary has a library search path" no_search_path
+check "all binaries are hardened" hardened
+check "the examples build with pkg-config" by_pkg_config
+check "the example built with pkg-config manages a service" runs "$work/start_unit" "$work/restart_units"
+check "and names the unit that was not restarted" names_failed
+check "the examples build with CMake's find_package" by_cmake
+check "the example built with CMake manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
 [ "$failed" = 0 ]

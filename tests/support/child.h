@@ -10,7 +10,7 @@
 
 namespace MERO::Test {
 
-/// Forks a child of user `uid` that runs `body` and ends with its result (0 to 255), or with 254 if it throws. The
+/// Forks a child of user `uid` that runs `body` and exits with its result (0 to 255), or with 254 if it throws. The
 /// child is killed when its parent ends, and after ten minutes, whatever it does with its signals.
 template <typename Body>
 pid_t Fork(Body&& body, uid_t uid = geteuid())
@@ -29,14 +29,14 @@ pid_t Fork(Body&& body, uid_t uid = geteuid())
         const bool isUser = timer_create(CLOCK_MONOTONIC, &atItsEnd, &timer) == 0 &&
                             timer_settime(timer, 0, &time, nullptr) == 0 && setresgid(uid, uid, uid) == 0 &&
                             setresuid(uid, uid, uid) == 0 && prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
-                            prctl(PR_SET_DUMPABLE, 1) == 0; // as exec would: /proc/self becomes the user's
+                            prctl(PR_SET_DUMPABLE, 1) == 0; // as exec does: /proc/self becomes the user's
         result = isUser ? body() : 253;
     } catch (...) {
     }
     _exit(result);
 }
 
-/// The result of such a child, once it has ended; 255 if it was killed.
+/// Returns the result of such a child once it has ended; 255 if it was killed.
 inline int ResultOf(pid_t child)
 {
     int status = 0;
@@ -51,8 +51,8 @@ int RunAs(uid_t uid, Body&& body)
     return ResultOf(Fork(body, uid));
 }
 
-/// What a host's function can do that the library calls: return false (0) or true (1), throw what is no std::exception
-/// (2), end its thread (3), or return true when its thread was cancelled and has not seen it yet (4).
+/// What a function of the host can do when the library calls it: return false (0) or true (1), throw something that is
+/// no std::exception (2), end its thread (3), or return true while a cancellation of its thread is pending (4).
 inline bool Act(int how)
 {
     how == 3 ? pthread_exit(nullptr) : void();

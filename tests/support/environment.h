@@ -10,9 +10,8 @@
 
 namespace MERO::Test {
 
-/// Gives this process the same environment whatever its caller's is: a language, a terminal and a path of their own,
-/// and all signals as they are by default: a shell ignores SIGINT for what it starts in the background. What the
-/// tests and sanitizers are run with stays.
+/// Gives this process a fixed environment, whatever its caller's: language, terminal and path, and default signal
+/// actions (a shell ignores SIGINT for background programs). Variables of the tests and sanitizers stay.
 inline void MakeEnvironmentKnown()
 {
     std::vector<std::string> variables{"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
@@ -26,7 +25,7 @@ inline void MakeEnvironmentKnown()
     }
     clearenv();
     for (const std::string& variable : variables) {
-        putenv(strdup(variable.c_str())); // it keeps the text
+        putenv(strdup(variable.c_str())); // putenv() keeps the text
     }
     for (int number = 1; number < NSIG; ++number) {
         std::signal(number, SIG_DFL);

@@ -42,7 +42,7 @@ void Require(bool isDone, const char* what)
     }
 }
 
-/// The socket at /dev/log. A thread reads it: the library must never wait for the test.
+/// The socket at /dev/log. A thread reads it, so that the library never waits for the test.
 class LogReader {
 public:
     void Start()
@@ -106,14 +106,14 @@ void EnterMachine()
     MakeEnvironmentKnown();
     const fs::path program = fs::canonical("/proc/self/exe");
     Require(unshare(CLONE_NEWNS) == 0, "no mount namespace (are you root?)");
-    if (std::getenv("MERO_ROOT_IS_PRIVATE") != nullptr) { // an emulator cannot make one
+    if (std::getenv("MERO_ROOT_IS_PRIVATE") != nullptr) { // an emulator cannot create one
         Sandbox::KeepMountsPrivate();
         Require(umount2("/sys", MNT_DETACH) == 0, "/sys");
         fs::remove("/dev/log");
     } else {
         Sandbox::EnterPrivateRoot({program.parent_path().parent_path()});
     }
-    // A program that was started in a chroot has its path outside of it now; there has to be a file.
+    // A program that was started in a chroot now has its path outside of it; a file must exist there.
     if (const fs::path path = fs::read_symlink("/proc/self/exe"); !fs::exists(path)) {
         Machine::Write(path, "");
     }
@@ -191,7 +191,7 @@ void Machine::Write(const fs::path& path, const std::string& text)
 
 void Machine::WriteProgram(const fs::path& path, const std::string& script)
 {
-    const fs::path fresh = path.string() + ".new"; // a program that runs cannot be written to
+    const fs::path fresh = path.string() + ".new"; // a running program cannot be written to
     Write(fresh, "#!/bin/sh\n" + script);
     fs::permissions(fresh, fs::perms(0755));
     fs::rename(fresh, path);

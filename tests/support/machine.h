@@ -10,35 +10,35 @@ namespace MERO::Test {
 
 namespace fs = std::filesystem;
 
-/// One answer of the stand-in for systemctl.
+/// One answer of the systemctl stand-in.
 struct Answer {
-    std::string arguments;   ///< a shell pattern over all arguments with one blank between, such as "list-jobs *"
-    std::string output = ""; ///< what it prints, on its standard output
+    std::string arguments;   ///< a shell pattern for all arguments, separated by single blanks, such as "list-jobs *"
+    std::string output = ""; ///< printed on standard output
     int exitCode = 0;
-    std::string errors = ""; ///< what it prints on its error output, before the other
+    std::string errors = ""; ///< printed on standard error, before the output
 };
 
-/// The machine that a test has to itself: a root of its own (see EnterMachine), in which /run, /usr/mero,
-/// /var/packages and the unit directories are empty at the start of each test, /usr/bin/systemctl is a stand-in that
-/// ends with 0 unless the test scripts it, and syslog is read by the test.
+/// A test's private machine: its own root (see EnterMachine), in which /run, /usr/mero, /var/packages and the unit
+/// folders are empty when a test starts. /usr/bin/systemctl is a stand-in that exits with 0 unless the test scripts it,
+/// and the test reads syslog.
 class Machine : public ::testing::Test {
 public:
     Machine();
 
-    /// Scripts the stand-in: the first answer whose pattern matches is given.
+    /// Scripts the stand-in: it gives the first answer whose pattern matches.
     void Systemctl(const std::vector<Answer>& answers);
-    /// Makes /usr/bin/systemctl this shell script, or takes it away.
+    /// Replaces /usr/bin/systemctl with this shell script, or removes it.
     void SystemctlScript(const std::string& body);
     void RemoveSystemctl() { fs::remove("/usr/bin/systemctl"); }
 
-    /// The stand-in's calls since the last question, each its arguments with one blank between.
+    /// The stand-in's calls since the last Calls(), each as its arguments separated by single blanks.
     std::vector<std::string> Calls();
 
-    /// The log lines since the last question, as "ERR systemd_start: message": the priority, the source file, and the
-    /// message behind "merosystemd: ". A line of another form is left whole behind its priority.
+    /// The log lines since the last Log(), as "ERR systemd_start: message": the priority, the source file, and the text
+    /// after "merosystemd: ". A line of another form is kept whole after its priority.
     std::vector<std::string> Log();
 
-    /// Those of one source file, as "ERR message"; a refused argument as its condition.
+    /// The lines of one source file, as "ERR message"; a refused argument appears as its condition.
     std::vector<std::string> Said(const std::string& file);
 
     static void Write(const fs::path& path, const std::string& text);
@@ -46,8 +46,8 @@ public:
     static std::string Read(const fs::path& path);
 };
 
-/// Gives this process, which must be root and have no threads yet, the machine and a known environment. Called by the
-/// tests' main.
+/// Moves this process, which must be root and have no threads yet, into the machine with a known environment. The
+/// tests' main() calls it.
 void EnterMachine();
 
 } // namespace MERO::Test

@@ -10,7 +10,7 @@
 
 #include <memory>
 
-/// What the tests of operations on units share: lists of names, from C++ and from C.
+/// Shared by the tests of unit operations: lists of names for C++ and C.
 namespace MERO::Test {
 
 using Texts = std::vector<std::string>;
@@ -29,7 +29,7 @@ inline List MakeList(const Texts& texts)
     return List(list);
 }
 
-/// A list that no caller may pass: "a" and a null item.
+/// A list that callers must not pass: "a" and a null item.
 inline List ListWithNull()
 {
     MLIBCSzList* list = MakeList({"a"}).release();

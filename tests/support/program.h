@@ -10,11 +10,11 @@
 
 namespace MERO::Test {
 
-/// How a shell calls merosystemctl.
+/// The shell command for merosystemctl.
 inline const std::string kTool = std::string("env TZ=UTC ") + MEROSYSTEMCTL + " ";
 
-/// The whole program on a private machine, with a systemctl that knows units (/run/units, a file of properties each),
-/// jobs (/run/jobs) and unit files (/run/files), lines as systemctl prints them.
+/// Runs the whole program on a private machine. Its systemctl knows units (/run/units, a file of properties each), jobs
+/// (/run/jobs) and unit files (/run/files), with lines in systemctl's format.
 struct Program : Machine {
     Program()
     {
@@ -25,7 +25,7 @@ struct Program : Machine {
     }
     ~Program() override { close(manager_), std::filesystem::remove_all("/sys/fs"); }
 
-    /// Has somebody at the manager's socket.
+    /// Listens on the manager's socket.
     void Listen() const
     {
         const sockaddr_un address{AF_UNIX, "/run/systemd/private"};
@@ -34,7 +34,7 @@ struct Program : Machine {
         EXPECT_EQ(listen(manager_, 99), 0);
     }
 
-    /// A shell script: what systemctl does when it is not asked for those.
+    /// Sets the shell script that systemctl runs for all other calls.
     void Otherwise(const std::string& script)
     {
         SystemctlScript(

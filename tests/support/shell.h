@@ -8,10 +8,9 @@
 
 namespace MERO::Test {
 
-/// What a shell command did.
 struct ShellResult {
     int exitCode;
-    std::string output; ///< both outputs, in the order of arrival
+    std::string output; ///< standard and error output, in order of arrival
 };
 
 inline ShellResult Shell(const std::string& command)

@@ -7,15 +7,15 @@
 
 namespace MERO::Test {
 
-/// The program's sleeps, those of its children too. They take no time while a test counts them.
+/// The sleeps of the program and its children. They take no time while a test counts them.
 struct Sleeps {
-    bool areCounted[2]; ///< those of sleep, and of usleep
+    bool areCounted[2]; ///< of sleep() and of usleep()
     std::atomic<unsigned> seconds, microseconds;
 };
 inline Sleeps& sleeps =
     *static_cast<Sleeps*>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
-/// What happens while this process sleeps for seconds.
+/// Called while this process sleeps for seconds.
 inline std::function<void()> duringSleep;
 
 } // namespace MERO::Test

@@ -11,7 +11,7 @@
 
 namespace MERO::Test {
 
-/// A shell command on a terminal of its own, which the test types and reads at.
+/// Runs a shell command on its own terminal. The test types there and reads the output.
 class Terminal {
 public:
     explicit Terminal(const std::string& command, unsigned short columns = 80)
@@ -38,7 +38,7 @@ public:
 
     void Type(const std::string& keys) const { (void)!write(master_, keys.data(), keys.size()); }
 
-    /// What is printed until `text` comes, or the command ends, or nothing comes for ten seconds.
+    /// Returns the output until `text` comes, the command ends, or nothing comes for ten seconds.
     std::string Until(const std::string& text)
     {
         std::string printed;
@@ -50,10 +50,9 @@ public:
         return printed;
     }
 
-    /// The rest of what is printed.
     std::string Rest() { return Until(std::string(1, '\0')); }
 
-    /// Takes the terminal away. The command's exit code, or 128 and the signal that ended it.
+    /// Hangs the terminal up. Returns the command's exit code, or 128 plus the signal that ended it.
     int HangUp()
     {
         int status = 0;

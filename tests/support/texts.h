@@ -5,7 +5,7 @@
 
 namespace MERO::Test {
 
-/// `text` with `to` in place of each `from`.
+/// Returns `text` with each `from` replaced by `to`.
 inline std::string Replaced(std::string text, std::string_view from, std::string_view to)
 {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
@@ -14,7 +14,7 @@ inline std::string Replaced(std::string text, std::string_view from, std::string
     return text;
 }
 
-/// "systemd_start:41 merosystemd: message" as "systemd_start: message".
+/// Turns "systemd_start:41 merosystemd: message" into "systemd_start: message".
 inline std::string WithoutLineNumber(std::string line)
 {
     const std::size_t mark = line.find(" merosystemd: ");

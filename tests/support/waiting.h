@@ -22,7 +22,7 @@ public:
         if ((pid = fork()) == 0) {
             begin(), close(ready[1]), pause();
         }
-        char nothing; // comes not, but the end of the file does: it waits, or the program runs
+        char nothing; // only the end of file comes: then the process waits, or the program runs
         EXPECT_TRUE(close(ready[1]) == 0 && read(ready[0], &nothing, 1) == 0 && close(ready[0]) == 0);
     }
     explicit Waiting(const std::string& program = "/bin/sleep", const std::string& name = "sleep")

@@ -11,7 +11,7 @@
 
 namespace MERO::Test {
 
-/// A real systemd, for tests that run inside the sandbox. The library speaks its dialect, and boot is over.
+/// Base of tests on a real systemd, inside the sandbox. The library uses its dialect, and boot is over.
 class Box : public ::testing::Test {
 protected:
     Box();
@@ -19,15 +19,15 @@ protected:
     ~Box() override;
 
     static void Write(const std::string& path, const std::string& text);
-    /// Writes a unit file to /run/systemd/system; Load tells systemd of all that were written.
+    /// Writes a unit file to /run/systemd/system. Load() makes systemd read the files.
     void Unit(const std::string& name, const std::string& text);
     void Load();
     static void SetBootStep(int step);
 
     static std::string ActiveState(const std::string& unit);
-    /// Waits until `condition` holds; false after ten seconds.
+    /// Waits until `condition` holds; returns false after ten seconds.
     static bool Comes(const std::function<bool()>& condition);
-    /// Waits until `unit` has that state; false after ten seconds.
+    /// Waits until `unit` has this state; returns false after ten seconds.
     static bool Reaches(const std::string& unit, const std::string& state);
 
 private:

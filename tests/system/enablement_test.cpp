@@ -36,7 +36,7 @@ protected:
               "[Install]\nWantedBy=multi-user.target\nAlias=vita.service\n");
         Load();
     }
-    /// Everything on the machine that carries the unit's name. Empty folders are nothing.
+    /// Every file on the machine with the unit's name. Empty folders do not count.
     static std::string Traces()
     {
         return Shell("find /etc /run /usr/local /usr/mero '(' -name 'life.service*' -o "
@@ -45,7 +45,7 @@ protected:
     }
 };
 
-TEST_F(RealEnablement, AUnitsWholeLifeLeavesNothing)
+TEST_F(RealEnablement, AUninstalledUnitLeavesNothing)
 {
     Write("/etc/systemd/system/life.service.d/first.conf", "[Service]\nNice=1\n");
     Write("/run/systemd/system/life.service.d/second.conf", "[Service]\nNice=2\n");
@@ -80,7 +80,7 @@ TEST_F(RealEnablement, AUnitsWholeLifeLeavesNothing)
     EXPECT_EQ(Traces(), "");
 }
 
-TEST_F(RealEnablement, AUnitMayBeGivenByItsFile)
+TEST_F(RealEnablement, AUnitCanBeGivenByItsFile)
 {
     const std::string path = "/opt/package/life.service";
     Shell("install -D /usr/local/lib/systemd/system/life.service " + path +
@@ -115,7 +115,7 @@ TEST_F(RealEnablement, TheHostsEnvironmentChangesNoAnswer)
     for (std::string variable; each >> variable;) {
         EXPECT_EQ(answers(variable), expected) << variable;
     }
-    EXPECT_EQ(answers(variables, "list-unit-files"), answers("", "list-unit-files")); // takes longest
+    EXPECT_EQ(answers(variables, "list-unit-files"), answers("", "list-unit-files")); // the longest output
 }
 
 TEST_F(RealEnablement, OfflineFormsNeedNoManager)

@@ -20,13 +20,13 @@ bool AllLocksAreFree()
                .exitCode == 0;
 }
 
-/// Takes one that has ended away.
+/// Also reaps a child that has ended.
 bool HasNoChild()
 {
     return waitpid(-1, nullptr, WNOHANG) < 0;
 }
 
-/// Isolates in a process of its own. It exits with 0 when all services have stopped and no child is left to it.
+/// Isolates in a new process. It exits with 0 if all services have stopped and it has no child left.
 pid_t StartIsolation(const std::string& target)
 {
     return Fork([target] {
@@ -45,8 +45,8 @@ class RealIsolation : public Box {
 protected:
     RealIsolation()
     {
-        prctl(PR_SET_CHILD_SUBREAPER, 1); // what isolations leave running becomes a child of this process
-        std::filesystem::remove("/etc/systemd/system/default.target"); // would win
+        prctl(PR_SET_CHILD_SUBREAPER, 1); // processes that outlive isolations become children of this one
+        std::filesystem::remove("/etc/systemd/system/default.target"); // it would take precedence
         Unit("default.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target daily.service\n");
         Unit("quiet.target", "[Unit]\nAllowIsolate=yes\nWants=mero-sandbox.target\nAfter=first.service\n");
         Unit("daily.service", "[Service]\nExecStart=/bin/sleep infinity\n");
@@ -77,7 +77,7 @@ protected:
     }
 };
 
-TEST_F(RealIsolation, ItIsSeenUntilTheLastStop)
+TEST_F(RealIsolation, IsReportedUntilTheLastStop)
 {
     ASSERT_TRUE(MEROSystemdStart("first") && MEROSystemdStart("last"));
     Hold("first"); // the target waits for this one
@@ -101,9 +101,9 @@ TEST_F(RealIsolation, ItIsSeenUntilTheLastStop)
     ExpectDefaultTarget();
 }
 
-TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
+TEST_F(RealIsolation, AKilledIsolationHoldsNothingUp)
 {
-    for (const useconds_t milliseconds : {0, 3, 7, 10, 15, 20, 30, 50, 80, 400}) { // before, amid and after its steps
+    for (const useconds_t milliseconds : {0, 3, 7, 10, 15, 20, 30, 50, 80, 400}) { // before, during and after its steps
         ASSERT_TRUE(MEROSystemdStart("last"));
         Hold("last");
         const pid_t pid = StartIsolation("quiet.target");
@@ -119,7 +119,7 @@ TEST_F(RealIsolation, AKilledOneHoldsNothingUp)
     }
 }
 
-TEST_F(RealIsolation, AKilledActionGoesBack)
+TEST_F(RealIsolation, AKilledActionIsolatesBack)
 {
     const pid_t pid = Fork([] { return _MEROSystemdIsolateTargetAction("quiet.target", [] { return pause() == 0; }); });
     ASSERT_TRUE(Reaches("quiet.target", "active") && Comes([] { return !exists(kFlag); }));
@@ -127,10 +127,10 @@ TEST_F(RealIsolation, AKilledActionGoesBack)
     EXPECT_EQ(ResultOf(pid), 255);
     EXPECT_TRUE(Reaches("quiet.target", "inactive") && Comes([] { return !exists(kState); }));
     ExpectDefaultTarget();
-    // A unit that is stopped by its own isolation.
+    // A unit that its own isolation stops.
     Shell("systemd-run -q --unit=runner " MEROSYSTEMCTL " run-in quiet.target -- sleep infinity");
     EXPECT_TRUE(Comes([] {
-        return Shell("systemctl is-active runner").output.find("active\n") != 0 && AllLocksAreFree(); // it is all over
+        return Shell("systemctl is-active runner").output.find("active\n") != 0 && AllLocksAreFree(); // all is over
     }));
     ExpectDefaultTarget();
 }

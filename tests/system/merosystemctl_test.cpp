@@ -10,7 +10,7 @@ using ::testing::MatchesRegex;
 
 namespace {
 
-const std::string kSystemd = "  systemd +"; // before what it said
+const std::string kSystemd = "  systemd +"; // before systemd's message
 
 ShellResult Tool(const std::string& arguments)
 {
@@ -23,7 +23,7 @@ struct Case {
     std::string output; ///< a regular expression
 };
 
-/// But for lines of progress, which come when the machine is slow.
+/// Removes progress lines, which appear if the machine is slow.
 std::string WithoutProgress(const std::string& output)
 {
     const auto isProgress = ::testing::Matches(MatchesRegex("[a-z][^ ]*( [^ ]+)* \\([0-9]+ s\\)(: .*)?"));
@@ -61,7 +61,7 @@ protected:
     }
 };
 
-TEST_F(Merosystemctl, TellsWhatSystemdDid)
+TEST_F(Merosystemctl, ReportsWhatSystemdDid)
 {
     Expect({
         {"start web", 0, ""},
@@ -108,7 +108,7 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
         {"unmask --runtime hidden", 0, ""},
         {"reason remove check boot", 0, ""},
         {"show web FragmentPath", 0, "/run/systemd/system/web.service\n"},
-        {"show web NoSuchProperty", 1, "merosystemctl: web: systemd knows no property NoSuchProperty\n"},
+        {"show web NoSuchProperty", 1, "merosystemctl: web: systemd has no property NoSuchProperty\n"},
         {"show web Id,LoadState", 0, "web.service\nloaded\n"},
         {"show -p Id,LoadState web nowhere", 0,
          "Id=web.service\nLoadState=loaded\n\nId=nowhere.service\nLoadState=not-found\n"},
@@ -135,7 +135,7 @@ TEST_F(Merosystemctl, TellsWhatSystemdDid)
     });
 }
 
-TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
+TEST_F(Merosystemctl, ListsUnitsJobsAndTargets)
 {
     Expect({
         {"list-unit-files", 0, "UNIT +STATE\n.*\nboot.service +disabled\n.*\nbasic.target +static\n.*"},
@@ -165,7 +165,7 @@ TEST_F(Merosystemctl, AsksForUnitsJobsAndTargets)
     Expect({{"start --no-block slow", 0, ""}, {"stop slow", 0, ""}});
 }
 
-TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRuns)
+TEST_F(Merosystemctl, TheLastReleaseStartsAServiceAndWhatItTookDown)
 {
     const std::string kSleeps = "[Service]\nExecStart=/bin/sleep infinity\n", kLinked = "/mero-reason.conf";
     const std::string kOwn = "[Unit]\nConditionDirectoryNotEmpty=!/run/merosystemd/reasons/%n\n";
@@ -215,13 +215,13 @@ TEST_F(Merosystemctl, ReasonsHoldAServiceUntilAllAreGoneAndThenWhatItTookDownRun
     Unit("web.service.d/slow.conf", "[Service]\nExecStartPre=/bin/sleep 1\n");
     Load();
     Shell(std::string(MEROSYSTEMCTL) + " reason release check web & sleep 0.7; kill -KILL $!");
-    EXPECT_TRUE(Reaches("page.service", "active")) << "whoever released it was killed";
+    EXPECT_TRUE(Reaches("page.service", "active")) << "the releasing process was killed";
     EXPECT_TRUE(Comes([] { return Shell("find /run/merosystemd/stopped-along -type f").output == ""; }));
     EXPECT_NE(ActiveState("part"), "active");
     Shell("rm /run/systemd/system/alias.service");
 }
 
-TEST_F(Merosystemctl, TellsWhyAUnitDoesNotRun)
+TEST_F(Merosystemctl, ExplainsWhyAUnitDoesNotRun)
 {
     Unit("broken.service", "[Service]\nType=oneshot\nExecStart=/bin/sh -c 'echo no disk; exit 3'\n");
     Unit("needy.service",
@@ -291,7 +291,7 @@ TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
          "UNIT .*\nsmall.target +starts +named\n.*echo.service +may stop +as does echo.socket\n.*"
          "web.service +stops +small.target does not need it\n.*echo.socket +stops .*merosystemctl: nothing was done.*"},
         {"is-active web small.target", 0, "active\ninactive\n"},
-        {"isolate small.target", 0, "isolated to small.target; what it stops has stopped\n"},
+        {"isolate small.target", 0, "isolated to small.target; everything it stops has stopped\n"},
         {"is-active web", 3, "inactive\n"},
         {"is-active dbus", 0, "active\n"}, // dbus.socket stays
         {"isolate default.target --no-block", 0, "isolated to default.target; .*\n"},
@@ -325,7 +325,7 @@ TEST_F(Merosystemctl, UnmountsVolumesMovesAndKills)
         "merosystemctl: in use by process [0-9]+ \\(sleep\\), fd: /vol1/file\n  -> kill [0-9]+\n";
     const std::string kInSlice = " -- grep -c ':/bulk.slice' /proc/self/cgroup";
     const std::string kNoMove = "merosystemctl: moving to [a-z]*.slice failed\n.*";
-    const bool isAlone = !HasMonitor(); // systemd's hierarchy
+    const bool isAlone = !HasMonitor(); // only systemd's hierarchy exists
     Shell(isAlone ? "true" : "mkdir /sys/fs/cgroup/meromonitor/bulk.slice");
     Expect({
         {"volume unmount /vol1", 1, kHolder + "merosystemctl: nothing was stopped: [^\n]*\n"},

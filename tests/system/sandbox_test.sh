@@ -1,6 +1,6 @@
 #!/bin/bash
-# Checks a mero-sandbox: sandbox_test.sh PROGRAM [v1 | v2 | --alone]. To be run as root. v1 and v2: the version of the
-# cgroups inside (v1). --alone: only what shows when there is no other sandbox on the machine.
+# Checks a mero-sandbox, as root: sandbox_test.sh PROGRAM [v1 | v2 | --alone]. v1 (default) and v2: the cgroup version
+# inside. --alone: only the checks that need a machine without other sandboxes.
 set -u
 
 if [ $# -lt 1 ] || [[ ${2-v1} != @(v1|v2|--alone) ]] || [ ! -x "$1" ] || [ "$(id -u)" -ne 0 ]; then
@@ -8,11 +8,10 @@ if [ $# -lt 1 ] || [[ ${2-v1} != @(v1|v2|--alone) ]] || [ ! -x "$1" ] || [ "$(id
     exit 2
 fi
 
-# Mounts, processes, cgroups and temporary folders of its own make what a sandbox leaves stand out, whoever else runs
-# some. As pid 1, bash also reaps what is orphaned here, which not every caller does.
-# The caller's environment, in which systemctl and bash may say other things, stays outside, and so do the signals that
-# the caller ignores.
-# In a chroot, whose root need not be a mount point, unshare could not make the mounts private.
+# Private mounts, processes, cgroups and temporary folders make leftovers of a sandbox visible, even if others run some
+# too. As pid 1, bash also reaps orphans, which not every caller does. The caller's environment, which may change the
+# messages of systemctl and bash, and its ignored signals stay outside.
+# In a chroot, whose root may not be a mount point, unshare could not make the mounts private.
 apart=(unshare --mount --propagation unchanged)
 if [ -z "${PRIVATE_NAMESPACES:-}" ]; then
     exec env -i --default-signal PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM=xterm \
@@ -26,13 +25,13 @@ cgroups=${2-v1}
 [ "$cgroups" = v2 ] && hierarchies=unified || hierarchies="systemd meromonitor"
 script=/tmp/sandbox_test.sh
 work=/tmp/work
-# A root that is no mount point; it is furnished later.
+# A root that is not a mount point; filled later.
 root=/tmp/root
 
 passed=0
 failed=0
 
-# check WHAT COMMAND...: succeeds when the command does
+# check WHAT COMMAND...: succeeds if the command does
 check() {
     local what=$1
     shift
@@ -63,10 +62,10 @@ prints() {
     [[ $actual == $expected ]]
 }
 
-# What a sandbox could leave, one thing a line: mounts, cgroups, processes, files.
+# What a sandbox could leave behind, one item per line: mounts, cgroups, processes, files.
 traces() {
     sed 's/^/mount /' /proc/self/mountinfo
-    # What /sys/fs/cgroup shows is the whole machine's.
+    # /sys/fs/cgroup shows the whole machine.
     find /mnt -type d -regextype egrep \
         -regex ".*(mero-sandbox.*|\.(slice|scope|service|mount|socket))" -printf "cgroup %p\n"
     find /proc -maxdepth 3 -path '/proc/[0-9]*/ns/pid' -printf '%l process %h in a namespace\n' 2>/dev/null |
@@ -75,7 +74,7 @@ traces() {
     find /tmp /run /dev/shm -maxdepth 1 -not -path $work -printf 'file %p\n'
 }
 
-# Traces that were not there at the start and stay: a dying process needs a moment.
+# New traces that stay: a dying process needs a moment.
 leaves_nothing() {
     local left now
     left=$(traces | sort | comm -13 "$work/before" -)
@@ -89,7 +88,7 @@ leaves_nothing() {
     return 1
 }
 
-# Starts the sandbox in the background, and returns when its command prints something.
+# Starts the sandbox in the background, and returns when its command has printed something.
 start() {
     : >"$work/out"
     "$box" "$@" >"$work/out" 2>"$work/err" &
@@ -102,7 +101,7 @@ start() {
     return 1
 }
 
-# ends STATUS: the sandbox in the background ends so, and leaves nothing.
+# ends STATUS: the background sandbox ends with this status and leaves nothing behind.
 ends() {
     exits "$1" wait "$job" && leaves_nothing
 }
@@ -173,11 +172,11 @@ if [ -z "${PRIVATE_CGROUPS:-}" ]; then
 
     if [ "${2-}" = --alone ]; then
         for name in systemd meromonitor; do
-            has_hierarchy $name && echo "     somebody else has the hierarchy $name" && continue
-            check "a sandbox that is to be killed" start sh -c 'echo up; exec sleep 60'
+            has_hierarchy $name && echo "     another process uses the hierarchy $name" && continue
+            check "a sandbox to be killed" start sh -c 'echo up; exec sleep 60'
             check "has the hierarchy $name" has_hierarchy $name
             kill -KILL "$job"
-            check "and gives it up" gives_up $name
+            check "and releases it" gives_up $name
         done
         finish
     fi
@@ -187,7 +186,7 @@ if [ -z "${PRIVATE_CGROUPS:-}" ]; then
     for name in $hierarchies; do
         mkdir /mnt/$name
         mount_hierarchy $name
-        # What tests that were killed have left goes; a cgroup with processes cannot be removed.
+        # Remove leftovers of killed tests; a cgroup with processes cannot be removed.
         exec 9</mnt/$name
         flock 9
         find /mnt/$name -path '*/sandbox-test.*' -depth -type d -exec rmdir {} + 2>/dev/null
@@ -208,7 +207,7 @@ for name in $hierarchies; do
     umount /mnt/$name
     mount_hierarchy $name
 done
-# Jobs get process groups of their own, and SIGINT is not ignored in them.
+# Gives jobs their own process groups, in which SIGINT is not ignored.
 set -m
 
 traces | sort >"$work/before"
@@ -226,13 +225,13 @@ done <<'TABLE'
 143|kill -TERM $$
 TABLE
 # shellcheck disable=SC2016
-check "a hang-up that its caller ignores is ignored" exits 0 bash -c \
+check "a hang-up that the caller ignores is ignored" exits 0 bash -c \
     'trap "" HUP; "$0" true & sleep 0.2; kill -HUP $!; wait $!' "$box"
-check "status 126 for what cannot be run" exits 126 "$box" /etc/fstab
-check "status 127 for what is not found" exits 127 "$box" no-such-command
+check "status 126 for a file that cannot be run" exits 126 "$box" /etc/fstab
+check "status 127 for a command that is not found" exits 127 "$box" no-such-command
 check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
 check "help" prints "*--release NAME *--cgroup VERSION *126 *cannot be run*127 *was not found*128+N *" "$box" --help
-check "the command's options are the command's" prints "--bind -v" "$box" -- echo --bind -v
+check "the command keeps its options" prints "--bind -v" "$box" -- echo --bind -v
 
 while IFS='|' read -r expected command; do
     check "inside: $command" prints "$expected" "$box" sh -c "$command"
@@ -253,33 +252,33 @@ TABLE
 check "the environment and standard input pass through" \
     prints "value text" env VARIABLE=value bash -c \
     'echo text | "$1" sh -c "read -r t; echo \$VARIABLE \$t"' - "$box"
-check "what the environment says to systemctl does not disturb" \
+check "environment variables for systemctl do no harm" \
     prints "" env POSIXLY_CORRECT=1 SYSTEMD_LOG_LEVEL=debug "$box" true
 check "the working directory is kept" prints /usr/lib env -C /usr/lib "$box" pwd
-check "a working directory that the box lacks becomes /" prints / env -C "$work" "$box" pwd
+check "a working directory that the sandbox lacks becomes /" prints / env -C "$work" "$box" pwd
 mkdir "$work/bound" && echo text >"$work/bound/file"
-# In a cgroup namespace only a hierarchy can be mounted that is there already: that of version 1 here.
+# In a cgroup namespace only an existing hierarchy can be mounted: here that of version 1.
 [ $cgroups = v2 ] || check "cgroups of both versions" prints "cgroup2fs cgroupfs" $program --cgroup mixed sh -c \
     'echo $(stat -fc %T /sys/fs/cgroup /sys/fs/cgroup/meromonitor)'
-# What looks like a newer release; the systemd that boots is the host's.
+# Make it look like a newer release; the systemd that boots is the host's.
 mkdir -p $root/usr/{bin,lib/systemd}
 for file in bin/systemctl lib/systemd/{systemd,libsystemd-shared-258.so}; do
     install /dev/null $root/usr/$file
 done
-check "another root is shown, with the cgroups of its release" prints "cgroup2fs /mero-sandbox" $program --root $root \
+check "another root appears, with that release's cgroups" prints "cgroup2fs /mero-sandbox" $program --root $root \
     --bind /usr sh -c 'echo $(stat -fc %T /sys/fs/cgroup) /mero*'
-check "a bound path is seen" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
+check "a bound path is visible" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
 check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$work/bound/new"
-check "nothing is left by all these" leaves_nothing
+check "all these leave nothing" leaves_nothing
 
 check "writing to the host's settings fails" exits 1 "$box" cp /dev/null /proc/sys/vm/swappiness
 check "the clock cannot be set" exits 1 "$box" date -s 2001-01-01
-check "the box may be written everywhere" exits 0 "$box" sh -c \
+check "the sandbox is writable everywhere" exits 0 "$box" sh -c \
     'hostname other; rm -r /etc/cron.d; echo x >/etc/passwd; echo x >/var/lib/x; systemctl daemon-reload'
 host_state >"$work/host-after"
 check "the host is unchanged" diff "$work/host" "$work/host-after"
 
-check "refuses when not root" fails_saying root setpriv --reuid=65534 --clear-groups "$box" true
+check "refuses to run unless root" fails_saying root setpriv --reuid=65534 --clear-groups "$box" true
 check "refuses without the right to mount" \
     fails_saying "not permitted" setpriv --bounding-set=-sys_admin --inh-caps=-sys_admin "$box" true
 check "refuses without systemd" fails_saying missing \
@@ -289,9 +288,8 @@ check "names a unit that fails" fails_saying "well (degraded): systemd-user-sess
     unit=/usr/lib/systemd/system/systemd-user-sessions.service
     mount --bind "$1" $unit && exec "$0" --bind $unit true' "$box" "$work/failing"
 printf '[Service]\nType=oneshot\nExecStart=/bin/sleep 60\n' >"$work/slow"
-# The line that systemd writes over again and again is seen once.
+# The line that systemd keeps overwriting appears once; systemd 257 writes a new line each second.
 # shellcheck disable=SC2016 # expanded inside
-# systemd 257 writes the line anew each second.
 check "gives up on a boot that takes too long, and shows the console's end" \
     prints 'mero-sandbox: systemd did not finish booting in time:*
   *start running (*s / no limit) [1-9] 0' "${apart[@]}" bash -c '
@@ -303,7 +301,7 @@ check "gives up on a boot that takes too long, and shows the console's end" \
 check "mounts nothing where mounts are shared with others" \
     unshare --mount --propagation shared bash -c \
     'before=$(</proc/self/mountinfo); "$0" true && diff <(echo "$before") /proc/self/mountinfo' "$box"
-check "nothing is left by failures" leaves_nothing
+check "failures leave nothing" leaves_nothing
 
 for delay in 0 0.01 0.03 0.06 0.1 0.15 0.2; do
     for signal in INT:130 KILL:137; do
@@ -321,30 +319,30 @@ kill -INT -- "-$job"
 check "is ended by SIGINT" ends 130
 check "a command that handles SIGTERM" start sh -c 'trap "exit 9" TERM; echo up; while :; do sleep 0.1; done'
 kill -TERM "$job"
-check "is sent it" ends 9
+check "gets it" ends 9
 check "Ctrl-C at a terminal ends the command" exits 130 bash -c \
     '(sleep 2; printf "\003"; sleep 2) | script -qec "$1 sleep 60" /dev/null' - "$box"
 check "and leaves nothing" leaves_nothing
 
-check "a sandbox whose program is to be killed" start sh -c 'echo up; exec sleep 60'
+check "a sandbox whose program will be killed" start sh -c 'echo up; exec sleep 60'
 kill -KILL "$job"
 check "dies" ends 137
-check "a sandbox whose keeper is to be killed too" start sh -c 'echo up; exec sleep 60'
+check "a sandbox whose keeper will be killed too" start sh -c 'echo up; exec sleep 60'
 kill -KILL "$job" "$(pgrep -P "$job" -x mero-keeper)"
 check "dies" exits 137 wait "$job"
 check "and leaves cgroups" prints '*cgroup /mnt/*mero-sandbox-*' traces
 check "which the next one" exits 0 "$box" true
 check "removes" leaves_nothing
-check "a sandbox whose keeper alone is to be killed" start sh -c 'echo up; exec sleep 60'
+check "a sandbox whose keeper alone will be killed" start sh -c 'echo up; exec sleep 60'
 kill -KILL "$(pgrep -P "$job" -x mero-keeper)"
-check "ends its command and says it" exits 137 wait "$job"
-check "says why" grep -q keeper "$work/err"
+check "ends its command" exits 137 wait "$job"
+check "and prints why" grep -q keeper "$work/err"
 check "the next one removes" exits 0 "$box" true
 check "all of it" leaves_nothing
 check "a poweroff inside ends the command" exits 143 "$box" sh -c 'systemctl poweroff; sleep 60'
 check "and leaves nothing" leaves_nothing
 
-# Becomes a sandbox in that root, with the host's folders that $bound names; to be called in a shell of its own.
+# Becomes a sandbox in that root, with the host's folders in $bound. Call it in a subshell.
 chrooted() {
     # shellcheck disable=SC2016 # expanded inside
     exec "${apart[@]}" sh -c 'cd "$1"; for folder in $2; do mount --rbind "/$folder" "$folder"; done
@@ -352,10 +350,10 @@ chrooted() {
         $exec chroot . /mero-sandbox --cgroup "$0" --bind /usr "$@"
         [ "$(cat /proc/self/mountinfo)" = "$before" ] || echo mounts are left' "$cgroups" "$root" "$bound" "$@"
 }
-: >"$root/dev/null" # as who writes to it where there is none makes it
+: >"$root/dev/null" # what writing to a missing /dev/null creates
 for bound in usr "usr proc sys dev"; do
     check "a chroot that has $bound" prints "running*/mero-sandbox" chrooted sh -c 'systemctl is-system-running; echo /mero*'
-    exec=exec box=chrooted check "a sandbox there that is to be killed" start sh -c 'echo up; exec sleep 60'
+    exec=exec box=chrooted check "a sandbox there to be killed" start sh -c 'echo up; exec sleep 60'
     kill -KILL "$job"
     check "dies" ends 137
 done
@@ -371,7 +369,7 @@ several() {
         exits $i wait "${jobs[i - 1]}" || return 1
     done
 }
-check "four at once do not disturb each other" several
+check "four at once do not interfere" several
 check "and leave nothing" leaves_nothing
 
 finish

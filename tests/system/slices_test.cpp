@@ -29,7 +29,7 @@ double Number(const std::string& command)
 
 using RealSlices = Box;
 
-TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
+TEST_F(RealSlices, FiguresMatchTheKernels)
 {
     Unit("load.slice", "[Slice]\n[X-Tarvix]\nName=Load\n");
     Unit("busy.service", "[Service]\nSlice=load.slice\nExecStart=perl -e '$$x = \"a\" x shift; 1 while 1' 209715200\n");
@@ -59,7 +59,7 @@ TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
         EXPECT_NEAR(static_cast<double>(process.MemoryPssGet()), Number(command), 10 * 1024);
     }
     std::this_thread::sleep_for(1s);
-    // What the kernel counted before and after each reading bounds what the reading can have seen.
+    // The kernel's counts before and after each reading bound the result.
     const double end = ticks(), allEnd = allTicks(), share = process.CPUUtilizationGet();
     const double after = ticks(), allAfter = allTicks();
     EXPECT_GE(share, (end - start) / (allAfter - allBefore));
@@ -69,11 +69,11 @@ TEST_F(RealSlices, FiguresAreThoseOfTheKernel)
     EXPECT_TRUE(Comes([] { return !HasMonitor() || Shell("rmdir " + kMonitor + "/sub " + kMonitor).exitCode == 0; }));
 }
 
-/// The calling process' cgroup of systemd's, that of the monitor's, and the slice that it is accounted to.
+/// The calling process' cgroup in systemd's hierarchy, in the monitor's, and the slice that tracks it.
 std::string Place()
 {
     if (Shell("cat /proc/" + std::to_string(getpid()) + "/task/*/cgroup | sort | uniq -u").output != "") {
-        return "the threads are not together";
+        return "the threads are in different cgroups";
     }
     std::string systemd, monitor = "-", slice;
     const bool isSomewhere = MEROSystemdCgroupPathnameGet(getpid(), "name=systemd", systemd) &&
@@ -84,17 +84,17 @@ std::string Place()
                        : "nowhere";
 }
 
-TEST_F(RealSlices, ProcessesMoveThemselvesInTheHierarchies)
+TEST_F(RealSlices, ProcessesMoveThemselvesInBothHierarchies)
 {
     Unit("bulk.slice", "[Slice]\n");
-    Unit("single.slice", "[Slice]\n"); // the monitor does not have it
+    Unit("single.slice", "[Slice]\n"); // not in the monitor's hierarchy
     Load();
     Shell("systemctl start bulk.slice single.slice");
     HasMonitor() ? Shell("mkdir /sys/fs/cgroup/meromonitor/bulk.slice") : ShellResult();
     const auto both = MEROSystemdCgroupSystemdSliceMove;
     const auto monitor = MEROSystemdCgroupMonitorSliceMove;
     const std::string home = IsUnified() ? "/mero-sandbox" : "/", scope = IsUnified() ? "/scope" : "";
-    // A move, and the cgroups after it; without the monitor's hierarchy its slice is the first folder of systemd's.
+    // A move and the cgroups after it. Without the monitor's hierarchy the slice is the first folder in systemd's.
     const std::tuple<std::function<bool()>, std::string, std::string> moves[] = {
         {[&] { return both("bulk.slice"); }, "/bulk.slice" + scope, "bulk.slice"},
         {[&] { return monitor("bulk.slice") == HasMonitor(); }, home, HasMonitor() ? "bulk.slice" : "none"},
@@ -104,11 +104,11 @@ TEST_F(RealSlices, ProcessesMoveThemselvesInTheHierarchies)
          HasMonitor() ? "none" : "single.slice"},
         {[&] { return !both("missing.slice") && !monitor("missing.slice"); }, home, "none"},
     };
-    for (const auto& [move, systemd, slice] : moves) { // in a process of its own each
+    for (const auto& [move, systemd, slice] : moves) { // each in a new process
         const std::string monitors = !HasMonitor() ? "-" : slice == "none" ? "/" : "/" + slice;
         const std::string place = systemd + " " + monitors + " " + slice;
         const auto beMany = [] { std::thread(pause).detach(), std::thread(pause).detach(); };
-        EXPECT_EXIT((beMany(), std::cerr << (move() ? Place() : "not so"), _exit(0)), ExitedWithCode(0), Eq(place));
+        EXPECT_EXIT((beMany(), std::cerr << (move() ? Place() : "failed"), _exit(0)), ExitedWithCode(0), Eq(place));
     }
     Shell("rmdir /sys/fs/cgroup/meromonitor/bulk.slice");
 }

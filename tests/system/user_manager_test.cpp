@@ -22,7 +22,7 @@ protected:
         Shell("chown -R walter ~walter; systemctl start user@" + std::to_string(uid) + ".service");
     }
 
-    /// Calls `body` as the user, with an environment that says nothing of a session.
+    /// Calls `body` as the user, without a session's environment.
     template <typename Body>
     int AsUser(Body&& body)
     {
@@ -35,7 +35,7 @@ protected:
     uid_t uid = 0;
 };
 
-TEST_F(UserManager, AUserStartsAndStopsAUnitOfTheirOwn)
+TEST_F(UserManager, AUserStartsAndStopsTheirOwnUnit)
 {
     const auto isActive = [this] {
         return Shell("XDG_RUNTIME_DIR=/run/user/" + std::to_string(uid) +
@@ -47,13 +47,13 @@ TEST_F(UserManager, AUserStartsAndStopsAUnitOfTheirOwn)
     EXPECT_EQ(isActive(), "active\n");
     EXPECT_EQ(AsUser([] { return MEROSystemdStop("own"); }), 1);
     EXPECT_EQ(isActive(), "inactive\n");
-    // Copies: an ordinary user may not be able to enter the folder that this was built in.
+    // Use copies: an ordinary user may not be able to enter the build folder.
     EXPECT_EQ(Shell("install -D -t /tmp/tool " MEROSYSTEMCTL " " MERO_LIBRARIES " && cd / && setpriv --reuid=walter "
                     "--regid=walter --clear-groups env -i LD_LIBRARY_PATH=/tmp/tool /tmp/tool/merosystemctl start own")
                   .output,
               "");
     EXPECT_EQ(isActive(), "active\n");
-    // The system's manager, which they may ask, does not know the unit.
+    // The system's manager, which the user may query, does not know the unit.
     const auto isUnknown = [] {
         const SystemctlOpts forced = SystemctlOptsBuilder().SetForceSystem(true).Build();
         const auto read = [](int, const auto& lines) { return lines[0] == "LoadState=not-found\n"; };

@@ -12,7 +12,7 @@ using namespace MERO::Test;
 namespace {
 
 using Texts = std::vector<std::string>;
-using Runs = std::map<std::string, std::string>; ///< of services that run: what tells this run from the next
+using Runs = std::map<std::string, std::string>; ///< running services, each with an ID of this run
 
 const std::string kAll = "[X-Tarvix]\nVolumeDependency=all\n";
 const std::string kPartial = "[X-Tarvix]\nVolumeDependency=partial\n";
@@ -42,7 +42,7 @@ protected:
         EXPECT_TRUE(MEROSystemdVolumeRegister("some", "/vol1") && MEROSystemdVolumeRegister("other", "/vol2") &&
                     MEROSystemdVolumeRegister("pkgctl-Bar", "/vol1") &&
                     MEROSystemdPackageVolumeRegister("Foo", "/vol1"));
-        EXPECT_TRUE(Comes([users = Texts()]() mutable { // helper, inside, maps, open and some have got there
+        EXPECT_TRUE(Comes([users = Texts()]() mutable { // helper, inside, maps, open and some are listed
             return MEROSystemdServiceListByMntPath("/vol1", users) && users.size() == 5;
         }));
     }
@@ -51,7 +51,7 @@ protected:
         Shell("umount -l /vol1 /vol2 /vol10; rm -r /var/packages/Foo /usr/mero/etc/merosystemd/volume-register");
     }
 
-    /// A service that sleeps.
+    /// Adds a service that sleeps.
     void Service(const std::string& name, const std::string& text)
     {
         Unit(name + ".service", "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n" + text);
@@ -97,22 +97,22 @@ protected:
     const Texts ofVolume1_{"all", "front", "helper", "inside", "maps", "open", "pkgctl-Foo", "some"};
 };
 
-TEST_F(RealVolumes, ExactlyTheirServicesStopAndRunAgainInOrder)
+TEST_F(RealVolumes, ExactlyTheVolumesServicesStopAndStartAgainInOrder)
 {
     Runs before = Now();
     ASSERT_TRUE(_MEROSystemdVolumeUnmountAction({"/vol1"}, [&] {
         EXPECT_EQ(Now().size(), before.size() - ofVolume1_.size());
-        return MEROSystemdStop("optout") && MountAnew("/vol1"); // that one is for others to stop
+        return MEROSystemdStop("optout") && MountAnew("/vol1"); // optout is for others to stop
     }));
     EXPECT_EQ(StartedSince(before), ofVolume1_);
-    EXPECT_EQ(Now().size(), before.size() - 1) << "all but that one";
+    EXPECT_EQ(Now().size(), before.size() - 1) << "all but optout";
     const auto time = [](const std::string& unit, const std::string& change) {
         return std::stol(Shell("systemctl show --value -p " + change + "TimestampMonotonic " + unit).output);
     };
     EXPECT_GE(time("open", "ActiveExit"), time("all", "InactiveEnter"));
     EXPECT_GE(time("all", "InactiveExit"), time("open", "ActiveEnter"));
 
-    // The target fails at once, while a service is still stopping.
+    // The target fails immediately, while a service is still stopping.
     before = Now();
     Unit("all.service.d/slow.conf", "[Service]\nExecStop=/bin/sleep 1\n");
     Unit("fails.service", "[Service]\nType=oneshot\nExecStart=/bin/false\n");
@@ -134,7 +134,7 @@ TEST_F(RealVolumes, AServiceThatRefusesToStopIsNotLost)
     EXPECT_EQ(StartedSince(before), (Texts{"all", "other", "refuses", "stays"}));
 }
 
-TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
+TEST_F(RealVolumes, UnitsThatSystemdStopsAlongStartAgain)
 {
     Service("web", "[Unit]\nRequires=db.service\nAfter=db.service\n");
     Service("front2", "[Unit]\nBindsTo=web.service\nAfter=web.service\n");
@@ -172,7 +172,7 @@ TEST_F(RealVolumes, WhatSystemdStopsAlongRunsAgain)
               "active\nactive\nactive\ninactive\n");
 }
 
-TEST_F(RealVolumes, AUnitThatUnmountsItsOwnVolumeComesBack)
+TEST_F(RealVolumes, AUnitThatUnmountsItsOwnVolumeStartsAgain)
 {
     Service("own", "ExecStart=\nExecStart=/bin/sh -c '[ -e /run/once ] && exec sleep infinity; touch /run/once; "
                    "exec " MEROSYSTEMCTL " volume unmount /vol2 -- sleep 60'\n[Unit]\nRequires=other.service\n");
@@ -182,10 +182,10 @@ TEST_F(RealVolumes, AUnitThatUnmountsItsOwnVolumeComesBack)
     EXPECT_EQ(Shell("rm /run/once; ls -A /run/merosystemd | grep unmount").output, "");
 }
 
-TEST_F(RealVolumes, ThePlanNamesEachCauseAndWhatIsInTheWay)
+TEST_F(RealVolumes, ThePlanNamesEachCauseAndBlocker)
 {
     Shell("systemd-run --scope --unit=holder sleep infinity < /vol1/file > /dev/null 2>&1 &");
-    const auto plan = [] { // without the numbers of processes
+    const auto plan = [] { // without process IDs
         return Shell(MEROSYSTEMCTL
                      " volume plan /vol1 2> /dev/null | grep -e '[.]s' -e '->' | sed -E 's/ [0-9]+( |$)/\\1/g; s/  "
                      "+/ /g; s/ $//' | sort")

@@ -1,4 +1,4 @@
-// Hosts that behave badly, and a systemctl that does: every caller gets an answer, and nothing stays behind.
+// Hosts and a systemctl that behave badly: every caller gets an answer, and nothing stays behind.
 #include "torture/torture.h"
 
 #include <sys/resource.h>
@@ -18,7 +18,7 @@ void Limit(int resource, rlim_t limit)
     setrlimit(static_cast<__rlimit_resource>(resource), &limits);
 }
 
-/// A handler that reaps takes an exit status away now and then.
+/// A handler that reaps all children sometimes takes an exit status away.
 void ReapAll(int)
 {
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
@@ -29,19 +29,19 @@ const std::string kAll = "start show enable register ", kAny = "any";
 
 struct Case {
     const char* name;
-    std::function<void()> behave; ///< in a process of its own
-    std::string systemctl = "";   ///< instead of the one that works
+    std::function<void()> behave; ///< in a new process
+    std::string systemctl = "";   ///< in place of the working one
     std::string done = kAll;
-    double atLeast = 0, atMost = 20; ///< seconds for all that is asked
+    double atLeast = 0, atMost = 20; ///< seconds for all calls
 };
 const Case kCases[] = {
-    {"the host has no descriptor but the log's", // which is 0 then
+    {"the host has no descriptor but the log's", // which then is 0
      [] {
          closelog();
          close_range(0, ~0U, 0);
          openlog(nullptr, LOG_NDELAY, LOG_USER);
      }},
-    {"the host may have 20 descriptors", [] { Limit(RLIMIT_NOFILE, 20); }},
+    {"the host can have only 20 descriptors", [] { Limit(RLIMIT_NOFILE, 20); }},
     {"the host has no descriptor left",
      [] {
          Limit(RLIMIT_NOFILE, 10);
@@ -57,13 +57,13 @@ const Case kCases[] = {
      }},
     {"the host has an odd locale", [] { setlocale(LC_ALL, "C.UTF-8"), setenv("LC_ALL", "xx_XX", 1); }},
     {"the host has no environment", [] { clearenv(); }},
-    {"the host may write no files", [] { signal(SIGXFSZ, SIG_IGN), Limit(RLIMIT_FSIZE, 0); }, "echo Id=a.service",
+    {"the host can write no files", [] { signal(SIGXFSZ, SIG_IGN), Limit(RLIMIT_FSIZE, 0); }, "echo Id=a.service",
      "start show enable "},
     {"the host reaps all children", [] { signal(SIGCHLD, ReapAll); }, "", kAny},
     {"systemctl hangs for a second", [] {}, "echo Id=a.service; sleep 1", kAll, 3},
     {"systemctl prints a line of 100 MiB", [] {},
      "echo Id=a.service; [ $1 != start ] || head -c 104857600 /dev/zero | tr '\\0' 'x'", kAll, 0, 60},
-    {"systemctl fails with all bytes there are", [] {}, "head -c 300000 /dev/urandom; exit 1", "register "},
+    {"systemctl fails and prints every byte", [] {}, "head -c 300000 /dev/urandom; exit 1", "register "},
     {"systemctl closes its output and lives on", [] {}, "echo Id=a.service; exec >&- 2>&-; sleep 1", kAll, 3},
     {"a grandchild holds systemctl's output", [] {}, "echo Id=a.service; sleep 1 & exit 0", kAll, 3},
 };
@@ -84,7 +84,8 @@ void CheckHost(Run& run, const Case& c)
         done += MEROSystemdEnable("a") ? "enable " : "";
         done += MEROSystemdVolumeRegister("a", "/run/pool") ? "register " : "";
         expect(done == c.done || c.done == kAny, "done: " + done);
-        const bool isValue = value.starts_with("a.service") || value.find("getcwd") != value.npos; // the shell's
+        const bool isValue =
+            value.starts_with("a.service") || value.find("getcwd") != value.npos; // a message of the shell
         expect(isValue || done.find("show") == done.npos, "the value is " + value);
         run.Done(4);
     }
@@ -102,7 +103,7 @@ MERO_TORTURE(bad_hosts, Machine)
 {
     for (const Case& c : kCases) {
         World world;
-        c.systemctl.empty() ? void() : World::WriteProgram("/usr/bin/systemctl", c.systemctl + "\n"); // writes no file
+        c.systemctl.empty() ? void() : World::WriteProgram("/usr/bin/systemctl", c.systemctl + "\n"); // logs no calls
         run.InChild(c.name, [&] { CheckHost(run, c); });
     }
 }

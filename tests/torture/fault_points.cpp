@@ -9,7 +9,7 @@ using namespace MERO::Torture;
 
 constinit thread_local Faults MERO::Torture::faults{};
 
-/// Whether this call is the one that fails.
+/// Whether this call is the one that should fail.
 static bool Fails(FaultKind kind, const char* name, int error)
 {
     if (!faults.isArmed || faults.kind != kind || ++faults.count != faults.nth) {
@@ -20,10 +20,10 @@ static bool Fails(FaultKind kind, const char* name, int error)
     return true;
 }
 
-/// Any function of up to six numbers and addresses: all of them are in registers.
+/// Fits any function of up to six numbers and addresses: all of them are passed in registers.
 using Any = long(long, long, long, long, long, long);
 
-/// A function of the C library, under another name here, which returns `failure` where it fails.
+/// Replaces a function of the C library; it returns `failure` when it should fail.
 #define FAULT(name, next, fails, failure)                                                                              \
     Any Fault_##name __asm__(#name);                                                                                   \
     long Fault_##name(long a, long b, long c, long d, long e, long f)                                                  \
@@ -32,12 +32,12 @@ using Any = long(long, long, long, long, long, long);
     }
 #define NEXT(name) reinterpret_cast<Any*>(dlsym(RTLD_NEXT, #name))
 #define FAULT_POINT(name, error, failure) FAULT(name, NEXT(name), Fails(FaultKind::SystemCall, #name, error), failure)
-/// One that a signal can break off as well. `error` 0: it does not fail otherwise.
+/// A function that a signal can interrupt as well. `error` 0: it does not fail otherwise.
 #define INTERRUPTIBLE(name, error)                                                                                     \
     FAULT(name, NEXT(name),                                                                                            \
           Fails(FaultKind::Interruption, #name, EINTR) || (error != 0 && Fails(FaultKind::SystemCall, #name, error)),  \
           -1)
-/// One that asks for memory. dlsym may do that too.
+/// A function that allocates. dlsym() may allocate too.
 #define ALLOCATION(name)                                                                                               \
     Any __libc_##name;                                                                                                 \
     FAULT(name, __libc_##name, Fails(FaultKind::Allocation, #name, ENOMEM), 0)

@@ -1,4 +1,5 @@
-// Each call into the system that a function makes fails once, or is broken off by a signal: the 1st, ... the last one.
+// Each call of a function into the system fails once, or is interrupted by a signal: the first, the second, up to the
+// last.
 #include "support/operations.h"
 #include "torture/fault_points.h"
 #include "torture/torture.h"
@@ -18,13 +19,13 @@ using namespace MERO::Torture;
 namespace {
 
 constexpr const char* kCalls = "/run/systemctl.calls";
-constexpr long kMostFaults = 400; ///< of one function and kind: of more calls some are taken, of each function others
+constexpr long kMostFaults = 400; ///< per function and kind; of more calls a sample is taken, which differs by function
 
-/// A run without a fault, as the forked child reports it, and what the one with a fault is like.
+/// A run without a fault, as the forked child reports it, and whether the run with a fault was silent.
 struct GoodRun {
     long calls = 0;
     bool isDone = false, isDoneAgain = false;
-    bool isSilent = false; ///< a call into the system failed, and the error register does not say so
+    bool isSilent = false; ///< a call into the system failed, and the error register is 0
     char text[4000] = {};
 };
 
@@ -40,7 +41,7 @@ bool Opens()
 bool Forks()
 {
     const int pid = MLIBCProcForkEx(MLIBC_FORK_DETACHED);
-    return pid == 0 ? _exit(1), false : pid > 0; // nobody asks how it ends, unless it is the host
+    return pid == 0 ? _exit(1), false : pid > 0; // its exit status is noticed only if this is the host
 }
 
 bool IsAlive()
@@ -73,7 +74,7 @@ Function Platform(const char* name, bool (*call)(), const std::set<int>& errors)
     return {name, nullptr, false, answer, errors};
 }
 
-/// The platform's, with the errors that their headers promise; without any they must not fail.
+/// The platform's functions, with the errors that their headers promise; those without any must not fail.
 const Function kPlatform[] = {
     Platform("MLIBCPopenvc", Opens, {MLIBC_ERR_START_PROGRAM}),
     Platform("MLIBCProcForkEx", Forks, {MLIBC_ERR_FORK}),
@@ -84,25 +85,25 @@ const Function kPlatform[] = {
              {MLIBC_ERR_OPEN_FILE, MLIBC_ERR_READ_FILE, MLIBC_ERR_WRITE_FILE, MLIBC_ERR_NO_MEMORY}),
 };
 
-/// What an operation leaves undone, and says so in the log only, as its header or its source tells.
+/// Work that an operation may leave undone and only log, as its header or its source says.
 struct BestEffort {
-    const char* function; ///< a part of its name
+    const char* function; ///< part of the name
     const char* undone;   ///< the beginning of a file's path, or of systemctl's arguments
 };
 const BestEffort kBestEffort[] = {
-    {"", "list-jobs"}, // asks for jobs that may be in the way
+    {"", "list-jobs"}, // looks for jobs that may be in the way
     {"nable", "/usr/mero/etc/merosystemd/enable-status-changed"},
     {"Disable", "/usr/mero/etc/merosystemd/enable-status"},
     {"Reason", "reset-failed|daemon-reload|show|/run/merosystemd/stopped-along"},
     {"Uninstall", "is-enabled|reset-failed|/run/merosystemd/reasons/|/usr/mero/etc/merosystemd/enable-status"},
     {"Isolate", "/run/merosystemd/(status_monitor.exit.lock|isolate-state)"},
     {"KillSlice", "stop|kill a.slice"},
-    {"Unmount", "/run|s|daemon-reload"}, // units that cannot be asked do not stop
+    {"Unmount", "/run|s|daemon-reload"}, // units whose state is unknown do not stop
 };
-/// Functions whose answers tell what could not be found out, or leave it out.
+/// Functions whose answers report or omit what could not be determined.
 constexpr const char* kPartialAnswers = "IsolateTarget|UnmountPlan|IsSupportGet|ServiceListByMntPath|TickGet|PssGet";
-/// Those whose "no" is an answer, and not logged.
-constexpr const char* kQuestions = "SliceList|CgroupPathnameGet|GetByPid|MonitorSliceGet|Process";
+/// Functions whose "no" is an answer and is not logged.
+constexpr const char* kQueries = "SliceList|CgroupPathnameGet|GetByPid|MonitorSliceGet|Process";
 
 bool MayBeUndone(const Function& function, const std::string& what)
 {
@@ -111,7 +112,7 @@ bool MayBeUndone(const Function& function, const std::string& what)
     });
 }
 
-/// Process IDs differ from run to run.
+/// Replaces process IDs, which differ from run to run.
 Files FilesButIDs()
 {
     Files files = FilesNow();
@@ -121,7 +122,7 @@ Files FilesButIDs()
     return files;
 }
 
-/// systemctl's runs that count.
+/// The systemctl runs that must happen.
 std::string EssentialCalls(const Function& function, Files& files)
 {
     std::istringstream lines(files[kCalls]);
@@ -132,7 +133,7 @@ std::string EssentialCalls(const Function& function, Files& files)
     return calls;
 }
 
-/// When the way back runs out of memory, the watcher takes over. Here it waits for jobs that are always listed.
+/// If restoring runs out of memory, the watcher takes over. Here it would wait for jobs that are always listed.
 void EndWatcher()
 {
     const std::string record = "/run/merosystemd/volume-unmount.json";
@@ -141,15 +142,15 @@ void EndWatcher()
     }
 }
 
-/// What a call has left on the disk: each file is whole, as it was before or as it is after a success; and after a
-/// success all are as they should be. A unit that the library makes lacks a key for which there was no memory.
+/// Checks what a call left on disk. Each file is whole: as before, or as after a success; after a success all must be
+/// new. A unit file that the library writes may lack a key for which there was no memory.
 std::string FileFault(const Function& function, const Files& before, Files good, bool done)
 {
     EndWatcher();
     Files now = FilesButIDs();
     const std::string calls = EssentialCalls(function, now);
     if (done && calls != EssentialCalls(function, good)) {
-        return "systemctl has only run: " + calls;
+        return "systemctl ran only: " + calls;
     }
     Files all = now;
     all.insert(before.begin(), before.end()), all.insert(good.begin(), good.end()), all.erase(kCalls);
@@ -169,7 +170,7 @@ std::string FileFault(const Function& function, const Files& before, Files good,
     return "";
 }
 
-/// How the first call ends, and that the next one works.
+/// Checks how the first call ends, and that the next one works.
 void Check(Run& run, const Function& function, const std::string& what, GoodRun& good, const Files& before,
            const Files& after)
 {
@@ -183,7 +184,7 @@ void Check(Run& run, const Function& function, const std::string& what, GoodRun&
     };
     run.ExpectSame(footprint, Footprint(), what + faults.failed + "): ");
     const bool isCall = faults.kind == FaultKind::SystemCall;
-    good.isSilent = !answer.done && isCall && MLIBCErrGet() == 0 && !Has(function.name, kQuestions);
+    good.isSilent = !answer.done && isCall && MLIBCErrGet() == 0 && !Has(function.name, kQueries);
     const bool mayThrow =
         !Has(function.name, "^M(ERO|LIB)C") && (function.mayThrow || answer.thrown == "std::bad_alloc");
     expect(answer.thrown.empty() || mayThrow, "throws " + answer.thrown);

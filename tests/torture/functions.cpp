@@ -31,7 +31,7 @@ std::string Demangled(const char* name)
     return Test::Replaced(boost::core::demangle(name), string, "string");
 }
 
-/// What an output holds; of options and actions nothing.
+/// The text of an output; empty for options and actions.
 template <typename T>
 std::string Shown(const T& value)
 {
@@ -63,11 +63,11 @@ std::string Shown(const T& value)
     return "";
 }
 
-/// One call, and its arguments.
+/// One call and its arguments.
 struct Turn {
-    Texts texts;          ///< of its row: the inputs take them, first to last
-    int bad;              ///< which of the ways in which an argument can be bad is taken
-    std::string way = {}; ///< that one
+    Texts texts;          ///< the row's; the inputs take them in order
+    int bad;              ///< index of the way in which an argument is bad
+    std::string way = {}; ///< its description
     int ways = 0, parameter = 0;
     std::vector<std::shared_ptr<void>> kept = {};
     std::vector<std::function<std::string()>> outputs = {};
@@ -103,7 +103,7 @@ struct Turn {
     }
 };
 
-/// An argument of one type. Those of C++ that are listed nowhere are outputs, options and actions.
+/// An argument of one type. C++ types that are not listed are outputs, options and actions.
 template <typename T>
 T Made(Turn& turn)
 {
@@ -197,7 +197,7 @@ void AddOne(const Texts& texts, R (*function)(Args...))
                      }});
 }
 
-/// Functions that are given the same texts, each as many as it takes.
+/// Adds functions that get the same texts, each as many as it takes.
 template <typename... Shapes>
 void Add(const Texts& texts, Shapes*... functions)
 {
@@ -330,7 +330,7 @@ World::World(StandIn systemctl)
     for (const auto& [path, text] : std::map<std::string, std::string>{
              {"/usr/lib/systemd/system/a.service", keys},
              {"/usr/lib/systemd/system/a.slice", keys},
-             {"/usr/mero/etc/support.conf", "k=yes\n" + std::string(5000, '#')}, // more than is read at once
+             {"/usr/mero/etc/support.conf", "k=yes\n" + std::string(5000, '#')}, // more than one read
              {"/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"},
              {"/usr/mero/etc/merosystemd/volume-register/a.service", "[\"/old\"]\n"},
              {"/var/packages/P/etc/meropkg_conf/reg_volume", "[\"/old\"]\n"},

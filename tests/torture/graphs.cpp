@@ -1,5 +1,5 @@
-// Random graphs of services on one volume: exactly those that depend on it stop while it is unmounted, systemd stops
-// along those that require them, and all of them run again, whoever is killed in between.
+// Random graphs of services on one volume. While it is unmounted, exactly the services that depend on it stop, systemd
+// stops those that require them, and all of them start again, whoever is killed in between.
 #include "support/lock.h"
 #include "torture/torture.h"
 
@@ -19,9 +19,9 @@ const std::string kPartial = kKeys + "VolumeDependency=partial\n";
 
 /// How a unit of the graph depends on the volume.
 struct Way {
-    std::string prefix; ///< of its name: a package's, or not
+    std::string prefix; ///< of the name: a package's or not
     std::string text;
-    std::string registered; ///< the volume that it, or its package, registers
+    std::string registered; ///< the volume that the service or its package registers
     bool stops;
     bool isInstance = false;
 };
@@ -40,8 +40,8 @@ const Way kWays[] = {
 
 struct Graph {
     Texts services;
-    Names stops; ///< that the library has to name
-    Names falls; ///< those and what requires them
+    Names stops; ///< those that the library must name
+    Names falls; ///< those and the services that require them
 };
 
 bool MountAnew()
@@ -51,7 +51,7 @@ bool MountAnew()
     return Shell(anew).exitCode == 0;
 }
 
-/// Edges lead to smaller numbers.
+/// Makes a random graph. Edges lead to smaller numbers.
 Graph MakeGraph(Run& run)
 {
     Graph graph;
@@ -104,7 +104,7 @@ Graph MakeGraph(Run& run)
     return graph;
 }
 
-using Runs = std::map<std::string, std::string>; ///< the services that run now, and which run of theirs it is
+using Runs = std::map<std::string, std::string>; ///< the running services, each with the ID of this run
 
 Runs Running(const Graph& graph)
 {
@@ -155,11 +155,11 @@ void Unmount(Run& run, const Graph& graph)
         run.Expect(during.contains(service) != falls, service + (falls ? " did not stop" : " stopped"));
         run.Expect(isBack, service + " is not active again");
         run.Expect(!isBack || (after[service] != before.at(service)) == falls,
-                   service + (falls ? " runs on" : " runs anew"));
+                   service + (falls ? " was not restarted" : " was restarted"));
     }
 }
 
-/// Who is killed while the volume is being unmounted.
+/// Who is killed during the unmount.
 enum class Killed { Nobody, Caller, CallerAndWatcher };
 
 void UnmountAndKill(Run& run, const Graph& graph, Killed killed)
@@ -171,17 +171,17 @@ void UnmountAndKill(Run& run, const Graph& graph, Killed killed)
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(run.Random(2500)));
     VolumeUnmountState state;
-    if (killed == Killed::CallerAndWatcher) { // one after the other: there is no way to kill both at once
+    if (killed == Killed::CallerAndWatcher) { // one after the other: nothing can kill both at the same moment
         kill(caller, SIGSTOP);
         Shell("jq -r .watcher.pid /run/merosystemd/volume-unmount.json 2> /dev/null | xargs -r kill -9");
     }
     kill(caller, SIGKILL);
     ResultOf(caller);
     if (killed == Killed::CallerAndWatcher) {
-        const auto isOver = [&] { // a watcher that has nothing to go back from takes a moment to end
+        const auto isOver = [&] { // a watcher that has nothing to restore takes a moment to end
             return MEROSystemdVolumeUnmountStateGet(state) && state.kind != VolumeUnmountState::Kind::Running;
         };
-        run.Expect(Comes(5s, isOver), "an unmounting of which nobody is left goes on");
+        run.Expect(Comes(5s, isOver), "an unmount without any process goes on");
         run.Expect(MEROSystemdVolumeUnmountRecover(), "recovering failed");
         ExpectAllBack(run, graph, before, "the watcher was killed too");
     } else {
@@ -198,7 +198,7 @@ void UnmountAndKill(Run& run, const Graph& graph, Killed killed)
 MERO_TORTURE(graphs, Systemd)
 {
     std::filesystem::create_directories("/vol");
-    for (int left = run.Scaled(100); left > 0 && run.Expect(MountAnew(), "the volume cannot be mounted anew"); --left) {
+    for (int left = run.Scaled(100); left > 0 && run.Expect(MountAnew(), "the volume cannot be remounted"); --left) {
         const Graph graph = MakeGraph(run);
         MEROSystemdDaemonReload();
         Texts failed;

@@ -1,5 +1,5 @@
-// Every exported function, called so that it succeeds and so that it fails: bad arguments are refused, the host is left
-// as it was, and sixteen threads may call them at once.
+// Calls every exported function so that it succeeds and so that it fails: bad arguments are refused, the host's state
+// does not change, and sixteen threads can call at the same time.
 #include "torture/torture.h"
 
 #include <merocore/error.h>
@@ -19,7 +19,7 @@ using namespace MERO::Torture;
 
 namespace {
 
-/// All that a host would notice, a line each.
+/// Everything that a host would notice, one item per line.
 std::string HostState()
 {
     std::ostringstream text;
@@ -48,7 +48,7 @@ std::string HostState()
     return text.str();
 }
 
-/// A host whose state is nowhere the one that processes begin with.
+/// Gives this host a state that differs in everything from that of a new process.
 void BeAHost()
 {
     sigset_t blocked;
@@ -74,7 +74,7 @@ void BeAHost()
     (void)!dup(STDIN_FILENO); // not close-on-exec
 }
 
-/// Exported functions that the table lacks. Members of classes have no addresses to look for.
+/// Finds exported functions that the table lacks. Members of classes have no addresses to look up.
 void CheckTable(Run& run)
 {
     Dl_info library{};
@@ -93,10 +93,10 @@ void CheckTable(Run& run)
     run.Expect(known.size() > 150, "the exported functions cannot be listed");
 }
 
-/// A bad argument is refused: nothing is done, one line is logged, and the call fails with 0x0D00. But for these:
+/// A bad argument is refused: nothing is done, one line is logged, and the call fails with 0x0D00. The exceptions:
 enum class Instead { Works, Fails, Throws };
 struct Exception {
-    const char *function, *way; ///< what they hold; the first one that fits is it
+    const char *function, *way; ///< patterns; the first entry that matches both applies
     Instead instead;
     const char* why;
 };
@@ -106,20 +106,20 @@ constexpr Exception kExceptions[] = {
     {"MEROCSystemdVolumeUnmountAction", "is empty", Instead::Fails, "a list with a bad path is refused without a line"},
     {"Reason|UnmountAction|able|ask|Uninstall|ShowProperties", "holds null", Instead::Fails,
      "the list's exception is logged"},
-    {"Group", "holds null", Instead::Throws, "that the lists of actions hold none is up to the caller"},
-    {"CheckServiceHasReason|IsRegisteredBy", "", Instead::Fails, "a question: no"},
-    {"CgroupPathnameGet|GetByPid|Process::|ProcessList|LinkMeroReason", "", Instead::Fails, "there is no such thing"},
+    {"Group", "holds null", Instead::Throws, "callers must not put null into lists of actions"},
+    {"CheckServiceHasReason|IsRegisteredBy", "", Instead::Fails, "a query: no"},
+    {"CgroupPathnameGet|GetByPid|Process::|ProcessList|LinkMeroReason", "", Instead::Fails, "no such object"},
     {"UnlinkReasons", "2 ", Instead::Works, "there is nothing to do"},
     {"ServiceListByMntPath", "1 is empty", Instead::Works, "every path is below that one"},
     {"ListPackageByRegisteredVolume", "", Instead::Works, "nobody has registered that"},
     {"ListUnits", "", Instead::Works, "units of every type are listed"},
     {"MEROSystemdSystemctl", "", Instead::Works, "systemctl judges its own arguments"},
     {"[^e]WithOptions|OptionsInternal|IntDefaultTargetSet|(art|top|load|[^e]nable|isable|ask)Observed", "1 ",
-     Instead::Works, "there need be no options"},
+     Instead::Works, "options are optional"},
     {"IsolateTarget(Observed)?\\(|Group", "null output|leads to null", Instead::Works, "this output is optional"},
 };
 
-/// The condition that the line of a refused argument says, which programs match.
+/// The condition in the log line of a refused argument, which programs match.
 const std::map<std::string, std::string> kConditions{
     {"is empty", R"(\(?!(?:str|vec)(\w+?)s?\.empty\(\)(?: && IsSliceName\(strSlice\))?\)?)"},
     {"is a null text", R"(nullptr != sz(\w+))"},
@@ -131,7 +131,7 @@ const std::map<std::string, std::string> kConditions{
     {"is 0", R"(0 < cb(\w+))"},
 };
 
-/// Lock files stay.
+/// All files but locks, which stay.
 Files Written()
 {
     Files files = FilesNow();
@@ -139,7 +139,7 @@ Files Written()
     return files;
 }
 
-/// Whether a call was refused as it should be: by one line, of the place that the error names.
+/// Whether a call was refused properly: by one line from the place that the error names.
 bool IsRefusal(World& world, const Answer& answer, const std::string& log)
 {
     const std::string way = answer.way.substr(answer.way.find(' ') + 1);
@@ -148,7 +148,7 @@ bool IsRefusal(World& world, const Answer& answer, const std::string& log)
     return MLIBCErrGet() == 0x0D00 && std::regex_match(log, line) && answer.isUntouched && world.Calls().empty();
 }
 
-/// Calls each function well and, when systemctl works, with an argument that is bad in each of the ways.
+/// Calls each function well and, if systemctl works, with an argument that is bad in each possible way.
 void CallAll(Run& run, StandIn systemctl)
 {
     for (const Function& function : Functions()) {
@@ -160,7 +160,7 @@ void CallAll(Run& run, StandIn systemctl)
             const Answer answer = function.call(bad);
             const bool isGood = bad < 0;
             if (!isGood && answer.way.empty()) {
-                break; // there is no such way
+                break; // there are no more ways
             }
             const std::string what = function.name + (isGood ? ", systemctl " + std::to_string(int(systemctl)) + ": "
                                                              : ", whose argument " + answer.way + ": ");
@@ -176,14 +176,14 @@ void CallAll(Run& run, StandIn systemctl)
             run.Expect(answer.done == (instead == Instead::Works) || systemctl != StandIn::Works,
                        what + (answer.done ? "succeeds" : "fails"));
             run.Expect(!isRefused || IsRefusal(world, answer, log),
-                       what + "is not refused as it should be: error " + std::to_string(MLIBCErrGet()) + ", " + log);
+                       what + "is not refused properly: error " + std::to_string(MLIBCErrGet()) + ", " + log);
             run.Expect(!isRefused || Written() == before, what + "writes");
             run.Done();
         }
     }
 }
 
-/// For the thread sanitizer, and for deadlocks.
+/// For the thread sanitizer, and to find deadlocks.
 void CallAtOnce(Run& run)
 {
     const World world;

@@ -1,4 +1,4 @@
-// Callers are killed at random moments. Afterwards what the library owns is whole, no lock is held, and the next caller
+// Kills callers at random moments. Afterwards the library's files are whole, no lock is held, and the next caller
 // succeeds.
 #include "support/lock.h"
 #include "torture/torture.h"
@@ -18,11 +18,11 @@ const std::set<std::string> kVolumes = [] { // so many that writing a register t
     return volumes;
 }();
 
-/// What is killed again and again, and what must work afterwards.
+/// What to kill again and again, and what must work afterwards.
 struct Victim {
     std::string name;
     int kills;
-    int longest; ///< until it is killed: ms. Most are killed early.
+    int longest; ///< milliseconds until it is killed; most are killed early
     void (*act)();
     bool (*next)();
 };
@@ -37,7 +37,7 @@ bool IsActive()
     return MEROSystemdActiveStatusGet("all") == MERO_SYSTEMD_ACTIVE_STATUS_ACTIVE;
 }
 
-/// A register written by nobody else has known volumes, each once.
+/// A register that nobody else writes holds known volumes, each once.
 bool AreRegistersWhole()
 {
     std::vector<VolumeRegistration> registrations;
@@ -48,7 +48,7 @@ bool AreRegistersWhole()
            });
 }
 
-/// It is missing, or has all that is written there.
+/// The target file is missing or complete.
 bool IsTargetWhole(const std::string& which, const std::string& relation)
 {
     const std::string path = "/run/systemd/system/unmount-volume-" + which + ".target";
@@ -71,12 +71,12 @@ void KillOne(Run& run, const Victim& victim)
     for (const auto& entry : std::filesystem::recursive_directory_iterator("/run/merosystemd")) {
         const std::string path = entry.path();
         expect(!path.ends_with(".lock") || MERO::Test::IsFree(path, 30),
-               ": a lock is still held"); // by a watcher, at first
+               ": a lock is still held"); // at first by a watcher
     }
     expect(AreRegistersWhole(), ": a volume register is damaged");
     expect(IsTargetWhole("begin", "Conflicts") && IsTargetWhole("end", "Wants"), ": a target is damaged");
     expect(Comes(30s, [] { return waitpid(-1, nullptr, WNOHANG) < 0; }),
-           ": what it had started does not end"); // systemctl goes on
+           ": what it had started does not end"); // systemctl goes on running
     const auto start = Clock::now();
     expect(victim.next(), ": the next call failed");
     expect(Since(start) < 30, ": the next call took 30 s");

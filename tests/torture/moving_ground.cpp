@@ -1,4 +1,4 @@
-// Processes and slices are born and die by the hundred while they are looked for.
+// Hundreds of processes and slices start and end while the library looks for them.
 #include "torture/torture.h"
 
 #include <merosystemd/resource.hpp>
@@ -32,7 +32,7 @@ void LookOnce(Run& run)
     const auto expect = [&](const std::string& text, const char* pattern) {
         run.Expect(Fits(text, pattern), "found: " + text);
     };
-    const char* const kProcess = "(births|dash|sleep)?"; // it has ended, or it runs; the first as a script
+    const char* const kProcess = "(births|dash|sleep)?"; // empty: it has ended; the first one is a script
     run.Expect(MEROSystemdServiceListByMntPath("/vol", services), "the services could not be listed");
     expect(Joined(services), "on.service");
     run.Expect(MEROSystemdVolumeUnmountPlan({"/vol"}, plan), "no plan");

@@ -1,4 +1,4 @@
-// A user who owns what packages own swaps it for links, while root writes there: nothing outside changes.
+// A user who owns a package's files swaps them for links while root writes there: nothing outside changes.
 #include "torture/torture.h"
 
 #include <fcntl.h>
@@ -14,13 +14,13 @@ namespace fs = std::filesystem;
 constexpr uid_t kUser = 1000;
 const std::string kEtc = "/var/packages/Foo/etc/", kFolder = kEtc + "meropkg_conf", kOutside = "/run/outside/";
 
-/// Mode, owner and text of everything that the user must not reach.
+/// Mode, owner and text of everything that the user must not be able to change.
 std::string Outside()
 {
     return Shell("cd /run/outside; find . -printf '%p %M %U\\n' -type f -exec cat {} +").output;
 }
 
-/// Swaps the register's folder, and the register in it, for links; makes them anew when they are gone.
+/// Swaps the register's folder, and the register in it, for links, and creates them again when they are gone.
 [[noreturn]] void Attack()
 {
     const std::string planted = kEtc + "planted", inside = kFolder + "/reg_volume", spare = kEtc + "spare";
@@ -32,7 +32,7 @@ std::string Outside()
         for (int swap = 0; swap < 50; ++swap) {
             renameat2(AT_FDCWD, planted.c_str(), AT_FDCWD, kFolder.c_str(), RENAME_EXCHANGE);
         }
-        if (turn % 5 == 0) { // the folder itself goes, and comes back as the user's
+        if (turn % 5 == 0) { // the folder itself goes, and a new one of the user comes
             rename(kFolder.c_str(), (spare + std::to_string(turn)).c_str());
             mkdir(kFolder.c_str(), 0755);
             (void)symlink(target.c_str(), inside.c_str());
@@ -61,6 +61,6 @@ MERO_TORTURE(planted_links, Machine)
         run.Expect(!MEROSystemdVolumeIsRegisteredByPackage("Foo", {"/secret"}), "a register was read through a link");
         (void)MEROSystemdVolumeRegisterList(registers);
     }
-    run.Expect(kill(user, SIGKILL) == 0 && ResultOf(user) == 255, "the user has not attacked to the end");
+    run.Expect(kill(user, SIGKILL) == 0 && ResultOf(user) == 255, "the attack did not last to the end");
     run.ExpectSame(before, Outside());
 }

@@ -31,7 +31,7 @@ bool Run::Expect(bool holds, const std::string& otherwise)
         ++counters_->faults;
         const std::string line = std::string(kName) + ": " + otherwise + "\n";
         const std::size_t at = counters_->size.fetch_add(line.size());
-        if (at + line.size() <= sizeof counters_->text) { // more need not be read
+        if (at + line.size() <= sizeof counters_->text) { // nobody needs to read more
             line.copy(counters_->text + at, line.size());
         }
     }
@@ -92,7 +92,7 @@ Files FilesNow()
 std::string Footprint()
 {
     std::string text;
-    for (int fd = 0; fd < 100; ++fd) { // without a descriptor, of which there may be none left
+    for (int fd = 0; fd < 100; ++fd) { // opens no descriptor: there may be none left
         char file[256]{};
         const std::string number = std::to_string(fd);
         text +=
@@ -105,14 +105,14 @@ std::string Footprint()
 
 namespace {
 
-/// A process namespace whose first process reaps what the library detaches.
+/// Set inside a process namespace whose first process reaps the library's detached processes.
 constexpr const char* kInside = "MERO_IN_PROCESS_NAMESPACE";
 
 void EnterPlace(char* argv[])
 {
     if (kPlace == Place::Systemd) {
         if (std::getenv("MERO_IN_SANDBOX") == nullptr) {
-            throw std::runtime_error("starts and stops units as it likes; scripts/torture runs it, in mero-sandbox");
+            throw std::runtime_error("starts and stops units freely; scripts/torture runs it in mero-sandbox");
         }
         Test::MakeEnvironmentKnown();
         Machine::Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
@@ -127,7 +127,7 @@ void EnterPlace(char* argv[])
                "sh", argv[0], argv[1], nullptr);
         throw std::runtime_error("no unshare");
     }
-    sigset_t all, old; // of the log's reader, which a handler of the host's would end
+    sigset_t all, old; // for the log reader: a handler of the host would end it
     sigfillset(&all);
     sigprocmask(SIG_BLOCK, &all, &old);
     Test::EnterMachine();
@@ -149,5 +149,5 @@ int main(int argc, char* argv[])
     } catch (const std::exception& error) {
         run.Expect(false, error.what());
     }
-    _exit(run.End()); // the log's reader has no end
+    _exit(run.End()); // the log reader never ends
 }

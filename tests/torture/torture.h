@@ -14,7 +14,7 @@
 #include <random>
 #include <set>
 
-/// What the long runs have in common.
+/// Shared by the long runs.
 namespace MERO::Torture {
 
 using namespace std::chrono_literals;
@@ -22,34 +22,34 @@ using Clock = std::chrono::steady_clock;
 using Texts = std::vector<std::string>;
 using Test::Fork, Test::Machine, Test::ResultOf, Test::Shell;
 
-/// What has been done, and what was wrong. Child processes count too.
+/// Counts what was done and what went wrong, in child processes too.
 class Run {
 public:
     explicit Run(double scale);
 
-    double Scale() const { return scale_; } ///< the program's first argument, 1 for the full work
+    double Scale() const { return scale_; } ///< the program's first argument; 1 for a full run
     int Scaled(int full) const { return std::max(1, static_cast<int>(full * scale_)); }
-    /// 0 to `bound` - 1.
+    /// Returns 0 to `bound` - 1.
     int Random(int bound) { return static_cast<int>(random_() % static_cast<unsigned>(bound)); }
 
     void Done(long count = 1);
-    /// Returns `holds`. If it does not, that is a fault.
+    /// Counts a fault unless `holds`. Returns `holds`.
     bool Expect(bool holds, const std::string& otherwise);
-    /// Expects that what `before` has, a text of lines, is in `now` too, and nothing else.
+    /// Expects that `before` and `now` have the same set of lines.
     void ExpectSame(const std::string& before, const std::string& now, const std::string& what = "");
-    /// Expects that `body` ends in a child of its own.
+    /// Expects that `body` runs to its end in a child process.
     void InChild(const std::string& what, const std::function<void()>& body);
     /// The program's exit code.
     int End();
 
 private:
-    void Print(); ///< the faults that are new: a child may have closed its standard output
+    void Print(); ///< prints new faults: a child may have closed its standard output
     struct Counters {
         std::atomic<long> done, faults;
         std::atomic<std::size_t> size;
         char text[1 << 20];
     };
-    Counters* counters_; ///< in memory that children share
+    Counters* counters_; ///< in memory shared with children
     std::size_t printed_ = 0;
     double scale_;
     pid_t owner_ = getpid();
@@ -57,7 +57,7 @@ private:
     Clock::time_point start_ = Clock::now();
 };
 
-/// A program is one long run. It has a machine of its own, with a scripted systemctl, or runs on the sandbox's systemd.
+/// Each program is one long run: on a private machine with a scripted systemctl, or on the sandbox's systemd.
 extern const char* const kName;
 enum class Place { Machine, Systemd };
 extern const Place kPlace;
@@ -67,11 +67,11 @@ void Torture(Run& run);
     const MERO::Torture::Place MERO::Torture::kPlace = Place::place;                                                   \
     void MERO::Torture::Torture(Run& run)
 
-/// Every file where the library writes, by path: "folder" or its text.
+/// Every file in the folders where the library writes, by path: "folder" or its text.
 using Files = std::map<std::string, std::string>;
 Files FilesNow();
 
-/// The open descriptors of this process and what they lead to, and whether it has children: what a call must not leave.
+/// The open descriptors of this process with their targets, and whether it has children: a call must not change this.
 std::string Footprint();
 
 inline double Since(Clock::time_point start)
@@ -79,7 +79,7 @@ inline double Since(Clock::time_point start)
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// Waits until `condition` holds; false when it does not in time.
+/// Waits until `condition` holds; returns false if it does not in time.
 template <typename Condition>
 bool Comes(std::chrono::milliseconds time, Condition&& condition)
 {
@@ -101,7 +101,7 @@ std::string Joined(const Container& texts, const std::string& separator = " ")
     return joined;
 }
 
-/// Whether the whole text, or a part of it, fits an extended regular expression of POSIX.
+/// Whether the whole text (Fits) or a part of it (Has) matches a POSIX extended regular expression.
 inline bool Fits(const std::string& text, const std::string& pattern)
 {
     return ::testing::Value(text, ::testing::MatchesRegex(pattern));
@@ -111,46 +111,45 @@ inline bool Has(const std::string& text, const std::string& pattern)
     return ::testing::Value(text, ::testing::ContainsRegex(pattern));
 }
 
-/// Where the runs on the sandbox's systemd have their units: not where those are linked that are masked until the next
-/// boot.
+/// The unit folder of the runs on the sandbox's systemd. Not /run/systemd/system: links of units masked until the next
+/// boot go there.
 inline const std::string kUnits = "/usr/local/lib/systemd/system/";
 inline const std::string kSleeps = "[Service]\nType=exec\nExecStart=/bin/sleep infinity\n";
 
 struct Answer {
     bool done = false;
-    std::string text = {};   ///< what its outputs hold
-    bool isUntouched = true; ///< as before
-    std::string thrown = {}; ///< the type of what it threw
-    std::string way = {};    ///< in which an argument was bad: "1 is a null text"
+    std::string text = {};   ///< the outputs' texts
+    bool isUntouched = true; ///< the outputs are as before
+    std::string thrown = {}; ///< the type of the exception
+    std::string way = {};    ///< how an argument was bad: "1 is a null text"
 };
 
-/// An exported function and how it is called.
+/// An exported function and how to call it.
 struct Function {
-    std::string name;    ///< with its parameters, as a demangler writes it
-    const void* address; ///< of a member of a class: null
-    bool mayThrow;       ///< its header tells that it throws
-    /// Calls it with an argument that is bad in one of the ways, counted from 0, unless it has no such way; -1: with
-    /// good ones.
+    std::string name;    ///< demangled, with its parameters
+    const void* address; ///< null for a member of a class
+    bool mayThrow;       ///< its header says that it throws
+    /// Calls it with an argument that is bad in way number `bad`, counted from 0, if there are so many ways; with -1,
+    /// with good arguments.
     std::function<Answer(int bad)> call;
-    std::optional<std::set<int>> errors = {}; ///< of the platform's: those that a failure sets
+    std::optional<std::set<int>> errors = {}; ///< for the platform's functions: the errors that a failure sets
 };
 
-/// What happens right before and right after each call: its arguments are there, its outputs are not looked at.
+/// Called right before and right after each call: the arguments exist, the outputs have not been read.
 inline std::function<void()> beforeCall = [] {}, afterCall = [] {};
 
-/// All of them.
 const std::vector<Function>& Functions();
 
-/// How the stand-in for systemctl is.
+/// The state of the systemctl stand-in.
 enum class StandIn { Works, Fails, Missing };
 
-/// The machine in which every function succeeds that is called well, when systemctl works.
+/// A machine in which every function succeeds with good arguments, if systemctl works.
 class World : public Test::Machine {
 public:
     explicit World(StandIn systemctl = StandIn::Works);
     ~World() override;
 
-    /// Gives this process cgroups; the world's maker has them.
+    /// Gives this process cgroups, as the one that creates the World has them.
     static void InCgroups();
 
 private:

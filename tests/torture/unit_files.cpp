@@ -1,4 +1,5 @@
-/// Random arrangements of unit files on a real systemd: the library lists those that systemctl lists, in its order.
+/// Random arrangements of unit files on a real systemd: the library lists the same units as systemctl, in the same
+/// order.
 #include "torture.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ const Texts kFolders{"/etc/systemd/system",           "/run/systemd/system",    
 const Texts kTypes{"service", "socket", "device", "mount", "automount", "swap",   "target",
                    "path",    "timer",  "slice",  "scope", "conf",      "Service"};
 const Texts kForms{"x%", "X%", "x%@", "x%@i", "x-%", "x\\x2d%", ".x%", "x %", "@x%", "x%~", "x@%@y", "x:%_"};
-/// What becomes of the path $1; $2 is another unit's name. Nothing leads to a FIFO: systemctl would wait for its
+/// Scripts that create the path $1; $2 is another unit's name. No link leads to a FIFO: systemctl would wait for a
 /// writer.
 const Texts kKinds{"echo '[Unit]' > \"$1\"",
                    "echo '[Unit]' > \"$1\"",
@@ -52,7 +53,7 @@ void Arrange(Run& run)
     Shell("sh /run/arrange");
 }
 
-/// systemctl's order leaves open which of two names comes first that differ in case alone.
+/// systemctl's order does not define which of two names that differ only in case comes first.
 Texts WithTiesSorted(Texts names)
 {
     const auto key = [](std::string name) {
@@ -90,7 +91,7 @@ MERO_TORTURE(unit_files, Systemd)
         run.Expect(MEROSystemdListUnits(listed, type), "the unit files cannot be listed");
         const Texts asked = WithTiesSorted(AskedFor(type)), found = WithTiesSorted(listed);
         run.ExpectSame(Joined(asked, "\n"), Joined(found, "\n"));
-        run.Expect(found == asked, "the order is another");
+        run.Expect(found == asked, "the order differs");
         for (const std::string& folder : kFolders) {
             Shell("rm -rf " + folder + "/*[xX]* " + folder + "/.x*");
         }

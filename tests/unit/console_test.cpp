@@ -20,13 +20,13 @@ int OpenMaster()
     return master;
 }
 
-/// A console, and the terminal that is written to.
+/// A console, and the terminal to write to.
 struct Terminal {
 
     std::string Shows(std::string_view text)
     {
         while (!text.empty()) {
-            const std::size_t some = std::min<std::size_t>(text.size(), 1000); // what the terminal has room for
+            const std::size_t some = std::min<std::size_t>(text.size(), 1000); // as much as the terminal has room for
             EXPECT_EQ(write(slave.Get(), text.data(), some), static_cast<ssize_t>(some));
             console.Collect();
             text.remove_prefix(some);
@@ -69,7 +69,7 @@ TEST(SandboxConsole, ShowsTheLastLinesAsATerminalWould)
     }
 }
 
-TEST(SandboxConsole, KeepsTheEndOfWhatIsLong)
+TEST(SandboxConsole, KeepsTheEndOfALongText)
 {
     const std::string tail = Terminal().Shows(Lines(std::string(5000, 'x') + "\n", 1, 20));
     EXPECT_TRUE(tail.size() > 30'000 && tail.size() < 70'000 && tail.ends_with("x\n  20")) << tail.size();

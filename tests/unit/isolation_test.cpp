@@ -37,12 +37,12 @@ protected:
 
 TEST_F(Isolation, CleansUpHoweverItEnds)
 {
-    constexpr int kUntouched = 3; // no result, but a value that its type can have
+    constexpr int kUntouched = 3; // not a result, but a valid value
     struct Case {
-        std::string script, folder; ///< of systemctl; there before, in the way
+        std::string script, folder; ///< systemctl's script; a folder in the way
         bool done;
         int result;
-        Texts said; ///< but for its beginning and its success
+        Texts said; ///< without the lines about start and success
         Texts calls{kList, "isolate a.target", kList};
         std::string with = "";
     };
@@ -94,7 +94,7 @@ TEST_F(Isolation, CleansUpHoweverItEnds)
 TEST_F(Isolation, WaitsForItsOwnStopJobs)
 {
     struct Case {
-        std::string jobs; ///< a script that lists them; $n is 0 before the isolation, then the number of the pass
+        std::string jobs; ///< a script that lists jobs; $n is 0 before the isolation, then the number of the pass
         unsigned seconds, waits;
         int result;
         Texts said = {};
@@ -160,7 +160,7 @@ TEST_F(Isolation, ItsMonitorHoldsTheLockUntilTheCommandRuns)
     EXPECT_TRUE(monitor() && isHeld());
     EXPECT_TRUE(MEROSystemdSystemctl("isolate", {"a"}, [](int exitCode, const Texts&) { return exitCode == 0; }));
     EXPECT_TRUE(monitor() && isHeld() && fs::remove(kFlag) && IsFree(kLock, 60));
-    EXPECT_TRUE(RunAs(0, monitor) == 1 && IsFree(kLock, 60)) << "its parent is gone";
+    EXPECT_TRUE(RunAs(0, monitor) == 1 && IsFree(kLock, 60)) << "its parent has ended";
     EXPECT_TRUE(Said("systemd_isolate_target").empty());
     fs::rename("/bin/ps", "/bin/ps.true");
     WriteProgram("/bin/ps", "echo /usr/bin/systemctl isolate a; exit 1");
@@ -171,7 +171,7 @@ TEST_F(Isolation, ItsMonitorHoldsTheLockUntilTheCommandRuns)
     fs::rename("/bin/ps.true", "/bin/ps");
 }
 
-TEST_F(Isolation, TheStateIsTold)
+TEST_F(Isolation, TheStateIsReported)
 {
     const std::string pid = "\npid=" + std::to_string(getpid()), name(63, 'a'), no = "no", a = "target=a\npid=";
     std::map<std::string, std::string> cases{
@@ -186,13 +186,15 @@ TEST_F(Isolation, TheStateIsTold)
     EXPECT_TRUE(MEROCSystemdIsolateStateGet(&record) && !record.isolating && !*record.target);
     for (const auto& [file, target] : cases) {
         Write(kState, file);
-        const bool told = target != no;
-        EXPECT_TRUE(MEROSystemdIsolateStateGet(state = {true, no}) == told && state.isolating == told) << file;
-        EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == told && record.isolating == (told ? 1 : 7));
-        EXPECT_TRUE(record.target == target && state.target == (told ? target : "")) << file;
+        const bool isReported = target != no;
+        EXPECT_TRUE(MEROSystemdIsolateStateGet(state = {true, no}) == isReported && state.isolating == isReported)
+            << file;
+        EXPECT_TRUE(MEROCSystemdIsolateStateGet(&(record = {7, "no"})) == isReported &&
+                    record.isolating == (isReported ? 1 : 7));
+        EXPECT_TRUE(record.target == target && state.target == (isReported ? target : "")) << file;
     }
     EXPECT_THAT(Said("systemd_isolate_state_get"), Contains(StartsWith("ERR Failed to get pid from")));
-    fs::remove(kState), Write("/run/state", "target=a.target" + pid); // ends while it is looked at
+    fs::remove(kState), Write("/run/state", "target=a.target" + pid); // comes and goes while it is read
     const pid_t isolations = Fork([] {
         while (link("/run/state", kState.c_str()) == 0 && unlink(kState.c_str()) == 0) {
         }
@@ -207,10 +209,10 @@ TEST_F(Isolation, TheStateIsTold)
     fs::remove(kState);
 }
 
-TEST_F(Isolation, AnActionRunsBetweenTwo)
+TEST_F(Isolation, AnActionRunsBetweenTwoIsolations)
 {
     struct Case {
-        std::string failing; ///< the target
+        std::string failing; ///< the target that fails
         int acts = 1;        ///< see Act
         bool done = false;
         Texts calls{"isolate a.target", "action", "isolate default.target"};

@@ -14,10 +14,10 @@ namespace {
 
 const std::string kFlags = "/usr/mero/etc/merosystemd/enable-status-changed";
 
-/// What fails with a unit: those that systemctl names, all units, or the one of the run.
+/// Which units count as failed: those that systemctl names, all units, or the unit of the run.
 enum class Kind { Action, Enablement, Masking };
 
-/// An operation with all its forms, and what it says.
+/// An operation with all its forms and log texts.
 struct Operation {
     Kind kind;
     std::string command, file, doing, done, failed;
@@ -135,7 +135,7 @@ TEST_F(Operations, FailuresNameTheirUnits)
         (void)Events();
         Systemctl({{"list-jobs *", "", 1}, {"* b", output, 5}});
         Texts list{"a", "b"}, before{"before"};
-        list.shrink_to_fit(); // the first one that is appended moves it
+        list.shrink_to_fit(); // so that the first append moves it
         EXPECT_FALSE(operation.list(list, list));
         EXPECT_EQ(list, isEnablement ? (Texts{"a", "b", "a", "b"}) : (Texts{"a", "b", "b"}));
         const std::string event = "<merosystemd><00", a = "0" + code + "><Service a>\n",
@@ -168,7 +168,7 @@ TEST_F(Operations, FailuresNameTheirUnits)
     EXPECT_EQ(list, Texts(4, "a"));
 }
 
-TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
+TEST_F(Operations, AnObserverSeesSystemctlsOutputAndChangesNothing)
 {
     const Texts none, both{"a", "b"};
     Texts failed;
@@ -191,7 +191,7 @@ TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
         [&](auto& seen) { return MEROSystemdServiceStopByReasonObserved("new", both, failed, seen); },
         [&](auto& seen) { return MEROSystemdServiceStartByReasonObserved("old", both, failed, seen); },
         [&](auto& seen) { return MEROSystemdUninstallObserved(both, failed, seen); },
-        [&](auto& seen) { return MEROSystemdResetFailedObserved(both, failed, seen); }, // the last: seen here only
+        [&](auto& seen) { return MEROSystemdResetFailedObserved(both, failed, seen); }, // last: observed only here
     };
     for (const std::string exitCode : {"0", "1"}) {
         SystemctlScript("echo \"$1\"; [ \"$1\" != is-enabled ] || echo masked; exit " + exitCode);
@@ -226,7 +226,7 @@ TEST_F(Operations, AnObserverSeesWhatSystemctlSaidAndChangesNothing)
     EXPECT_THAT(Calls(), ElementsAre("mask --runtime --root=/. a"));
 }
 
-TEST_F(Operations, AListThatIsRefusedWholeIsQueuedUnitByUnitInTheDialectOfToday)
+TEST_F(Operations, TheCurrentDialectQueuesARefusedListUnitByUnit)
 {
     const std::string reason = ": Unit b.service not found.\n";
     for (const std::string dialect : {"classic", "current"}) {
@@ -243,7 +243,7 @@ TEST_F(Operations, AListThatIsRefusedWholeIsQueuedUnitByUnitInTheDialectOfToday)
     }
 }
 
-TEST_F(Operations, UnitsMayBeEnabledByTheirFiles)
+TEST_F(Operations, UnitsCanBeEnabledByTheirFiles)
 {
     const Texts units{"/opt/a.service", "pkg/b", "../c.mount", "//d@e", "/opt/../..x"};
     const Texts unfit{"..", ".", "", "/", "/opt/..", "x/.", "/opt/x.service/", "x/../", {"a\0/b", 4}, {"a/b\0", 4}};
@@ -257,7 +257,7 @@ TEST_F(Operations, UnitsMayBeEnabledByTheirFiles)
         for (const auto& entry : fs::recursive_directory_iterator("/usr/mero")) {
             flags.push_back(entry.path().lexically_relative(kFlags));
         }
-        if (operation.kind != kEnablement) { // the others make no files
+        if (operation.kind != kEnablement) { // the others create no files
             EXPECT_THAT(flags, Not(Contains("a.service")));
             continue;
         }
@@ -307,7 +307,7 @@ TEST_F(Operations, FailedUnitsAreFoundInSystemctlsMessages)
     }
     Texts list{"a", "b", "Job for b.service failed."};
     FailedUnitsCopy(list, list), FailedUnitsGet(list, list, list);
-    EXPECT_EQ(list.size(), 8U) << "the list of the units may be all of them";
+    EXPECT_EQ(list.size(), 8U) << "all three lists can be the same one";
     EXPECT_EQ(list.back(), "b");
 }
 
@@ -322,7 +322,7 @@ TEST_F(Operations, StartsAndStopsAreWrittenToTheEventLog)
                         "<merosystemd><0011><Service a, Service b, Service b>\n");
     Texts held{"b"};
     EXPECT_FALSE(MEROSystemdStart({}, held));
-    EXPECT_EQ(Events(), "<merosystemd><0011><Service b>\n") << "what its caller's failed list holds is written";
+    EXPECT_EQ(Events(), "<merosystemd><0011><Service b>\n") << "units on the caller's failed list are written";
     EXPECT_TRUE(MEROSystemdStartIrreversibly("a") && Events() == "<merosystemd><0001><Service a>\n");
 
     (void)Log();

@@ -73,7 +73,7 @@ private:
     const std::vector<int> descriptors_ = OpenDescriptors();
 };
 
-TEST_F(Programs, TheModeSaysWhatIsReadAndExecThrowsItAway)
+TEST_F(Programs, TheModeSelectsTheOutputAndExecDiscardsIt)
 {
     const char* script = "echo one; echo two >&2; echo three";
     testing::internal::CaptureStdout();
@@ -83,12 +83,12 @@ TEST_F(Programs, TheModeSaysWhatIsReadAndExecThrowsItAway)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Shell(script, "r").output, "one\nthree\n");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "two\n") << "the caller's";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "two\n") << "goes to the caller's";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(Shell("seq 500000").output.size(), 3'388'895) << "more than a pipe holds";
 }
 
-TEST_F(Programs, WhatCannotBeStartedIsNoStreamAndNoChild)
+TEST_F(Programs, AFailedStartLeavesNoStreamAndNoChild)
 {
     static_assert(MLIBC_ERR_START_PROGRAM == 0x0E00);
     Write("/run/plain", "");
@@ -105,7 +105,7 @@ TEST_F(Programs, WhatCannotBeStartedIsNoStreamAndNoChild)
     }
 }
 
-TEST_F(Programs, AProgramStartsCleanWhateverTheCallerIsLike)
+TEST_F(Programs, AProgramInheritsNoSignalsOrDescriptors)
 {
     const auto run = [] {
         std::signal(SIGPIPE, SIG_IGN);
@@ -117,17 +117,17 @@ TEST_F(Programs, AProgramStartsCleanWhateverTheCallerIsLike)
         dup2(STDERR_FILENO, 3);
         dup2(STDERR_FILENO, 500);
         Shell("{ readlink /proc/self/fd/0; ls /proc/self/fd; } > /run/files");
-        // Not by a shell, which puts its signals in order itself. Signals 32 and 33 must be at rest as well.
+        // Not through a shell, which resets signals itself. Signals 32 and 33 must be reset as well.
         return MLIBCExec("/bin/sed", "-n", "/^Sig[BIC]/s/\t0*/ /w /run/signals", "/proc/self/status", nullptr);
     };
     EXPECT_EQ(RunAs(0, run), 255) << "its exit code is lost";
     EXPECT_EQ(Read("/run/signals"), "SigBlk: \nSigIgn: \nSigCgt: \n");
-    EXPECT_EQ(Read("/run/files"), "/dev/null\n0\n1\n2\n3\n"); // 3 is of ls
+    EXPECT_EQ(Read("/run/files"), "/dev/null\n0\n1\n2\n3\n"); // ls opens 3
 }
 
-TEST_F(Programs, TheStatusIsTheProgramsAndExecIsZeroOnlyForExitZero)
+TEST_F(Programs, CloseReturnsTheStatusAndExecZeroOnlyForExitZero)
 {
-    EXPECT_EQ(Shell("exit 127").status, W_EXITCODE(127, 0)) << "no exec that failed";
+    EXPECT_EQ(Shell("exit 127").status, W_EXITCODE(127, 0)) << "not a failed exec";
     EXPECT_EQ(Shell("kill -KILL $$").status, W_EXITCODE(0, SIGKILL));
     EXPECT_EQ(MLIBCExec("/bin/sh", "-c", "test \"$0/$1\" = 'a b/$c'", "a b", "$c"), 0);
     EXPECT_EQ(MLIBCExec("/bin/sh", "-c", "test $# = 0", nullptr, "x"), 0) << "the arguments end at the first NULL";
@@ -139,7 +139,7 @@ TEST_F(Programs, TheStatusIsTheProgramsAndExecIsZeroOnlyForExitZero)
 
 using Forks = Programs;
 
-TEST_F(Forks, TheFlagsSayWhatTheChildIs)
+TEST_F(Forks, TheFlagsDetachTheChildOrStartASession)
 {
     for (const unsigned long long flags : {0x00, 0x04, 0x40, 0x44}) {
         SCOPED_TRACE(flags);
@@ -165,7 +165,7 @@ TEST_F(Forks, TheFlagsSayWhatTheChildIs)
     EXPECT_LT(MLIBCProcForkEx(0x48), 0) << "an unknown flag";
 }
 
-TEST_F(Forks, AliveIsWhatRunsAndIsNoZombie)
+TEST_F(Forks, AZombieIsNotAlive)
 {
     Waiting child;
     EXPECT_EQ(MLIBCProcAlive(getpid()), 1);
@@ -180,7 +180,7 @@ TEST_F(Forks, AliveIsWhatRunsAndIsNoZombie)
     }
 }
 
-/// A lock for as long as it lives, if it was given.
+/// Holds a lock while it exists, if it could be taken.
 struct Lock {
     explicit Lock(bool isExclusive, int seconds = 0)
     {
@@ -196,7 +196,7 @@ struct Lock {
 
 using Locks = Programs;
 
-TEST_F(Locks, OnlySharedOnesGoTogether)
+TEST_F(Locks, OnlySharedLocksGoTogether)
 {
     for (const auto& [isHeldExclusive, isAskedExclusive] :
          {std::pair(false, false), {false, true}, {true, false}, {true, true}}) {
@@ -205,7 +205,7 @@ TEST_F(Locks, OnlySharedOnesGoTogether)
         EXPECT_EQ(Lock(isAskedExclusive).fd >= 0, !isHeldExclusive && !isAskedExclusive);
         EXPECT_LT(Clock::now() - start, 500ms) << "0 s is one attempt";
     }
-    const Lock lock(true); // given back by all
+    const Lock lock(true); // all locks above were released
     struct stat status;
     EXPECT_EQ(fstat(lock.fd, &status), 0);
     EXPECT_TRUE(status.st_mode == (S_IFREG | 0600) && fcntl(lock.fd, F_GETFD) == FD_CLOEXEC);
@@ -215,10 +215,10 @@ TEST_F(Locks, OnlySharedOnesGoTogether)
     EXPECT_TRUE(MLIBCErrGet() == MLIBC_ERR_OPEN_FILE && fd == -7);
 }
 
-TEST_F(Locks, AWaitEndsWithTheLockOrItsTime)
+TEST_F(Locks, AWaitEndsWithTheLockOrTheTimeout)
 {
     std::optional<Lock> lock(std::in_place, true);
-    const pid_t child = Fork([] { return usleep(200'000); }); // and the inherited copy goes with the process
+    const pid_t child = Fork([] { return usleep(200'000); }); // the inherited copy ends with the process
     lock.reset();
     const Lock given(true, 20);
     const auto start = Clock::now();

@@ -24,7 +24,7 @@ namespace {
 constexpr const char* kFile = "/run/etc/a.conf";
 constexpr std::nullopt_t none = std::nullopt;
 
-/// Reads a key of kFile, of a section or of the lines before the first one.
+/// Reads a key of kFile: from a section, or from the lines before the first one.
 int GetValue(const std::optional<std::string>& section, const std::string& key, char* value, int size)
 {
     return section ? MLIBCFileGetSectionValue(kFile, section->c_str(), key.c_str(), value, size)
@@ -47,7 +47,7 @@ int SetValue(const std::string& key, const std::string& value, const char* path 
     return MLIBCFileSetKeyValue(path, key.c_str(), value.c_str(), 0);
 }
 
-/// By a hash, which keeps copies, and the last value of each key.
+/// Uses a hash, which copies its keys and values and keeps the last value of a key.
 int AddSection(const std::string& section, std::vector<std::pair<std::string, std::string>> pairs)
 {
     const std::unique_ptr<MLIBCSzHash, void (*)(MLIBCSzHash*)> hash(MLIBCSzHashAlloc(-1), MLIBCSzHashFree);
@@ -92,7 +92,7 @@ TEST_F(TextFiles, AKeyIsFoundInItsSection)
         {"[S]\na=1\n[T]\na=2\n[S]\na=3\n", "S", "a", "3"},
         {"[s]\na=1\n[SS]\na=2\n[S] b\na=3\n", "S", "a", none},
         {" [S]\t\r\na=1\n", "S", "a", "1"},
-        {"[S]\n[T\n[T] b\na=1\n", "S", "a", "1"}, // no headers
+        {"[S]\n[T\n[T] b\na=1\n", "S", "a", "1"}, // these are no headers
     };
     for (const auto& [text, section, key, value] : cases) {
         Write(kFile, text);
@@ -136,7 +136,7 @@ TEST_F(TextFiles, NullArgumentsAndFlagsAreRefused)
                 refused(MLIBCStrSnprintf(nullptr, 8, "a")));
 }
 
-TEST_F(TextFiles, WhatIsNoReadableFileIsRefusedAndLeftAlone)
+TEST_F(TextFiles, UnreadableFilesAreRefusedAndLeftAlone)
 {
     Write("/run/etc/large", "a=1\n");
     fs::resize_file("/run/etc/large", (16 << 20) + 1);
@@ -201,7 +201,7 @@ TEST_F(TextFiles, ASectionIsReplacedWholeOrAddedAtTheEnd)
     EXPECT_THAT(Names("/run/etc"), UnorderedElementsAre("a.conf"));
 }
 
-TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
+TEST_F(TextFiles, TextsThatWouldNotReadBackAreRefused)
 {
     const std::string text = " a = 1\r\n\n[S]\nb=2";
     Write(kFile, text);
@@ -220,7 +220,7 @@ TEST_F(TextFiles, WhatWouldNotReadBackIsRefused)
     }
     EXPECT_LT(AddSection("", {}), 0);
     EXPECT_LT(AddSection("S\nb=3", {}), 0);
-    EXPECT_LT(SetValue("a", std::string(16 << 20, 'x')), 0) << "too large a file to be read";
+    EXPECT_LT(SetValue("a", std::string(16 << 20, 'x')), 0) << "the file would be too large to be read";
     EXPECT_EQ(Read(kFile), text);
 }
 
@@ -236,7 +236,7 @@ TEST_F(TextFiles, AreTouchedAndFound)
     EXPECT_EQ(std::system("mkdir /run/2065 && touch -d @3000000000 /run/2065") + MLIBCFileCheckDir("/run/2065"), 0);
 }
 
-TEST_F(TextFiles, TellCapabilitiesAndTheBootStep)
+TEST_F(TextFiles, HoldCapabilitiesAndTheBootStep)
 {
     EXPECT_EQ(MLIBCSupportGet("a"), 0) << "no file";
     for (const std::string text : {"a=no\n", "a=YES\n", "a=yes yes\n", "a=ye\n", "b=yes\n", "a = yes \r\n"}) {
@@ -267,11 +267,11 @@ TEST(ErrorRegister, BelongsToItsThread)
     EXPECT_EQ(MLIBCErrorGetFile(), std::string(63, 'x'));
 }
 
-TEST(Texts, GoIntoListsAndBuffersAsFarAsTheyFit)
+TEST(Texts, FillListsAndBuffersAsFarAsTheyFit)
 {
     const std::unique_ptr<MLIBCSzList, void (*)(MLIBCSzList*)> owner(MLIBCSzListAlloc(), MLIBCSzListFree);
     MLIBCSzList* list = owner.get();
-    for (int i = 0; i < 1'024; ++i) { // one more is beyond its memory
+    for (int i = 0; i < 1'024; ++i) { // the list is then full
         ASSERT_EQ(MLIBCSzListPush(&list, i == 500 ? nullptr : std::to_string(i).c_str()), 0);
     }
     EXPECT_EQ(MLIBCSzListCount(list), 1'024);

@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 const std::string kNone = "none";
 
-/// A file of /proc that says something else while this lives.
+/// Replaces the content of a /proc file while it exists.
 class Fake {
 public:
     Fake(const std::string& path, const std::string& text) : path_(path), source_("/run/fakes" + path)
@@ -117,7 +117,7 @@ TEST_F(Snapshots, AreNamedAfterTheirProgramsAndScripts)
     }
 }
 
-TEST_F(Snapshots, TellWhatTheyUsedSinceTheSnapshot)
+TEST_F(Snapshots, MeasureUseSinceTheSnapshot)
 {
     struct Case {
         int user, total;

@@ -19,7 +19,7 @@ using namespace ::testing;
 
 namespace {
 
-/// "0:/dev/null 7:/run! ...", with "!" behind those that a new program would not get.
+/// "0:/dev/null 7:/run! ..."; "!" follows close-on-exec ones.
 std::string Descriptors()
 {
     std::string text;
@@ -32,13 +32,13 @@ std::string Descriptors()
     return text;
 }
 
-/// Detached children become this process' own, so that it sees how they end.
+/// Makes detached children this process' own, so that it sees how they end.
 class Processes : public Machine {
 protected:
     Processes() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
     ~Processes() override { prctl(PR_SET_CHILD_SUBREAPER, 0); }
 
-    /// Waits for the next child to end: its wait status, -1 when there is none.
+    /// Waits for the next child to end and returns its wait status; -1 if there is none.
     static int Ended()
     {
         int status = -1;
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-TEST_F(Processes, AnExecutorTellsHowAProgramEnded)
+TEST_F(Processes, AnExecutorReportsHowAProgramEnded)
 {
     Executor executor;
     const auto run = [&](const Texts& command) {
@@ -64,7 +64,7 @@ TEST_F(Processes, AnExecutorTellsHowAProgramEnded)
                             "ERR Fail to execute [/nowhere a b c]", "ERR Bad executable path"));
 }
 
-TEST_F(Processes, AForkedChildEndsWithZeroWhateverItDoes)
+TEST_F(Processes, AForkedChildExitsWithZeroWhateverItDoes)
 {
     const std::pair<std::function<void()>, Texts> cases[] = {
         {[] { std::atexit([] { Write("/run/seen", ""); }); }, {}},
@@ -79,10 +79,10 @@ TEST_F(Processes, AForkedChildEndsWithZeroWhateverItDoes)
     EXPECT_FALSE(ForkAndRun([] { Write("/run/seen", ""); }, 8) || fs::exists("/run/seen")) << "an unknown flag";
     EXPECT_THAT(Said("common"), ElementsAre(MatchesRegex("ERR Failed to fork\\[0x0D00 fork:[0-9]+\\]")));
     prctl(PR_SET_CHILD_SUBREAPER, 0);
-    EXPECT_TRUE(ForkAndRun([] {}, 0) && Ended() == -1) << "the child is not the caller's to wait for";
+    EXPECT_TRUE(ForkAndRun([] {}, 0) && Ended() == -1) << "the caller cannot wait for the child";
 }
 
-TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
+TEST_F(Processes, AForkedChildResetsSignalsAndKeepsOneDescriptor)
 {
     sigset_t blocked, still;
     sigemptyset(&blocked);
@@ -96,7 +96,7 @@ TEST_F(Processes, AForkedChildHasNoneOfTheHostsSignalsAndOneOfItsDescriptors)
 
     const std::string rest = "1:/dev/null 2:/dev/null ", none = "0:/dev/null " + rest;
     for (const auto& [kept, expected] : {std::pair(-1, none), {0, "0:/run " + rest}, {3, none + "3:/run "}}) {
-        for (const int closed : {2, 7}) { // which the host may have closed
+        for (const int closed : {2, 7}) { // descriptors that the host may have closed
             EXPECT_TRUE(ForkAndRun(
                             [kept = kept, closed] {
                                 for (const int fd : {3, 4, 7, kept}) {
@@ -118,7 +118,7 @@ TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
     const std::string path = "/run/a/b/c.lock";
     FileLock lock(path, true, 0), other("/run/file/b.lock", true, 0);
     Write("/run/file", "");
-    signal(SIGCHLD, SIG_IGN); // how mkdir ended is lost
+    signal(SIGCHLD, SIG_IGN); // mkdir's exit status is lost
     EXPECT_TRUE(!fs::exists("/run/a") && lock.Acquire() && !other.Acquire());
     signal(SIGCHLD, SIG_DFL);
     const std::string descriptors = Descriptors();
@@ -130,7 +130,7 @@ TEST_F(Processes, ALockIsTakenOnceAndFreeWhenItsLastCopyIsClosed)
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     EXPECT_TRUE(ForkAndRun([&] { close(ends[1]), (void)!read(ends[0], &ends[1], 1), lock.Release(); }, 0));
     lock.Release();
-    EXPECT_TRUE(lock.FdGet() == -1 && !IsFree(path)) << "the child has its copy";
+    EXPECT_TRUE(lock.FdGet() == -1 && !IsFree(path)) << "the child still has a copy";
     close(ends[0]), close(ends[1]);
     EXPECT_TRUE(Ended() == 0 && IsFree(path));
 }
@@ -157,9 +157,9 @@ TEST_F(Processes, TheStatusMonitorsLockIsHeldUntilMonitorAndScriptAreGone)
                 ElementsAre(failed + "[1], output: [a\n]", failed + "[-1], output: []", failed + "[-1], output: []"));
 }
 
-TEST_F(Processes, ThreadsMayCallAtOnce)
+TEST_F(Processes, ThreadsCanCallConcurrently)
 {
-    // Each thread's unit has an answer of its own: no call may see another's.
+    // Each thread's unit has its own answer: no call may see another's.
     SystemctlScript("case \"$2\" in u*) echo \"Job for $2.service failed.\"; exit 1;; esac");
     std::vector<std::jthread> threads;
     std::atomic<int> wrong = 0;
@@ -175,18 +175,18 @@ TEST_F(Processes, ThreadsMayCallAtOnce)
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(Processes, ALineThatTheLogsSocketRefusesIsCutAndSaysSo)
+TEST_F(Processes, ALineTooLongForTheLogIsCutAndSaysSo)
 {
     const auto starting = [&](const std::string& unit) {
         alarm(1'000);
         EXPECT_FALSE(MEROSystemdStart(unit)) << "too long for an argument";
-        EXPECT_GT(alarm(0), 0U) << "the host's own";
+        EXPECT_GT(alarm(0), 0U) << "the host's alarm still runs";
         return Said("systemd_start").front();
     };
     for (const std::size_t size : {150'000, 212'000}) {
         EXPECT_EQ(starting(std::string(size, 'x')), "INFO [" + std::string(size, 'x') + "] starting ...");
     }
-    for (std::string unit : {"", "x"}) { // of one of them, a character would be cut in two
+    for (std::string unit : {"", "x"}) { // for one of them, the cut would split a character
         while (unit.size() < 300'000) {
             unit += "\u00e9";
         }
@@ -198,7 +198,7 @@ TEST_F(Processes, ALineThatTheLogsSocketRefusesIsCutAndSaysSo)
     }
 }
 
-TEST_F(Processes, FoldersKeepTheUmaskAndAreNobodyElses)
+TEST_F(Processes, FoldersFollowTheUmaskAndOnlyTheirOwnerCanWrite)
 {
     fs::rename("/bin/mkdir", "/bin/mkdir.real");
     WriteProgram("/bin/mkdir", "echo $(umask) $* >> /run/masks; exec /bin/mkdir.real \"$@\"");

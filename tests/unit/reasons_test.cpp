@@ -11,7 +11,7 @@ const std::string kRoot = "/run/merosystemd/reasons/";
 
 struct Operation {
     std::string file, doing;
-    Texts calls; ///< of systemctl, for "nfs"
+    Texts calls; ///< systemctl's, for "nfs"
     bool (*list)(const std::string&, const Texts&, Texts&);
     bool (*single)(const std::string&, const std::string&);
     int (*fromC)(const char*, const char*);
@@ -32,14 +32,14 @@ const Operation kRemove{
 
 class Reasons : public Machine {};
 
-TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLast)
+TEST_F(Reasons, OnlyAServicesFirstAndLastReasonReloadTheManager)
 {
     struct Case {
         const Operation& operation;
-        Texts before; ///< the reasons that are there
-        Texts after;  ///< those that the first call of systemctl finds
+        Texts before; ///< the existing reasons
+        Texts after;  ///< the reasons at the first call of systemctl
         bool reloads;
-        std::string failing = ""; ///< a verb of systemctl's
+        std::string failing = ""; ///< the systemctl verb that fails
         bool done = true;
     };
     const Case cases[] = {
@@ -77,7 +77,7 @@ TEST_F(Reasons, TheManagerReloadsOnlyWhenAServiceGetsItsFirstReasonOrLosesItsLas
     }
 }
 
-TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
+TEST_F(Reasons, UnitsThatStopAlongAreRecordedAndStartWithTheLastRelease)
 {
     const std::string notes = "/run/merosystemd/stopped-along/";
     const std::pair<std::string, std::string> units[] = {
@@ -95,7 +95,7 @@ TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
         {"held.service", ""},
     };
     const std::tuple<std::string, std::string, std::string> cases[] = {
-        // what is in the way of the notes, what is said of it, and what starts with the last release
+        // what prevents the records, what is logged, and what starts with the last release
         {"/run/nothing", "",
          "start c, start b.path b.socket b.timer b.service, start --job-mode=ignore-dependencies b.target"},
         {notes + "a.service",
@@ -130,7 +130,7 @@ TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
         EXPECT_THAT(Said(kStop.file), Contains(StartsWith(said)));
         Write(kRoot + "held.service/r", "");
         EXPECT_TRUE(MEROSystemdServiceStopByReason("again", "a") && MEROSystemdServiceReasonRemove("again", "a"));
-        EXPECT_TRUE(!said.empty() || Said(kStop.file).size() == 1) << "what is noted stays noted";
+        EXPECT_TRUE(!said.empty() || Said(kStop.file).size() == 1) << "a record stays";
         EXPECT_TRUE(MEROSystemdServiceStopByReason("other", "c") && MEROSystemdServiceStartByReason("r", "a"));
         EXPECT_EQ(starts(), "start a") << "c is still held";
         EXPECT_TRUE(MEROSystemdServiceStartByReason("other", "c"));
@@ -140,14 +140,14 @@ TEST_F(Reasons, WhatStopsAlongIsNotedBeforeTheStopAndStartsWithTheLastRelease)
     }
 }
 
-TEST_F(Reasons, UnitsThatCannotHaveOneFailAndTheOthersGoOn)
+TEST_F(Reasons, UnitsThatCannotHaveReasonsFailAndTheOthersGoOn)
 {
     const std::string noSlash = "string::npos == strReason.find(\"/\")";
     const std::string noDots = "\".\" != strReason && \"..\" != strReason";
     for (const Operation& operation : {kStop, kStart, kRemove}) {
         SCOPED_TRACE(operation.file);
         Texts failed, list{"data.mount", "../x", ""};
-        list.shrink_to_fit(); // the first one that is appended moves it
+        list.shrink_to_fit(); // so that the first append moves it
         MLIBCErrSetEx(0, "", 0);
         EXPECT_FALSE(operation.list("r", list, list) || MLIBCErrGet() != 0x0D00 || Log().size() != 1);
         EXPECT_THAT(list, ElementsAre("data.mount", "../x", "", "data.mount", "../x", ""));
@@ -166,11 +166,11 @@ TEST_F(Reasons, UnitsThatCannotHaveOneFailAndTheOthersGoOn)
     }
     EXPECT_FALSE(fs::exists("/run/merosystemd/x.service") || fs::exists(kRoot + "data.mount"));
     ASSERT_TRUE(MEROSystemdServiceStopByReason("check", std::string("nfs")) && !Calls().empty());
-    EXPECT_TRUE(MEROSystemdServiceStartByReason("check", std::string("n?s"))) << "nobody holds it: it is no pattern";
+    EXPECT_TRUE(MEROSystemdServiceStartByReason("check", std::string("n?s"))) << "not held: the name is no pattern";
     EXPECT_THAT(Calls(), Contains("start n?s"));
 }
 
-TEST_F(Reasons, AFileSystemThatRefusesIsLogged)
+TEST_F(Reasons, FileErrorsAreLogged)
 {
     const std::string file = kRoot + "a.service";
     Texts removed, failed;
@@ -219,7 +219,7 @@ TEST_F(Reasons, AreListed)
     MLIBCSzListFree(list);
 }
 
-TEST_F(Reasons, TheDropInIsLinkedHard)
+TEST_F(Reasons, TheDropInIsAHardLink)
 {
     Write("/run/source", "text");
     EXPECT_TRUE(LinkMeroReason("/run/a.d/", "/run/source") && LinkMeroReason("/run/a.d", "/run/source"));

@@ -48,7 +48,7 @@ struct Slices : Machine {
 TEST_F(Slices, AreReadFromTheCgroupsOfProcesses)
 {
     struct Case {
-        std::string lines, path, unit = kNone, slice = kNone; ///< the path is that of the controllers "cpu,cpuacct"
+        std::string lines, path, unit = kNone, slice = kNone; ///< the path for the controllers "cpu,cpuacct"
     };
     const Case cases[] = {
         {"2:cpu,cpuacct:/a b\n1:name=systemd:/a.slice/nfs.service\n0::/x.service\n", "/a b", "nfs.service"},
@@ -73,7 +73,7 @@ TEST_F(Slices, AreReadFromTheCgroupsOfProcesses)
         EXPECT_EQ(MEROCSystemdCgroupMonitorSliceGet(buffer, 8), c.slice == "a.slice") << "the other is too long";
         EXPECT_EQ(buffer, c.slice == "a.slice" ? c.slice : kNone);
     }
-    // What decides is the file system, not that hierarchies are named which nobody uses.
+    // The file system decides, not named hierarchies that nobody uses.
     fs::create_directories("/sys/fs/cgroup");
     ASSERT_EQ(mount("cgroup2", "/sys/fs/cgroup", "cgroup2", 0, nullptr), 0);
     Write("/run/cgroup", "2:name=meromonitor:/\n1:name=systemd:/\n0::/a.slice/nfs.service\n");
@@ -90,7 +90,7 @@ TEST_F(Slices, AreReadFromTheCgroupsOfProcesses)
     EXPECT_FALSE(MEROSystemdGetByPid(2147483647, text) || MEROSystemdCgroupPathnameGet(-1, "", text));
 }
 
-TEST_F(Slices, TheCallerMovesIntoSlicesThatExist)
+TEST_F(Slices, TheCallerMovesOnlyIntoExistingSlices)
 {
     const std::string systemd = kSystemd + "a.slice/tasks", monitor = kMonitor + "a.slice/tasks";
     const std::string root = kSystemd + "tasks", failed = "ERR Failed to write pid[" + kPid + "] to ";
@@ -113,7 +113,7 @@ TEST_F(Slices, TheCallerMovesIntoSlicesThatExist)
     EXPECT_THAT(Said("systemd_run_as_system_process"), ElementsAre(_, failed + "szfDefaultTaskPath"));
 }
 
-TEST_F(Slices, HaveNamesOfTheirOwn)
+TEST_F(Slices, OtherNamesAreRefused)
 {
     const Texts refused(1, "!strSlice.empty() && IsSliceName(strSlice)");
     std::set<Process> processes;
@@ -146,7 +146,7 @@ TEST_F(Slices, AreListedWhenTheMonitorTracksSome)
     EXPECT_THAT(Items(items), UnorderedElementsAreArray(slices));
 }
 
-TEST_F(Slices, HaveTheProcessesOfTheirCgroupsAndOfThoseOneLevelBelow)
+TEST_F(Slices, IncludeProcessesOneLevelBelow)
 {
     Waiting own, below, both, deeper, dead;
     const auto line = [](int pid) { return std::to_string(pid) + "\n"; };
@@ -165,7 +165,7 @@ TEST_F(Slices, AreDescribedByTheirUnitFiles)
 {
     Waiting process;
     struct Case {
-        std::string keys, name, nameI18n, icon; ///< no name: there is no such slice
+        std::string keys, name, nameI18n, icon; ///< name "none": there is no such slice
     };
     const Case cases[] = {
         {"Name=A b\nNameI18n=app:x:y\nIconName=i\nIconPath=/i.png\n", "A b", "app:x:y", "i /i.png"},
@@ -202,10 +202,10 @@ TEST_F(Slices, AreDescribedByTheirUnitFiles)
 TEST_F(Slices, AreKilledInPhases)
 {
     struct Case {
-        std::string script, timeout; ///< of systemctl; a line of the slice's file, which is missing when it is "none"
+        std::string script, timeout; ///< systemctl's; a line of the slice's file, which is missing if it is "none"
         bool killed;
-        unsigned seconds, lives; ///< slept; how many seconds of them a process lives
-        Texts calls, said;       ///< behind those of the units' stop
+        unsigned seconds, lives; ///< seconds slept; after how many of them the process ends
+        Texts calls, said;       ///< after those for the units' stop
         std::string phases = "0123";
     };
     const std::string key = "SliceKillTimeoutSec=", bad = "ERR Failed to get SliceKillTimeoutSec: [";
@@ -255,7 +255,7 @@ TEST_F(Slices, AreKilledInPhases)
     }
 }
 
-TEST_F(Slices, AreLeftAloneWhereThereIsNothingToKill)
+TEST_F(Slices, AreLeftAloneIfThereIsNothingToKill)
 {
     const std::string folder = kSystemd + "a.slice/";
     fs::create_directories(folder + "x.service"), Write(kSystemd + "b.slice/cgroup.procs", "1\n");
@@ -269,14 +269,14 @@ TEST_F(Slices, AreLeftAloneWhereThereIsNothingToKill)
     SetKeys("a.slice", "SliceKillTimeoutSec=0\n");
     EXPECT_FALSE(MEROSystemdKillSlice("a.slice"));
     EXPECT_THAT(Said("systemd_kill_slice"), Contains("INFO There is no units in [a.slice], skip stop units"));
-    const std::string service = kSystemd + "_io.slice/io-deep.slice/_memory.service/"; // names of the kernel's, escaped
+    const std::string service = kSystemd + "_io.slice/io-deep.slice/_memory.service/"; // escaped kernel names
     Write(service + "cgroup.procs", "1\n"), Write(service + "y.service/cgroup.procs", "");
     SystemctlScript("[ $1 != stop ] || > " + service + "cgroup.procs");
     EXPECT_TRUE(MEROSystemdKillSlice("io-deep.slice"));
     EXPECT_EQ(Calls(), (Texts{"stop memory.service", "kill io-deep.slice"}));
     fs::create_symlink("loop.slice", kSystemd + "loop.slice"), SetKeys("loop.slice", "SliceKillTimeoutSec=0\n");
     SystemctlScript("exit 1");
-    EXPECT_FALSE(MEROSystemdKillSlice("loop.slice")) << "nobody knows whether it has a process";
+    EXPECT_FALSE(MEROSystemdKillSlice("loop.slice")) << "whether it has a process is unknown";
     EXPECT_THAT(Said("systemd_kill_slice"), Contains(StartsWith("ERR Failed to check cgruop procs: [")));
 }
 
@@ -302,15 +302,15 @@ TEST_F(Slices, ThatCannotBeSeenAreNotKilled)
     EXPECT_TRUE(Calls().empty());
     Write(kSystemd + "cgroup.procs", "1\n");
     SetKeys("-.slice", "SliceKillTimeoutSec=0\n");
-    EXPECT_TRUE(MEROSystemdKillSlice("-.slice")) << "as the caller says";
+    EXPECT_TRUE(MEROSystemdKillSlice("-.slice")) << "the caller decides";
     EXPECT_THAT(Said("systemd_kill_slice"), Contains("WARNING [-.slice] holds the process that kills it."));
 }
 
-TEST_F(Slices, AThreadMayEndInTheKilling)
+TEST_F(Slices, AThreadCanEndDuringTheKill)
 {
     Write(kSystemd + "a.slice/cgroup.procs", "1\n");
     sleeps.areCounted[0] = true;
-    for (int at = 0; at < 10; ++at) { // in a phase of the killing, or in a sleep
+    for (int at = 0; at < 10; ++at) { // in a phase of the kill, or in a sleep
         bool hasReturned = false;
         const auto end = [=](int phase) { phase == at % 5 ? (void)Act(at < 5 ? 3 : 4) : void(); };
         duringSleep = [=] { end(4); };

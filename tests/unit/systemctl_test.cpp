@@ -9,7 +9,7 @@ using namespace ::testing;
 
 namespace {
 
-/// What the callback was given; exit code -1 when it was not called.
+/// The callback's arguments; exit code -1 if it was not called.
 struct Seen {
     int exitCode = -1;
     Texts lines{};
@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(SystemctlRuns, TheCallbackGetsItsExitCodeAndBothOutputsAsLines)
+TEST_F(SystemctlRuns, TheCallbackGetsTheExitCodeAndAllOutputAsLines)
 {
     struct Case {
         std::string script;
@@ -37,7 +37,7 @@ TEST_F(SystemctlRuns, TheCallbackGetsItsExitCodeAndBothOutputsAsLines)
     };
     const Case cases[] = {
         {"echo one; echo two >&2; printf '\\nlast'; exit 3", 3, {"one\n", "two\n", "\n", "last"}},
-        {"echo begun; kill -9 $$", 0, {"begun\n"}}, // as callers are promised
+        {"echo begun; kill -9 $$", 0, {"begun\n"}}, // as the header promises
     };
     for (const Case& c : cases) {
         SystemctlScript(c.script);
@@ -46,7 +46,7 @@ TEST_F(SystemctlRuns, TheCallbackGetsItsExitCodeAndBothOutputsAsLines)
         EXPECT_EQ(seen.lines, c.lines) << c.script;
     }
     signal(SIGCHLD, SIG_IGN);
-    EXPECT_EQ(Run("show", {"a"}).exitCode, 255) << "how it ended is lost";
+    EXPECT_EQ(Run("show", {"a"}).exitCode, 255) << "its exit status is lost";
     signal(SIGCHLD, SIG_DFL);
     EXPECT_FALSE(MEROSystemdSystemctl("show", {"a"}, [](int, const Texts&) { return false; }));
     EXPECT_THROW(MEROSystemdSystemctl("show", {"a"}, nullptr), std::bad_function_call);
@@ -67,8 +67,8 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
     const std::string restart = "7 a.service restart waiting\n"; // a type that the tables do not know
     struct Case {
         std::string verb, step, job;
-        std::string run;       ///< what is run in the end; empty: skipped
-        std::size_t questions; ///< for the unit's job
+        std::string run;     ///< the command that runs; empty: skipped
+        std::size_t queries; ///< for the unit's job
     };
     const Case cases[] = {
         {"start", "2", start, "", 1},
@@ -81,7 +81,7 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
         {"restart", "5", restart, "", 1},
         {"restart", "0", "", "restart a", 1},
         {"reload", "2", start, "reload --no-block a", 2},
-        {"try-restart", "0", restart, "try-restart a", 1}, // by its filter, not by the policy
+        {"try-restart", "0", restart, "try-restart a", 1}, // through its filter, not the policy
         {"reload-or-restart", "0", start, "reload-or-restart a", 0},
         {"start", "4", start, "start a", 0},
         {"start", "6", start, "start a", 0},
@@ -92,7 +92,7 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
         SCOPED_TRACE(c.verb + " in step " + c.step + " with " + c.job);
         Write("/run/merobootseq/boot-step", c.step + "\n");
         Systemctl({{"list-jobs *", c.job, 1}});
-        Texts expected(c.questions, "list-jobs --no-legend a.service");
+        Texts expected(c.queries, "list-jobs --no-legend a.service");
         if (c.run.empty()) {
             EXPECT_THROW(Run(c.verb, {"a"}), std::exception);
         } else {
@@ -111,13 +111,13 @@ TEST_F(SystemctlRuns, ThePolicyHoldsInTheEarlyBootSteps)
     EXPECT_EQ(Calls().size(), 2U) << "the first unit that decides ends the scan";
 }
 
-TEST_F(SystemctlRuns, UnitsThatAreAboutToStopAreNeitherTriedNorReloaded)
+TEST_F(SystemctlRuns, UnitsAboutToStopAreNeitherRestartedNorReloaded)
 {
     Systemctl({{"list-jobs * a.service", "1 a.service stop waiting\n", 1},
                {"list-jobs * b.service", "2 b.service restart waiting\n", 1}});
     for (const std::string verb : {"try-restart", "reload"}) {
         Run(verb, {"a", "b", "c"});
-        EXPECT_EQ(Calls().back(), verb + " b c") << "an unknown type after a stop is not a stop";
+        EXPECT_EQ(Calls().back(), verb + " b c") << "an unknown job type after a stop job is not a stop";
         EXPECT_THAT(Said("systemd_systemctl"), ElementsAre("INFO [a] type [2] state [2] is going to stop."));
         for (const Texts& none : {Texts{"a"}, Texts{}}) {
             const Seen seen = Run(verb, none);
@@ -130,13 +130,13 @@ TEST_F(SystemctlRuns, UnitsThatAreAboutToStopAreNeitherTriedNorReloaded)
     EXPECT_THAT(Calls(), ElementsAre("reload-or-restart a"));
 }
 
-TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
+TEST_F(SystemctlRuns, AnOrdinaryUserGetsTheEnvironmentOfTheirSession)
 {
-    constexpr uid_t kNobody = 65534, kStranger = 54321; // one that is not in passwd
+    constexpr uid_t kNobody = 65534, kStranger = 54321; // not in passwd
     struct Case {
         uid_t uid;
-        std::string stack; ///< of the session
-        std::string after; ///< the variables
+        std::string stack; ///< the session's PAM stack
+        std::string after; ///< the variables afterwards
         Texts said;
     };
     const std::string put = "ERR Failed to put env by pam systemd for ", kept = "before none";
@@ -159,11 +159,11 @@ TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
         EXPECT_EQ(RunAs(c.uid, changes), 0);
         Texts said = Said("systemd_putenv_by_pam_systemd");
         for (std::string& line : said) {
-            line = line.substr(0, line.find(" (")); // PAM's own words
+            line = line.substr(0, line.find(" (")); // without PAM's own text
         }
         EXPECT_EQ(said, c.said);
     }
-    // From systemd 257 on PAM gives nothing: the user's own folder does, unless it could be somebody else's.
+    // From systemd 257 on PAM sets nothing. The user's own folder is used, unless it could be another user's.
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
     const std::string folder = "/run/user/65534";
@@ -185,7 +185,7 @@ TEST_F(SystemctlRuns, AnOrdinaryUsersEnvironmentIsThatOfTheirSession)
     }
 }
 
-TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)
+TEST_F(SystemctlRuns, HostileNamesBecomeNoOptionArgumentOrLogLine)
 {
     const std::string forged = "x\nNov 21 00:00:00 nas sshd[1]: Accepted password for root", tooLong(5'000, 'x');
     const std::string names[] = {
@@ -198,10 +198,10 @@ TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)
         "\xff\xfe",    "\xc3",      "%s%n",      "x@",
         "@",           "-.mount",
     };
-    // The stand-in notes how many arguments it got, which options, and how many arguments stand behind "--".
-    SystemctlScript("behind=0\nfor word; do\n  if [ \"$ended\" ]; then behind=$((behind + 1)); continue; fi\n"
+    // The stand-in records its number of arguments, the options, and the number of arguments after "--".
+    SystemctlScript("after=0\nfor word; do\n  if [ \"$ended\" ]; then after=$((after + 1)); continue; fi\n"
                     "  case $word in --) ended=1 ;; -*) options=\"$options $word\" ;; esac\ndone\n"
-                    "echo \"$#|$options|$behind\" >> /run/seen\nexit 1\n");
+                    "echo \"$#|$options|$after\" >> /run/seen\nexit 1\n");
     for (const std::string& name : names) {
         Texts failed;
         std::string value;
@@ -210,8 +210,8 @@ TEST_F(SystemctlRuns, HostileNamesAreOneArgumentNoOptionAndNoLineOfTheLog)
             << name;
         EXPECT_EQ(MEROSystemdActiveStatusGet(name), -1);
         const std::string verb = name.starts_with('-') ? "3||1\n" : "2||0\n";
-        const std::string question = name.starts_with('-') ? "5| --property|1\n" : "4| --property|0\n";
-        EXPECT_EQ(Read("/run/seen"), verb + verb + verb + verb + question + question) << name;
+        const std::string query = name.starts_with('-') ? "5| --property|1\n" : "4| --property|0\n";
+        EXPECT_EQ(Read("/run/seen"), verb + verb + verb + verb + query + query) << name;
         fs::remove("/run/seen");
         for (const std::string& line : Log()) {
             EXPECT_THAT(line, Not(MatchesRegex("(.|\n)*[\x01-\x08\x0b-\x1f].*"))) << line;

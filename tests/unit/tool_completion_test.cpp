@@ -9,7 +9,7 @@ namespace {
 
 using Completion = Program;
 
-TEST_F(Completion, OffersWhatTheCommandHasSomethingToDoFor)
+TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
 {
     Write("/etc/systemd/system/off.service", "[Service]\n[Install]\nWantedBy=a.target\n");
     Write("/etc/systemd/system/on.service", "[Install]\n"), Write("/etc/systemd/system/other.service", "[Install]\n");

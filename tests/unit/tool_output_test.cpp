@@ -30,16 +30,16 @@ struct Screen : Test {
     ~Screen() override { std::setlocale(LC_CTYPE, "C"); }
 };
 
-TEST_F(Screen, HasColumnsNotBytes)
+TEST_F(Screen, MeasuresColumnsNotBytes)
 {
     const std::tuple<std::string, std::size_t, const char*> cases[] = {
-        // the last in four columns
+        // the last text: fitted into four columns
         {"", 0, "    "},
         {"grüßen", 6, "grüß"},
-        {"a日本", 5, "a日 "}, // half a character is none
+        {"a日本", 5, "a日 "}, // half a character does not fit
         {"e\u0301te", 3, "e\u0301te "},
         {"\x1b[2J\n", 5, "?[2J"},
-        {"\xff\xe6\x97", 3, "??? "}, // no UTF-8, and only the beginning of a character
+        {"\xff\xe6\x97", 3, "??? "}, // not UTF-8, and only the first bytes of a character
         {std::string("a\0b", 3), 3, "a?b "},
     };
     for (const auto& [text, width, fitted] : cases) {
@@ -48,7 +48,7 @@ TEST_F(Screen, HasColumnsNotBytes)
     }
     EXPECT_EQ(FitRight("a日本", 4), " a日");
     std::setlocale(LC_CTYPE, "C");
-    EXPECT_EQ(FitLeft("ü", 4), "??  ") << "another locale's characters";
+    EXPECT_EQ(FitLeft("ü", 4), "??  ") << "characters of another locale";
 }
 
 TEST(Metrics, HaveEscapedLabelsAndPlainNumbers)
@@ -174,7 +174,7 @@ TEST_F(Screen, ShowsSlicesAndTheProcessesOfTheChosenOneInOrder)
     }
 }
 
-TEST_F(Screen, FitsEveryScreenAndHoldsTheChosenSlice)
+TEST_F(Screen, FitsEverySizeAndShowsTheChosenSlice)
 {
     std::vector<SliceUsage> slices;
     for (int i = 0; i < 40; ++i) {
@@ -197,12 +197,12 @@ TEST(Plot, ShowsTheNewestValuesAtTheRight)
 {
     EXPECT_EQ(Plot({1, 0, 0.1, 0.2}, 0.01, 3, kAsciiGlyphs), "_=#");
     EXPECT_EQ(Plot({-1, 3}, 1, 4, kBlockGlyphs), "  ▁█");
-    EXPECT_EQ(Plot({0.7, 0.7, 0.7}, 0.01, 4, kAsciiGlyphs), " ___") << "what does not change is flat";
-    EXPECT_EQ(Plot({0.5, 0.505}, 0.01, 2, kAsciiGlyphs), "_=") << "and nearly so";
+    EXPECT_EQ(Plot({0.7, 0.7, 0.7}, 0.01, 4, kAsciiGlyphs), " ___") << "a steady value is flat";
+    EXPECT_EQ(Plot({0.5, 0.505}, 0.01, 2, kAsciiGlyphs), "_=") << "a small change is nearly flat";
     EXPECT_EQ(Plot({1}, 1, 0, kAsciiGlyphs), "");
 }
 
-TEST(Usage, IsWhatWasAddedInTheTimeBetween)
+TEST(Usage, IsTheDifferenceBetweenTwoReadings)
 {
     struct Case {
         const char* what;
@@ -217,9 +217,9 @@ TEST(Usage, IsWhatWasAddedInTheTimeBetween)
         {"a new process", Process(8, 0), Process(7, 5, 500, 500), 1s, 0, 0, 0},
         {"no time between", Process(7, 1, 1, 1), Process(7, 2, 2, 2), 0s, 0, 0, 0},
         {"backwards", Process(7, 1, 1, 1), Process(7, 2, 2, 2), -1s, 0, 0, 0},
-        {"another process' ID that has used less CPU", Process(7, 10, 0, 0), Process(7, 1, 900, 900), 1s, 0, 0, 0},
-        {"another process' ID that has read less", Process(7, 1, 9, 0), Process(7, 2, 8, 1), 1s, 0, 0, 0},
-        {"another process' ID that has written less", Process(7, 1, 9, 9), Process(7, 2, 10, 8), 1s, 0, 0, 0},
+        {"a reused ID with less CPU time", Process(7, 10, 0, 0), Process(7, 1, 900, 900), 1s, 0, 0, 0},
+        {"a reused ID with fewer bytes read", Process(7, 1, 9, 0), Process(7, 2, 8, 1), 1s, 0, 0, 0},
+        {"a reused ID with fewer bytes written", Process(7, 1, 9, 9), Process(7, 2, 10, 8), 1s, 0, 0, 0},
     };
     for (const Case& c : cases) {
         const auto usages = UsageBetween({"", kBegin, {c.before}}, {"", kBegin + c.between, {c.after}}, 4);
@@ -230,10 +230,10 @@ TEST(Usage, IsWhatWasAddedInTheTimeBetween)
     }
 }
 
-TEST(SliceMonitor, KeepsTheHistoryOfEachSliceWhileItIsThere)
+TEST(SliceMonitor, KeepsTheHistoryOfEachTrackedSlice)
 {
     SliceMonitor monitor({.processors = 2, .memory = 1000});
-    // A round is a second, in which each process uses the CPU for a quarter of it.
+    // A round is a second, and each process uses a quarter of it.
     const auto update = [&](int round, bool hasB, int processes) {
         const Clock::time_point time = kBegin + round * 1s;
         std::vector<Reading> readings;
@@ -249,7 +249,7 @@ TEST(SliceMonitor, KeepsTheHistoryOfEachSliceWhileItIsThere)
     update(0, true, 1);
     ASSERT_EQ(monitor.Slices().size(), 2U);
     EXPECT_EQ(monitor.Slices()[0].unit, "a.slice");
-    EXPECT_THAT(monitor.Slices()[0].cpuHistory, IsEmpty()) << "of one reading no share is known";
+    EXPECT_THAT(monitor.Slices()[0].cpuHistory, IsEmpty()) << "one reading gives no share";
 
     update(1, true, 4);
     EXPECT_THAT(monitor.Slices()[0].cpuHistory, ElementsAre(0.125)) << "three processes are new";
@@ -258,7 +258,7 @@ TEST(SliceMonitor, KeepsTheHistoryOfEachSliceWhileItIsThere)
     update(3, true, 0);
     EXPECT_THAT(monitor.Slices()[0].cpuHistory, ElementsAre(0.125, 0.5, 0));
     EXPECT_THAT(monitor.Slices()[0].memoryHistory, ElementsAre(0.1, 0.4, 0.4, 0));
-    EXPECT_THAT(monitor.Slices()[1].cpuHistory, IsEmpty()) << "what was read before it went is not counted";
+    EXPECT_THAT(monitor.Slices()[1].cpuHistory, IsEmpty()) << "readings before it went do not count";
 
     for (int round = 4; round < 400; ++round) {
         update(round, true, 20);

@@ -9,11 +9,11 @@ using namespace ::testing;
 
 namespace {
 
-TEST_F(Program, RefusesWhatDoesNotGoTogether)
+TEST_F(Program, RefusesWrongUsage)
 {
     const std::string program = " -- nothing";
     const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
-        // a fault, and what has it
+        // a fault, and commands that have it
         {"missing command: add release remove list", {"reason"}},
         {"UNIT is required", {"start", "--quiet start"}},
         {"there is no command dance", {"dance web"}},
@@ -30,10 +30,10 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
         {"--timeout: Value 0 not in range 1 to 86400", {"start --timeout 0 web"}},
         {"--verify excludes --no-block", {"start --verify --no-block web"}},
         {"missing command: run-in TARGET -- COMMAND...", {"run-in a.target"}},
-        {"UNIT: app[*]: patterns are not taken here; name the unit", {"uninstall --yes 'app*'"}},
+        {"UNIT: app[*]: patterns do not work here; name the unit", {"uninstall --yes 'app*'"}},
         {"--unit: app[*]: .*", {"volume register /v --unit 'app*'"}},
         {"TARGET: app[*]: .*", {"isolate 'app*'", "run-in 'app*' -- true"}},
-        {"'nfs A' is no name of a property", {"show web 'nfs A'"}},
+        {"'nfs A' is not a property name", {"show web 'nfs A'"}},
         {"--json goes after the command", {"--json show web Id"}},
         {"show takes UNIT PROPERTY, or .*", {"show web", "show web Id Names"}},
         {"--unit or --package is required", {"volume register /vol1"}},
@@ -68,7 +68,7 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
     EXPECT_TRUE(Calls().empty());
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
     EXPECT_THAT(Tool("--help").output,
-                AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("done; of several units"),
+                AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("done; for several units"),
                       HasSubstr("Examples:"), Not(HasSubstr("complete")), Not(HasSubstr("\nCommands:")),
                       MatchesRegex(".*\nUnits:\n.*\nHolds:\n.*\nVolumes:\n.*\nManager:\n.*")));
     const std::string helps =
@@ -81,7 +81,7 @@ TEST_F(Program, RefusesWhatDoesNotGoTogether)
     EXPECT_EQ(Shell(helps).output, "") << "80 columns are enough";
 }
 
-TEST_F(Program, RunsTheCommandsOfSystemctl)
+TEST_F(Program, RunsTheCommandsThroughSystemctl)
 {
     std::map<std::string, std::string> cases{
         {"start --irreversibly --no-block a", "start --job-mode=replace-irreversibly --no-block a"},
@@ -107,12 +107,12 @@ TEST_F(Program, RunsTheCommandsOfSystemctl)
     }
     for (const auto& [arguments, expected] : cases) {
         const std::string output =
-            arguments.starts_with("isolate") ? "isolated to a.target; what it stops has stopped\n" : "";
+            arguments.starts_with("isolate") ? "isolated to a.target; everything it stops has stopped\n" : "";
         EXPECT_THAT(Tool(arguments), FieldsAre(0, output)) << arguments;
         std::string calls;
         for (const std::string& call : Calls()) {
-            const bool isQuestion = call.starts_with("list-jobs") || call.starts_with("show");
-            calls += isQuestion ? "" : (calls.empty() ? "" : ", ") + call;
+            const bool isQuery = call.starts_with("list-jobs") || call.starts_with("show");
+            calls += isQuery ? "" : (calls.empty() ? "" : ", ") + call;
         }
         EXPECT_EQ(calls, expected) << arguments;
     }
@@ -124,7 +124,7 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
     WriteProgram("/run/bin/tool", "");
     Write("/run/bin/text", "");
     fs::create_directories("/run/bin/folder");
-    // A path, of which an empty folder is the current one, and a command; one with a "/" is not sought.
+    // A PATH, in which an empty folder means the current one, and a command. A command with a "/" is not searched.
     const std::pair<int, std::vector<std::string>> exitCodes[] = {
         {0, {"/nowhere:/run/bin tool", "/run/here ../bin/tool", ":/run/bin there", "/run/bin::/nowhere there"}},
         {0, {"/run/bin: there", "'' there"}},
@@ -186,7 +186,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"slice show a", 4, "a: this slice is not tracked\n"},
         {"slice list", 3, "no slice is tracked\n"},
         {"slice top", 3, "no slice is tracked\n"},
-        {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it all the same\n"},
+        {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it anyway\n"},
         {"slice kill a", 1, "killing a failed\n" + log},
         {"isolate-state", 3, "no isolation is going on\n"},
         {"run-in good -- echo --json -- --help", 0, "--json -- --help\n"},
@@ -201,7 +201,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=4000000\n");
     EXPECT_THAT(Tool("isolate-state"), FieldsAre(1, "merosystemctl: an isolation to a.target was interrupted (PID "
                                                     "4000000 is gone)\n  -> merosystemctl isolate default.target\n"))
-        << "one that was killed is not none";
+        << "a killed isolation is reported";
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n");
     EXPECT_THAT(Tool("isolate-state"), FieldsAre(0, "isolating to a.target\n"));
     const ShellResult busy =
@@ -221,7 +221,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     fs::remove("/usr/lib/systemd/libsystemd-shared-245.so");
     const std::string cause = "  isolation   the machine is being isolated to a.target\n"
                               "  failed      result exit-code\n              -> journalctl --unit=a.service\n";
-    // systemctl's words, and how they are told: a warning, a list without units, the same for all units.
+    // systemctl's output and the report: a warning, a list without units, the same text for all units.
     const std::tuple<std::string, std::string, std::string> words[] = {
         {"enable a", "echo Created symlink x; echo 'Warning: y'", "Warning: y\n"},
         {"start --quiet a", "echo 'Warning: y'", ""},
@@ -255,7 +255,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("enable ''").exitCode, 6);
     EXPECT_EQ(Tool("enable --offline ''").exitCode, 1) << "needs no manager";
     Write(conf, "");
-    EXPECT_EQ(Tool("jobs").exitCode, 6) << "no answer is not an empty one";
+    EXPECT_EQ(Tool("jobs").exitCode, 6) << "no answer is not an empty answer";
     Write(conf, "dialect=current\n");
     RemoveSystemctl();
     for (const std::string command : {"start a", "stop a", "why a", "status a", "jobs", "show a Id", "default-target",
@@ -266,7 +266,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     }
 }
 
-TEST_F(Program, StatusTellsStatesApart)
+TEST_F(Program, StatusDistinguishesStates)
 {
     const std::string names = "Description=A d\n", loaded = names + "LoadState=loaded\n";
     SetUnits({{"runs", loaded + "ActiveState=active\nUnitFileState=enabled\n"},
@@ -323,7 +323,7 @@ TEST_F(Program, StatusTellsStatesApart)
     }
 }
 
-/// As systemctl prints it while there are jobs.
+/// As systemctl prints it while jobs are queued.
 const std::string kFailedUnit = "UNIT      LOAD   ACTIVE SUB    JOB DESCRIPTION\\na.service loaded failed failed     A "
                                 "b\\n\\nLOAD = text\\n";
 
@@ -378,7 +378,7 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
     }
 }
 
-TEST_F(Program, ForeseesWhatStartsAndStops)
+TEST_F(Program, DryRunsShowWhatStartsAndStops)
 {
     const std::string up = "LoadState=loaded\nActiveState=active\n", down = "LoadState=loaded\nActiveState=inactive\n";
     const std::string skipped = "ConditionResult=no\nConditionTimestampMonotonic=5\n";
@@ -454,7 +454,7 @@ TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
     EXPECT_THAT(Tool("doctor").output, StartsWith("bad    systemd     /usr/bin/systemctl cannot be run\n"));
 }
 
-/// A machine with something to tell of in every command.
+/// A machine with something to print for every command.
 struct FullProgram : Program {
     FullProgram()
     {
@@ -497,7 +497,7 @@ struct FullProgram : Program {
     {
         EXPECT_EQ(mount(source.c_str(), place.c_str(), "", MS_BIND, ""), 0);
     }
-    /// Its columns, with one blank between them; without figures that change: a tick or two of start-up too.
+    /// The output with single blanks between columns, and without figures that change: a tick or two of start-up too.
     static std::string Table(const std::string& command)
     {
         return Shell(kTool + command +
@@ -507,7 +507,7 @@ struct FullProgram : Program {
     }
 
     const std::string kVolume = "/run/pool-" + std::to_string(getpid());
-    const int file_ = (Write(kVolume + "/file", ""), open((kVolume + "/file").c_str(), O_RDONLY)); // is passed on
+    const int file_ = (Write(kVolume + "/file", ""), open((kVolume + "/file").c_str(), O_RDONLY)); // inherited
     Waiting user_, holder_;
     const std::string pid_ = std::to_string(user_.pid), other_ = std::to_string(holder_.pid);
 };
@@ -555,7 +555,7 @@ TEST_F(FullProgram, PrintsTables)
                          "  -> run it as root\n1\n"));
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
                 HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
-        << "figures end below each other";
+        << "figures are aligned at the right";
 }
 
 TEST_F(FullProgram, PrintsMetrics)
@@ -581,10 +581,10 @@ TEST_F(FullProgram, PrintsMetrics)
     EXPECT_THAT(Tool("overview --prometheus").output, Not(HasSubstr("units_down")));
 }
 
-TEST_F(FullProgram, PrintsJsonOfItsSchema)
+TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
 {
     struct Case {
-        std::string command, arguments, filter, filtered; ///< what of the output does not change, and its value
+        std::string command, arguments, filter, filtered; ///< the stable part of the output, and its value
     };
     const std::string briefly = "--interval 0.1 ";
     const Case cases[] = {
@@ -643,7 +643,7 @@ TEST_F(FullProgram, PrintsJsonOfItsSchema)
         outputs += (outputs.empty() ? "{\"" : ",\"") + c.command + "\":" + output;
     }
     Write("/run/out", outputs + "}");
-    // Each output has the definition of its command's name.
+    // Each output must match the definition with its command's name.
     EXPECT_EQ(
         Shell("jq '{definitions, properties: (.definitions | with_entries(.value = {\"$ref\": (\"#/definitions/\" + "
               "(.key | gsub(\" \"; \"%20\")))}))}' " SCHEMA

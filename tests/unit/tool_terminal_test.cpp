@@ -12,7 +12,7 @@ const std::string kXterm = "TERM=xterm LC_ALL=C exec " + std::string(MEROSYSTEMC
 
 using OnTerminal = Program;
 
-TEST_F(OnTerminal, ProgressIsALineThatIsWrittenOver)
+TEST_F(OnTerminal, ProgressIsOneLineThatIsOverwritten)
 {
     Otherwise("case $2 in a) sleep 2.2;; *.target) sleep 2.1;; esac");
     Write("/run/jobs", "7 a.service start running\n8 b.service start waiting\n9 c.service restart running\n");
@@ -27,7 +27,7 @@ TEST_F(OnTerminal, ProgressIsALineThatIsWrittenOver)
     EXPECT_THAT(dumb.Rest(), MatchesRegex(isolating + "\\([1-9] s\\): a.service [^\n]*\n")) << "a line for each matter";
 }
 
-TEST_F(OnTerminal, ProgressOfAnUnmountSaysWhatIsDone)
+TEST_F(OnTerminal, ProgressOfAnUnmountNamesTheCurrentStep)
 {
     Write("/usr/lib/systemd/system/all.service", "[X-Tarvix]\nVolumeDependency=all\n");
     SystemctlScript(
@@ -42,9 +42,10 @@ TEST_F(OnTerminal, ProgressOfAnUnmountSaysWhatIsDone)
     EXPECT_NE(stopping, screen.npos) << screen;
 }
 
-TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
+TEST_F(OnTerminal, ItsSignalsAreNotPassedOnToACommand)
 {
-    // They do not reach it. It waits until its caller knows it, which would pass on what came before.
+    // They do not reach this command, which has its own session. It first waits until its caller knows it: earlier
+    // signals would be passed on.
     Terminal terminal(kXterm + "run-in a.target -- setsid sh -c 'sleep 0.3; echo up; sleep 0.5; exit 7'");
     (void)terminal.Until("up\r\n");
     terminal.Type("\x03");
@@ -54,7 +55,7 @@ TEST_F(OnTerminal, ItsOwnSignalsReachACommandOnlyByThemselves)
     EXPECT_EQ(terminal.HangUp(), 7);
 }
 
-TEST_F(OnTerminal, TablesAreNoWiderThanItAndWholeElsewhere)
+TEST_F(OnTerminal, TablesFitItAndAreWholeElsewhere)
 {
     for (const std::string volume : {"/volume1/photographs", "/volume2/ärchive"}) {
         EXPECT_EQ(Tool("volume register " + volume + " --unit long-" + volume.substr(1, 7)).exitCode, 0);
@@ -91,20 +92,20 @@ TEST_F(OnTerminal, UninstallAsksFirst)
     }
     EXPECT_EQ(Terminal(kXterm + "uninstall --yes a").Rest(), "");
     EXPECT_FALSE(Calls().empty());
-    EXPECT_EQ(Tool("uninstall a < /dev/null").exitCode, 2) << "nobody is there to be asked";
+    EXPECT_EQ(Tool("uninstall a < /dev/null").exitCode, 2) << "there is nobody to ask";
     EXPECT_TRUE(Calls().empty());
 }
 
-TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
+TEST_F(OnTerminal, TopObeysItsKeysAndAlwaysRestoresTheTerminal)
 {
-    const Waiting smaller; // comes after the one that uses more
+    const Waiting smaller; // listed after the one that uses more
     Write("/sys/fs/cgroup/meromonitor/a.slice/tasks", std::to_string(getpid()) + "\n");
     Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", std::to_string(smaller.pid) + "\n");
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
     EXPECT_THAT(top.Until("q quit"),
                 AllOf(HasSubstr("> a.slice"), HasSubstr("\x1b[32m"), HasSubstr("Processes of a.slice: 1, by CPU")));
-    // What changes is written over, behind the sequence that goes there.
+    // Only changes are written, after the sequence that moves there.
     const std::pair<std::string, std::string> keys[] = {
         {"j", "> b.slice"},
         {"jk", "> a.slice"},
@@ -134,7 +135,7 @@ TEST_F(OnTerminal, TopObeysItsKeysAndGivesTheTerminalBackHoweverItEnds)
     EXPECT_EQ(top.HangUp(), 128 + SIGHUP);
     Terminal ignoring("trap '' HUP; " + command + "100");
     EXPECT_THAT(ignoring.Until("q quit"), HasSubstr("INPUT"));
-    EXPECT_EQ(ignoring.HangUp(), 0) << "nobody is there any more";
+    EXPECT_EQ(ignoring.HangUp(), 0) << "the terminal is gone";
     Write("/sys/fs/cgroup/meromonitor/-.slice/tasks", "");
     Terminal root(command + "100 --sort name");
     EXPECT_THAT(root.Until("q quit"), HasSubstr(", by name"));

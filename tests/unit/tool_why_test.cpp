@@ -8,14 +8,14 @@ namespace {
 
 using Why = Program;
 
-/// A line of the journal about a.service, as JSON; `fields` come first.
+/// A journal line about a.service, as JSON; `fields` come first.
 std::string Entry(const std::string& fields, const std::string& message = R"("It stopped.")")
 {
     return "{" + fields + R"("UNIT":"a.service","SYSLOG_IDENTIFIER":"systemd","_PID":"1",)" +
            R"("__REALTIME_TIMESTAMP":"1795000000999999","MESSAGE":)" + message + "}\n";
 }
 
-TEST_F(Why, SaysEveryCause)
+TEST_F(Why, NamesEveryCause)
 {
     const std::string unit = "Id=a.service\nLoadState=loaded\nUnitFileState=enabled\nActiveState=inactive\n"
                              "SubState=dead\nResult=success\n";
@@ -34,7 +34,7 @@ TEST_F(Why, SaysEveryCause)
     const auto command = [](const std::string& path, const std::string& end, const std::string& ignored = "no") {
         return "{ path=" + path + " ; argv[]=x code=exited ; status=1 ; ignore_errors=" + ignored + " ; " + end + " }";
     };
-    const auto later = [](int seconds, const std::string& message) { // than what stops at 999999 microseconds
+    const auto later = [](int seconds, const std::string& message) { // than a stop at 999999 microseconds
         return message + R"(,"__REALTIME_TIMESTAMP":")" + std::to_string(1795000000 + seconds) + "999999\"";
     };
     const auto own = [](const std::string& message) { return message + R"(,"UNIT":"","_SYSTEMD_UNIT":"a.service")"; };
@@ -128,7 +128,7 @@ TEST_F(Why, SaysEveryCause)
         {"Requires=m.service d.device\nRequisite=n.service r.service s.service down.service\nPartOf=deep.service "
          "e.device",
          "dependency  m.service is masked" + why +
-             "m.service\ndependency  d.device is not there\ndependency  n.service does not exist" + why +
+             "m.service\ndependency  d.device is missing\ndependency  n.service does not exist" + why +
              "n.service\ndependency  down.service does not run, and must run before (Requisite=)\n"
              "            Nov 18 11:06:40 systemd[1]: Stopped." +
              to + "merosystemctl start down.service\n"},
@@ -180,7 +180,7 @@ TEST_F(Why, SaysEveryCause)
         {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=5\nJob=1\n"},
         {"", "support     not supported on this platform\n", "", "/usr/lib/systemd/system/a.service",
          "[X-Tarvix]\nSupportKey=zfs\n"},
-        {"", log, // systemd-coredump's, which has no identifier
+        {"", log, // systemd-coredump's message, which has no identifier
          Entry("", R"("It stopped.","UNIT":"","COREDUMP_UNIT":"a.service","SYSLOG_IDENTIFIER":"","_COMM":"systemd")")},
         {"", condition, Entry(stopped + R"("JOB_RESULT":"assert",)")},
         {"", condition, Entry(started + R"("INVOCATION_ID":"",)")},
@@ -209,7 +209,7 @@ TEST_F(Why, SaysEveryCause)
     }
 }
 
-TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
+TEST_F(Why, ShowsTheLastLinesOfSeveralUnits)
 {
     SetUnits({{"a", "Id=a.service\nLoadState=loaded\nActiveState=failed\nSubState=failed\nStateChangeTimestamp=Mon\n"},
               {"b", "Id=b.service\nLoadState=loaded\nActiveState=inactive\nSubState=dead\n"},
@@ -236,13 +236,13 @@ TEST_F(Why, ShowsWhatAUnitWroteLastOfSeveralUnits)
     EXPECT_THAT(Read("/run/journal"), MatchesRegex("--no-pager --quiet --boot --output=json --lines=300 "
                                                    "--unit=a.service --unit=b.service --unit=d.service [^\n]*\n"));
     EXPECT_THAT((Write("/run/journal", ""), Tool("why alias"), Read("/run/journal")), HasSubstr("--unit=a.service "))
-        << "the journal does not know the alias";
+        << "the journal does not know aliases";
     EXPECT_THAT(Tool("why 'd e' c"), FieldsAre(1, AllOf(HasSubstr("cannot be asked"), HasSubstr("\nc.service runs"))));
     EXPECT_EQ(Shell(kTool + "why --json c a | jq -c 'map([.unit, .causes[].kind])'").output,
               "[[\"c.service\"],[\"a.service\",\"failed\"]]\n");
 }
 
-TEST_F(Why, IsToldOfUnitsThatAreNotAsWantedASecondLater)
+TEST_F(Why, IsPrintedForUnitsThatAreNotAsWantedASecondLater)
 {
     const std::string zero = "NRestarts=0\n", active = "ActiveState=active\nSubState=running\n" + zero;
     const std::string dead = "ActiveState=inactive\nSubState=dead\nResult=success\n" + zero;

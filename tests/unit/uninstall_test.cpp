@@ -15,7 +15,7 @@ const std::string kShow = "show --property=DropInPaths --property=FragmentPath "
 
 class Uninstall : public Machine {};
 
-TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
+TEST_F(Uninstall, ResetFailedAndDaemonReloadLogWhatTheyDo)
 {
     const std::string output = "Failed to reset failed state of unit b.service: Unit b.service not loaded.\n";
     const std::string units = " systemd_reset_failed: [a, b] ", reload = " systemd_daemon-reload: ";
@@ -38,7 +38,7 @@ TEST_F(Uninstall, ResetFailedAndDaemonReloadSayWhatTheyDo)
                           "ERR" + units + "failed to reset-failed.", start, "ERR" + reload + "daemon-reload failed."}));
 }
 
-TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
+TEST_F(Uninstall, StepsRunInOrderAndEndWithResetFailed)
 {
     const std::string stop = "stop a b", disable = stop + ", disable --root=/. a b";
     const std::string ask = disable + ", disable --root=/. --runtime a b",
@@ -80,7 +80,7 @@ TEST_F(Uninstall, EveryStepInItsOrderAndResetFailedOnEveryWayOut)
     }
 }
 
-TEST_F(Uninstall, InTheDialectOfTodayEachQuestionIsOneForAllUnits)
+TEST_F(Uninstall, TheCurrentDialectQueriesAllUnitsAtOnce)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     const std::string isEnabled = "is-enabled a b", unmask = "unmask --root=/. a b";
@@ -111,11 +111,11 @@ TEST_F(Uninstall, InTheDialectOfTodayEachQuestionIsOneForAllUnits)
     }
 }
 
-TEST_F(Uninstall, WhatIsRefusedOrSkippedFailsWhole)
+TEST_F(Uninstall, ARefusedOrSkippedListFailsWhole)
 {
     Texts list{"a", "../b"}, failed{"a"};
     EXPECT_FALSE(MEROSystemdUninstall(list, list) || MEROSystemdUninstall({"a", "../b"}, failed));
-    EXPECT_TRUE(list.size() == 2 && failed == list) << "each stands on the list once";
+    EXPECT_TRUE(list.size() == 2 && failed == list) << "each is listed once";
     EXPECT_THAT(Said("systemd_uninstall"), Each("AreFileNames(vecUnits)"));
     EXPECT_TRUE(MLIBCErrGet() == 0x0D00 && Calls().empty());
 
@@ -136,13 +136,13 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
         {"DropInPaths=" + one + " " + two + "\nFragmentPath=" + file + "\n", 0, true, {file, one, two}},
         {"FragmentPath=" + file + "\nDropInPaths= " + one + "  " + two + "\nX=" + odd, 0, true, {file, one, two}},
         {"FragmentPath=" + odd + "\nDropInPaths=" + kUnits + "none\n", 0, true, {odd}},
-        {"DropInPaths=" + one + " \"" + odd + "\"\n", 0, true, {one, odd}}, // systemctl quotes a blank
+        {"DropInPaths=" + one + " \"" + odd + "\"\n", 0, true, {one, odd}}, // systemctl quotes blanks
         {"DropInPaths=\nFragmentPath=\n", 0, true, {}},
         {"DropInPaths=[unprintable] " + one + "\nFragmentPath=" + file + "\n", 0, false, {file, one}},
         {"FragmentPath=" + file.substr(1) + "\n", 0, false, {}},
         {"FragmentPath=" + kUnits + "a.service.d\n", 0, false, {}},
         {"FragmentPath=/proc/version\n", 0, false, {}},
-        {"FragmentPath=" + file + "\n", 1, false, {}}, // a run that failed names nothing to remove
+        {"FragmentPath=" + file + "\n", 1, false, {}}, // a failed run names nothing to remove
     };
     for (const auto& [output, exitCode, removed, gone] : cases) {
         SCOPED_TRACE(output);
@@ -155,7 +155,7 @@ TEST_F(Uninstall, RemovesTheUnitsFilesAndTracesUnlessAPathIsUnfit)
         Texts failed;
         MLIBCErrSetEx(0x1234, "mark", 1);
         EXPECT_EQ(MEROSystemdUninstall({"a", "b"}, failed), removed);
-        EXPECT_TRUE(!removed || MLIBCErrGet() == 0x1234) << "a success has set an error";
+        EXPECT_TRUE(!removed || MLIBCErrGet() == 0x1234) << "a success set an error";
         EXPECT_EQ(failed, removed ? Texts() : Texts{"a"});
         std::set<std::string> expected = gone;
         expected.insert({kFlags + "b.service", kReasons + "b.service/r"});

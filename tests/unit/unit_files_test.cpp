@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(UnitFiles, TypesStemsAndNormalNames)
+TEST_F(UnitFiles, NamesHaveTypesStemsAndNormalForms)
 {
     struct Case {
         std::string unit, type, stem, normalized;
@@ -54,15 +54,15 @@ TEST_F(UnitFiles, SplitTrimsTheTextAndKeepsEmptyPieces)
     Texts pieces;
     EXPECT_TRUE(Split("  a,,b \n", pieces, ","));
     EXPECT_THAT(pieces, ElementsAre("a", "", "b"));
-    EXPECT_TRUE(Split(" \t\n", pieces, ",") && pieces.size() == 3) << "a text of blanks leaves the list alone";
+    EXPECT_TRUE(Split(" \t\n", pieces, ",") && pieces.size() == 3) << "blanks leave the list alone";
     EXPECT_TRUE(Split("a b,c", pieces, ", "));
-    EXPECT_THAT(pieces, ElementsAre("a", "b", "c")) << "every one of the characters divides";
+    EXPECT_THAT(pieces, ElementsAre("a", "b", "c")) << "each of the characters divides";
 }
 
 TEST_F(UnitFiles, AreFoundAndReadWithTheirTemplates)
 {
-    fs::create_symlink("/nowhere", "/usr/local/lib/systemd/system/a.service"); // it does not exist
-    for (const std::string folder : {"/run", "/etc", "/usr/lib"}) {            // each goes before the last
+    fs::create_symlink("/nowhere", "/usr/local/lib/systemd/system/a.service"); // a dangling link
+    for (const std::string folder : {"/run", "/etc", "/usr/lib"}) { // each takes precedence over the previous one
         const std::string path = folder + "/systemd/system/a.service";
         Write(path, "");
         EXPECT_EQ(UnitPathGet("a"), path);
@@ -92,7 +92,7 @@ TEST_F(UnitFiles, AreFoundAndReadWithTheirTemplates)
     EXPECT_EQ(UnitSectionKeyGet("foo@bar.service", "X-Tarvix", "Name"), "instance");
 }
 
-TEST_F(UnitFiles, OnlyTheWordYesIsYes)
+TEST_F(UnitFiles, OnlyYesIsTrue)
 {
     struct Getter {
         std::string key, keyForC;
@@ -147,11 +147,11 @@ TEST_F(UnitFiles, NamesAndListsAreChecked)
         SetKeys("Name=\nNameI18n=" + value + "\n");
         std::string stored = "before";
         EXPECT_EQ(MEROSystemdNameI18nGet("a", stored), valid) << value;
-        EXPECT_EQ(stored, value) << "an invalid value is stored all the same";
+        EXPECT_EQ(stored, value) << "an invalid value is stored too";
     }
     std::string name = "before";
     EXPECT_TRUE(!MEROSystemdNameGet("missing", name) && name == "before");
-    EXPECT_TRUE(!MEROSystemdNameGet("a", name) && name.empty()) << "a name says what";
+    EXPECT_TRUE(!MEROSystemdNameGet("a", name) && name.empty()) << "an empty name is a failure";
 
     SetKeys("FirewallSections=nfs  smb\nBelongsTo=multi-user.target nfs.service x.target\nPackedIn=p.target y\n");
     Texts sections{"before"}, targets{"before"};
@@ -165,7 +165,7 @@ TEST_F(UnitFiles, NamesAndListsAreChecked)
     EXPECT_THAT(targets, ElementsAre("before", "multi-user.target", "x.target", "p.target"));
 }
 
-TEST_F(UnitFiles, ASectionIsReplacedOrWhatFailedIsLogged)
+TEST_F(UnitFiles, ASectionIsReplacedOrTheFailureIsLogged)
 {
     const std::string folder = "/run/systemd/system/a.service.d", file = folder + "/mero.conf";
     EXPECT_TRUE(AddUnitSection(folder, "mero.conf", "Unit", {{"B", "2"}, {"A", "1"}}));
@@ -176,7 +176,7 @@ TEST_F(UnitFiles, ASectionIsReplacedOrWhatFailedIsLogged)
     EXPECT_TRUE(Log().empty());
     EXPECT_TRUE(AddUnitSection(folder, "mero.conf", "Unit",
                                {{"A", "1"}, {"B", " 2"}, {"C", "3\n[Service]"}, {"", "x"}, {"D=", "x"}}));
-    EXPECT_EQ(Read(file), "[Unit]\nA=1\n\n[Service]\nNice=5\n") << "what can be set is written";
+    EXPECT_EQ(Read(file), "[Unit]\nA=1\n\n[Service]\nNice=5\n") << "valid keys are written";
     const Texts said = Said("systemd_internal_lib");
     EXPECT_THAT(said, AllOf(SizeIs(4), Each(StartsWith("ERR Fail to MLIBCSzHashSetValue to [" + file + "] [0x0D00 "))));
 

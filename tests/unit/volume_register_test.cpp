@@ -18,7 +18,7 @@ const std::string kEnd = "/etc/meropkg_conf/reg_volume", kFoo = "/var/packages/F
 
 struct VolumeRegister : Machine {
     VolumeRegister() { fs::create_directories("/var/packages/Foo"), fs::create_directories("/var/packages/Baz"); }
-    static std::string Listed() ///< as "+" or, when some could not be read, "-", and the registers
+    static std::string Listed() ///< the registers after a "+", or a "-" if some could not be read
     {
         std::vector<VolumeRegistration> registers;
         Texts texts{MEROSystemdVolumeRegisterList(registers) ? "+" : "-"};
@@ -30,11 +30,11 @@ struct VolumeRegister : Machine {
     static auto Files() { return std::distance(fs::directory_iterator(kUnits), {}); }
 };
 
-TEST_F(VolumeRegister, KeepsWhatElseTheFileHolds)
+TEST_F(VolumeRegister, KeepsTheRestOfTheFile)
 {
     struct Case {
         bool adds;
-        std::string before, after; ///< after: without blanks; nothing: the file is left alone
+        std::string before, after; ///< after: without blanks; empty: the file is left alone
     };
     const std::string odd =
         R"(5,{"a":[1.5,{}]},"ü",18446744073709551615,-9223372036854775808,null,"\u0000\"\\😀\n",["/v"])";
@@ -74,13 +74,13 @@ TEST_F(VolumeRegister, KeepsWhatElseTheFileHolds)
         EXPECT_FALSE(MEROSystemdVolumeIsRegisteredByUnit("nfs", {"/x", "5"}) || Listed()[3] != (done ? '+' : '-'));
     }
     EXPECT_TRUE(fs::remove(kNfs) && mkfifo(kNfs.c_str(), 0600) == 0 && !MEROSystemdVolumeRegister("nfs", "/v"))
-        << "and does not wait";
+        << "a FIFO is not waited for";
 }
 
 TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
 {
     Write("/usr/mero/etc/merosystemd/x.service", "[\"/v\"]");
-    EXPECT_FALSE(MEROSystemdVolumeRegister(std::string("a.service\0b", 11), "/v")) << "a file's name ends at the NUL";
+    EXPECT_FALSE(MEROSystemdVolumeRegister(std::string("a.service\0b", 11), "/v")) << "a file name ends at the NUL";
     for (const auto& [name, volume] :
          {std::pair("a", "v"), {"a", "/v/"}, {"a", "/"}, {"../x", "/v"}, {"a/b", "/v"}, {"..", "/v"}, {"/x", "/v"}}) {
         EXPECT_FALSE(MEROSystemdVolumeRegister(name, volume) || MEROSystemdVolumeUnregister(name, volume) ||
@@ -107,7 +107,7 @@ TEST_F(VolumeRegister, RefusedAndImpossibleCallsChangeNothing)
     EXPECT_TRUE(MEROSystemdVolumeRegister("nfs", "/v") && Files() == 1 && Read("/run/other").empty());
 }
 
-TEST_F(VolumeRegister, FollowsNoLinkThatAPackagePlanted)
+TEST_F(VolumeRegister, FollowsNoLinkPlantedByAPackage)
 {
     Write("/run/secret", "[\"/secret\"]"), fs::create_directories("/var/packages/Foo/etc/meropkg_conf");
     fs::create_symlink("/run/secret", kFoo);
@@ -118,10 +118,10 @@ TEST_F(VolumeRegister, FollowsNoLinkThatAPackagePlanted)
     EXPECT_TRUE(MEROSystemdPackageVolumeRegister("Foo", "/v") && !fs::is_symlink(kFoo) && !fs::exists("/run/secret"));
 }
 
-TEST_F(VolumeRegister, GoesThroughLinksOfRootsOwnFoldersOnly)
+TEST_F(VolumeRegister, FollowsOnlyLinksInFoldersOfRoot)
 {
     struct Case {
-        std::string link, target; ///< what is planted
+        std::string link, target; ///< the planted link
         uid_t owner;              ///< of the package's folder
         mode_t mode;
         bool isFollowed;
@@ -168,7 +168,7 @@ TEST_F(VolumeRegister, IsListed)
     EXPECT_TRUE(list() && Listed() == "{ \"+\", " + all && Log().empty()) << Listed();
     EXPECT_THAT(packages, UnorderedElementsAre("before", "Foo", "Baz"));
     Write("/var/packages/Bad" + kEnd, "[");
-    EXPECT_TRUE(!list() && Log().size() == 2 && Listed() == "{ \"-\", " + all) << "the bad one is passed over";
+    EXPECT_TRUE(!list() && Log().size() == 2 && Listed() == "{ \"-\", " + all) << "the bad one is skipped";
 }
 
 TEST_F(VolumeRegister, HasOneWriterAtATime)

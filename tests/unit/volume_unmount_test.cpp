@@ -36,7 +36,7 @@ const std::string kRun = "/run/merosystemd/", kLock = kRun + "locks/volume-unmou
                   kAll = "VolumeDependency=all";
 const std::string kMonitorLock = kRun + "status_monitor.exit.lock", kIsolateLock = kIsolateAndVolumeUnmountLock;
 
-/// A process with a cgroup that uses files until it goes.
+/// A process in a cgroup that uses files until it ends.
 struct Holder : Waiting {
     Holder(const std::string& cgroup, const std::function<void()>& use) : Waiting(use)
     {
@@ -47,7 +47,7 @@ struct Holder : Waiting {
 };
 
 struct VolumeUnmount : Machine {
-    /// Unit files by their keys. systemctl lists them; `failing` is a command of its that fails.
+    /// Writes unit files with these keys, which systemctl lists. The systemctl command `failing` fails.
     void SetUnits(const std::vector<std::pair<std::string, Texts>>& files, const std::string& failing = "none")
     {
         std::string script = "case \"$*\" in '" + failing + "') exit 3;; list-unit-files*) echo '";
@@ -63,7 +63,7 @@ struct VolumeUnmount : Machine {
     }
 };
 
-TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
+TEST_F(VolumeUnmount, APathBelongsToTheVolumeItLeadsTo)
 {
     const std::string a = kVolume + "/a", b = kVolume + "/d/b";
     Write(a, "text"), Write(b, "text"), Write(kVolume + "0/c", "text");
@@ -96,7 +96,7 @@ TEST_F(VolumeUnmount, APathIsBelowByWhatItLeadsTo)
                 device.Match("/run/none").empty());
 }
 
-TEST_F(VolumeUnmount, TextsAreHandedOutInWholeLines)
+TEST_F(VolumeUnmount, FilesAreReadInWholeLines)
 {
     const std::string path = "/run/lines";
     std::string many;
@@ -136,7 +136,7 @@ TEST_F(VolumeUnmount, ATableKeepsItsTextsWhileItGrows)
     }
 }
 
-TEST_F(VolumeUnmount, UsersCannotBeToldWithoutProc)
+TEST_F(VolumeUnmount, ListingUsersFailsWithoutProc)
 {
     const auto list = [] {
         Texts services{"before"};
@@ -148,7 +148,7 @@ TEST_F(VolumeUnmount, UsersCannotBeToldWithoutProc)
     EXPECT_TRUE(!MEROSystemdServiceSkipListByMntPath("none", skip) && MLIBCErrGet() == 0x0700 && skip);
 }
 
-TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
+TEST_F(VolumeUnmount, ThePlanNamesStopsCausesAndBlockers)
 {
     const std::string some = "VolumeDependency=partial", program = kVolume + "/sleeps-very-long", d = kVolume + "/d/e";
     SetUnits({{kAll, {"all.service", "activating.service", "reloading.service", "deactivating.service"}},
@@ -234,7 +234,7 @@ TEST_F(VolumeUnmount, ThePlanTellsWhatStopsWhyAndWhatStaysInTheWay)
                  fs::exists(kLock));
 }
 
-TEST_F(VolumeUnmount, TheDialectOfTodaySeesMore)
+TEST_F(VolumeUnmount, TheCurrentDialectSeesMore)
 {
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     SetUnits(
@@ -254,7 +254,7 @@ TEST_F(VolumeUnmount, TheDialectOfTodaySeesMore)
                                     "WARNING [maintenance.service] is in maintenance: it counts as not running."s}));
 }
 
-/// A systemctl of today that knows every unit; all of them are in one state.
+/// A current systemctl that knows every unit; all have the same state.
 const std::string kShowsAll = "case $1 in list-unit-files) cat /run/files;; show) shift 2; for unit; do "
                               "printf 'Id=%s\\nNames=%s\\nLoadState=loaded\\nCanStart=yes\\n' $unit $unit; "
                               "echo ActiveState=$(cat /run/state); echo; done;; esac";
@@ -282,7 +282,7 @@ TEST_F(VolumeUnmount, EachUnitOfAMasterIsACause)
                 ElementsAre(Field(&StopCause::unit, "a.service"), Field(&StopCause::unit, "c.service")));
 }
 
-TEST_F(VolumeUnmount, AnUnmountWhoseProcessesAreGoneIsEndedByTheNextOne)
+TEST_F(VolumeUnmount, TheNextUnmountRecoversAnInterruptedOne)
 {
     using Kind = VolumeUnmountState::Kind;
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Write("/run/state", "inactive");
@@ -321,18 +321,18 @@ TEST_F(VolumeUnmount, AnUnmountWhoseProcessesAreGoneIsEndedByTheNextOne)
     EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }));
     const Texts calls = Calls();
     EXPECT_THAT(calls, Contains("start a.service"));
-    EXPECT_THAT(calls, Contains("list-jobs --no-legend").Times(2)) << "a stop of its unit is waited for";
+    EXPECT_THAT(calls, Contains("list-jobs --no-legend").Times(2)) << "the unit's stop is awaited";
     EXPECT_TRUE(MEROSystemdVolumeUnmountStateGet(state) && state.kind == Kind::None);
     EXPECT_EQ(ResultOf(ended), 0);
     EXPECT_FALSE(fs::exists(kRun + "volume-unmount.json"));
 }
 
-TEST_F(VolumeUnmount, AnUnmountStartsWhatAnInterruptedOneLeftDownToo)
+TEST_F(VolumeUnmount, AnUnmountAlsoStartsWhatAnInterruptedOneLeftDown)
 {
     struct Case {
-        std::string failing; ///< what systemctl does, and fails
-        bool dies;           ///< the caller, during the action
-        Texts calls;         ///< but questions
+        std::string failing; ///< the systemctl command that fails
+        bool dies;           ///< the caller is killed during the action
+        Texts calls;         ///< without queries
         std::string said;
     };
     const std::string begin = "start --job-mode=replace-irreversibly unmount-volume-begin.target",
@@ -388,11 +388,11 @@ TEST_F(VolumeUnmount, AnUnmountStartsWhatAnInterruptedOneLeftDownToo)
         EXPECT_TRUE(ReadUnmountRecord(now, kind));
         EXPECT_EQ(kind == VolumeUnmountState::Kind::Interrupted ? Join(now.services) + Join(now.units) : "",
                   calls.size() == 1 ? "old.serviceold.service" : "")
-            << "as before when nothing stopped";
+            << "unchanged if nothing was stopped";
     }
 }
 
-TEST_F(VolumeUnmount, WhatWasTriedIsTriedAgainOnlyWithTheOthers)
+TEST_F(VolumeUnmount, TriedUnitsAreStartedAgainOnlyWithOthers)
 {
     Write("/run/state", "inactive"), SystemctlScript(kShowsAll);
     const StoppedUnits both{.units = {"a.service", "b.service"}, .lost = {}, .tried = {"a.service"}};
@@ -404,7 +404,7 @@ TEST_F(VolumeUnmount, WhatWasTriedIsTriedAgainOnlyWithTheOthers)
     EXPECT_THAT(Calls(), Each(StartsWith("show ")));
 }
 
-TEST_F(VolumeUnmount, MountsElsewhereAreTold)
+TEST_F(VolumeUnmount, MountsElsewhereAreFound)
 {
     const std::string root = "1 0 8:1 / / rw shared:1 - ext4 /dev/sda1 rw\n";
     const auto own = MountTableParse(root + "2 1 8:2 / /v rw shared:2 - ext4 /dev/sdb rw\n"
@@ -414,7 +414,7 @@ TEST_F(VolumeUnmount, MountsElsewhereAreTold)
     EXPECT_THAT(FindBindMounts(own, {"/v"}), ElementsAre("/b c"));
     EXPECT_THAT(FindBindMounts(own, {"/one"}), IsEmpty()) << "another subvolume";
     const std::pair<const char*, const char*> namespaces[] = {
-        // of other processes: the root's peers, what they keep
+        // of other processes: the root's peers, and the mount that they keep
         {"shared:1", ""}, {"master:1", ""}, {"shared:7 master:1", ""}, {"shared:7", "/old/v"}, {"", "/old/v"},
     };
     for (const auto& [peers, kept] : namespaces) {
@@ -428,9 +428,9 @@ TEST_F(VolumeUnmount, MountsElsewhereAreTold)
 TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
 {
     struct Case {
-        std::string failing, folder; ///< a command of systemctl's; a folder in the way
+        std::string failing, folder; ///< a systemctl command that fails; a folder in the way
         int acts;                    ///< see Act
-        Texts calls;                 ///< behind the questions
+        Texts calls;                 ///< after the queries
         std::string said =
             "INFO the following service will temporarily stop for volume unmounting: [/v, /w][b.mount, m.service]";
     };
@@ -481,7 +481,7 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
         const std::string units = "=b.mount m.service\n", no = "DefaultDependencies=no\n", after = "After" + units;
         const std::string targets =
             after + after + "Conflicts" + units + no + no + "Wants" + units + "[Unit]\n[Unit]\n";
-        EXPECT_EQ(calls.empty() ? targets : Read("/run/seen"), targets) << "their lines sorted";
+        EXPECT_EQ(calls.empty() ? targets : Read("/run/seen"), targets) << "the files' lines, sorted";
         EXPECT_TRUE(!c.folder.empty() || (IsFree(kLock, 60) && IsFree(kIsolateLock, 60)));
     }
 }
@@ -492,10 +492,10 @@ TEST_F(VolumeUnmount, AKilledCallersServicesStartAgain)
     const pid_t pid =
         Fork([] { return _MEROSystemdVolumeUnmountAction({"/v"}, [] { return kill(getpid(), SIGKILL) == 0; }); });
     EXPECT_EQ(ResultOf(pid), 255);
-    EXPECT_TRUE(IsFree(kLock, 10)) << "the watcher has it until the services are started";
+    EXPECT_TRUE(IsFree(kLock, 10)) << "the watcher holds it until the services are started";
     EXPECT_EQ(Calls().back(), "start unmount-volume-end.target");
     EXPECT_THAT(Said("systemd_volume_unmount_action").back(), HasSubstr("[a.service] start again"));
-    // Before anything has stopped, the watcher does nothing.
+    // If nothing has stopped yet, the watcher does nothing.
     SystemctlScript("case $1 in list-unit-files) echo a.service enabled;; show) echo ActiveState=active;; "
                     "daemon-reload) kill -9 $PPID;; esac");
     EXPECT_EQ(ResultOf(Fork([] { return _MEROSystemdVolumeUnmountAction({"/v"}, [] { return true; }); })), 255);
@@ -503,7 +503,7 @@ TEST_F(VolumeUnmount, AKilledCallersServicesStartAgain)
     EXPECT_EQ(Calls().back(), "daemon-reload");
 }
 
-TEST_F(VolumeUnmount, StopJobsThatAreLeftAreWaitedFor)
+TEST_F(VolumeUnmount, RemainingStopJobsAreAwaited)
 {
     Write("/usr/lib/systemd/system/a.service", "[X-Tarvix]\n" + kAll);
     SystemctlScript(
@@ -520,7 +520,7 @@ TEST_F(VolumeUnmount, StopJobsThatAreLeftAreWaitedFor)
                 ElementsAre("daemon-reload", EndsWith("begin.target"), jobs, jobs, "action", start, jobs, start));
 }
 
-TEST_F(VolumeUnmount, ACallerThatStoodOnTheVolumeCanUnmountIt)
+TEST_F(VolumeUnmount, ACallerWhoseWorkingDirectoryWasOnTheVolumeCanUnmountIt)
 {
     WriteProgram("/usr/mero/lib/systemd/scripts/mero-systemd-status-monitor.sh", "exec sleep 1");
     const fs::path before = fs::current_path();
@@ -528,7 +528,7 @@ TEST_F(VolumeUnmount, ACallerThatStoodOnTheVolumeCanUnmountIt)
     ASSERT_EQ(mount("tmpfs", kVolume.c_str(), "tmpfs", 0, ""), 0);
     fs::current_path(kVolume);
     const auto action = [&] { return fs::current_path(before), umount(kVolume.c_str()) == 0; };
-    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({kVolume}, action)) << "the status monitor stood there too";
+    EXPECT_TRUE(_MEROSystemdVolumeUnmountAction({kVolume}, action)) << "the status monitor inherited that folder";
     umount2(kVolume.c_str(), MNT_DETACH);
 }
 

@@ -12,12 +12,12 @@
 namespace {
 
 constexpr const char* kNote = R"(Exit status:
-  0  done; of several units, all of them
-  1  failed; standard error names what, and says what to do
+  0  done; for several units, all of them
+  1  failed; standard error says what, and what to do
   2  wrong usage: nothing was done
-  3  not active, or another "no" to what was asked
+  3  not active, or another "no" as the answer
   4  there is no such unit
-  5  a lock is held, or what was waited for took too long; try again
+  5  a lock is held, or a wait took too long; try again
   6  systemd does not run, or /usr/bin/systemctl cannot be run
 run-in, volume unmount and cgroup move exit with their command's exit code when
 the command fails.
@@ -34,7 +34,7 @@ Examples:
 For ordinary users it controls their own (--user) manager.
 'merosystemctl COMMAND --help' lists a command's options.)";
 
-// systemctl's, and not this program's.
+// Commands that systemctl has and this program does not.
 constexpr const char* kElsewhere =
     "add-requires add-wants bind cancel cat clean condreload condrestart condstop daemon-reexec default edit "
     "emergency exit freeze get-default halt hibernate hybrid-sleep import-environment is-system-running kexec "
@@ -67,7 +67,7 @@ void AddCommands(MERO::Tool::CommandLine& commandLine)
 {
     const MERO::Tool::Command program = commandLine.Program();
     MERO::Tool::AddGeneralOptions(program);
-    MERO::Tool::AddActionCommands(program); // the help lists sections and commands in this order
+    MERO::Tool::AddActionCommands(program); // the help keeps this order
     MERO::Tool::AddOverviewCommand(program);
     MERO::Tool::AddStatusCommand(program);
     MERO::Tool::AddWhyCommand(program);
@@ -93,7 +93,7 @@ void AddCommands(MERO::Tool::CommandLine& commandLine)
 
 int main(int argc, char* argv[])
 {
-    std::setlocale(LC_CTYPE, ""); // for the width of characters
+    std::setlocale(LC_CTYPE, ""); // WidthOf() measures characters in the user's locale
     MERO::Tool::CommandLine commandLine({
         .program = "merosystemctl",
         .help = "Manages the services of this machine through libmerosystemd.",

@@ -11,15 +11,15 @@ class App;
 
 namespace MERO::Tool {
 
-/// Which commands are built: a call needs its own alone, and the help of the program the names of all.
+/// The commands to build: a call needs only its own, the program's help only the names of all.
 enum class Extent { One, Names, All };
 
-/// What the parser does not keep of commands.
+/// What the parser does not record about commands.
 struct Calls {
     Extent extent;
-    std::string name;                               ///< of the one
-    std::map<const CLI::App*, Texts*> behindDashes; ///< of the commands that take words there
-    std::function<int()> called;                    ///< what the command that was called does
+    std::string name;                              ///< of the command, for Extent::One
+    std::map<const CLI::App*, Texts*> afterDashes; ///< of the commands that take words after "--"
+    std::function<int()> called;                   ///< runs the command that was called
 };
 
 } // namespace MERO::Tool

@@ -150,14 +150,14 @@ Argument Command::AddOption(const std::string& name, const std::string& meaning,
     return AddOptionTo(app_, name, meaning, value, help);
 }
 
-const Command& Command::TakeBehindDashes(Texts& words, const std::string& usage) const
+const Command& Command::TakeAfterDashes(Texts& words, const std::string& usage) const
 {
     if (app_ == nullptr) {
         return *this;
     }
     const auto formatter = std::dynamic_pointer_cast<CLI::Formatter>(app_->get_formatter());
     app_->formatter(std::make_shared<TailedFormatter>(*formatter, usage));
-    calls_->behindDashes[app_] = &words;
+    calls_->afterDashes[app_] = &words;
     return *this;
 }
 

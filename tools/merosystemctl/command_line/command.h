@@ -15,16 +15,16 @@ namespace MERO::Tool {
 
 struct Calls;
 
-/// Says what is wrong with a value, and nothing when nothing is.
+/// Returns what is wrong with a value; empty if nothing is.
 using Check = std::string (*)(const std::string& value);
 
 /// An option or an operand of a command.
 class Argument {
 public:
-    explicit Argument(CLI::Option* option) : option_(option) {} ///< nullptr: of a command that is not needed
+    explicit Argument(CLI::Option* option) : option_(option) {} ///< nullptr: its command is not needed
 
     const Argument& MustPass(Check check) const;
-    /// Values are taken as this makes them, before they are checked.
+    /// `form` changes a value before it is checked.
     const Argument& TakeAs(std::string (*form)(std::string value)) const;
     const Argument& MustLie(long long least, long long most) const;
     const Argument& Needs(const Argument& other) const;
@@ -34,18 +34,18 @@ private:
     CLI::Option* option_;
 };
 
-/// A command of the program, such as "start" or "volume plan": what it takes, and what it does. Copies mean the same
-/// command. Values are left alone until the command is called. Of a command that this run does not need nothing is
-/// built: it takes what is added, and keeps nothing.
+/// A command of the program, such as "start" or "volume plan": its arguments, and what it does. A copy means the same
+/// command. The bound values change only when the command is called. For a command that this run does not need, nothing
+/// is built: arguments can be added, and are dropped.
 class Command {
 public:
     Command(CLI::App* app, Calls* calls) : app_(app), calls_(calls) {}
 
     Command AddCommand(const std::string& name, const std::string& help) const;
-    /// A command that only holds others, one of which has to follow it.
+    /// A command that only groups others: one of them must follow it.
     Command AddGroup(const std::string& name, const std::string& help) const;
 
-    /// Operands stand in the order in which they are added. Of a list there is at least one.
+    /// Operands come in the order in which they are added. A required list has at least one value.
     Argument AddOperand(const std::string& name, std::string& value, const std::string& help) const;
     Argument AddOperand(const std::string& name, Texts& values, const std::string& help) const;
     Argument AddOperand(const std::string& name, int& value, const std::string& help) const;
@@ -61,11 +61,12 @@ public:
     Argument AddOption(const std::string& name, const std::string& meaning, unsigned& value,
                        const std::string& help) const;
 
-    /// The words after "--", their options included, are no operands: `usage` is added to the usage line for them.
-    const Command& TakeBehindDashes(Texts& words, const std::string& usage) const;
+    /// The words after "--", options among them, go to `words` and are no operands. `usage` describes them in the usage
+    /// line.
+    const Command& TakeAfterDashes(Texts& words, const std::string& usage) const;
     /// A text below the help.
     const Command& SetNote(const std::string& note) const;
-    /// What it does. The exit code.
+    /// `run` does the command's work and returns the exit code.
     void OnCall(std::function<int()> run) const;
 
 private:

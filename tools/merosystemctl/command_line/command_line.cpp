@@ -31,11 +31,11 @@ bool TakesValue(const CLI::Option* option)
     return option != nullptr && option->get_items_expected_max() > 0;
 }
 
-/// The words after "--" of a command that takes them. For other commands "--" only ends the options.
-void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
+/// Moves the words after "--" to the command that takes them. For other commands "--" only ends the options.
+void TakeAfterDashes(const CLI::App* command, const Calls& calls, Texts& words)
 {
     const CLI::App* program = command;
-    bool isValue = false; // of an option of the program
+    bool isValue = false; // of one of the program's options
     for (const std::string& word : words) {
         const CLI::App* sub = Subcommand(*command, word);
         if (!isValue && sub != nullptr) {
@@ -45,15 +45,15 @@ void TakeBehindDashes(const CLI::App* command, const Calls& calls, Texts& words)
         }
         isValue = !isValue && TakesValue(NamedOption(*program, word));
     }
-    const auto taker = calls.behindDashes.find(command);
+    const auto taker = calls.afterDashes.find(command);
     const auto dashes = std::find(words.begin(), words.end(), "--");
-    if (taker != calls.behindDashes.end() && dashes != words.end()) {
+    if (taker != calls.afterDashes.end() && dashes != words.end()) {
         taker->second->assign(dashes + 1, words.end());
         words.erase(dashes, words.end());
     }
 }
 
-/// The name of the operand in place `index`; the last one may take all that follow.
+/// The name of operand number `index`; the last operand may take all that follow.
 std::string OperandName(const CLI::App& command, std::size_t index)
 {
     const auto all = command.get_options([](const CLI::Option* option) { return option->get_positional(); });
@@ -90,7 +90,7 @@ Texts TextsOf(const std::vector<Word>& words)
     return texts;
 }
 
-/// The words with a command, if they have none but mean one.
+/// Adds the command that the words imply, if they name none.
 Texts WithCommand(const CLI::App& program, Texts words, const CommandLine::Description& description)
 {
     auto word = words.begin();
@@ -110,7 +110,7 @@ Texts WithCommand(const CLI::App& program, Texts words, const CommandLine::Descr
     return words;
 }
 
-/// The command that was called, as far as its words are known: the program itself when the first one is not.
+/// The command that was called, as deep as its words are known; the program itself if the first one is unknown.
 const CLI::App* Called(const CLI::App* program)
 {
     while (!program->get_subcommands().empty()) {
@@ -140,7 +140,7 @@ std::string DidYouMean(const std::string& nearest)
     return nearest.empty() ? "" : "\nDid you mean " + nearest + "?";
 }
 
-/// What is wrong with the words that the parser did not know what to do with.
+/// The message for words that the parser could not place.
 std::string UnknownFault(const CLI::App& program, const CLI::App& called, const Texts& words, const Texts& elsewhere)
 {
     const auto option = std::find_if(words.begin(), words.end(),
@@ -166,7 +166,7 @@ std::string UnknownFault(const CLI::App& program, const CLI::App& called, const 
                         : DidYouMean(Nearest(words.front(), commands)));
 }
 
-/// What is wrong with the words, and what to do.
+/// The message for a wrong command line: the mistake, and where to find help.
 std::string UsageMessage(const CLI::App& program, const CLI::Error& error, const Texts& elsewhere)
 {
     const CLI::App* called = Called(&program);
@@ -181,7 +181,7 @@ std::string UsageMessage(const CLI::App& program, const CLI::Error& error, const
     return "merosystemctl: " + fault + "\n" + HelpHint(called) + "\n";
 }
 
-/// Of the section with the command; empty, which leaves it out of the help, when there is none.
+/// The title of the command's section; empty, which hides the command in the help, if it has none.
 std::string TitleOf(const std::string& command, const std::vector<Section>& sections)
 {
     for (const Section& section : sections) {
@@ -192,7 +192,7 @@ std::string TitleOf(const std::string& command, const std::vector<Section>& sect
     return {};
 }
 
-/// Throws a UsageError when a command was given an option of the program that it does not take.
+/// Throws a UsageError if a command was given one of the program's options that it does not take.
 void CheckLimits(const CLI::App& program, const std::map<std::string, Texts>& limited)
 {
     const std::string called = FullName(Called(&program));
@@ -217,7 +217,7 @@ Command CommandLine::Program()
 void CommandLine::Build(Extent extent, const std::string& name)
 {
     app_ = std::make_unique<CLI::App>(description_.help, description_.program);
-    calls_ = std::make_unique<Calls>(Calls{.extent = extent, .name = name, .behindDashes = {}, .called = {}});
+    calls_ = std::make_unique<Calls>(Calls{.extent = extent, .name = name, .afterDashes = {}, .called = {}});
     app_->set_version_flag("--version", description_.program + " " + description_.version,
                            "Print the version and exit");
     app_->set_help_flag("-h,--help", "Print this help and exit");
@@ -230,13 +230,13 @@ void CommandLine::Build(Extent extent, const std::string& name)
     app_->get_formatter()->label("REQUIRED", ""); // the usage line says so
     app_->get_formatter()->label("Positionals", "Arguments");
     description_.addCommands(*this);
-    app_->footer(description_.note); // as late as this: commands that are added inherit it
+    app_->footer(description_.note); // last: commands added after it would inherit it
     for (CLI::App* command : app_->get_subcommands({})) {
         command->group(TitleOf(command->get_name(), description_.sections));
     }
 }
 
-/// Builds the command that the words call alone, if it is plain which one that is.
+/// Builds only the command that the words call, if that is clear.
 void CommandLine::BuildFor(const Texts& words)
 {
     const auto isCommand = [](const std::string& word) { return !word.starts_with('-'); };
@@ -258,8 +258,8 @@ int CommandLine::Run(Texts words)
 {
     BuildFor(words);
     words = WithCommand(*app_, words, description_);
-    TakeBehindDashes(app_.get(), *calls_, words);
-    std::reverse(words.begin(), words.end()); // as the parser wants them
+    TakeAfterDashes(app_.get(), *calls_, words);
+    std::reverse(words.begin(), words.end()); // the order that the parser takes
     try {
         app_->parse(words);
         CheckLimits(*app_, description_.limited);
@@ -281,7 +281,7 @@ int CommandLine::Run(Texts words)
     return kUsage;
 }
 
-Expected CommandLine::ExpectedBehind(const Texts& words) const
+Expected CommandLine::ExpectedAfter(const Texts& words) const
 {
     CommandLine whole(description_);
     whole.Build(Extent::All);
@@ -291,7 +291,7 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
     Expected expected;
     for (const std::string& word : words) {
         if (valueOf != nullptr) {
-            valueOf = word == "=" ? valueOf : nullptr; // bash makes three words of "--type=service"
+            valueOf = word == "=" ? valueOf : nullptr; // bash splits "--type=service" into three words
         } else if (word.starts_with("-")) {
             const CLI::Option* own = NamedOption(*command, word);
             const CLI::Option* option = own != nullptr ? own : NamedOption(*program, word);
@@ -307,7 +307,7 @@ Expected CommandLine::ExpectedBehind(const Texts& words) const
         expected.argument = valueOf->get_name();
         return expected;
     }
-    if (expected.operands.empty()) { // else after a command that there is not
+    if (expected.operands.empty()) { // otherwise an unknown command came before
         expected.commands = CommandNames(*command);
     }
     expected.options = OptionNames(*command);

@@ -12,28 +12,28 @@ namespace MERO::Tool {
 
 enum class Extent;
 
-/// A word that a command line can go on with.
+/// A word that can come next on a command line.
 struct Word {
     std::string text;
     std::string description;
 };
 
-/// What a command line can go on with.
+/// What can come next on a command line.
 struct Expected {
     std::vector<Word> commands;
     std::vector<Word> options; ///< with their dashes
-    std::string argument;      ///< the name of the operand, or of the option whose value is wanted
-    std::string command;       ///< that all this is for, such as "reason release"
-    Texts operands;            ///< of it, that are there
+    std::string argument;      ///< the operand that can come next, or the option whose value is missing
+    std::string command;       ///< the command typed so far, such as "reason release"
+    Texts operands;            ///< its operands typed so far
 };
 
-/// Commands that the help lists below one title. Those that no section has are hidden: they are for other programs.
+/// Commands that the help lists under one title. Commands in no section are hidden: they are for other programs.
 struct Section {
     std::string title;
     Texts commands;
 };
 
-/// The program's command line: its commands, and the reading of what was typed.
+/// The program's command line: its commands, and the parser for what was typed.
 class CommandLine {
 public:
     struct Description {
@@ -41,26 +41,26 @@ public:
         std::string help;
         std::string version;
         std::string note;             ///< below the help
-        std::function<void()> before; ///< runs before each command, but for those that are hidden
+        std::function<void()> before; ///< runs before each command that is not hidden
         std::vector<Section> sections;
-        std::map<std::string, Texts> limited;          ///< options of the program, and the commands that take them
-        Texts elsewhere;                               ///< commands that systemctl has, and this program does not
-        std::string whenNothing;                       ///< the command that runs when there is none
-        std::map<std::string, std::string> shorthands; ///< options that mean a command when they stand in its place
+        std::map<std::string, Texts> limited;          ///< program options, and the commands that take them
+        Texts elsewhere;                               ///< commands of systemctl that this program does not have
+        std::string whenNothing;                       ///< the command that runs if none is given
+        std::map<std::string, std::string> shorthands; ///< options that imply a command when given in its place
         std::function<void(CommandLine&)> addCommands;
     };
 
     explicit CommandLine(Description description);
     ~CommandLine();
 
-    /// The program as a command, which the others are added to.
+    /// The program itself; the commands are added to it.
     Command Program();
 
-    /// Does what the words ask for; they are without the program's name. Says on standard error what is wrong with
-    /// them. The exit code.
+    /// Runs the command line `words` (without the program's name) and returns the exit code. Prints usage errors on
+    /// standard error.
     int Run(Texts words);
 
-    Expected ExpectedBehind(const Texts& words) const;
+    Expected ExpectedAfter(const Texts& words) const;
 
 private:
     void Build(Extent extent, const std::string& name = "");

@@ -5,7 +5,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// How many letters must be added, left out, changed or swapped with their neighbour to make one word of the other.
+/// How many letters to add, drop, change or swap with a neighbour to turn one word into the other.
 std::size_t Distance(const std::string& a, const std::string& b)
 {
     std::vector<std::vector<std::size_t>> table(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
@@ -29,11 +29,11 @@ std::size_t Distance(const std::string& a, const std::string& b)
 
 std::string Nearest(const std::string& word, const Texts& names)
 {
-    if (word.size() > 32) { // no name is as long
+    if (word.size() > 32) { // no name is that long
         return {};
     }
     std::string nearest;
-    std::size_t least = word.size() / 3 + 1; // more is another word
+    std::size_t least = word.size() / 3 + 1; // farther away it is a different word
     for (const std::string& name : names) {
         if (const std::size_t distance = Distance(word, name); distance < least) {
             nearest = name;

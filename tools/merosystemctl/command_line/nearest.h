@@ -6,7 +6,7 @@
 
 namespace MERO::Tool {
 
-/// The name that was meant by a misspelt word; empty when none is near.
+/// The name that a misspelt word probably means; empty if none is close.
 std::string Nearest(const std::string& word, const Texts& names);
 
 } // namespace MERO::Tool

@@ -20,10 +20,10 @@ struct Action {
     const char* verb;
     const char* help;
     bool (*run)(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer);
-    Wanted wanted;     ///< of the units, afterwards
+    Wanted wanted;     ///< the state that the units should have afterwards
     bool takesNoBlock; ///< reload never waits
     bool takesJobMode;
-    bool starts; ///< units, which reasons may hold
+    bool starts; ///< starts units, which reasons may hold
 };
 
 constexpr Action kActions[] = {
@@ -49,7 +49,7 @@ struct ActionArguments {
 
 using Results = std::vector<UnitResult>;
 
-/// The reasons that keep the action from a unit. Nobody restarts with try-restart what does not run.
+/// The reasons that keep the action from a unit. try-restart leaves a stopped unit alone, held or not.
 std::vector<Cause> HoldsFrom(const Action& action, const std::string& unit, const std::string& ownName)
 {
     const bool startsNothing = action.wanted == Wanted::NotFailed;
@@ -60,7 +60,7 @@ std::vector<Cause> HoldsFrom(const Action& action, const std::string& unit, cons
     return holds;
 }
 
-/// Takes the held units off the list.
+/// Removes the held units from `units` and returns their results.
 Results TakeHeld(const Action& action, Texts& units)
 {
     Texts held;
@@ -68,7 +68,7 @@ Results TakeHeld(const Action& action, Texts& units)
         return {};
     }
     std::map<std::string, Systemd::ShownUnit> shown;
-    if (IsDialectOfToday()) {
+    if (IsDialectCurrent()) {
         (void)MEROSystemdShowProperties(units, {"Id"}, shown);
     }
     Results results;
@@ -108,7 +108,7 @@ Results RunOn(const Texts& units, const Action& action, const ActionArguments& a
 int Run(const Action& action, const ActionArguments& arguments)
 {
     if (arguments.verify && arguments.noBlock) {
-        throw UsageError("--verify excludes --no-block"); // the help shows no line for it
+        throw UsageError("--verify excludes --no-block"); // Excludes() would add a line to the help
     }
     Texts units = LoadedUnits(action.verb, arguments.units);
     if (arguments.dryRun) {
@@ -140,7 +140,7 @@ void AddActionCommands(const Command& program)
         if (action.wanted == Wanted::Stopped) {
             AddDryRun(command, arguments->dryRun);
         }
-        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        command.AddFlag("--json", arguments->json, "Print the result of each unit as a JSON array");
         command.OnCall([&action, arguments] { return Run(action, *arguments); });
     }
 }

@@ -87,7 +87,7 @@ void AddCgroupCommands(const Command& program)
     const Argument only =
         move.AddFlag("--monitor-only", arguments->move.monitorOnly, "Move in the monitor's hierarchy only");
     move.AddFlag("--root", arguments->move.toRoot, "In place of SLICE: the root of systemd's hierarchy").Excludes(only);
-    move.TakeBehindDashes(arguments->move.command, "-- COMMAND...");
+    move.TakeAfterDashes(arguments->move.command, "-- COMMAND...");
     move.OnCall([arguments] { return MoveAndRun(arguments->move); });
 }
 

@@ -4,7 +4,7 @@
 
 namespace MERO::Tool {
 
-// Each adds its commands to the program, or to a group of it.
+// Each adds its commands to the program or to a group.
 void AddActionCommands(const Command& program);
 void AddCgroupCommands(const Command& program);
 void AddCompleteCommand(CommandLine& commandLine);

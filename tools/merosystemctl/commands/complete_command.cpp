@@ -15,7 +15,7 @@ void AddCompleteCommand(CommandLine& commandLine)
     const auto arguments = std::make_shared<Arguments>();
     const Command command =
         commandLine.Program().AddCommand("complete", "Print what the last word of a command line can be");
-    command.TakeBehindDashes(arguments->words, "-- [WORD...]");
+    command.TakeAfterDashes(arguments->words, "-- [WORD...]");
     command.AddFlag("--descriptions", arguments->descriptions, "Print a tab and a description after each");
     command.OnCall([&commandLine, arguments] {
         for (const Word& candidate : Candidates(commandLine, arguments->words)) {

@@ -17,7 +17,7 @@ const std::string kOffline = "--root=/.";
 
 using OptionsForm = bool(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer);
 
-/// Reenabling is disabling and enabling; the library's own does it without options.
+/// With options, disables and then enables: the library's reenable takes none.
 bool Reenable(const Texts& options, const Texts& units, Texts& failed, const SystemctlObserver& observer)
 {
     return options.empty() ? MEROSystemdReenableObserved(units, failed, observer)
@@ -29,7 +29,7 @@ struct EnablementChange {
     const char* verb;
     const char* help;
     OptionsForm* run;
-    const char* now; ///< what else is done at once with --now; nullptr: it is no option
+    const char* now; ///< the command that --now runs too; nullptr: no such option
     OptionsForm* runNow;
 };
 
@@ -92,7 +92,7 @@ void AddEnablementCommands(const Command& program)
         if (change.now != nullptr) {
             command.AddFlag("--now", arguments->now, std::string("And ") + change.now + " the units").Excludes(offline);
         }
-        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        command.AddFlag("--json", arguments->json, "Print the result of each unit as a JSON array");
         command.OnCall([&change, arguments] { return Run(change, *arguments); });
     }
 }

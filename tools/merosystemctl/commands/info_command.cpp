@@ -9,17 +9,17 @@
 namespace MERO::Tool {
 namespace {
 
-/// A unit's metadata, in the order and under the names that are printed.
+/// A unit's metadata, in the order and under the names in the output.
 struct Metadata {
     std::string unit, name, nameI18n;
     bool supported = false, defaultEnable = false, oneClickEnable = false, infoCenter = false, nanoUpdate = false;
     Texts firewallSections, belongsTo, packedIn;
 };
 
-/// False when the unit has no file.
+/// Returns false if the unit has no file.
 bool Read(Metadata& data)
 {
-    // These two are false for a unit without a name, too.
+    // These two also return false for a unit without a name.
     (void)MEROSystemdNameGet(data.unit, data.name);
     if (!MEROSystemdNameI18nGet(data.unit, data.nameI18n)) {
         data.nameI18n.clear();

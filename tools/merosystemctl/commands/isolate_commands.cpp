@@ -8,7 +8,7 @@
 #include "running/dry_run.h"
 #include "running/general_options.h"
 #include "running/run_command.h"
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 #include "running/watched_work.h"
 
 #include <merosystemd/systemd.hpp>
@@ -20,13 +20,13 @@
 namespace MERO::Tool {
 namespace {
 
-/// As systemctl reads it.
+/// The name that systemctl would use.
 std::string TargetName(const std::string& target)
 {
     return target.find('.') != target.npos ? target : target + ".target";
 }
 
-/// Whether systemd has no such target; says so then. What it cannot be asked about is none of this.
+/// Whether systemd has no such target; if so, prints that. Ignores a query that fails.
 bool IsNoTarget(const std::string& target)
 {
     const std::string unit = TargetName(target);
@@ -60,7 +60,7 @@ int Isolate(const std::string& target, bool noBlock)
         return kFailed;
     default:
         if (!General().quiet) {
-            std::cout << "isolated to " << target << "; what it stops has stopped\n";
+            std::cout << "isolated to " << target << "; everything it stops has stopped\n";
         }
         return kDone;
     }
@@ -92,8 +92,8 @@ int PrintState(bool json)
     return state.isolating ? kDone : kNotActive;
 }
 
-/// Throws when systemd would not isolate to the target. The way back stops everything that was started by hand: it must
-/// not begin for a name that is misspelt.
+/// Throws if systemd would refuse to isolate to the target. Isolating back stops everything that was started by hand: a
+/// misspelt name must not lead to that.
 void CheckTarget(const std::string& target)
 {
     const std::string unit = TargetName(target);
@@ -163,7 +163,7 @@ void AddIsolateCommands(const Command& program)
 
     const Command runIn = program.AddCommand("run-in", "Run a command in a target, then isolate back");
     TakeNames(runIn.AddOperand("TARGET", arguments->target, "A target with AllowIsolate=yes"));
-    runIn.TakeBehindDashes(arguments->command, "-- COMMAND...");
+    runIn.TakeAfterDashes(arguments->command, "-- COMMAND...");
     runIn.OnCall([arguments] { return RunIn(arguments->target, arguments->command); });
 }
 

@@ -25,14 +25,14 @@ void PrintJobs(const Jobs& jobs)
 
 void AddJobsCommand(const Command& program)
 {
-    for (const char* name : {"jobs", "list-jobs"}) { // as systemctl calls it
+    for (const char* name : {"jobs", "list-jobs"}) { // list-jobs is systemctl's name
         const auto json = std::make_shared<bool>(false);
         const Command command = program.AddCommand(name, "List systemd's queued jobs");
         command.AddFlag("--json", *json, "As a JSON array");
         command.OnCall([json]() -> int {
             Jobs jobs;
             const bool listed = MEROSystemdIntJobList(jobs);
-            if (!listed || (jobs.empty() && !IsManagerThere())) { // the classic dialect cannot tell them apart
+            if (!listed || (jobs.empty() && !IsManagerThere())) { // classic: no answer looks empty too
                 return ReportFailure("listing the jobs");
             }
             *json ? PrintJson(JobsToJson(jobs)) : PrintJobs(jobs);

@@ -25,7 +25,7 @@ struct MaintenanceArguments {
     bool json = false;
 };
 
-/// Asks the person at the terminal.
+/// Asks the user at the terminal.
 bool IsWanted(const Texts& units)
 {
     if (isatty(STDIN_FILENO) == 0) {
@@ -96,7 +96,7 @@ void AddMaintenanceCommands(const Command& program)
     uninstall.OnCall([arguments] { return Uninstall(*arguments); });
 
     for (const Command& command : {resetFailed, uninstall}) {
-        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        command.AddFlag("--json", arguments->json, "Print the result of each unit as a JSON array");
     }
 }
 

@@ -22,7 +22,7 @@ enum class Form { Text, Json, Prometheus };
 
 using UnmountKind = Systemd::VolumeUnmountState::Kind;
 
-constexpr std::size_t kMostLines = 8; // of each kind: all of them fit on one screen
+constexpr std::size_t kMostLines = 8; // of each kind, so that all kinds fit on one screen
 
 struct Overview {
     std::vector<TableRow> failed;
@@ -33,7 +33,7 @@ struct Overview {
     Isolation isolation;
 };
 
-/// One kind of things, of which only the first are shown. The remedy is for all of them.
+/// Adds the first lines of one kind, with a remedy for all of them.
 void AddGroup(std::vector<Cause>& lines, const std::string& kind, const Texts& texts, const std::string& remedy)
 {
     const std::size_t shown = texts.size() > kMostLines ? kMostLines - 1 : texts.size();
@@ -51,7 +51,7 @@ void AddGroup(std::vector<Cause>& lines, const std::string& kind, const Texts& t
 void AddUnmount(const Overview& overview, std::vector<Cause>& lines)
 {
     if (!overview.isUnmountKnown) {
-        lines.push_back({"down", "whether an unmount was interrupted cannot be read", "merosystemctl volume state"});
+        lines.push_back({"down", "cannot read whether an unmount was interrupted", "merosystemctl volume state"});
         return;
     }
     const Systemd::VolumeUnmountState& unmount = overview.unmount;
@@ -125,7 +125,7 @@ void PrintOverviewAsJson(const Overview& overview)
     PrintJson(object);
 }
 
-/// Fails when whether units are down cannot be read: that none are would not be true.
+/// Fails if it is unknown which units are down: a 0 could be wrong.
 int PrintOverviewAsMetrics(const Overview& overview)
 {
     if (!overview.isUnmountKnown) {

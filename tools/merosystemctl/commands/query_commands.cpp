@@ -15,7 +15,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// A list of systemctl's, as it is printed here.
+/// One of systemctl's lists, and its columns here.
 struct SystemctlList {
     const char* verb;
     const char* what;
@@ -93,7 +93,7 @@ int ListUnits(const ListArguments& arguments)
     return RunList(kLoaded, options, arguments);
 }
 
-/// Of the system's files systemctl finds the states itself: systemd would do nothing else meanwhile.
+/// For the system's files systemctl finds the states itself: systemd would be blocked meanwhile.
 int ListUnitFiles(const ListArguments& arguments)
 {
     return RunList(kFiles, getuid() == 0 ? Texts{"--root=/."} : Texts(), arguments);

@@ -56,7 +56,7 @@ bool RemoveReason(const std::string& reason, const Texts& services, Texts& faile
     return MEROSystemdServiceReasonRemove(reason, services, failed);
 }
 
-/// Takes the units off `services` that do not exist. What is left has its own names.
+/// Removes units that do not exist from `services`, and puts the others there under their own names.
 Results TakeMissing(const std::string& verb, Texts& services, std::vector<HeldService>& held)
 {
     std::map<std::string, Systemd::ShownUnit> shown;
@@ -87,15 +87,15 @@ int Add(const ReasonArguments& arguments)
         return PrintForeseen(ForeseeStop(services), arguments.json);
     }
     std::vector<HeldService> held;
-    Results results = IsDialectOfToday() ? TakeMissing(verb, services, held) : Results();
+    Results results = IsDialectCurrent() ? TakeMissing(verb, services, held) : Results();
     if (arguments.isUnprotected) {
         held.clear();
     }
     const bool isProtected = ProtectHeld(held);
     const Results changed = RunChange(verb, MEROSystemdServiceStopByReasonObserved, arguments.reason, services);
-    UnprotectReleased(services); // that did not get the reason
+    UnprotectReleased(services); // those that did not get the reason
     std::erase_if(held, [](const HeldService& one) { return !Systemd::CheckServiceHasReason(one.name); });
-    const bool isStillProtected = ProtectHeld(held); // unless another process has just released it
+    const bool isStillProtected = ProtectHeld(held); // in case another process has just released one
     Append(results, changed);
     const int code = PrintResults(results, arguments.json);
     return code == kDone && !(isProtected && isStillProtected) ? kFailed : code;
@@ -108,13 +108,13 @@ bool HasReason(const std::string& service, const std::string& reason)
     return !isKnown || std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
 }
 
-/// Takes those off `services` that lack the reason, by their own names too.
+/// Removes from `services` those that have the reason under neither of their names, and returns them.
 Texts TakeLacking(const std::string& reason, Texts& services)
 {
     Texts having, lacking;
     for (const std::string& service : services) {
         std::map<std::string, Systemd::ShownUnit> shown;
-        if (!HasReason(service, reason) && IsDialectOfToday()) {
+        if (!HasReason(service, reason) && IsDialectCurrent()) {
             (void)MEROSystemdShowProperties({service}, {"Id"}, shown);
         }
         const std::string name = OwnName(service, shown[service].properties["Id"]);
@@ -124,20 +124,20 @@ Texts TakeLacking(const std::string& reason, Texts& services)
     return lacking;
 }
 
-/// What the library has noted as stopped along with a service.
+/// The units that the library recorded as stopped along with a service.
 Texts StoppedAlong(const std::string& service)
 {
     Texts units;
     std::error_code error;
     const std::filesystem::path folder("/run/merosystemd/stopped-along/" + ServiceName(service));
-    for (const auto& note : std::filesystem::directory_iterator(folder, error)) {
-        units.push_back(note.path().filename());
+    for (const auto& record : std::filesystem::directory_iterator(folder, error)) {
+        units.push_back(record.path().filename());
     }
     return units;
 }
 
-/// What stopped along with the services and did not start with them again. The library's result is about the services
-/// alone.
+/// The units that stopped along with the services and did not start again with them. The library's result covers only
+/// the services.
 Results StillStopped(const Texts& services)
 {
     Results stopped;
@@ -152,7 +152,7 @@ Results StillStopped(const Texts& services)
     return stopped;
 }
 
-/// A service starts when this was its last reason, and what stopped along with it does too.
+/// A service starts if this was its last reason, and the units that stopped along with it start too.
 std::vector<Foreseen> ForeseeRelease(const std::string& reason, Texts services)
 {
     (void)TakeLacking(reason, services);
@@ -191,7 +191,7 @@ int Release(const ReasonArguments& arguments)
     return PrintResults(results, arguments.json);
 }
 
-/// A service that lacks the reason is left as it is meant to be.
+/// A service without the reason is already as requested: that is no error.
 int Remove(const ReasonArguments& arguments)
 {
     Texts services = LoadedUnits("reason remove", arguments.services);
@@ -245,7 +245,7 @@ void AddReasonCommands(const Command& program)
         const Command command = reason.AddCommand(change.verb, change.help);
         command.AddOperand("REASON", arguments->reason, "A name for the cause, without \"/\"");
         command.AddOperand("SERVICE", arguments->services, "Services, or patterns such as 'nfs*'");
-        command.AddFlag("--json", arguments->json, "Print what came of each unit as a JSON array");
+        command.AddFlag("--json", arguments->json, "Print the result of each unit as a JSON array");
         if (change.run != Remove) {
             AddDryRun(command, arguments->dryRun);
         }
@@ -261,7 +261,7 @@ void AddReasonCommands(const Command& program)
     };
     const auto arguments = std::make_shared<Arguments>();
     const Command list = reason.AddCommand("list", "List the holds of services");
-    list.AddOptionalOperand("SERVICE", arguments->services, "Services; without any, all that are held");
+    list.AddOptionalOperand("SERVICE", arguments->services, "Services; default: all that are held");
     list.AddFlag("--json", arguments->json, "As a JSON object");
     list.OnCall([arguments] { return ListReasons(arguments->services, arguments->json); });
 }

@@ -3,7 +3,7 @@
 #include "output/command_error.h"
 #include "output/output.h"
 #include "running/unit_patterns.h"
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 
 #include <algorithm>
 #include <iostream>
@@ -19,7 +19,7 @@ struct ShowArguments {
     bool json = false;
 };
 
-/// The names in "MainPID,Id".
+/// Splits "MainPID,Id".
 Texts SplitNames(const std::string& list)
 {
     Texts names;
@@ -37,10 +37,10 @@ std::string PropertyFault(const std::string& list)
     const bool isList = !names.empty() && std::all_of(names.begin(), names.end(), [&](const std::string& name) {
         return !name.empty() && name.find_first_not_of(kLetters) == name.npos;
     });
-    return isList ? "" : "'" + list + "' is no name of a property";
+    return isList ? "" : "'" + list + "' is not a property name";
 }
 
-/// "show UNIT PROPERTY": the value alone, of several properties a line for each.
+/// "show UNIT PROPERTY": prints only the value, one line for each of several properties.
 int PrintValues(const std::string& unit, const std::string& properties, bool json)
 {
     if (const std::string fault = PropertyFault(properties); !fault.empty()) {
@@ -51,14 +51,14 @@ int PrintValues(const std::string& unit, const std::string& properties, bool jso
     for (const std::string& name : names) {
         const auto value = values.find(name);
         if (value == values.end()) {
-            throw CommandError(kFailed, unit + ": systemd knows no property " + name);
+            throw CommandError(kFailed, unit + ": systemd has no property " + name);
         }
         PrintText(value->second, json);
     }
     return kDone;
 }
 
-/// As systemctl prints them: NAME=VALUE, and an empty line between units.
+/// Prints like systemctl: NAME=VALUE, and an empty line between units.
 void PrintAll(const Texts& units, const Texts& names, bool json)
 {
     auto shown = AskUnits(units, names);

@@ -22,7 +22,7 @@ struct Names {
     std::string nameI18n;
 };
 
-/// Empty where the slice has none.
+/// A name that the slice does not have is empty.
 Names NamesOf(const std::string& slice)
 {
     Names names;
@@ -97,7 +97,7 @@ void PrintProcessesAsJson(const std::string& slice, const Names& names, const st
     PrintJson(object);
 }
 
-/// False when the slice is not tracked, or no longer.
+/// Returns false if the slice is not tracked, or no longer.
 bool Measure(const std::string& slice, Seconds interval, std::vector<ProcessUsage>& processes)
 {
     Reading before;
@@ -116,7 +116,7 @@ int ReportUntracked(const std::string& slice)
     return kNoSuchUnit;
 }
 
-/// Of a slice, or of all that are tracked when none is named.
+/// Prints the metrics of a slice; if none is named, of all tracked slices.
 int ShowMetrics(const std::string& slice)
 {
     std::vector<Reading> readings;
@@ -178,7 +178,7 @@ void AddSliceCommands(const Command& program)
     show.AddOptionalOperand("SLICE", arguments->slice, "A slice that is tracked");
     AddInterval(show, arguments->interval, "Measure for N seconds (default 1)");
     const Argument json = show.AddFlag("--json", arguments->json, "As a JSON object");
-    show.AddFlag("--prometheus", arguments->prometheus, "As metrics; of all tracked slices when none is named")
+    show.AddFlag("--prometheus", arguments->prometheus, "As metrics; without SLICE, for all tracked slices")
         .Excludes(json);
     show.OnCall([arguments] {
         return arguments->prometheus ? ShowMetrics(arguments->slice)
@@ -200,7 +200,7 @@ void AddSliceCommands(const Command& program)
     top.SetNote("On a terminal it is a screen with these keys; elsewhere a line for each slice.\n"
                 "  Up Down j k   choose a slice           PgUp PgDn  scroll its processes\n"
                 "  c m i o p n   order by CPU, memory, input, output, PID or name\n"
-                "  x             kill the chosen slice, after a question\n"
+                "  x             kill the chosen slice, after asking\n"
                 "  h             show or hide the keys    q          quit\n"
                 "Input and output are what processes read from storage and write to it.");
     top.OnCall([arguments] {

@@ -34,7 +34,7 @@ const char* PhaseWords(KillPhase phase)
     }
 }
 
-/// Shows the phase and its seconds. For two threads: the one that kills, and the one that counts.
+/// Shows the phase and its seconds. Used by two threads: one kills, the other counts.
 class KillProgress {
 public:
     void Begin(KillPhase phase)
@@ -53,7 +53,7 @@ public:
         }
     }
 
-    bool HasBegun() const { return phase_.has_value(); } ///< asked when one thread is left
+    bool HasBegun() const { return phase_.has_value(); } ///< called when only one thread is left
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -71,7 +71,7 @@ private:
     Clock::time_point began_;
 };
 
-/// Whether this process, and with it the caller's session, would be killed too.
+/// Whether the kill would also hit this process, and with it the caller's session.
 bool HoldsThisProcess(const std::string& slice)
 {
     std::string path;
@@ -85,7 +85,7 @@ bool IsThere(const std::string& slice)
 {
     Texts tracked;
     std::map<std::string, Systemd::ShownUnit> units;
-    (void)MEROSystemdSliceList(tracked); // false when there are none
+    (void)MEROSystemdSliceList(tracked); // false if there are none
     if (std::find(tracked.begin(), tracked.end(), slice) != tracked.end() ||
         !MEROSystemdShowProperties({slice}, {"ActiveState", "FragmentPath", "DropInPaths"}, units) ||
         !units[slice].asked) {
@@ -103,7 +103,7 @@ int KillSlice(const std::string& slice, bool force)
         return kNoSuchUnit;
     }
     if (!force && HoldsThisProcess(slice)) {
-        PrintError(slice + " is not killed: this process runs in it. --force kills it all the same");
+        PrintError(slice + " is not killed: this process runs in it. --force kills it anyway");
         return kFailed;
     }
     bool done = false;

@@ -4,12 +4,12 @@
 
 namespace MERO::Tool {
 
-/// Whether there is such a slice. systemd loads one of any name: what has no unit file, does not run and is not tracked
-/// is none. When systemd cannot be asked, the slice may be there.
+/// Whether the slice exists. systemd loads a slice of any name: one without a unit file that neither runs nor is
+/// tracked does not exist. True if systemd does not answer.
 bool IsThere(const std::string& slice);
 
-/// Ends all that runs in a slice and shows how far that is. A slice that holds this process is refused unless `force`.
-/// Returns the exit code.
+/// Ends everything that runs in a slice, and shows the progress. Refuses a slice that holds this process unless
+/// `force`. Returns the exit code.
 int KillSlice(const std::string& slice, bool force);
 
 } // namespace MERO::Tool

@@ -14,7 +14,6 @@
 namespace MERO::Tool {
 namespace {
 
-/// What a slice has used until now.
 struct SliceTotals {
     double memoryBytes = 0;
     double cpuSeconds = 0;
@@ -34,7 +33,7 @@ SliceTotals SumOf(const std::vector<ProcessReading>& processes)
     return sum;
 }
 
-/// A property that systemd has a figure for. It prints "[not set]", or the greatest number, where it has none.
+/// A property's number; nothing if it is not set, for which systemd prints "[not set]" or the greatest number.
 std::optional<double> FigureOf(const Systemd::ShownUnit& unit, const char* property)
 {
     const auto found = unit.properties.find(property);
@@ -48,11 +47,11 @@ std::optional<double> FigureOf(const Systemd::ShownUnit& unit, const char* prope
     return isFigure ? std::optional(static_cast<double>(figure)) : std::nullopt;
 }
 
-/// What systemd accounts for a slice counts the processes too that have ended, so that it never falls.
+/// Uses systemd's accounting where it has any: it includes processes that have ended, so that it never decreases.
 void TakeAccounted(std::map<std::string, SliceTotals>& slices)
 {
     if (slices.empty() || HasMonitorHierarchy()) {
-        return; // the monitor's slices need not hold what systemd's do
+        return; // the monitor's slices may hold other processes than systemd's
     }
     Texts names;
     for (const auto& [name, totals] : slices) {

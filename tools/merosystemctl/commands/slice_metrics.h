@@ -6,7 +6,7 @@
 
 namespace MERO::Tool {
 
-/// Prints what slices have used, as metrics. Throws a CommandError when systemd cannot be asked.
+/// Prints what slices have used, as metrics. Throws a CommandError if systemd does not answer.
 void PrintSliceMetrics(const std::vector<Reading>& readings);
 
 } // namespace MERO::Tool

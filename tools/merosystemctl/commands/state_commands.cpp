@@ -4,7 +4,7 @@
 #include "output/output.h"
 #include "running/general_options.h"
 #include "running/unit_patterns.h"
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 
 #include <algorithm>
 #include <iostream>
@@ -14,14 +14,14 @@
 namespace MERO::Tool {
 namespace {
 
-struct StateQuestion {
+struct StateQuery {
     const char* name;
     const char* help;
     const char* property;
-    std::vector<std::string_view> yes; ///< the values for which the answer is yes
+    std::vector<std::string_view> yes; ///< the values that mean yes
 };
 
-const StateQuestion kQuestions[] = {
+const StateQuery kQueries[] = {
     {"is-active", "Print whether units are active", "ActiveState", {"active", "reloading"}},
     {"is-failed", "Print whether units are failed", "ActiveState", {"failed"}},
     {"is-enabled",
@@ -30,22 +30,22 @@ const StateQuestion kQuestions[] = {
      {"enabled", "enabled-runtime", "static", "alias", "indirect", "generated"}},
 };
 
-/// Prints a word for each unit. The exit code is that of systemctl, in this program's numbers: yes when it is so for
-/// one of the units.
-int Ask(const StateQuestion& question, const Texts& words)
+/// Prints a word for each unit. Returns systemctl's exit code in this program's numbers: kDone if one of the units
+/// qualifies.
+int Ask(const StateQuery& query, const Texts& words)
 {
     const Texts units = LoadedUnits("", words);
-    auto shown = AskUnits(units, {"LoadState", question.property});
+    auto shown = AskUnits(units, {"LoadState", query.property});
     int code = kNoSuchUnit;
     for (const std::string& unit : units) {
         auto& properties = shown[unit].properties;
-        const std::string& value = properties[question.property];
+        const std::string& value = properties[query.property];
         const bool isMissing = IsMissing(properties["LoadState"]);
         const std::string word = !value.empty() ? value : isMissing ? "not-found" : "-";
         if (!General().quiet) {
             std::cout << word << '\n';
         }
-        if (std::find(question.yes.begin(), question.yes.end(), word) != question.yes.end()) {
+        if (std::find(query.yes.begin(), query.yes.end(), word) != query.yes.end()) {
             code = kDone;
         } else if (!isMissing && code != kDone) {
             code = kNotActive;
@@ -58,11 +58,11 @@ int Ask(const StateQuestion& question, const Texts& words)
 
 void AddStateCommands(const Command& program)
 {
-    for (const StateQuestion& question : kQuestions) {
+    for (const StateQuery& query : kQueries) {
         const auto units = std::make_shared<Texts>();
-        const Command command = program.AddCommand(question.name, question.help);
+        const Command command = program.AddCommand(query.name, query.help);
         AddUnitsOrPatterns(command, *units);
-        command.OnCall([&question, units] { return Ask(question, *units); });
+        command.OnCall([&query, units] { return Ask(query, *units); });
     }
 }
 

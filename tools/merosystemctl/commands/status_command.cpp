@@ -30,13 +30,13 @@ constexpr const char* kStatusProperties =
 constexpr std::size_t kLogLines = 10;
 
 struct UnitStatus {
-    std::string name; ///< as it was asked for
+    std::string name; ///< as the caller named it
     UnitProperties unit;
     const Systemd::JobInfo* job;
     Texts reasons;
 };
 
-/// Nothing for a property that is not set.
+/// Empty if the property is not set.
 std::optional<std::uint64_t> Number(const std::string& text)
 {
     std::uint64_t number = 0;
@@ -125,7 +125,7 @@ void PrintStatusAsJson(const std::vector<UnitStatus>& all)
     PrintJson(list);
 }
 
-/// Says what a table has no room for.
+/// Prints what a table has no room for.
 void PrintWarnings(const std::vector<UnitStatus>& all)
 {
     Texts changed;
@@ -146,7 +146,7 @@ int RunStatus(const Texts& words, bool json)
 {
     const Texts names = LoadedUnits("", words);
     const bool isForOne = names.size() == 1 && !json;
-    auto reading = isForOne ? std::make_unique<JournalReading>(names, kLogLines) : nullptr; // beside the question
+    auto reading = isForOne ? std::make_unique<JournalReading>(names, kLogLines) : nullptr; // runs beside the query
     const std::vector<UnitProperties> units = AskProperties(names, kStatusProperties);
     if (units.empty()) {
         return ReportFailure((isForOne ? names.front() + ": " : "") + "asking for the status");
@@ -156,7 +156,7 @@ int RunStatus(const Texts& words, bool json)
     ExitCode code = kDone;
     for (std::size_t i = 0; i < names.size(); ++i) {
         UnitStatus status{names[i], units[i], FindJob(jobs, units[i]), {}};
-        (void)MEROSystemdServiceReasonList(OwnName(names[i], units[i]), status.reasons); // what is no service has none
+        (void)MEROSystemdServiceReasonList(OwnName(names[i], units[i]), status.reasons); // only services have any
         std::sort(status.reasons.begin(), status.reasons.end());
         code =
             Worse(code, units[i].WasAsked() ? StateExitCode(units[i]["LoadState"], units[i]["ActiveState"]) : kFailed);
@@ -187,7 +187,7 @@ void AddStatusCommand(const Command& program)
         bool json = false;
     };
     const auto arguments = std::make_shared<Arguments>();
-    const Command command = program.AddCommand("status", "Show the state of units; of one, its log too");
+    const Command command = program.AddCommand("status", "Show the state of units; for one unit, its log too");
     AddUnitsOrPatterns(command, arguments->units);
     command.AddFlag("--json", arguments->json, "As a JSON array");
     command.OnCall([arguments] { return RunStatus(arguments->units, arguments->json); });

@@ -35,7 +35,7 @@ std::string VolumeFault(const std::string& volume)
 
 std::string PatternFault(const std::string& unit)
 {
-    return IsPattern(unit) ? unit + ": patterns are not taken here; name the unit" : "";
+    return IsPattern(unit) ? unit + ": patterns do not work here; name the unit" : "";
 }
 
 } // namespace
@@ -46,7 +46,7 @@ void AddGeneralOptions(const Command& program)
     program.AddFlag("-q,--quiet", general.quiet, "Print errors and answers only");
     program.AddFlag("--no-progress", general.noProgress, "Do not show what is waited for");
     program.AddFlag("--no-legend", general.noLegend, "Print tables without headings");
-    program.AddFlag("--system", general.system, "Ask the system manager; for questions only");
+    program.AddFlag("--system", general.system, "Query the system manager; queries only");
     program.AddOption("--timeout", "SECONDS", general.timeout, "Wait this long for jobs, then leave them queued")
         .MustLie(1, kLongest);
 }
@@ -68,7 +68,7 @@ void AddDryRun(const Command& command, bool& dryRun)
 
 void AddUnitsOrPatterns(const Command& command, Texts& units)
 {
-    command.AddOperand("UNIT", units, "Units or patterns ('nfs*'); services without a type");
+    command.AddOperand("UNIT", units, "Units or patterns ('nfs*'); without a type, services");
 }
 
 void TakeNames(const Argument& argument)

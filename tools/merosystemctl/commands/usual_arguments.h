@@ -13,19 +13,19 @@ void AddGeneralOptions(const Command& program);
 
 void AddDryRun(const Command& command, bool& dryRun);
 
-/// Each pattern has to be replaced by LoadedUnits() or UnitFiles().
+/// The command must replace each pattern with LoadedUnits() or UnitFiles().
 void AddUnitsOrPatterns(const Command& command, Texts& units);
 
-/// Has an argument refuse patterns.
+/// Makes an argument refuse patterns.
 void TakeNames(const Argument& argument);
 
 void AddUnit(const Command& command, std::string& unit);
 Argument AddUnits(const Command& command, Texts& units);
 
-/// Has an argument take mount paths: "/volume1/", as shells complete it, is "/volume1".
+/// Makes an argument take mount paths. "/volume1/", as shells complete it, means "/volume1".
 void TakeVolumes(const Argument& argument);
 
-/// Adds "--interval", over or in which a command measures.
+/// Adds "--interval": how long a command measures, or how often.
 void AddInterval(const Command& command, double& seconds, const std::string& help);
 
 } // namespace MERO::Tool

@@ -25,20 +25,20 @@ struct VolumeChange {
     const char* verb;
     const char* help;
     const char* note;
-    bool isChecked; ///< whether there must be such a unit
+    bool isChecked; ///< the unit must exist
     bool (*forUnit)(const std::string& unit, const std::string& volume);
     bool (*forPackage)(const std::string& package, const std::string& volume);
 };
 
 constexpr VolumeChange kVolumeChanges[] = {
     {"register", "Register a volume that a unit or a package uses",
-     "There must be such a unit, or a unit pkgctl-NAME.service. The volume may be\n"
-     "mounted later: a warning says when its folder is not there yet.",
+     "The unit, or a unit pkgctl-NAME.service, must exist. The volume may be\n"
+     "mounted later: a warning is printed if its folder does not exist yet.",
      true, MEROSystemdVolumeRegister, MEROSystemdPackageVolumeRegister},
     {"unregister", "Remove a registration", "", false, MEROSystemdVolumeUnregister, MEROSystemdPackageVolumeUnregister},
 };
 
-/// When systemd cannot be asked, as while a machine is installed, the unit may be there.
+/// Returns false if systemd does not answer, as during an installation: the unit may exist.
 bool IsMissingUnit(const std::string& unit)
 {
     std::map<std::string, MERO::Systemd::ShownUnit> units;

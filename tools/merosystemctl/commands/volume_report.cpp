@@ -69,7 +69,7 @@ const char* KindWord(StopCause::Kind kind)
     }
 }
 
-/// A cause in words: of which unit, when the one that stops is its master.
+/// A cause in words. If the stopped unit is the master of another one, it names that one.
 std::string CauseText(const PlannedStop& stop, const StopCause& cause)
 {
     const std::string master = cause.unit != stop.unit ? "master of " + cause.unit + ", which " : "";
@@ -220,7 +220,7 @@ void PrintPlan(const FullVolumeUnmountPlan& plan)
 
 bool CanReadAllProcesses()
 {
-    return access("/proc/1/fd", R_OK) == 0; // of a process that is always there, and root's
+    return access("/proc/1/fd", R_OK) == 0; // process 1 always exists, and root owns it
 }
 
 void PrintPlanAsJson(const FullVolumeUnmountPlan& plan)

@@ -6,24 +6,24 @@
 
 namespace MERO::Tool {
 
-/// Plans to unmount volumes, and prints what stops and why, and what keeps the volumes busy all the same. An exit code.
+/// Plans an unmount of the volumes and prints the services that stop, why, and what would still keep the volumes busy.
+/// Returns the exit code.
 int ShowVolumePlan(const Texts& volumes, bool json);
 
-/// Whether this user may read which files all processes use. When not, says that `what`, which was made from them, is
+/// Whether this user may read the open files of all processes. If not, prints that `what`, which depends on them, is
 /// incomplete.
 bool SeesAllProcesses(const std::string& what);
 
-/// Says on standard error which of the volumes are not mounted.
+/// Whether all volumes are mounted. Prints those that are not on standard error.
 bool AreMounted(const Texts& volumes);
 
-/// Names on standard error what is in the way, each with what to do.
+/// Prints the blockers on standard error, each with a remedy.
 void PrintBlockers(const std::vector<Systemd::VolumeBlocker>& blockers);
 
-/// Names on standard error what holds the volumes: those of the plan's services that still use files there, and all
-/// that is no service's.
+/// Prints on standard error what holds the volumes: the plan's services that still use files there, and the blockers.
 void PrintHolders(const Systemd::VolumeUnmountPlan& plan);
 
-/// Says which of the units run again, and which do not. False when there is one of those.
+/// Prints which of the units run again and which do not. Returns whether all do.
 bool ReportReturn(const Texts& units);
 
 } // namespace MERO::Tool

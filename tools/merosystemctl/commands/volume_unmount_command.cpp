@@ -21,7 +21,7 @@ namespace {
 using MERO::Systemd::FullVolumeUnmountPlan;
 using MERO::Systemd::VolumeUnmountState;
 
-/// What the plan stops, and what of that is started again.
+/// The units that the plan stops, and those of them that start again.
 struct Stops {
     explicit Stops(const FullVolumeUnmountPlan& plan)
     {
@@ -41,7 +41,7 @@ struct Stops {
     Texts comingBack;
 };
 
-/// Says which process the library is about to wait for, up to an hour.
+/// Prints which process the library is about to wait for, up to an hour.
 void SayWhoIsWaitedFor()
 {
     const std::pair<const char*, const char*> locks[] = {
@@ -57,7 +57,7 @@ void SayWhoIsWaitedFor()
     }
 }
 
-/// Asked while the services are stopped: what uses the volumes now is in the way.
+/// Runs while the services are stopped: whatever uses the volumes now is in the way.
 void ReportHolders(const Texts& volumes)
 {
     MERO::Systemd::VolumeUnmountPlan plan;
@@ -66,12 +66,12 @@ void ReportHolders(const Texts& volumes)
     }
 }
 
-/// Whether the plan may be carried out; says what it stops, and what is in the way.
+/// Whether to carry out the plan. Prints what it stops, and what is in the way.
 bool Agree(const FullVolumeUnmountPlan& plan, bool force)
 {
     PrintBlockers(plan.blockers);
     if (!plan.blockers.empty() && !force) {
-        PrintError("nothing was stopped: the volume would stay busy (--force goes on all the same)");
+        PrintError("nothing was stopped: the volume would stay busy (--force goes on anyway)");
         return false;
     }
     const Texts units = Stops(plan).all;
@@ -193,7 +193,7 @@ void AddVolumeUnmountCommand(const Command& volume)
         command.AddFlag("--dry-run", arguments->dryRun, "Show what would stop, as 'volume plan' does");
     command.AddFlag("--force", arguments->force, "Go on even if something else keeps the volume busy");
     command.AddFlag("--json", arguments->json, "With --dry-run: as a JSON object").Needs(dryRun);
-    command.TakeBehindDashes(arguments->command, "[-- COMMAND...]");
+    command.TakeAfterDashes(arguments->command, "[-- COMMAND...]");
     command.SetNote("COMMAND unmounts the volumes. The default is umount VOLUME...");
     command.OnCall([arguments]() -> int {
         if (arguments->dryRun) {

@@ -39,7 +39,7 @@ Json::Value DiagnosisToJson(const Diagnosis& diagnosis)
     return object;
 }
 
-/// Says of a unit that there is nothing to print of it; kDone otherwise.
+/// Prints why a unit has no diagnosis and returns the exit code; kDone if it has one.
 ExitCode Refuse(const std::string& name, const Diagnosis& diagnosis)
 {
     if (!diagnosis.asked) {
@@ -53,7 +53,7 @@ ExitCode Refuse(const std::string& name, const Diagnosis& diagnosis)
     return isMissing ? kNoSuchUnit : kDone;
 }
 
-/// What failed, is held, or is down for a volume. False when systemd cannot be asked.
+/// Lists what failed, is held, or is down for a volume. Returns false if systemd does not answer.
 bool ListTroubled(Texts& units)
 {
     const auto failed = FailedUnits();

@@ -13,15 +13,15 @@ std::vector<Word> Candidates(const CommandLine& commandLine, Texts words)
         last = words.back();
         words.pop_back();
     }
-    std::string before; // of the last word, what is not looked for
+    std::string before; // "--type=": only the value is completed
     if (const std::size_t equals = last.find('='); last.starts_with("--") && equals != last.npos) {
         before = last.substr(0, equals + 1);
         words.push_back(last.substr(0, equals));
         last.erase(0, equals + 1);
-    } else if (last == "=") { // bash makes three words of "--type=service"
+    } else if (last == "=") { // bash splits "--type=service" into three words
         last.clear();
     }
-    const Expected expected = commandLine.ExpectedBehind(words);
+    const Expected expected = commandLine.ExpectedAfter(words);
     std::vector<Word> all;
     if (last.starts_with("-") && !expected.options.empty()) {
         all = expected.options;

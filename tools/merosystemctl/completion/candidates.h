@@ -4,8 +4,8 @@
 
 namespace MERO::Tool {
 
-/// What the last of `words`, a command line without the program's name, can become: commands, options, values of
-/// options, or names that this machine has. Sorted.
+/// What the last of `words` (a command line without the program's name) can become: commands, options, option values,
+/// or names on this machine. Sorted.
 std::vector<Word> Candidates(const CommandLine& commandLine, Texts words);
 
 } // namespace MERO::Tool

@@ -10,7 +10,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// In the manager's order.
+/// Returns them in the manager's order.
 Texts UnitFolders()
 {
     constexpr std::string_view kProperty = "UnitPath=";
@@ -26,7 +26,7 @@ Texts UnitFolders()
     try {
         (void)MEROSystemdSystemctl("show", {"--property=UnitPath"}, {}, read);
     } catch (const std::exception&) {
-        folders.clear(); // systemctl cannot be run
+        folders.clear(); // systemctl could not run
     }
     return !folders.empty() ? folders
                             : Texts{"/etc/systemd/system", "/run/systemd/system", "/usr/local/lib/systemd/system",
@@ -54,7 +54,7 @@ bool CanBeStarted(const std::string& name, const KnownUnit& unit)
 std::map<std::string, KnownUnit> KnownUnits()
 {
     std::map<std::string, KnownUnit> units;
-    // One answer has the states of all; "list-unit-files" takes seconds where there are many files.
+    // One call returns the states of all units; "list-unit-files" takes seconds when there are many files.
     const auto loaded = ReadTable("list-units", {"--plain", "--all"}, {});
     for (TableRow unit : loaded.value_or(std::vector<TableRow>())) {
         if (unit["LOAD"] != "not-found") {

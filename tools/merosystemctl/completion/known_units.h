@@ -7,16 +7,16 @@
 
 namespace MERO::Tool {
 
-/// A unit that the manager has loaded, or that has a file.
+/// A unit that is loaded or has a file.
 struct KnownUnit {
-    std::string load, active, description; ///< empty: it is not loaded
+    std::string load, active, description; ///< empty: not loaded
     UnitFile file;
 };
 
-/// By name. What cannot be asked or read is left out.
+/// Returns the units by name. Leaves out what cannot be queried or read.
 std::map<std::string, KnownUnit> KnownUnits();
 
-/// Whether `command`, such as "stop", has something to do for the unit.
+/// Whether `command`, such as "stop", would do something to the unit.
 bool IsOffered(const std::string& command, const std::string& name, const KnownUnit& unit);
 
 } // namespace MERO::Tool

@@ -1,4 +1,4 @@
-# bash completion for merosystemctl: the program itself knows what may follow.
+# bash completion for merosystemctl. The program itself lists the candidates.
 _merosystemctl()
 {
     local i

@@ -16,7 +16,7 @@
 namespace MERO::Tool {
 namespace {
 
-// What cannot be asked gives no names: a completion must not fail.
+// A query that fails offers no names: a completion must not fail.
 
 std::vector<Word> ToWords(const Texts& texts)
 {
@@ -38,7 +38,7 @@ std::vector<Word> Units(const Expected& expected, const char* type = "")
     return words;
 }
 
-/// The services that a reason holds, by reason.
+/// The held services, by reason.
 std::map<std::string, Texts> Holds()
 {
     Texts services;
@@ -63,7 +63,7 @@ std::vector<Word> Reasons(const Expected&)
     return words;
 }
 
-/// Only what is held can be released, or listed.
+/// Only held services can be released or listed.
 std::vector<Word> Services(const Expected& expected)
 {
     const bool isRelease = expected.command == "reason release" || expected.command == "reason remove";
@@ -98,7 +98,7 @@ std::vector<Word> Properties(const std::string& unit)
     return words;
 }
 
-/// "show" takes a unit and a property, or more units.
+/// "show" takes a unit and a property, or several units.
 std::vector<Word> UnitsOrProperties(const Expected& expected)
 {
     std::vector<Word> words = Units(expected);
@@ -109,7 +109,7 @@ std::vector<Word> UnitsOrProperties(const Expected& expected)
     return words;
 }
 
-/// What is mounted from a device; and from which.
+/// The mount points of devices, and with `withDevices` the devices.
 std::vector<Word> Mounts(bool withDevices)
 {
     std::vector<Word> words;

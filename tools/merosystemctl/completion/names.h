@@ -4,7 +4,7 @@
 
 namespace MERO::Tool {
 
-/// The names that this machine has for the operand or the value that is expected. None for what cannot be listed.
+/// The names on this machine that fit the expected operand or value; empty if such names cannot be listed.
 std::vector<Word> NamesFor(const Expected& expected);
 
 } // namespace MERO::Tool

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Hands over the entries of a folder. One that cannot be read has none: a completion must not fail.
+/// Calls `take` with each entry of a folder. A folder that cannot be read counts as empty: a completion must not fail.
 template <typename Take>
 void ForEachEntry(const fs::path& folder, Take&& take)
 {
@@ -21,7 +21,7 @@ void ForEachEntry(const fs::path& folder, Take&& take)
     }
 }
 
-/// Enabling makes links in the administrator's folders. Those of distributions and generators are always there.
+/// Enabling creates links in the administrator's folders. The links of distributions and generators are always present.
 bool CanHoldEnablement(const std::string& folder)
 {
     return !folder.starts_with("/usr/") && !folder.starts_with("/lib/") && folder.find("/generator") == folder.npos;
@@ -67,7 +67,7 @@ std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders)
             }
         });
     }
-    for (auto& [name, file] : files) { // an instance has its template's file, which is linked as it is
+    for (auto& [name, file] : files) { // an instance uses its template's file, and its link counts for the template
         const std::size_t at = name.find('@');
         const auto pattern =
             at != name.npos ? files.find(name.substr(0, at + 1) + name.substr(name.rfind('.'))) : files.end();

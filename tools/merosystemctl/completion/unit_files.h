@@ -8,18 +8,18 @@
 
 namespace MERO::Tool {
 
-/// What the unit folders hold of a name.
+/// What the unit folders contain for a name.
 struct UnitFile {
-    std::string path; ///< empty: there are only links to it
+    std::string path; ///< empty: only links to it exist
     bool isMasked = false;
     bool isAlias = false;  ///< a link to a unit of another name
     bool isLinked = false; ///< another name, or a folder such as multi-user.target.wants, has a link to it
 };
 
-/// By name, of all units in these folders. Where several have one, the first folder counts.
+/// Returns the units of these folders by name. Where several folders have a unit, the first one counts.
 std::map<std::string, UnitFile> ReadUnitFolders(const Texts& folders);
 
-/// Whether the file has a line that begins so, such as "[Install]".
+/// Whether a line of the file starts with `begin`, such as "[Install]".
 bool HasLine(const UnitFile& file, std::string_view begin);
 
 } // namespace MERO::Tool

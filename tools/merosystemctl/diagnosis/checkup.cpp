@@ -53,7 +53,7 @@ void CheckSystemd(Findings& findings)
                         {"dialect",
                          !fault.empty() ? fault
                                         : std::string("systemctl is read in the ") +
-                                              (IsDialectOfToday() ? "current" : "classic") + " dialect",
+                                              (IsDialectCurrent() ? "current" : "classic") + " dialect",
                          ""}});
 }
 
@@ -62,7 +62,7 @@ void CheckCgroups(Findings& findings)
     const std::string monitor = kMonitorHierarchy;
     const bool hasMonitor = HasMonitorHierarchy();
     if (IsFileSystem("/sys/fs/cgroup", CGROUP2_SUPER_MAGIC)) {
-        findings.push_back(IsDialectOfToday()
+        findings.push_back(IsDialectCurrent()
                                ? Finding{Good,
                                          {"cgroups",
                                           std::string("version 2; slices are measured in ") +
@@ -81,7 +81,7 @@ void CheckCgroups(Findings& findings)
     }
 }
 
-/// Programs of this operating system, which other machines do without.
+/// Checks programs of this operating system that other machines do without.
 void CheckPrograms(Findings& findings)
 {
     constexpr const char* kPrograms[][3] = {
@@ -92,17 +92,17 @@ void CheckPrograms(Findings& findings)
     for (const auto& [name, path, without] : kPrograms) {
         const bool isThere = access(path, X_OK) == 0;
         findings.push_back({isThere              ? Good
-                            : IsDialectOfToday() ? Note
+                            : IsDialectCurrent() ? Note
                                                  : Bad,
                             {name, path + (isThere ? std::string() : std::string(" is missing: ") + without),
-                             isThere || IsDialectOfToday() ? "" : "install the package that has it"}});
+                             isThere || IsDialectCurrent() ? "" : "install the package that has it"}});
     }
 }
 
 void CheckJournal(Findings& findings)
 {
     char journalctl[] = "/usr/bin/journalctl", quiet[] = "--quiet", pager[] = "--no-pager", one[] = "--lines=1";
-    char json[] = "--output=json"; // what begins otherwise is a complaint
+    char json[] = "--output=json"; // anything else is an error message
     char* const argv[] = {journalctl, quiet, pager, one, json, nullptr};
     const std::unique_ptr<FILE, decltype(&MLIBCPclose)> output(MLIBCPopenvc(journalctl, "rB", argv), MLIBCPclose);
     const bool isRead = output != nullptr && std::fgetc(output.get()) == '{';
@@ -115,7 +115,7 @@ void CheckJournal(Findings& findings)
                             : "systemctl status systemd-journald.service"}});
 }
 
-/// systemctl finds an ordinary user's manager by what the session says.
+/// systemctl finds an ordinary user's manager through the session's environment.
 void CheckSession(Findings& findings)
 {
     if (getuid() == 0) {
@@ -131,7 +131,7 @@ void CheckSession(Findings& findings)
 void CheckHolds(Findings& findings)
 {
     if (getuid() != 0) {
-        return; // holds are of the system's services
+        return; // only the system's services have holds
     }
     const std::size_t count = findings.size();
     Texts held;
@@ -188,7 +188,7 @@ void CheckLocks(Findings& findings)
         }
     }
     if (findings.size() == count) {
-        findings.push_back({Good, {"locks", "nobody holds one", ""}});
+        findings.push_back({Good, {"locks", "none is held", ""}});
     }
 }
 

@@ -7,15 +7,14 @@
 
 namespace MERO::Tool {
 
-/// What a check of the machine found.
 struct Finding {
     enum class Kind { Good, Note, Bad };
 
     Kind kind;
-    Cause what; ///< kind: what was looked at
+    Cause what; ///< its kind: what was checked
 };
 
-/// Checks that this machine has all that the library needs, and looks for what killed operations have left.
+/// Checks that this machine has everything the library needs, and looks for leftovers of killed operations.
 std::vector<Finding> CheckMachine();
 
 } // namespace MERO::Tool

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kNeeds[] = {"Requires", "Requisite", "BindsTo", "PartOf"};
 constexpr const char* kConflicts[] = {"Conflicts", "ConflictedBy"};
 
-/// Nearly every unit has these. They run, unless the whole machine is in a state that is said by itself.
+/// Nearly every unit depends on these. They run, unless the whole machine is in a state that is reported separately.
 bool IsEverywhere(const std::string& name)
 {
     constexpr const char* kNames[] = {"sysinit.target", "basic.target",  "shutdown.target", "umount.target",
@@ -28,7 +28,7 @@ struct DependencyFault {
     bool isFirst = true; ///< false: something that it needs itself may be the cause
 };
 
-/// What is wrong with a dependency that explains why `unit` does not run.
+/// The fault of a dependency that explains why `unit` does not run.
 std::optional<DependencyFault> FaultOf(const UnitProperties& unit, const std::string& need,
                                        const UnitProperties& needed, const std::vector<JournalEntry>& journal)
 {
@@ -56,7 +56,7 @@ std::optional<DependencyFault> FaultOf(const UnitProperties& unit, const std::st
         return DependencyFault{"is held " + holds.front().text, holds.front().remedy};
     }
     if (name.ends_with(".device") && need != "PartOf") {
-        return DependencyFault{"is not there", ""};
+        return DependencyFault{"is missing", ""};
     }
     if (StoppedTogether(journal, unit["Id"], name)) {
         return DependencyFault{"was stopped at the same time (" + need + "=)", "merosystemctl start " + name, false};

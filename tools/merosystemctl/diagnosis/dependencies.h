@@ -11,26 +11,26 @@
 
 namespace MERO::Tool {
 
-/// What units need that do not run, and what these need in turn.
+/// What stopped units need, what these need in turn, and so on.
 class Dependencies {
 public:
-    /// Asks systemd: one question for each level of dependencies that do not run. The first one is about `others` too.
+    /// Queries systemd once for each level of dependencies that do not run. The first query includes `others`.
     Dependencies(const std::vector<UnitProperties>& units, const Texts& others);
 
-    /// Null for a unit that systemd was not asked about.
+    /// Null if the unit was not part of a query.
     const UnitProperties* Find(const std::string& name) const;
 
-    /// The dependencies that do not run, which the journal may say more of.
+    /// The dependencies that do not run; the journal may explain why.
     Texts Down() const;
 
-    /// The first causes for which the unit does not run: dependencies that failed, do not exist, were stopped.
-    /// `journal` is that of the unit and of what is down.
+    /// Why the unit does not run: the first dependencies that failed, do not exist or were stopped. `journal` covers
+    /// the unit and Down().
     std::vector<Cause> CausesOf(const UnitProperties& unit, const std::vector<JournalEntry>& journal) const;
 
-    /// Units that run and cannot run together with this one.
+    /// Running units that cannot run together with this one.
     std::vector<const UnitProperties*> ConflictsOf(const UnitProperties& unit) const;
 
-    /// The properties of a unit that are read here.
+    /// The properties that this class needs.
     static const std::string& Properties();
 
 private:
@@ -43,7 +43,7 @@ private:
     void Collect(const UnitProperties& unit, bool isRoot, Search& search) const;
 
     std::map<std::string, UnitProperties> known_;
-    std::set<std::string> needed_; ///< those of them that do not only conflict
+    std::set<std::string> needed_; ///< dependencies, not just conflicts
 };
 
 } // namespace MERO::Tool

@@ -21,12 +21,12 @@
 namespace MERO::Tool {
 namespace {
 
-constexpr std::size_t kOwnLines = 5, kSystemdLines = 5;        // of the unit itself
-constexpr std::size_t kDependencyLines = 3, kOfDependency = 1; // of one that it needs
+constexpr std::size_t kOwnLines = 5, kSystemdLines = 5;        // of the unit
+constexpr std::size_t kDependencyLines = 3, kOfDependency = 1; // of each dependency
 const std::string kTool = "merosystemctl ";
-const std::string kUnmountTarget = "unmount-volume-begin.target"; // conflicts with the services that it stops
+const std::string kUnmountTarget = "unmount-volume-begin.target"; // conflicts with the services that an unmount stops
 
-// They say where the machine is.
+// Targets that show which state the machine is in.
 const std::string kDefaultTarget = "default.target";
 const Texts kMachine{"rescue.target", "emergency.target", kDefaultTarget};
 
@@ -38,7 +38,7 @@ const std::string& DiagnosedProperties()
     return properties;
 }
 
-/// What is known of all the units together.
+/// What is known about all units together.
 struct Facts {
     std::vector<UnitProperties> units;
     Jobs jobs;
@@ -95,7 +95,7 @@ void AddUnmount(std::vector<Cause>& causes)
     }
 }
 
-/// What an unmount has stopped itself, or along with something else.
+/// Adds a cause if an unmount stopped the unit or took it down along with another.
 void AddRecordedUnmount(const std::string& unit, std::vector<Cause>& causes)
 {
     using Systemd::VolumeUnmountState;
@@ -130,7 +130,7 @@ bool WasLeft(const UnitProperties& target)
            std::atoll(target["ActiveExitTimestampMonotonic"].c_str()) > 0;
 }
 
-/// A machine that was isolated to another target has stopped most of its services, and starts none.
+/// A machine that was isolated to another target has stopped most services and starts none.
 void AddMachineState(const Facts& facts, const Dependencies& dependencies, std::vector<Cause>& causes)
 {
     if (facts.isolation) {
@@ -163,7 +163,7 @@ void AddSupport(const std::string& unit, std::vector<Cause>& causes)
     }
 }
 
-/// That the last start was skipped. Other events stand in the log.
+/// Adds that the last start was skipped. Other events appear in the log.
 void AddCondition(const UnitProperties& unit, Diagnosis& diagnosis, const std::vector<JournalEntry>& journal)
 {
     const std::optional<UnitEvent> event = LastEvent(journal, diagnosis.unit);
@@ -215,8 +215,8 @@ Diagnosis DiagnosisOf(const std::string& name, const UnitProperties& unit, const
     return diagnosis;
 }
 
-/// What else the journal has to be asked for: dependencies that are down, and units that were asked for by an alias,
-/// which it does not know.
+/// The units to read from the journal in addition: dependencies that are down, and the real names of aliases, which it
+/// does not know.
 Texts MoreToRead(const Texts& names, const std::vector<UnitProperties>& units, const Dependencies& dependencies)
 {
     Texts more = dependencies.Down();
@@ -231,7 +231,7 @@ Texts MoreToRead(const Texts& names, const std::vector<UnitProperties>& units, c
     return more;
 }
 
-/// As a shell takes it, which would eat the backslashes in a unit's name.
+/// Quotes for a shell, which would remove the backslashes in a unit's name.
 std::string ForShell(const std::string& command)
 {
     std::istringstream words(command);
@@ -246,7 +246,7 @@ std::string ForShell(const std::string& command)
 
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
 {
-    JournalReading reading(names); // beside the questions
+    JournalReading reading(names); // runs beside the queries
     Facts facts{.units = AskProperties(names, DiagnosedProperties().c_str()),
                 .jobs = {},
                 .journal = {},
@@ -260,7 +260,7 @@ std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
                  [](const UnitProperties& unit) { return unit.WasAsked() && !Runs(unit); });
     const bool allFailed = std::all_of(down.begin(), down.end(),
                                        [](const UnitProperties& unit) { return unit["ActiveState"] == "failed"; });
-    const Dependencies dependencies(down, allFailed ? Texts() : kMachine); // where the machine is fails no unit
+    const Dependencies dependencies(down, allFailed ? Texts() : kMachine); // the machine's state makes no unit fail
     facts.journal = reading.Take();
     if (const Texts others = MoreToRead(names, facts.units, dependencies); !others.empty()) {
         const std::vector<JournalEntry> more = JournalReading(others).Take();
@@ -295,7 +295,7 @@ Json::Value ToJson(const std::vector<Cause>& causes)
 
 void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const std::string& indentation)
 {
-    constexpr std::size_t kColumn = 12; // after the longest word
+    constexpr std::size_t kColumn = 12; // room for the longest word
     constexpr std::size_t kWidth = 80;
     const std::string blanks(kColumn, ' ');
     for (const Cause& cause : causes) {
@@ -307,7 +307,7 @@ void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const s
             stream << indentation << blanks << line << '\n';
         }
         if (!cause.remedy.empty()) {
-            stream << indentation << blanks << "-> " << ForShell(cause.remedy) << '\n'; // whole, to be copied
+            stream << indentation << blanks << "-> " << ForShell(cause.remedy) << '\n'; // on one line, for copying
         }
     }
 }

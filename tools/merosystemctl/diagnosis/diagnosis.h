@@ -10,36 +10,36 @@
 
 namespace MERO::Tool {
 
-/// One thing that keeps a unit from running, or that ended it.
+/// One thing that ended a unit or keeps it from running.
 struct Cause {
     std::string kind; ///< a word: held, masked, failed ...
     std::string text;
-    std::string remedy;    ///< a command that takes it away; may be empty
-    std::string unit = {}; ///< the other unit that it lies in, such as a dependency
-    Texts log = {};        ///< the last lines of that unit
+    std::string remedy;    ///< a command that removes it; may be empty
+    std::string unit = {}; ///< another unit at fault, such as a dependency
+    Texts log = {};        ///< that unit's last log lines
 };
 
-/// Why a unit runs, or does not.
+/// A unit's state, and why it does not run.
 struct Diagnosis {
-    bool asked = true; ///< false: systemd could not be asked for this name; the rest is empty then, but for `unit`
+    bool asked = true; ///< false: systemd has no answer for this name, and only `unit` is set
     std::string unit;  ///< with its type
     std::string load, active, sub;
-    std::string since; ///< of the active state; empty when systemd does not know
+    std::string since; ///< of the active state; empty if systemd does not know
     std::vector<Cause> causes;
-    Texts log; ///< the last lines of the journal, unless it runs
+    Texts log; ///< its last journal lines; empty if it runs
 };
 
-/// One for each unit, in their order. Nothing when systemd cannot be asked. It takes as many processes for many units
-/// as for one.
+/// Returns one for each unit, in their order; nothing if systemd does not answer. Many units take no more processes
+/// than one.
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& units);
 std::optional<Diagnosis> Diagnose(const std::string& unit);
 
 Json::Value ToJson(const std::vector<Cause>& causes);
 
-/// One below the other, with what to do in a line of its own.
+/// Prints one below the other, each remedy on its own line.
 void PrintCauses(std::ostream& stream, const std::vector<Cause>& causes, const std::string& indentation);
 
-/// Causes and log, one below the other.
+/// Prints the causes, and then the log.
 void PrintCauses(std::ostream& stream, const Diagnosis& diagnosis, const std::string& indentation);
 
 } // namespace MERO::Tool

@@ -15,9 +15,9 @@ namespace MERO::Tool {
 namespace {
 
 constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf";
-constexpr int kFirstCurrent = 246; // the systemd that the current dialect begins with
+constexpr int kFirstCurrent = 246; // the first systemd with the current dialect
 
-/// systemd's number, as in "systemd 252 (252.39-1)"; 0 when it is not known.
+/// systemd's version, as in "systemd 252 (252.39-1)"; 0 if unknown.
 int SystemdVersion()
 {
     char systemctl[] = "/usr/bin/systemctl", version[] = "--version";
@@ -27,7 +27,7 @@ int SystemdVersion()
     return output != nullptr && std::fscanf(output.get(), "systemd %d", &number) == 1 ? number : 0;
 }
 
-/// The same, from the file name of systemd's private library: that starts no process.
+/// The same from the file name of the private library, without starting a process.
 int InstalledSystemdVersion()
 {
     glob_t found{};
@@ -41,7 +41,7 @@ int InstalledSystemdVersion()
 
 } // namespace
 
-bool IsDialectOfToday()
+bool IsDialectCurrent()
 {
     char dialect[64];
     return MLIBCFileGetKeyValue(kConfiguration, "dialect", dialect, sizeof dialect, 0) == 0 &&
@@ -50,13 +50,13 @@ bool IsDialectOfToday()
 
 std::string DialectFault(bool asksSystemctl)
 {
-    const bool isOfToday = IsDialectOfToday();
+    const bool isCurrent = IsDialectCurrent();
     const int version = asksSystemctl ? SystemdVersion() : InstalledSystemdVersion();
     const std::string systemd = "systemd " + std::to_string(version);
-    if (!isOfToday && version >= kFirstCurrent) {
+    if (!isCurrent && version >= kFirstCurrent) {
         return systemd + " speaks the current dialect: put dialect=current into " + kConfiguration;
     }
-    if (isOfToday && version > 0 && version < kFirstCurrent) {
+    if (isCurrent && version > 0 && version < kFirstCurrent) {
         return systemd + " does not speak the current dialect: take dialect=current out of " + kConfiguration;
     }
     return {};
@@ -64,7 +64,7 @@ std::string DialectFault(bool asksSystemctl)
 
 void WarnOfDialect()
 {
-    const bool asksSystemctl = !IsDialectOfToday(); // as usual: no process more otherwise
+    const bool asksSystemctl = !IsDialectCurrent(); // in the usual current dialect, start no extra process
     if (const std::string fault = DialectFault(asksSystemctl); !fault.empty()) {
         PrintError(fault);
     }

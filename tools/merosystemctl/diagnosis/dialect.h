@@ -4,15 +4,15 @@
 
 namespace MERO::Tool {
 
-/// Whether the library reads this machine's systemctl in the dialect of today.
-bool IsDialectOfToday();
+/// Whether the library uses the current dialect for this machine's systemctl.
+bool IsDialectCurrent();
 
-/// What is wrong, and what to do, when the library would read this machine's systemctl in the wrong dialect; otherwise
-/// empty. `asksSystemctl`: runs systemctl for its version; the name of systemd's private library has it as well.
+/// The fault and its remedy if the library would use the wrong dialect for this machine's systemctl; otherwise empty.
+/// With `asksSystemctl`, runs systemctl for its version; without, takes it from systemd's installed files.
 std::string DialectFault(bool asksSystemctl);
 
-/// Prints one line on standard error when the library would read this machine's systemctl in the wrong dialect. Then
-/// tables seem empty: units have no jobs, and volumes no services.
+/// Prints a line on standard error if the library would use the wrong dialect. Tables then seem empty: units have no
+/// jobs, and volumes no services.
 void WarnOfDialect();
 
 } // namespace MERO::Tool

@@ -12,7 +12,7 @@ struct ExitStatus {
     const char* meaning;
 };
 
-// systemd.exec(5) has them all. Services may end with the same numbers, though few do.
+// systemd.exec(5) lists them all. Services can exit with the same numbers, though few do.
 constexpr ExitStatus kStatuses[] = {
     {200, "CHDIR", "its working directory cannot be entered"},
     {201, "NICE", ""},

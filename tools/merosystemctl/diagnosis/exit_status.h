@@ -4,8 +4,8 @@
 
 namespace MERO::Tool {
 
-/// An exit code with its name, and what it means, where it is one that systemd gives to what it cannot run:
-/// "203/EXEC (the program cannot be run)".
+/// An exit code; if systemd uses it for a failed start, with its name and meaning: "203/EXEC (the program cannot be
+/// run)".
 std::string ExitStatusText(int status);
 
 } // namespace MERO::Tool

@@ -14,7 +14,7 @@ namespace MERO::Tool {
 namespace {
 
 constexpr const char* kCommands[] = {"ExecMount", "ExecActivate",  "ExecCondition", "ExecStartPre",
-                                     "ExecStart", "ExecStartPost", "ExecStop",      "ExecStopPost"}; // as they are run
+                                     "ExecStart", "ExecStartPost", "ExecStop",      "ExecStopPost"}; // in this order
 
 std::string EndText(int code, int status)
 {
@@ -25,8 +25,8 @@ std::string EndText(int code, int status)
     return signal != nullptr ? std::string("was ended by SIG") + signal : "";
 }
 
-/// A value in "{ path=/bin/sh ; argv[]=... ; ignore_errors=no ; ... ; code=killed ; status=9/KILL }", looked for from
-/// the end: the arguments may contain anything.
+/// A value in "{ path=/bin/sh ; argv[]=... ; ignore_errors=no ; ... ; code=killed ; status=9/KILL }". Searches from the
+/// end: the arguments can contain anything.
 std::string ValueIn(const std::string& command, const std::string& name)
 {
     const std::size_t begin = command.rfind(" " + name + "=");
@@ -37,11 +37,11 @@ std::string ValueIn(const std::string& command, const std::string& name)
     return command.substr(value, command.find(' ', value) - value);
 }
 
-/// The first command that failed, and how it ended; empty when systemd knows of none.
+/// The first command that failed, and how it ended; empty if systemd knows of none.
 std::string FailedCommand(const UnitProperties& unit)
 {
     for (const char* setting : kCommands) {
-        std::istringstream commands(unit[setting]); // a line each
+        std::istringstream commands(unit[setting]); // one per line
         for (std::string command; std::getline(commands, command);) {
             const std::string code = ValueIn(command, "code");
             const std::string end = EndText(code == "exited"   ? CLD_EXITED
@@ -72,7 +72,7 @@ bool IsRestarting(const UnitProperties& unit)
 
 std::string FailureText(const UnitProperties& unit)
 {
-    const bool wasRun = unit["Result"] != "start-limit-hit"; // what ended before is not the cause
+    const bool wasRun = unit["Result"] != "start-limit-hit"; // an earlier end is not the cause
     std::string end = wasRun ? FailedCommand(unit) : "";
     if (wasRun && end.empty()) {
         end = EndText(std::atoi(unit["ExecMainCode"].c_str()), std::atoi(unit["ExecMainStatus"].c_str()));

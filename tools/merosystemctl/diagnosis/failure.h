@@ -8,20 +8,19 @@
 
 namespace MERO::Tool {
 
-/// The properties that these functions read.
 inline constexpr const char* kFailureProperties =
     "Id,ActiveState,SubState,Result,NRestarts,StartLimitBurst,StartLimitIntervalUSec,ExecMainCode,ExecMainStatus,"
     "ExecCondition,ExecStartPre,ExecStart,ExecStartPost,ExecStop,ExecStopPost,ExecMount,ExecActivate";
 
 bool Runs(const UnitProperties& unit);
 
-/// It failed, and waits to be started once more.
+/// Whether it failed and waits for its restart.
 bool IsRestarting(const UnitProperties& unit);
 
-/// A unit's failure: systemd's word for it, and which command ended how.
+/// A unit's failure: systemd's word for it, and which command failed and how.
 std::string FailureText(const UnitProperties& unit);
 
-/// Adds that the unit failed, is restarted again and again, or may not be started any more.
+/// Adds a cause if the unit failed, keeps restarting, or may not be started any more.
 void AddFailure(const UnitProperties& unit, bool hitStartLimit, std::vector<Cause>& causes);
 
 } // namespace MERO::Tool

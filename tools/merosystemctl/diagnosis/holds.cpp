@@ -29,7 +29,7 @@ std::vector<Cause> HoldsOf(const std::string& unit)
 {
     Texts reasons;
     (void)MEROSystemdServiceReasonList(unit, reasons);
-    std::erase_if(reasons, [](const std::string& reason) { return reason.starts_with('.'); }); // these hold nothing
+    std::erase_if(reasons, [](const std::string& reason) { return reason.starts_with('.'); }); // hidden: no hold
     std::sort(reasons.begin(), reasons.end());
     std::vector<Cause> holds;
     for (const std::string& reason : reasons) {

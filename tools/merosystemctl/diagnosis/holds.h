@@ -8,15 +8,15 @@
 
 namespace MERO::Tool {
 
-/// The name with its type, as reasons are kept under; only services have them.
+/// The name with ".service", under which reasons are stored; only services have them.
 std::string ServiceName(const std::string& unit);
 
-/// Its own name, if systemd knows it by another one: what keeps it from starting does not see the reasons of an alias.
-/// Its Id must have been asked for.
+/// The unit's own name if `name` is an alias: a start checks the reasons under the own name only. Its Id must have been
+/// queried.
 std::string OwnName(const std::string& name, const UnitProperties& unit);
 std::string OwnName(const std::string& name, const std::string& id);
 
-/// The reasons that hold a unit, sorted, since when, and how each is taken from it. What is no service has none.
+/// The reasons that hold a unit, sorted, since when, and how to release each. Empty for units that are no services.
 std::vector<Cause> HoldsOf(const std::string& unit);
 
 } // namespace MERO::Tool

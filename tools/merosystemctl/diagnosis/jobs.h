@@ -10,13 +10,12 @@
 
 namespace MERO::Tool {
 
-/// Jobs by their numbers.
-using Jobs = std::map<std::uint32_t, Systemd::JobInfo>;
+using Jobs = std::map<std::uint32_t, Systemd::JobInfo>; ///< by number
 
-/// The queued jobs, if one of the units has one: its property "Job" must have been asked for.
+/// The queued jobs, read only if one of the units has a job. Their property "Job" must have been queried.
 Jobs JobsOf(const std::vector<UnitProperties>& units);
 
-/// The unit's own; null when it has none.
+/// The unit's job; null if it has none.
 const Systemd::JobInfo* FindJob(const Jobs& jobs, const UnitProperties& unit);
 
 Json::Value JobsToJson(const Jobs& jobs);

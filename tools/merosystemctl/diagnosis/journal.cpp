@@ -22,20 +22,20 @@ namespace {
 constexpr std::size_t kMostLines = 2000;
 
 // From systemd's sd-messages.h.
-constexpr std::string_view kStarted = "39f53479d3a045ac8e11786248231fbf"; // also of a unit that was skipped
-constexpr std::string_view kSkipped = "0e4284a0caca4bfc81c0bb6786972673"; // by its ExecCondition=
+constexpr std::string_view kStarted = "39f53479d3a045ac8e11786248231fbf"; // sent for a skipped unit too
+constexpr std::string_view kSkipped = "0e4284a0caca4bfc81c0bb6786972673"; // because of ExecCondition=
 constexpr std::string_view kStopping = "de5b426a63be47a7b6ac3eaac82e2f6f";
 constexpr std::string_view kStopped = "9d1aaa27d60140bd96365438aad20286";
 constexpr std::array<std::string_view, 6> kEvents = {
     kStarted,                           // SD_MESSAGE_UNIT_STARTED
-    "be02cf6855d2428ba40df7e9d022f03d", // SD_MESSAGE_UNIT_FAILED: a job did
+    "be02cf6855d2428ba40df7e9d022f03d", // SD_MESSAGE_UNIT_FAILED: its job failed
     kStopped,                           // SD_MESSAGE_UNIT_STOPPED
     "7ad2d189f7e94e70a38c781354912448", // SD_MESSAGE_UNIT_SUCCESS
     "d9b373ed55a64feb8242e02dbe79a49c", // SD_MESSAGE_UNIT_FAILURE_RESULT
     kSkipped,                           // SD_MESSAGE_UNIT_SKIPPED
 };
 
-/// What the user has set for journalctl on a terminal must not change what is read here.
+/// Removes the user's settings for journalctl on a terminal: they would change the output.
 std::vector<char*> JournalEnvironment()
 {
     std::vector<char*> environment;
@@ -59,7 +59,7 @@ FILE* RunJournalctl(const Texts& units, std::size_t linesOfUnit)
     for (const std::string& unit : units) {
         words.push_back(JournalOption(unit));
     }
-    if (IsDialectOfToday()) { // others may not know it
+    if (IsDialectCurrent()) { // an older journalctl may not know it
         words.emplace_back("--output-fields=MESSAGE,MESSAGE_ID,SYSLOG_IDENTIFIER,_COMM,_PID,UNIT,USER_UNIT,"
                            "COREDUMP_UNIT,_SYSTEMD_UNIT,_SYSTEMD_USER_UNIT,_SYSTEMD_SLICE,INVOCATION_ID,"
                            "USER_INVOCATION_ID,JOB_RESULT");
@@ -69,11 +69,13 @@ FILE* RunJournalctl(const Texts& units, std::size_t linesOfUnit)
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    // Its complaints are read too, and passed over, since they are no JSON: they would get between the lines shown.
+    // Its error messages are read too, and skipped because they are not JSON; on the terminal they would mix with our
+    // lines.
     return MLIBCPopenvce(argv[0], "rB", argv.data(), JournalEnvironment().data());
 }
 
-/// The first of the fields that the entry has; journalctl prints what cannot be printed as an array of its bytes.
+/// The first of the fields that the entry has. journalctl prints a field with unprintable characters as an array of
+/// bytes.
 std::string Field(const Json::Value& entry, std::initializer_list<const char*> names)
 {
     for (const char* name : names) {
@@ -92,7 +94,7 @@ std::string Field(const Json::Value& entry, std::initializer_list<const char*> n
     return {};
 }
 
-/// Nothing of a line that is no message.
+/// Nothing if the line is not a message.
 std::optional<JournalEntry> EntryOf(const std::string& line)
 {
     static const Json::CharReaderBuilder builder;
@@ -109,7 +111,7 @@ std::optional<JournalEntry> EntryOf(const std::string& line)
         .unit = about.empty() ? Field(json, {"_SYSTEMD_USER_UNIT", "_SYSTEMD_UNIT", "_SYSTEMD_SLICE"}) : about,
         .writer = Field(json, {"SYSLOG_IDENTIFIER", "_COMM"}) + (pid.empty() ? "" : "[" + pid + "]"),
         .message = json["MESSAGE"].isNull() ? "(a line of more than 4 KiB; journalctl shows it)"
-                                            : Field(json, {"MESSAGE"}), // journalctl leaves out what is longer
+                                            : Field(json, {"MESSAGE"}), // journalctl leaves out longer ones
         .messageId = Field(json, {"MESSAGE_ID"}),
         .isOwn = about.empty(),
         .invocation = Field(json, {"INVOCATION_ID", "USER_INVOCATION_ID"}),
@@ -117,15 +119,15 @@ std::optional<JournalEntry> EntryOf(const std::string& line)
     };
 }
 
-/// Whether a start that is done ran the unit. One that a condition kept from running says the same, with no invocation,
-/// or with that of an earlier start.
+/// Whether this start really ran the unit. If a condition skipped it, the message is the same, but has no invocation or
+/// that of an earlier start.
 bool WasRun(const JournalEntry& started, const JournalEntry* before)
 {
     return !started.invocation.empty() &&
            !(before != nullptr && before->messageId == kStarted && before->invocation == started.invocation);
 }
 
-/// Null where there is none.
+/// Returns null for an event that does not exist.
 std::pair<const JournalEntry*, const JournalEntry*> LastTwoEvents(const std::vector<JournalEntry>& entries,
                                                                   const std::string& unit)
 {
@@ -140,14 +142,14 @@ std::pair<const JournalEntry*, const JournalEntry*> LastTwoEvents(const std::vec
     return {last, before};
 }
 
-/// When the stop of a unit that was its last event began and ended; (0, 0) when it was another one.
+/// When the unit's last event, a stop, began and ended; (0, 0) if the last event is no stop.
 std::pair<long long, long long> LastStop(const std::vector<JournalEntry>& entries, const std::string& unit)
 {
     const JournalEntry* stopped = LastTwoEvents(entries, unit).first;
     if (stopped == nullptr || stopped->messageId != kStopped) {
         return {0, 0};
     }
-    long long begin = stopped->time; // a target only stops
+    long long begin = stopped->time; // a target has no "Stopping" message
     for (const JournalEntry& entry : entries) {
         begin = entry.unit == unit && !entry.isOwn && entry.messageId == kStopping ? entry.time : begin;
     }
@@ -224,7 +226,7 @@ bool HitStartLimit(const std::vector<JournalEntry>& entries, const std::string& 
         return entry.unit == unit && !entry.isOwn &&
                (entry.messageId == kStarted || entry.message.find("repeated too quickly") != std::string::npos);
     });
-    return last != entries.rend() && last->messageId != kStarted; // the message itself has no number
+    return last != entries.rend() && last->messageId != kStarted; // "repeated too quickly" has no message ID
 }
 
 Texts LastLines(const std::vector<JournalEntry>& entries, const std::string& unit, std::size_t own, std::size_t others)

@@ -10,56 +10,54 @@
 
 namespace MERO::Tool {
 
-/// One message of the journal.
 struct JournalEntry {
     long long time = 0; ///< microseconds since 1970
-    std::string unit;   ///< that wrote it, or that it is about
-    std::string writer; ///< as journalctl prints it: "systemd[1]"
+    std::string unit;   ///< the unit that wrote it, or that it is about
+    std::string writer; ///< in journalctl's form: "systemd[1]"
     std::string message;
     std::string messageId;
     bool isOwn = false; ///< written by the unit, not by systemd about it
 
-    // Of systemd's own messages:
-    std::string invocation; ///< which run of the unit it is about
+    // Only in systemd's messages:
+    std::string invocation; ///< the run of the unit that it is about
     std::string jobResult;
 };
 
-/// The option by which journalctl shows what a unit of the manager that is asked wrote.
+/// journalctl's option for a unit of the manager that this program queries.
 std::string JournalOption(const std::string& unit);
 
-/// Reads the last messages of units from the journal, of this boot. The reading begins at once, and goes on beside what
-/// the caller does until it takes the messages. 100 of a unit are enough to have what it wrote before it was restarted
-/// some times.
+/// Reads the last messages of units in this boot from the journal. It starts at once and runs beside the caller until
+/// Take(). 100 messages for a unit include what it wrote before its last few restarts.
 class JournalReading {
 public:
     explicit JournalReading(const Texts& units, std::size_t linesOfUnit = 100);
 
-    /// Oldest first. None when the journal cannot be read.
+    /// Oldest first. Empty if the journal cannot be read.
     std::vector<JournalEntry> Take();
 
 private:
     std::unique_ptr<FILE, int (*)(FILE*)> output_;
 };
 
-/// What systemd said last of a unit's life: that it was started, stopped, skipped for a condition, or failed.
+/// systemd's last message about a unit's life: it was started, stopped, skipped for a condition, or failed.
 struct UnitEvent {
-    std::string message;    ///< in systemd's words
+    std::string message;    ///< systemd's text
     bool isSkipped = false; ///< a condition or an assertion was not met
     bool isCommand = false; ///< the condition was an ExecCondition=; the message does not name it
 };
 
-/// Nothing when the messages have none of `unit`.
+/// Nothing if there is no such message about `unit`.
 std::optional<UnitEvent> LastEvent(const std::vector<JournalEntry>& entries, const std::string& unit);
 std::optional<UnitEvent> LastEvent(const std::string& unit);
 
-/// Whether both units were stopped last, at the same time or one right after the other.
+/// Whether each unit's last event was a stop, and the two came at about the same time.
 bool StoppedTogether(const std::vector<JournalEntry>& entries, const std::string& one, const std::string& other);
 
-/// Whether systemd refused to start the unit once more, since it was started too often.
+/// Whether systemd refused to start the unit because it was started too often.
 bool HitStartLimit(const std::vector<JournalEntry>& entries, const std::string& unit);
 
-/// The last lines of the unit itself, and the last ones of systemd about it, so many of each, as journalctl prints
-/// them. A unit that is restarted again and again would lose its own to systemd's.
+/// The unit's last `own` lines and systemd's last `others` lines about it, in journalctl's form. With one common limit,
+/// systemd's lines about restarts would displace the unit's own.
 Texts LastLines(const std::vector<JournalEntry>& entries, const std::string& unit, std::size_t own, std::size_t others);
 
 } // namespace MERO::Tool

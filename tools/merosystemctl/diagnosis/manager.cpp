@@ -17,7 +17,7 @@ bool AsksOwnManager()
     return getuid() != 0 && !General().system;
 }
 
-/// The socket that a manager listens at for its systemctl.
+/// The socket on which a manager listens for systemctl.
 std::string ManagerSocket()
 {
     if (!AsksOwnManager()) {
@@ -37,7 +37,7 @@ bool IsManagerThere()
     const int channel = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (channel < 0 || path.copy(address.sun_path, sizeof address.sun_path - 1) < path.size()) {
         close(channel);
-        return true; // it cannot be told
+        return true; // unknown
     }
     const int result = connect(channel, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     const bool isGone = result != 0 && (errno == ENOENT || errno == ECONNREFUSED || errno == ENOTDIR);

@@ -4,14 +4,13 @@
 
 namespace MERO::Tool {
 
-/// Whether the manager that systemctl would talk to runs: the system's, or an ordinary user's own. No process is
-/// started for it.
+/// Whether the manager that systemctl would use is running: the system's, or an ordinary user's own. Starts no process.
 bool IsManagerThere();
 
-/// What to say when it does not.
+/// The message if it is not running.
 std::string NoManagerText();
 
-/// What to say of a unit that the manager does not know.
+/// The message about a unit that the manager does not know.
 std::string NoSuchUnitText();
 
 } // namespace MERO::Tool

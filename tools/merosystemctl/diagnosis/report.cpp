@@ -20,13 +20,13 @@ bool CanRunSystemctl()
     return access(kSystemctl, X_OK) == 0;
 }
 
-/// The library keeps what it knows there, and can work for root only.
+/// The library keeps its state there, and only root can write it.
 bool MayWriteState()
 {
     return access(access("/run/merosystemd", F_OK) == 0 ? "/run/merosystemd" : "/run", W_OK) == 0;
 }
 
-/// A failure that has nothing to do with the units.
+/// A failure that is not about the units.
 std::optional<CommandError> CommonFailure(const std::string& what, int error, bool needsManager,
                                           const SystemctlWords& words)
 {
@@ -60,7 +60,7 @@ void Unify(Texts& units)
     units.erase(std::unique(units.begin(), units.end()), units.end());
 }
 
-/// Whether the diagnosis says the same, and more: "Job for web.service failed because ..." names no cause.
+/// Whether the diagnosis says this and more: "Job for web.service failed because ..." gives no cause.
 bool IsKnown(const std::string& failure, const Diagnosis& diagnosis)
 {
     return (failure.starts_with("Job for ") || failure.starts_with("A dependency job for ")) &&
@@ -88,7 +88,7 @@ UnitResult Explain(const std::string& unit, const Diagnosis& diagnosis, const st
     return result;
 }
 
-/// Whether the units exist, when that can be told, and no more.
+/// Reads only whether the units exist; the states are empty if systemd does not answer.
 std::vector<Diagnosis> AskLoadStates(const Texts& units)
 {
     std::map<std::string, Systemd::ShownUnit> shown;
@@ -135,10 +135,10 @@ int ReportFailure(const std::string& what, int error, const SystemctlWords& word
     return kFailed;
 }
 
-CommandError FailureOf(const std::string& question, const SystemctlWords& words)
+CommandError FailureOf(const std::string& query, const SystemctlWords& words)
 {
-    const auto common = CommonFailure(question, MLIBCErrGet(), true, words);
-    return common ? *common : CommandError(kFailed, question + " failed; see " + kLog);
+    const auto common = CommonFailure(query, MLIBCErrGet(), true, words);
+    return common ? *common : CommandError(kFailed, query + " failed; see " + kLog);
 }
 
 std::vector<UnitResult> ExplainFailure(const FailedAction& action, const SystemctlWords& words)

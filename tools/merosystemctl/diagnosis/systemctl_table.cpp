@@ -9,7 +9,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// The headings of a table, and where their columns begin. A column that would be empty is not there.
+/// A table's headings and where their columns begin. systemctl leaves out an empty column.
 using Headings = std::vector<std::pair<std::string, std::size_t>>;
 
 Headings HeadingsOf(const std::string& line)
@@ -29,14 +29,14 @@ TableRow RowOf(const std::string& line, const Headings& headings)
     TableRow row;
     for (const auto& [heading, column] : headings) {
         const std::size_t begin = std::min(column, line.size());
-        const bool isText = heading == "DESCRIPTION"; // the last one, in which there are blanks
+        const bool isText = heading == "DESCRIPTION"; // the last column; it contains blanks
         const std::string cell = line.substr(begin, isText ? line.npos : line.find(' ', begin) - begin);
         row[heading] = cell.substr(0, cell.find_last_not_of(' ') + 1);
     }
     return row;
 }
 
-/// Nothing when there are no headings.
+/// Nothing if there are no headings.
 std::optional<std::vector<TableRow>> RowsOf(const Texts& lines)
 {
     std::optional<std::vector<TableRow>> rows;
@@ -69,7 +69,7 @@ std::optional<std::vector<TableRow>> ReadTable(const std::string& verb, const Te
     std::optional<std::vector<TableRow>> rows;
     const auto read = [&](int exitCode, const Texts& lines) {
         observer ? observer(exitCode, lines) : void();
-        rows = RowsOf(lines); // that there are no unit files is a failure to systemctl
+        rows = RowsOf(lines); // systemctl fails if there are no unit files
         if (!rows && exitCode == 0) {
             rows.emplace();
         }
@@ -78,7 +78,7 @@ std::optional<std::vector<TableRow>> ReadTable(const std::string& verb, const Te
     try {
         (void)MEROSystemdSystemctlUltron(verb, opts, patterns, read);
     } catch (const std::exception&) {
-        return std::nullopt; // systemctl cannot be run
+        return std::nullopt; // systemctl could not run
     }
     return rows;
 }

@@ -11,14 +11,14 @@
 
 namespace MERO::Tool {
 
-/// A line of one of systemctl's tables: cells by the headings of their columns, such as "UNIT".
+/// A line of a systemctl table: its cells by column heading, such as "UNIT".
 using TableRow = std::map<std::string, std::string>;
 
-/// What `systemctl VERB OPTIONS PATTERNS` lists. Nothing when systemctl fails; `observer` sees what it said.
+/// The rows of `systemctl VERB OPTIONS PATTERNS`. Nothing if systemctl fails; `observer` gets its output.
 std::optional<std::vector<TableRow>> ReadTable(const std::string& verb, const Texts& options, const Texts& patterns,
                                                const SystemctlObserver& observer = {});
 
-/// The units that failed, or have failed and wait to be started once more.
+/// The units that failed, among them those that wait for a restart.
 std::optional<std::vector<TableRow>> FailedUnits();
 
 } // namespace MERO::Tool

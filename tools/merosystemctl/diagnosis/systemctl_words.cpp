@@ -10,7 +10,7 @@
 namespace MERO::Tool {
 namespace {
 
-// Texts of systemctl. What it says of links, and where to look for more, is no news to the person who called.
+// systemctl's texts. Lines about links and hints where to look are of no use to the user.
 constexpr std::string_view kChatter[] = {"Created symlink ", "Removed ", "Synchronizing state of ", "Executing: "};
 constexpr std::string_view kPointers[] = {"See ", "Use \"systemctl "};
 constexpr std::string_view kNoManager[] = {"System has not been booted with systemd", "Failed to connect to bus",
@@ -40,7 +40,7 @@ bool IsOfName(char c)
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || std::string_view(":-_@\\").find(c) != std::string::npos;
 }
 
-/// Whether the line names the unit, and no longer name that has this one in it.
+/// Whether the line names the unit, and not a longer name that contains this one.
 bool Names(const std::string& line, const std::string& unit)
 {
     for (std::size_t at = 0; (at = line.find(unit, at)) != line.npos; ++at) {
@@ -54,7 +54,7 @@ bool Names(const std::string& line, const std::string& unit)
     return false;
 }
 
-/// What follows "Failed to start web.service: "; the line itself when it has no such beginning.
+/// The part after "Failed to start web.service: "; the whole line if it begins otherwise.
 std::string Reason(const std::string& line)
 {
     const std::size_t colon = line.find(": ");

@@ -8,27 +8,26 @@
 
 namespace MERO::Tool {
 
-/// What systemctl said while it carried out an action.
+/// What systemctl printed during an action.
 class SystemctlWords {
 public:
-    /// Hears it. For the library; this must outlive it.
+    /// The observer to pass to the library. It must not outlive this object.
     SystemctlObserver Listener();
 
-    /// Whether systemctl was run at all.
+    /// Whether systemctl ran at all.
     bool WereHeard() const { return wereHeard_; }
 
-    /// Why runs failed, one text for each message: without "Failed to start web.service:", and without pointers to
-    /// other commands.
+    /// The messages of runs that failed, without "Failed to start web.service:" and without hints at other commands.
     const Texts& Failures() const { return failures_; }
 
-    /// Those that name the unit; else those that name none of the others; else all.
+    /// The failures that name the unit; if none, those that name none of `others`; if none, all.
     Texts FailuresOf(const std::string& unit, const Texts& others) const;
 
-    /// Lines of runs that succeeded, but for the links that were made or removed.
+    /// The output of runs that succeeded, without lines about links.
     const Texts& Warnings() const { return warnings_; }
 
-    bool SayNoManager() const; ///< systemctl did not reach systemd
-    bool SayDenied() const;    ///< the caller may not do it
+    bool SayNoManager() const; ///< systemctl could not reach systemd
+    bool SayDenied() const;    ///< the caller lacks permission
 
 private:
     bool wereHeard_ = false;

@@ -10,13 +10,12 @@ namespace MERO::Tool {
 inline constexpr std::array kUnitTypes{"service", "socket", "device", "mount", "automount", "swap",
                                        "target",  "path",   "timer",  "slice", "scope"};
 
-/// Whether the name ends with a unit type.
 bool HasUnitType(const std::string& name);
 
-/// The name with its type: a name without one means a service.
+/// The name with its type; a name without one means a service.
 std::string WholeName(const std::string& unit);
 
-/// The items of a property that is a list: systemctl quotes those with odd characters.
+/// The items of a property that is a list. systemctl quotes items with unusual characters.
 Texts SplitWords(const std::string& list);
 
 } // namespace MERO::Tool

@@ -9,24 +9,24 @@
 
 namespace MERO::Tool {
 
-/// Properties of one unit, by name. What systemd did not say is empty.
+/// A unit's properties by name. A property that systemd did not print is empty.
 class UnitProperties {
 public:
     UnitProperties() = default;
     explicit UnitProperties(std::map<std::string, std::string> values) : values_(std::move(values)), wasAsked_(true) {}
 
-    /// False: systemd could not be asked for this name, which says nothing of the unit.
+    /// False: systemd gave no answer for this name; the unit may exist.
     bool WasAsked() const { return wasAsked_; }
     const std::string& operator[](const std::string& name) const;
-    Texts List(const std::string& name) const; ///< of a property that is a list
+    Texts List(const std::string& name) const; ///< the items of a list property
 
 private:
     std::map<std::string, std::string> values_;
     bool wasAsked_ = false;
 };
 
-/// Asks systemd for properties of units, in one go: an entry for each unit, in their order, or none at all when systemd
-/// cannot be asked. A property that is a list of commands has one in each line.
+/// Reads properties of units with one query. Returns an entry for each unit, in their order, or none if systemd does
+/// not answer. A property that is a list of commands has one per line.
 std::vector<UnitProperties> AskProperties(const Texts& units, const char* names);
 
 } // namespace MERO::Tool

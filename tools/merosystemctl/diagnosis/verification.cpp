@@ -22,7 +22,7 @@ using Properties = std::map<std::string, std::string>;
 
 bool IsAs(Wanted wanted, Properties& before, Properties& unit)
 {
-    // One that systemd started again meanwhile has died too; restarts of former days do not count.
+    // A unit that systemd has restarted meanwhile died too; earlier restarts do not count.
     const bool hasDied = unit["ActiveState"] == "failed" || unit["SubState"] == "auto-restart" ||
                          unit["NRestarts"] != before["NRestarts"];
     const std::string& active = unit["ActiveState"];
@@ -42,7 +42,7 @@ bool IsAs(Wanted wanted, Properties& before, Properties& unit)
     }
 }
 
-/// What is wrong one second later.
+/// The fault one second later.
 std::string Fault(Wanted wanted, const std::string& active, const std::string& sub)
 {
     if (wanted == Wanted::Stopped) {

@@ -6,13 +6,13 @@
 namespace MERO::Tool {
 
 enum class Wanted {
-    Running,   ///< or has done its work and ended well, as a oneshot service
+    Running,   ///< or ended well after its work, as a oneshot service
     NotFailed, ///< running or not
     Stopped,
 };
 
-/// Looks at the units a second later: systemd calls a service started that dies at once. Says of units that are not as
-/// wanted why.
+/// Checks the units a second later: systemd calls a service started even if it dies at once. Explains why a unit is not
+/// as wanted.
 std::vector<UnitResult> Verify(const Texts& units, const std::string& verb, Wanted wanted);
 
 } // namespace MERO::Tool

@@ -17,7 +17,7 @@ std::string Fixed(double value, int decimals)
 std::string BytesText(double bytes)
 {
     constexpr std::array kUnits{" B", " KiB", " MiB", " GiB", " TiB", " PiB"};
-    constexpr double kHighest = 999.95; // above it, one decimal makes it five digits
+    constexpr double kHighest = 999.95; // above it, rounding to one decimal gives five digits
     std::size_t unit = 0;
     while (bytes >= kHighest && unit + 1 < kUnits.size()) {
         bytes /= 1024;

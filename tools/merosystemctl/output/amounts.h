@@ -5,9 +5,9 @@
 
 namespace MERO::Tool {
 
-// Amounts as people read them.
+// Amounts in the form that people read.
 std::string SecondsText(double seconds);     ///< "12.34"
-std::string PercentText(double share);       ///< of 1: "12.3%"
+std::string PercentText(double share);       ///< 0.123: "12.3%"
 std::string MemoryText(std::uint64_t kB);    ///< "12.3 MiB"
 std::string RateText(double bytesPerSecond); ///< "12.3 KiB/s"
 

@@ -7,7 +7,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// A variable of the environment; "" when it is not set.
+/// An environment variable; "" if it is not set.
 std::string Variable(const char* name)
 {
     const char* value = std::getenv(name);

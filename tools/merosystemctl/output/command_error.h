@@ -7,7 +7,7 @@
 
 namespace MERO::Tool {
 
-/// Thrown by a command that cannot go on: what standard error says, and the exit code.
+/// Thrown by a command that cannot go on: the message for standard error, and the exit code.
 class CommandError : public std::runtime_error {
 public:
     CommandError(ExitCode exitCode, const std::string& message) : std::runtime_error(message), code(exitCode) {}
@@ -15,7 +15,7 @@ public:
     ExitCode code;
 };
 
-/// What the command was given does not go together. Nothing was done.
+/// The arguments contradict each other. Nothing was done.
 class UsageError : public CommandError {
 public:
     explicit UsageError(const std::string& message) : CommandError(kUsage, message) {}

@@ -8,7 +8,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// Whole numbers without an exponent, whatever the locale.
+/// Formats a number without an exponent, whatever the locale.
 std::string ValueText(double value)
 {
     std::array<char, std::numeric_limits<double>::max_exponent10 + 32> text;

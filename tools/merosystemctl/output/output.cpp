@@ -15,7 +15,7 @@ namespace {
 
 bool hasHeadings = true;
 
-/// Takes columns from the last one, and then from the widest, until a line takes no more than `room`.
+/// Shortens the last column, and then always the widest, until a line fits into `room`.
 void Narrow(std::vector<std::size_t>& widths, std::size_t room)
 {
     constexpr std::size_t kLeastOfLast = 12; // enough for a figure

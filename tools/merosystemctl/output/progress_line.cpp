@@ -31,7 +31,7 @@ ProgressLine::ProgressLine() : updates_(CanUpdateLines()) {}
 void ProgressLine::Show(const std::string& matter, const std::string& title, const std::string& figures)
 {
     if (updates_) {
-        // One less than the width: a full line would wrap on some terminals, and could not be cleared.
+        // One column less than the width: on some terminals a full line wraps and could not be cleared.
         const std::size_t width = TerminalWidth(STDERR_FILENO) - 1;
         const std::size_t room = std::max(width - std::min(width, figures.size()), kShortestTitle);
         std::cerr << "\r\033[K" << (Shorten(title, room) + figures).substr(0, width) << std::flush;

@@ -5,18 +5,17 @@
 
 namespace MERO::Tool {
 
-/// What a long operation waits for, on standard error: one line that updates on a terminal; otherwise a plain line
+/// Shows on standard error what a long operation waits for: on a terminal one line that updates, elsewhere a plain line
 /// when the matter changes, and one every ten seconds.
 class ProgressLine {
 public:
     ProgressLine();
     ~ProgressLine() { Clear(); }
 
-    /// `matter`: what is waited for; it is not printed. `title` and `figures` are: on a narrow terminal the title is
-    /// shortened first.
+    /// `matter` identifies what is waited for, and is not printed. `title` and `figures` are printed; on a narrow
+    /// terminal the title is shortened first.
     void Show(const std::string& matter, const std::string& title, const std::string& figures = "");
 
-    /// Takes the line off the terminal.
     void Clear();
 
 private:

@@ -4,10 +4,10 @@
 
 namespace MERO::Tool {
 
-/// The columns of the terminal that a descriptor leads to; 80 when it does not say.
+/// The width of the terminal that a descriptor refers to; 80 if it reports none.
 std::size_t TerminalWidth(int descriptor);
 
-/// Whether the program's locale can print what is not ASCII.
+/// Whether the program's locale can print more than ASCII.
 bool HasUtf8();
 
 } // namespace MERO::Tool

@@ -28,7 +28,7 @@ Character FirstOf(std::string_view text)
 
 struct FittedText {
     std::string text;
-    std::size_t blanks; ///< that are left
+    std::size_t blanks; ///< unused columns
 };
 
 FittedText Cut(const std::string& text, std::size_t width)

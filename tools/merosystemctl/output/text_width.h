@@ -6,16 +6,16 @@
 
 namespace MERO::Tool {
 
-/// How many columns of a terminal a text takes, in the program's locale.
+/// In terminal columns, in the program's locale.
 std::size_t WidthOf(const std::string& text);
 
-/// The text in lines that are no wider, unless a word is. They break at blanks.
+/// Breaks the text at blanks into lines of at most this width. Only a single word can be wider.
 std::vector<std::string> WrapWords(const std::string& text, std::size_t width);
 
-/// The text when it is no wider, else its beginning and an ellipsis.
+/// The text if it fits; else its beginning and an ellipsis.
 std::string Shorten(const std::string& text, std::size_t width);
 
-// The text cut off or filled up to a width. What cannot be printed becomes "?".
+// The text, cut off or padded to the width. "?" replaces what cannot be printed.
 std::string FitLeft(const std::string& text, std::size_t width);
 std::string FitRight(const std::string& text, std::size_t width);
 

@@ -5,10 +5,10 @@
 
 namespace MERO::Tool {
 
-/// A time as systemctl prints it, in the local zone: "Sun 2026-11-22 03:17:24 UTC".
+/// A time in systemctl's format and the local zone: "Sun 2026-11-22 03:17:24 UTC".
 std::string TimeText(std::time_t time);
 
-/// The time that has passed since, in its largest unit: "7 min".
+/// How long ago this was, in the largest unit that fits: "7 min".
 std::string AgeText(std::time_t time);
 
 } // namespace MERO::Tool

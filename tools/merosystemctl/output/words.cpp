@@ -6,7 +6,7 @@
 namespace MERO::Tool {
 namespace {
 
-/// The word at `number`, counted as the enumerations do.
+/// The word for an enumeration's number.
 template <std::size_t N>
 const char* Word(const std::array<const char*, N>& words, int number)
 {

@@ -8,21 +8,20 @@
 
 namespace MERO::Tool {
 
-// systemctl's words for the library's numbers; "other" where it has none.
+// systemctl's words for the library's numbers; "other" if it has none.
 const char* TypeWord(Systemd::JobType type);
 const char* StateWord(Systemd::JobState state);
 const char* DependencyWord(int dependency);
 
-/// Whether a LoadState says that there is no such unit.
+/// Whether this LoadState means that the unit does not exist.
 bool IsMissing(const std::string& load);
 
-/// Whether a unit in this ActiveState runs.
 bool IsRunning(const std::string& active);
 
-/// What a unit's state is as an exit code: kDone when it runs.
+/// The exit code for a unit's state: kDone if it runs.
 ExitCode StateExitCode(const std::string& load, const std::string& active);
 
-/// The one that counts of several units: no such unit, failed, not active, done.
+/// The exit code for several units. The first of these wins: no such unit, failed, not active, done.
 ExitCode Worse(ExitCode one, ExitCode other);
 
 } // namespace MERO::Tool

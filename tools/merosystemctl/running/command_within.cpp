@@ -27,7 +27,7 @@ int RunWithin(const CommandWithin& command)
             return code == kDone;
         });
     });
-    if (!signals) { // nothing was begun; an action that is content with that has said why
+    if (!signals) { // nothing was begun; an action that returns true all the same has printed why
         return work.done ? kFailed : ReportFailure(first, work.error);
     }
     const bool isAsBefore = command.report();

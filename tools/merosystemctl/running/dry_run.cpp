@@ -14,17 +14,17 @@
 namespace MERO::Tool {
 namespace {
 
-// The dependencies by which a stop spreads, and by which a start pulls in others: see systemd's unit-dependency-atom.c.
+// The dependencies through which a stop spreads and a start pulls in other units: see systemd's unit-dependency-atom.c.
 const Texts kStopping{"RequiredBy", "RequisiteOf", "BoundBy", "ConsistsOf", "PropagatesStopTo"};
 const Texts kStarting{"Requires", "BindsTo", "Wants", "Upholds"};
 constexpr const char* kStates = "Id,LoadState,ActiveState,TriggeredBy,Conflicts,ConflictedBy,IgnoreOnIsolate,"
                                 "ConditionResult,ConditionTimestampMonotonic";
-const Texts kUnknown{"whether commands fail, and conditions are met then", "what is started or stopped meanwhile",
+const Texts kUnknown{"whether commands will fail, and conditions will be met", "what is started or stopped meanwhile",
                      "unit files that were changed after the last daemon-reload"};
 
 struct Reached {
     UnitProperties unit;
-    std::string from; ///< empty: it was named
+    std::string from; ///< empty: the user named it
 };
 
 using ReachedUnits = std::map<std::string, Reached>; ///< by Id
@@ -35,13 +35,13 @@ bool Runs(const UnitProperties& unit)
     return state != "inactive" && state != "failed" && state != "deactivating";
 }
 
-/// Whether a condition kept it from running when it was started last. Most units that every start pulls in are such.
+/// Whether a condition kept it from running at its last start, as it does for most units that every start pulls in.
 bool IsSkipped(const UnitProperties& unit)
 {
     return !Runs(unit) && unit["ConditionResult"] == "no" && unit["ConditionTimestampMonotonic"] != "0";
 }
 
-/// The units, those on their lists, those on the lists of these, and so on.
+/// The units, the units on their `lists`, the units on the lists of those, and so on.
 ReachedUnits Reach(const Texts& units, const Texts& lists)
 {
     std::string properties = kStates;
@@ -49,7 +49,7 @@ ReachedUnits Reach(const Texts& units, const Texts& lists)
         properties += "," + list;
     }
     ReachedUnits reached;
-    std::map<std::string, std::string> from; // by the name that is asked for
+    std::map<std::string, std::string> from; // by the name in the query
     for (const std::string& unit : units) {
         from[unit] = "";
     }
@@ -81,7 +81,7 @@ ReachedUnits Reach(const Texts& units, const Texts& lists)
     return reached;
 }
 
-/// The active ones of those that can start a unit again, and that do not stop themselves.
+/// The active units that can start `unit` again and do not stop themselves.
 Texts Triggers(const UnitProperties& unit, const ReachedUnits& stopping)
 {
     Texts triggers = unit.List("TriggeredBy");
@@ -96,7 +96,7 @@ Texts Triggers(const UnitProperties& unit, const ReachedUnits& stopping)
     return active;
 }
 
-/// What is started although it conflicts with something that runs stops that.
+/// Adds the running units that the start of `unit` stops because they conflict.
 void AddConflicts(const std::string& id, const UnitProperties& unit, std::vector<Foreseen>& changes)
 {
     Texts others = unit.List("Conflicts");
@@ -174,8 +174,8 @@ std::vector<Foreseen> ForeseeIsolation(const std::string& target)
         return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return units.contains(name); });
     };
     for (const UnitProperties& unit : loaded) {
-        // systemd keeps what is triggered by a unit that it keeps, and takes one that it has decided to stop for such a
-        // unit: see transaction_add_isolate_jobs().
+        // systemd keeps a unit whose trigger it keeps, and mistakes a trigger that it has already decided to stop for a
+        // kept one: see transaction_add_isolate_jobs().
         const Texts triggers = unit.List("TriggeredBy");
         if (!running.contains(unit["Id"]) || hasOneOf(triggers, kept)) {
             continue;

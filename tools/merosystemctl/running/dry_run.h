@@ -7,22 +7,22 @@
 
 namespace MERO::Tool {
 
-/// What an action would do to a unit, as far as the dependencies that are loaded now show it.
+/// What an action would do to a unit, as far as the dependencies loaded now show it.
 struct Foreseen {
     std::string unit;
     std::string change; ///< a word: stops, starts, is removed ...
     std::string cause;
 };
 
-// Each throws a CommandError when systemd does not answer, or there is no such unit.
+// Each throws a CommandError if systemd does not answer or a unit does not exist.
 
-/// The units, and all that systemd stops along with them.
+/// The units, and those that systemd stops with them.
 std::vector<Foreseen> ForeseeStop(const Texts& units);
-/// The units, what they pull in, and what conflicts with that.
+/// The units, those that they pull in, and those that conflict with these.
 std::vector<Foreseen> ForeseeStart(const Texts& units);
 std::vector<Foreseen> ForeseeIsolation(const std::string& target);
 
-/// Prints them, and what nobody can know before. The exit code.
+/// Prints the changes, and what cannot be known in advance. Returns the exit code.
 int PrintForeseen(const std::vector<Foreseen>& changes, bool json);
 
 } // namespace MERO::Tool

@@ -10,16 +10,15 @@
 
 namespace MERO::Tool {
 
-/// Watches what systemd is busy with.
 class JobWatch {
 public:
-    /// Asks systemd.
+    /// Reads the job queue.
     void Update();
 
-    Texts Units() const;    ///< that had a job at the last update
-    Texts Stopping() const; ///< that had a stop job
+    Texts Units() const;    ///< units that had a job at the last update
+    Texts Stopping() const; ///< units that had a stop job
 
-    /// Some of the jobs that run, with the seconds for which they have been seen to; how many more run, or wait.
+    /// Some of the running jobs with the seconds since they were first seen, and how many more are running or queued.
     std::string Details() const;
 
 private:
@@ -27,7 +26,7 @@ private:
 
     struct Watched {
         Systemd::JobInfo job;
-        Clock::time_point seen; ///< first
+        Clock::time_point seen; ///< when first seen
     };
 
     std::map<std::string, Watched> jobs_; ///< by unit

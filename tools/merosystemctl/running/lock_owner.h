@@ -4,7 +4,7 @@
 
 namespace MERO::Tool {
 
-/// Who holds a lock file: "process 123 (name)", from /proc/locks; empty when nobody does.
+/// The holder of a lock file, from /proc/locks: "process 123 (name)". Empty if it is free.
 std::string LockOwner(const char* path);
 
 } // namespace MERO::Tool

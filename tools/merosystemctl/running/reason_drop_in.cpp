@@ -30,7 +30,7 @@ std::string DropInFolder(const std::string& service)
 
 std::string DropIn(const std::string& service)
 {
-    return DropInFolder(service) + "mero-reason.conf"; // as the library names it
+    return DropInFolder(service) + "mero-reason.conf"; // the library's name for it
 }
 
 std::string ReadFile(const std::string& path)
@@ -40,7 +40,7 @@ std::string ReadFile(const std::string& path)
     return text.str();
 }
 
-/// Writes the source of the links whole, unless it is there.
+/// Writes the file that the drop-ins link to, in one step, unless it exists.
 bool WriteSource()
 {
     if (ReadFile(kSource) == kText) {
@@ -63,7 +63,7 @@ bool Link(const std::string& service)
            ReadFile(DropIn(service)) == kText; // another process was faster
 }
 
-/// A file of this name that does not look at the reasons: it is its owner's, and ours would not count beside it.
+/// Finds a file with the drop-in's name and other content: it has another owner, and hides a drop-in of ours.
 const std::string* FindForeign(const Texts& files)
 {
     const auto foreign = std::find_if(files.begin(), files.end(), [](const std::string& path) {
@@ -72,7 +72,7 @@ const std::string* FindForeign(const Texts& files)
     return foreign != files.end() ? &*foreign : nullptr;
 }
 
-/// Of many services it says the number.
+/// Prints one line for each service, or the number if there are many.
 void Note(const Texts& services, const std::string& text)
 {
     constexpr std::size_t kFew = 10;
@@ -91,7 +91,7 @@ void Note(const Texts& services, const std::string& text)
 void ReadAgain()
 {
     if (!MEROSystemdDaemonReload()) {
-        (void)ReportFailure("having systemd read the drop-ins");
+        (void)ReportFailure("daemon-reload for the drop-ins");
     }
 }
 

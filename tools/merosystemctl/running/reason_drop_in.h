@@ -7,21 +7,21 @@
 
 namespace MERO::Tool {
 
-/// A service that is to be held, as systemd knows it.
+/// A service to hold, as systemd knows it.
 struct HeldService {
-    std::string name; ///< its own, with its type
+    std::string name; ///< its real name, with its type
     Texts files;      ///< its unit file and drop-ins
 };
 
-/// Whether a unit file or drop-in has a condition on the reasons: they keep the service from starting then.
+/// Whether a unit file or drop-in has a condition on the reasons, so that they keep the service from starting.
 bool LooksAtReasons(const std::string& path);
 
-/// Puts a drop-in into services that keeps them from starting while they have reasons, and has systemd read it, unless
-/// one of their files does that already. What got it has one file more. What cannot have it is taken off the list: it
-/// cannot be made (false), or somebody else's file has its name. All of that is said.
+/// Adds a drop-in that keeps a service from starting while it has reasons, to each service without such a file, and
+/// reloads systemd. `files` of such a service grows by one. Services that cannot get a drop-in leave the list: it
+/// cannot be created (false is returned), or another owner's file has its name. All of this is printed.
 bool ProtectHeld(std::vector<HeldService>& services);
 
-/// Takes it from those of the services that have lost their last reason, and has systemd read their unit files again.
+/// Removes the drop-in from the services that have lost their last reason, and reloads systemd.
 void UnprotectReleased(const Texts& services);
 
 } // namespace MERO::Tool

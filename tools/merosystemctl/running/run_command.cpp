@@ -21,7 +21,7 @@ constexpr int kSignalled = 128;
 
 std::atomic<pid_t> running = 0;
 std::atomic<int> received = 0;
-std::atomic<int> receivedBefore = 0; ///< the command
+std::atomic<int> receivedBefore = 0; ///< before the command
 std::string notice;                  ///< changed only while no signal is handled
 
 void PassOn(int signal, siginfo_t* info, void*)
@@ -31,7 +31,7 @@ void PassOn(int signal, siginfo_t* info, void*)
         (void)!write(STDERR_FILENO, notice.data(), notice.size());
     }
     const pid_t command = running;
-    if (command > 0 && info->si_code <= 0) { // the terminal's own signals reach the command by themselves
+    if (command > 0 && info->si_code <= 0) { // signals from the terminal reach the command without us
         kill(command, signal);
     }
     errno = reason;
@@ -53,7 +53,7 @@ bool IsProgram(const std::string& path)
 bool IsInPath(const std::string& program)
 {
     const char* path = std::getenv("PATH");
-    // The colon at the end lets getline see an empty last folder, which is the current one as any empty folder is.
+    // With the colon at the end, getline sees an empty last folder, which like any empty folder is the current one.
     std::istringstream folders((path != nullptr ? std::string(path) : "/bin:/usr/bin") + ":");
     for (std::string folder; std::getline(folders, folder, ':');) {
         if (IsProgram((folder.empty() ? "." : folder) + "/" + program)) {
@@ -63,7 +63,7 @@ bool IsInPath(const std::string& program)
     return false;
 }
 
-/// posix_spawnp with default signals. 0 or an error number.
+/// posix_spawnp with default signals. Returns 0 or an error number.
 int Spawn(const Texts& command, pid_t& pid)
 {
     std::vector<char*> argv;
@@ -90,7 +90,7 @@ int Spawn(const Texts& command, pid_t& pid)
 
 SignalsToCommand::SignalsToCommand(const std::string& text)
 {
-    // The line of the progress is on the terminal, perhaps, and the terminal's own "^C".
+    // The terminal may show the progress line, and "^C".
     notice = text.empty() ? "" : (isatty(STDERR_FILENO) == 1 ? "\r\033[K" : "") + ("merosystemctl: " + text + "\n");
     struct sigaction action {};
     action.sa_sigaction = PassOn;

@@ -4,28 +4,28 @@
 
 namespace MERO::Tool {
 
-/// While it lives, signals that would end this program go to the command that it runs instead, so that what was begun
-/// for the command is also taken back. One object at a time.
+/// While it exists, signals that would end this program go to the command that it runs, so that what was begun for the
+/// command is also undone. One object at a time.
 class SignalsToCommand {
 public:
-    /// `notice` is printed on standard error as soon as the first of them comes.
+    /// The first signal prints `notice` on standard error.
     explicit SignalsToCommand(const std::string& notice = "");
     SignalsToCommand(const SignalsToCommand&) = delete;
     SignalsToCommand& operator=(const SignalsToCommand&) = delete;
     ~SignalsToCommand();
 };
 
-/// Whether the command's program exists; says so when it does not.
+/// Whether the command's program exists. Prints an error if not.
 bool IsRunnable(const Texts& command);
 
-/// Runs a command in the foreground, with this program's streams. Its exit code as a shell has it: 128 and the
-/// signal that ended it, or that came before it could be started; 127 when it cannot be started, which is said.
+/// Runs a command in the foreground, on this program's streams. Returns the exit code that a shell would: 128 plus the
+/// signal that ended the command or came before it started; 127, and an error is printed, if it cannot be started.
 int RunCommand(const Texts& command);
 
-/// The signal that came before the command could be started; 0: none did.
+/// The signal that came before the command could be started; 0 if none did.
 int SignalBeforeCommand();
 
-/// Whether an exit code of RunCommand is what the command itself said.
+/// Whether RunCommand() returned the command's own exit code.
 constexpr bool IsOwnExitCode(int code)
 {
     return code < 127;

@@ -18,7 +18,7 @@ void PrintAsTheyAre(const Texts& warnings)
     }
 }
 
-/// What is left of a unit's job after its waiting has been ended.
+/// The result for a unit once the wait for its job has been ended.
 UnitResult LeftQueued(const std::string& unit, const std::map<std::string, Systemd::JobInfo>& jobs)
 {
     const auto job = jobs.find(WholeName(unit));

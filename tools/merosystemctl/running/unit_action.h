@@ -6,19 +6,19 @@
 
 namespace MERO::Tool {
 
-/// A change of units that the library makes.
+/// An action of the library on units.
 struct UnitAction {
-    std::string verb; ///< as the command is called
+    std::string verb; ///< the command's name
     Texts units;
     std::function<bool(const Texts& units, Texts& failed, const SystemctlObserver& observer)> run;
-    bool diagnoses = false;   ///< the units should run afterwards: says of each why it does not
-    bool needsManager = true; ///< systemd must run for it
+    bool diagnoses = false;   ///< the units should run afterwards: explains why one does not
+    bool needsManager = true; ///< it needs a running systemd
 };
 
-/// Makes the change, shows its progress, prints what systemctl warns of, and says what came of each unit.
+/// Runs the action, shows its progress, prints systemctl's warnings, and returns the result for each unit.
 std::vector<UnitResult> RunUnitAction(const UnitAction& action);
 
-/// "start web smb", and of many units their number.
+/// "start web smb"; for many units, their number.
 std::string Title(const std::string& verb, const Texts& units);
 
 } // namespace MERO::Tool

@@ -9,12 +9,12 @@ namespace {
 
 const std::string kUnitFiles = "list-unit-files";
 
-/// What one of systemctl's lists has for a pattern.
+/// The units that one of systemctl's lists shows for a pattern.
 Texts Matches(const std::string& list, const Texts& options, const std::string& pattern)
 {
     SystemctlWords words;
     const auto rows = ReadTable(list, options, {pattern}, words.Listener());
-    const bool mayBeEmpty = list == kUnitFiles && words.WereHeard(); // that is a failure to systemctl
+    const bool mayBeEmpty = list == kUnitFiles && words.WereHeard(); // systemctl fails if it lists nothing
     if (!rows && (!mayBeEmpty || words.SayNoManager())) {
         throw FailureOf("looking for " + pattern, words);
     }

@@ -6,14 +6,14 @@
 
 namespace MERO::Tool {
 
-/// Whether it is a pattern of the shell, and not a unit's name.
+/// Whether this is a shell pattern and not a unit's name.
 bool IsPattern(const std::string& unit);
 
-/// The units, and in place of each pattern the loaded units that match it. Throws a CommandError when none does. Of
-/// more than one match `verb`, when there is one, says on standard error which they are.
+/// The units, each pattern replaced by the loaded units that match it. Throws a CommandError if none does. If several
+/// match and `verb` is not empty, prints on standard error which they are.
 Texts LoadedUnits(const std::string& verb, const Texts& units);
 
-/// The same of unit files. `options` are systemctl's.
+/// The same for unit files. `options` are systemctl's.
 Texts UnitFiles(const std::string& verb, const Texts& units, const Texts& options);
 
 } // namespace MERO::Tool

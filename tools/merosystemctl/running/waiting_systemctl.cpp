@@ -56,7 +56,8 @@ bool EndWaitingSystemctl()
 {
     bool hasEnded = false;
     for (const pid_t child : Children()) {
-        // The descriptor first: from then on the number cannot become another process' without its being seen.
+        // Open the descriptor first: if the process ends now and its number is reused, the signal cannot reach the new
+        // process.
         const int process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
         if (process >= 0 && IsChild(child) && WaitsForJobs(child)) {
             hasEnded = syscall(SYS_pidfd_send_signal, process, SIGTERM, nullptr, 0) == 0 || hasEnded;

@@ -2,8 +2,7 @@
 
 namespace MERO::Tool {
 
-/// Ends the systemctl programs that this one has started and that wait for jobs. The jobs stay queued. Whether there
-/// were any.
+/// Ends this program's systemctl children that wait for jobs. The jobs stay queued. Returns whether there were any.
 bool EndWaitingSystemctl();
 
 } // namespace MERO::Tool

@@ -52,13 +52,13 @@ WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>&
         if (General().quiet || General().noProgress) {
             return;
         }
-        if (getuid() == 0) { // an ordinary user's session can be opened in the first thread only, which is at work
+        if (getuid() == 0) { // only the first thread can open an ordinary user's session, and it is at work
             jobs.Update();
         }
         progress.Show(ToCell(jobs.Units()), jobs.Details());
     };
     std::future<void> watcher;
-    std::promise<void> end; // declared after the watcher, which ends when this goes
+    std::promise<void> end; // declared after the watcher, which ends when this is destroyed
     bool timedOut = false;
     watcher = std::async(std::launch::async, [&, ended = end.get_future()] {
         using Clock = std::chrono::steady_clock;

@@ -10,15 +10,15 @@
 
 namespace MERO::Tool {
 
-/// What is shown while something takes long. For two threads: the one that works, and the one that shows.
+/// Shows what takes so long. Used by two threads: one works, the other shows.
 class Progress {
 public:
     explicit Progress(const std::string& what) : what_(what) {}
 
-    /// `units` are those of the jobs in `jobs`.
+    /// `units` are the units of the jobs in `jobs`.
     void Show(const std::string& units, const std::string& jobs);
 
-    /// Takes the line off the terminal, and shows nothing until Resume(): somebody else prints there.
+    /// Clears the line and shows nothing until Resume(): another program prints there.
     void Pause();
     void Resume(const std::string& what);
 
@@ -33,15 +33,15 @@ private:
 };
 
 struct WatchedWork {
-    bool done;      ///< what the work returned
-    int error;      ///< the error register after it: why it failed, when it did
-    Texts stopping; ///< units that were stopping when it was last looked
-    bool timedOut;  ///< the time of --timeout was over, and the waiting for jobs was ended
+    bool done;      ///< the return value of the work
+    int error;      ///< the error register after the work
+    Texts stopping; ///< units that had a stop job at the last look
+    bool timedOut;  ///< --timeout expired and the wait for jobs was ended
 };
 
-/// Runs `work`. From its second second on a line says what is done, for how long, and which jobs systemd is busy with
-/// meanwhile. After the time of --timeout every systemctl that waits for jobs is ended. It is the work that stays in
-/// this thread: sessions of PAM are for the first one only.
+/// Runs `work`. After a second, a line shows what is being done, for how long, and systemd's jobs. When --timeout
+/// expires, every systemctl that waits for jobs is ended. The work stays in this thread: only the first thread can open
+/// PAM sessions.
 WatchedWork Watch(const std::string& what, const std::function<bool(Progress&)>& work);
 
 } // namespace MERO::Tool

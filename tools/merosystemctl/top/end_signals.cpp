@@ -31,9 +31,9 @@ EndSignals::EndSignals()
     }
     descriptor_ = signalfd(-1, &held_, SFD_CLOEXEC | SFD_NONBLOCK);
     if (descriptor_ < 0) {
-        throw std::system_error(errno, std::generic_category(), "signals cannot be awaited");
+        throw std::system_error(errno, std::generic_category(), "cannot wait for signals");
     }
-    // A new size of the terminal is only noticed while waiting: a signal just before would not wake.
+    // Unblocked only while waiting: a resize that came just before the wait would not wake it.
     sigset_t resized;
     sigemptyset(&resized);
     sigaddset(&resized, SIGWINCH);
@@ -47,7 +47,7 @@ EndSignals::~EndSignals()
     close(descriptor_);
     for (const int number : kSignals) {
         if (sigismember(&held_, number) == 1) {
-            std::signal(number, SIG_DFL); // the terminal's library does not take its handlers away
+            std::signal(number, SIG_DFL); // ncurses leaves its handlers installed
         }
     }
     sigprocmask(SIG_SETMASK, &before_, nullptr);

@@ -5,8 +5,8 @@
 
 namespace MERO::Tool {
 
-/// While it lives, the signals that would end this program wait, so that it can tidy up before. They take effect when
-/// it goes. Signals that are ignored stay so.
+/// While it exists, signals that would end this program are held back, so that it can tidy up first; they take effect
+/// when it is destroyed. Ignored signals stay ignored.
 class EndSignals {
 public:
     enum class Wake { Time, Signal, Input, Interrupted };
@@ -16,14 +16,14 @@ public:
     EndSignals& operator=(const EndSignals&) = delete;
     ~EndSignals();
 
-    /// Waits for such a signal, and for the descriptor `input` to be readable or at its end, if there is one. Another
-    /// signal's handler interrupts it.
+    /// Waits until `time`, for such a signal, or for `input`, if given, to be readable or at its end. Another signal's
+    /// handler interrupts the wait.
     Wake WaitUntil(std::chrono::steady_clock::time_point time, int input = -1) const;
 
 private:
     sigset_t held_;
     sigset_t before_;
-    sigset_t waiting_; ///< what is blocked while it waits
+    sigset_t waiting_; ///< blocked while it waits
     int descriptor_;
 };
 

@@ -38,7 +38,7 @@ int ShowTop(const TopOptions& options)
     try {
         const EndSignals signals;
         Run(signals, monitor, options);
-    } catch (const std::exception& exception) { // the terminal is restored on the way here
+    } catch (const std::exception& exception) { // unwinding has restored the terminal
         PrintError(exception.what());
         return kFailed;
     }

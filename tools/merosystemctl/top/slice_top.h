@@ -8,14 +8,14 @@ namespace MERO::Tool {
 
 struct TopOptions {
     std::chrono::duration<double> interval;
-    unsigned count = 0; ///< of updates; 0: for ever
+    unsigned count = 0; ///< number of updates; 0: endless
     bool json = false;
     Order order = Order::Cpu;
     std::function<int(const std::string& slice)>
-        kill; ///< kills it, says on the terminal how far that is. The exit code
+        kill; ///< kills it, prints its progress on the terminal, and returns the exit code
 };
 
-/// Shows what the tracked slices use, again and again. The exit code.
+/// Shows again and again what the tracked slices use. Returns the exit code.
 int ShowTop(const TopOptions& options);
 
 } // namespace MERO::Tool

@@ -8,20 +8,20 @@
 
 namespace MERO::Tool {
 
-/// Where slice top shows what it measures.
+/// Where "slice top" shows its measurements.
 class TopDisplay {
 public:
     virtual ~TopDisplay() = default;
     virtual void Show(std::vector<SliceUsage> slices) = 0;
 
-    /// False when the program is to end before that time.
+    /// Returns false if the program should end before that time.
     virtual bool WaitUntil(Clock::time_point time) = 0;
 };
 
-/// A screen that answers keys. Null when standard output is no terminal that can have one.
+/// A screen that answers keys. Null if standard output is not a terminal that can show one.
 std::unique_ptr<TopDisplay> MakeTopScreen(const EndSignals& signals, const TopOptions& options);
 
-/// A plain line for each slice; or, as JSON, an array of them on one line each time.
+/// Prints a plain line for each slice; with JSON, an array of them on one line each time.
 std::unique_ptr<TopDisplay> MakeTopLines(const EndSignals& signals, const TopOptions& options);
 
 } // namespace MERO::Tool

@@ -21,7 +21,7 @@ public:
         Json::Value list(Json::arrayValue);
         for (const SliceUsage& slice : slices) {
             if (slice.cpuHistory.empty()) {
-                continue; // measured once: no share is known yet
+                continue; // measured once only: no share is known yet
             }
             if (options_.json) {
                 Json::Value& entry = list.append(Json::objectValue);

@@ -11,12 +11,12 @@ namespace {
 constexpr std::size_t kPercentWidth = 6;
 constexpr std::size_t kMemoryWidth = 9;
 constexpr std::size_t kRateWidth = 13;
-// Smaller changes are no picture of their own: an idle slice must not look busy.
+// Smaller changes are not drawn: an idle slice must not look busy.
 constexpr double kLeastCpuSpan = 0.01;
 constexpr double kLeastMemorySpan = 0.001;
 constexpr const char* kHelp = "Arrows PgUp PgDn  Sort: c CPU m memory i input o output p n  x kill  h  q quit";
 
-/// How a line of the slices divides the width of a page.
+/// How a slice's line divides the width of a page.
 struct SliceColumns {
     SliceColumns(const std::vector<SliceUsage>& slices, std::size_t width)
     {
@@ -30,11 +30,11 @@ struct SliceColumns {
     }
 
     std::size_t name = 0;
-    std::size_t measure; ///< for each of CPU and memory: bar, value and plot
-    std::size_t rate;    ///< for each of input and output; 0: there is no room for them
+    std::size_t measure; ///< each for CPU and memory: bar, value and plot
+    std::size_t rate;    ///< each for input and output; 0: there is no room for them
 };
 
-/// What a slice uses of something.
+/// A slice's use of one resource.
 struct Measure {
     double share;
     std::string value;
@@ -94,7 +94,7 @@ const ProcessColumn kProcessColumns[] = {
 constexpr std::size_t kPidWidth = 8;
 constexpr std::size_t kLeastNameWidth = 10;
 
-/// How many lines of a page its parts have.
+/// How many lines each part of a page has.
 struct PageParts {
     PageParts(std::size_t slicesThere, const TopView& view, std::size_t height)
         : help((view.hasHelp || !view.message.empty()) && height > 1 ? 1 : 0)
@@ -112,7 +112,7 @@ struct PageParts {
     std::size_t processes;
 };
 
-/// A line of the processes' table: as many columns as leave room for the name. `cell` makes a column's text.
+/// A line of the process table, with as many columns as leave room for the name. `cell` returns a column's text.
 template <typename Cell>
 std::string ProcessRow(const std::string& pid, const std::string& name, std::size_t width, const Cell& cell)
 {
@@ -166,7 +166,7 @@ void AddProcesses(std::vector<Line>& page, const SliceUsage& slice, const TopVie
     }
 }
 
-/// Cuts off what is beyond the width, and replaces what cannot be printed.
+/// Cuts a line off at the width, and replaces what cannot be printed.
 void Trim(Line& line, std::size_t width)
 {
     for (Span& span : line) {
@@ -209,7 +209,8 @@ std::vector<Line> ComposePage(const std::vector<SliceUsage>& slices, const TopVi
         foot = parts.help;
         const SliceColumns columns(slices, size.width);
         page.push_back(SliceHeading(columns));
-        // With many slices, half of the page is the processes', and the others move along with the chosen one.
+        // With many slices, half of the page belongs to the processes, and the list scrolls to keep the chosen slice in
+        // view.
         const std::size_t chosen = ChosenSlice(slices, view);
         const std::size_t first = std::min(chosen - std::min(chosen, parts.slices / 2), slices.size() - parts.slices);
         for (std::size_t i = first; i < first + parts.slices; ++i) {

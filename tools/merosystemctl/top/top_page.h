@@ -18,23 +18,22 @@ struct PageSize {
     std::size_t height;
 };
 
-/// What the user has chosen to see.
 struct TopView {
     std::string unit; ///< the slice whose processes are shown
     Order order = Order::Cpu;
     bool hasHelp = true;
-    std::size_t firstProcess = 0; ///< of those that are shown
+    std::size_t firstProcess = 0; ///< index of the first process on the page
     std::string message{};        ///< in place of the help
 };
 
-/// The number of the slice that is chosen; the first one's when it has gone. There must be slices.
+/// The index of the chosen slice; 0 if it is gone. There must be slices.
 std::size_t ChosenSlice(const std::vector<SliceUsage>& slices, const TopView& view);
 
-/// Scrolls the processes of the chosen slice by so many pages down, as far as there are any.
+/// Scrolls the chosen slice's processes down by so many pages, as far as there are any.
 void ScrollProcesses(TopView& view, const std::vector<SliceUsage>& slices, PageSize size, int pages);
 
-/// A page of that height, of lines of at most that width: the slices, all of them together, and the processes of the
-/// chosen one. The slices must be in the view's order.
+/// Composes a page of this size: the slices, their total, and the processes of the chosen one. The slices must be in
+/// the view's order.
 std::vector<Line> ComposePage(const std::vector<SliceUsage>& slices, const TopView& view, PageSize size,
                               const Glyphs& glyphs);
 

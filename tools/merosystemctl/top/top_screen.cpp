@@ -3,7 +3,7 @@
 #include "top/top_display.h"
 #include "top/top_page.h"
 
-#define NCURSES_NOMACROS // names such as "clear" and "move"
+#define NCURSES_NOMACROS // macros such as "clear" and "move"
 #include <curses.h>
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ using Wake = EndSignals::Wake;
 
 constexpr int kControlD = 4;
 
-/// Takes the terminal over while it lives.
+/// Controls the terminal while it exists.
 class Terminal {
 public:
     Terminal() : screen_(newterm(nullptr, stdout, stdin))
@@ -55,13 +55,13 @@ public:
 
     bool IsOpen() const { return screen_ != nullptr; }
 
-    /// The terminal is as it was while `work` runs.
+    /// Restores the terminal while `work` runs.
     template <typename Work>
     void Leave(Work&& work) const
     {
         endwin();
         work();
-        flushinp(); // what was typed meanwhile was not meant for the screen
+        flushinp(); // keys typed meanwhile were not meant for the screen
         refresh();
     }
 
@@ -145,7 +145,7 @@ public:
 private:
     void Draw() const { terminal_.Draw(ComposePage(slices_, view_, Terminal::Size(), glyphs_)); }
 
-    /// False for a key that ends the program. Unknown ones, and a new size of the screen, have it drawn again.
+    /// Returns false for a key that ends the program. Unknown keys and a resize only redraw the screen.
     bool Obey(int key)
     {
         if (!asked_.empty()) {
@@ -201,7 +201,7 @@ private:
         return true;
     }
 
-    /// The slice so many lines below the one that is chosen, if there is one.
+    /// Chooses the slice so many lines below the chosen one, if there is one.
     void Choose(int below)
     {
         const std::size_t wanted = ChosenSlice(slices_, view_) + static_cast<std::size_t>(below);
@@ -242,7 +242,7 @@ private:
     void Kill(const std::string& slice) const
     {
         if (options_.kill(slice) != kDone) {
-            std::cerr << "press Enter to go on" << std::flush; // else nobody could read why
+            std::cerr << "press Enter to go on" << std::flush; // otherwise nobody could read why
             (void)signals_.WaitUntil(Clock::time_point::max(), STDIN_FILENO);
         }
         std::cout << std::flush;

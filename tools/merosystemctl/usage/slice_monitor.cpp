@@ -8,7 +8,7 @@
 namespace MERO::Tool {
 namespace {
 
-constexpr std::size_t kHistoryLength = 240; // as wide as a plot gets
+constexpr std::size_t kHistoryLength = 240; // the widest plot
 
 void Add(History& history, double value)
 {
@@ -18,7 +18,7 @@ void Add(History& history, double value)
     }
 }
 
-/// Adds the newest values, and so on.
+/// Adds value by value, aligned at the newest.
 void AddTo(History& sum, const History& history)
 {
     sum.insert(sum.begin(), history.size() - std::min(history.size(), sum.size()), 0.0);
@@ -91,7 +91,7 @@ void Sort(std::vector<SliceUsage>& slices, Order order)
 std::vector<Reading> ReadTrackedSlices()
 {
     std::vector<std::string> units;
-    (void)MEROSystemdSliceList(units); // false when there are none
+    (void)MEROSystemdSliceList(units); // false if there are none
     std::vector<Reading> readings;
     for (const std::string& unit : units) {
         Reading reading;

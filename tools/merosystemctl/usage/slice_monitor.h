@@ -7,9 +7,9 @@
 
 namespace MERO::Tool {
 
-using History = std::deque<double>; ///< the newest at the back
+using History = std::deque<double>; ///< newest last
 
-/// What a slice uses, and has used lately. Shares are of the whole machine: 0 to 1.
+/// What a slice uses and has used lately. Shares are of the whole machine: 0 to 1.
 struct SliceUsage {
     std::string unit;
     std::vector<ProcessUsage> processes;
@@ -19,12 +19,12 @@ struct SliceUsage {
     History memoryHistory; ///< of memoryShare
 };
 
-/// Makes what slices use, and its history, out of readings.
+/// Computes what slices use, and the history of it, from readings.
 class SliceMonitor {
 public:
     explicit SliceMonitor(const Machine& machine) : machine_(machine) {}
 
-    /// Takes in what has been read of all slices. Those that are missing are forgotten.
+    /// Takes new readings of all slices. Forgets the slices that are missing.
     void Update(const std::vector<Reading>& readings);
 
     const std::vector<SliceUsage>& Slices() const { return slices_; } ///< by name
@@ -33,17 +33,17 @@ private:
     SliceUsage Usage(const Reading& reading) const;
 
     Machine machine_;
-    std::map<std::string, Reading> readings_; ///< the last of each slice
+    std::map<std::string, Reading> readings_; ///< the last one of each slice
     std::vector<SliceUsage> slices_;
 };
 
-/// All of them together, with "total" for a name.
+/// The sum of all slices, named "total".
 SliceUsage TotalOf(const std::vector<SliceUsage>& slices);
 
-/// By what their processes use together; those that are alike, and for orders that only processes have, by name.
+/// Sorts by the sum of their processes; equal ones by name, as are all in orders that only processes have.
 void Sort(std::vector<SliceUsage>& slices, Order order);
 
-/// The slices that the machine tracks now.
+/// Reads the slices that are tracked now.
 std::vector<Reading> ReadTrackedSlices();
 
 } // namespace MERO::Tool

@@ -16,7 +16,7 @@ namespace {
 
 using Systemd::Process;
 
-/// False when the process has ended since.
+/// Returns false if the process has ended.
 bool Read(const Process& process, ProcessReading& reading)
 {
     reading.pid = process.PidGet();
@@ -26,7 +26,7 @@ bool Read(const Process& process, ProcessReading& reading)
     return Process::IOGet(reading.pid, reading.readBytes, reading.writtenBytes);
 }
 
-/// False when the process ID is another process' since: what a process has used does not shrink.
+/// Returns false if the process ID has been reused: a process' totals never shrink.
 bool IsSameProcess(const ProcessReading& before, const ProcessReading& after)
 {
     return after.cpuSeconds >= before.cpuSeconds && after.readBytes >= before.readBytes &&

@@ -10,7 +10,7 @@ namespace MERO::Tool {
 
 using Clock = std::chrono::steady_clock;
 
-/// What a process has used since it began.
+/// What a process has used since it started.
 struct ProcessReading {
     int pid = 0;
     std::string name;
@@ -20,20 +20,21 @@ struct ProcessReading {
     std::uint64_t writtenBytes = 0;
 };
 
-/// What processes had used at a time: those of a slice, when it has a name.
+/// What processes had used at a time. `slice` is empty if they are not a slice's.
 struct Reading {
     std::string slice;
     Clock::time_point time;
     std::vector<ProcessReading> processes;
 };
 
-/// False when the process has ended or may not be read.
+/// Returns false if the process has ended or may not be read.
 bool ReadProcess(int pid, ProcessReading& reading);
 
-/// False when the slice is not tracked.
+/// Returns false if the slice is not tracked.
 bool ReadSlice(const std::string& unit, Reading& reading);
 
-/// The same processes now, those that have ended left out. Their memory is what it was then: reading that costs most.
+/// Reads the same processes again, without those that have ended. Memory is copied from the earlier reading: it costs
+/// most to read.
 Reading ReadAgain(const Reading& before);
 
 /// What a process used between two readings.
@@ -43,23 +44,23 @@ struct ProcessUsage : ProcessReading { ///< the later one
     double writeRate = 0;
 };
 
-/// Of a process that is not in the earlier reading, no share and no rates are known.
+/// A process that is missing in the earlier reading gets no share and no rates.
 std::vector<ProcessUsage> UsageBetween(const Reading& before, const Reading& after, double processors);
 
-/// All of it together. It has no name and the process ID 0.
+/// The sum of all processes. It has no name and process ID 0.
 ProcessUsage TotalOf(const std::vector<ProcessUsage>& processes);
 
 enum class Order { Cpu, Memory, Input, Output, Pid, Name };
 
-/// As the command line and the screen call them.
+/// Their names on the command line and the screen.
 constexpr std::pair<Order, const char*> kOrders[] = {{Order::Cpu, "cpu"},     {Order::Memory, "memory"},
                                                      {Order::Input, "input"}, {Order::Output, "output"},
                                                      {Order::Pid, "pid"},     {Order::Name, "name"}};
 
-/// Whether `one` comes before `other`: the greater first, but for IDs and names. Of two that are alike neither does.
+/// Whether `one` comes before `other`: larger values first, but IDs and names ascending. False for equals.
 bool ComesBefore(const ProcessUsage& one, const ProcessUsage& other, Order order);
 
-/// The greatest first; what has the same CPU share by memory, and the other way round.
+/// Sorts the greatest first; equal CPU shares by memory, and equal memory by CPU share.
 void Sort(std::vector<ProcessUsage>& processes, Order order);
 
 struct Machine {

@@ -5,10 +5,10 @@
 
 namespace MERO::Tool {
 
-/// A table of what processes use, the heading in its first row.
+/// A table of what processes use, with a heading row.
 std::vector<Texts> UsageRows(const std::vector<ProcessUsage>& processes);
 
-/// The row that sums them up, for below the others.
+/// The row with their sum, to go below the others.
 Texts TotalRow(const std::vector<ProcessUsage>& processes);
 
 void PrintUsage(std::vector<Texts> rows);

@@ -1,4 +1,4 @@
-#include "running/unit_questions.h"
+#include "running/unit_queries.h"
 
 #include "diagnosis/report.h"
 #include "output/command_error.h"

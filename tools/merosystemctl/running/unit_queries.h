@@ -9,8 +9,8 @@
 
 namespace MERO::Tool {
 
-/// Asks for properties of units, of the manager that --system chooses. Throws a CommandError when systemd does not
-/// answer, or could not be asked for one of the units.
+/// Reads properties of units from the manager that --system chooses. Throws a CommandError if systemd does not answer,
+/// or refuses a unit's name.
 std::map<std::string, Systemd::ShownUnit> AskUnits(const Texts& units, const Texts& properties);
 
 } // namespace MERO::Tool

@@ -12,14 +12,14 @@ namespace {
 
 constexpr const char* kConfiguration = "/usr/mero/etc/merosystemd/systemctl.conf";
 
-class Questions : public Machine {
+class Queries : public Machine {
 protected:
     static Texts Files()
     {
         Texts units;
         return MEROSystemdListUnits(units, "") ? units : Texts{"failed"};
     }
-    /// The queue as the list shows it, one job a line, or "failed".
+    /// The job queue as listed, one job per line, or "failed".
     static Texts Jobs()
     {
         std::map<std::uint32_t, JobInfo> jobs;
@@ -33,11 +33,11 @@ protected:
     }
 };
 
-TEST_F(Questions, AJobHasFourFields)
+TEST_F(Queries, AJobHasFourFields)
 {
     const std::pair<std::string, std::string> cases[] = {
-        // of no job nothing is read
-        {"9 a.service restart waiting", "9 a.service stop waiting"}, // what was there, like the state of the next one
+        // an empty text: no job is read
+        {"9 a.service restart waiting", "9 a.service stop waiting"}, // keeps the old type; the next one the old state
         {"9 a.service start dancing", "9 a.service start running"},
         {"12x a.service start running", "12 a.service start running"},
         {"-1 a.service start running", "0 a.service start running"},
@@ -55,14 +55,14 @@ TEST_F(Questions, AJobHasFourFields)
     }
 }
 
-TEST_F(Questions, JobsAreListedButForLinesThatCannotBeRead)
+TEST_F(Queries, JobsAreListedExceptUnreadableLines)
 {
     Systemctl({{"list-jobs --no-legend", "9 b.service stop waiting\nrubbish\n7 a.service start running\n", 1}});
     EXPECT_THAT(Jobs(), ElementsAre("7 a.service start running", "9 b.service stop waiting"));
     EXPECT_THAT(Log(), ElementsAre("ERR systemd_internal_lib: Failed to parse job info: [rubbish\n]"));
     MLIBCErrSetEx(0x1234, "mark", 1);
     Systemctl({{"list-jobs *", "", 1}});
-    EXPECT_TRUE(Jobs().empty() && MLIBCErrGet() == 0x1234) << "a machine without a configuration is an ordinary one";
+    EXPECT_TRUE(Jobs().empty() && MLIBCErrGet() == 0x1234) << "a machine without a configuration file is classic";
 
     struct Case {
         Answer answer;
@@ -90,7 +90,7 @@ TEST_F(Questions, JobsAreListedButForLinesThatCannotBeRead)
     }
 }
 
-TEST_F(Questions, EachDialectHasItsColumnsAndItsExitCode)
+TEST_F(Queries, EachDialectHasItsColumnsAndItsExitCode)
 {
     struct Case {
         std::string configuration;
@@ -121,7 +121,7 @@ TEST_F(Questions, EachDialectHasItsColumnsAndItsExitCode)
         {classic, Files, two, 1, failed},
         {classic, Files, three + "\nc.mount static", 0, {"c.mount"}},
         {classic, Files, three, 0, {}, odd + "[a.service  enabled  disabled]"},
-        {classic, Files, "a.service  enabled  disabled\n", 0, {}}, // one line may be any table's
+        {classic, Files, "a.service  enabled  disabled\n", 0, {}}, // a single line fits any table
         {current, Files, three, 0, files},
         {current, Files, two, 0, {}},
         {current, Files, "a  b c d\na b c d\n", 0, {}, odd + "[a  b c d]"},
@@ -149,7 +149,7 @@ TEST_F(Questions, EachDialectHasItsColumnsAndItsExitCode)
     EXPECT_EQ(Items(List(list).get()), units);
 }
 
-TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
+TEST_F(Queries, TheCurrentDialectReadsTheManagersUnitFolders)
 {
     Write(kConfiguration, "dialect=current\n");
     for (const char* name :
@@ -194,8 +194,8 @@ TEST_F(Questions, InTheCurrentDialectUnitFilesAreThoseInTheManagersFolders)
 
 using Words = std::vector<std::pair<std::string, int>>;
 
-/// A question for a state: its command, what is printed before the state's word, and each word's number.
-struct Question {
+/// A query for a state: its command, what is printed before the state's word, and each word's number.
+struct Query {
     std::string command, prefix;
     Words words;
     int (*get)(const std::string&);
@@ -210,7 +210,7 @@ const Words kEnabled{{"disabled", 0}, {"enabled", 1},        {"enabled-runtime",
 
 #define FORMS(Name) MEROSystemd##Name, MEROCSystemd##Name
 
-const Question kQuestions[] = {
+const Query kQueries[] = {
     {"show --property LoadState u", "LoadState=", kLoad, FORMS(LoadStatusGet)},
     {"show --property ActiveState u", "ActiveState=", kActive, FORMS(ActiveStatusGet)},
     {"show --property ActiveState u", "ActiveState=", kActive, FORMS(ActiveStatusGetSystem)},
@@ -219,38 +219,38 @@ const Question kQuestions[] = {
     {"is-enabled --root=/. u", "", kEnabled, FORMS(EnableStatusGetInGenerator)},
 };
 
-TEST_F(Questions, EveryStateHasItsNumberAndNoOtherHasOne)
+TEST_F(Queries, EveryStateHasItsNumberAndOtherWordsHaveNone)
 {
-    for (const Question& question : kQuestions) {
-        Words words = question.words;
+    for (const Query& query : kQueries) {
+        Words words = query.words;
         words.insert(words.end(), {{"indirect", -1}, {"Masked", -1}, {"enabled x", -1}, {"", -1}});
-        const bool isShow = question.command.starts_with("show");
+        const bool isShow = query.command.starts_with("show");
         for (const auto& [word, number] : words) {
-            SCOPED_TRACE(question.command + ": " + word);
-            Systemctl({{question.command, question.prefix + word + "\nmasked\n", isShow ? 0 : 1}});
+            SCOPED_TRACE(query.command + ": " + word);
+            Systemctl({{query.command, query.prefix + word + "\nmasked\n", isShow ? 0 : 1}});
             MLIBCErrSetEx(0, "", 0);
-            EXPECT_EQ(question.get("u"), number);
+            EXPECT_EQ(query.get("u"), number);
             EXPECT_EQ(MLIBCErrGet(), number < 0 ? 0x8000 : 0);
-            EXPECT_EQ(question.getFromC("u"), number);
+            EXPECT_EQ(query.getFromC("u"), number);
         }
-        Systemctl({{"show *", question.prefix + "masked\n", 1}});
-        EXPECT_EQ(question.get("u"), -1);
+        Systemctl({{"show *", query.prefix + "masked\n", 1}});
+        EXPECT_EQ(query.get("u"), -1);
         RemoveSystemctl();
-        EXPECT_EQ(question.get("u"), -1);
+        EXPECT_EQ(query.get("u"), -1);
     }
     Systemctl({{"show *", "ActiveState=refreshing\n"}});
-    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), -1) << "a state of today";
+    EXPECT_EQ(MEROSystemdActiveStatusGet("u"), -1) << "only the current dialect knows this state";
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n");
     EXPECT_EQ(MEROSystemdActiveStatusGet("u"), MERO_SYSTEMD_ACTIVE_STATUS_RELOADING);
 }
 
-TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
+TEST_F(Queries, ForOrdinaryUsersOnlySystemVariantsQueryTheSystemManager)
 {
     Write("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
     Write("/run/systemctl.calls", "");
     fs::permissions("/run/systemctl.calls", fs::perms(0666));
     const auto ask = [] {
-        std::for_each(std::begin(kQuestions), std::end(kQuestions), [](auto& question) { question.get("u"); });
+        std::for_each(std::begin(kQueries), std::end(kQueries), [](auto& query) { query.get("u"); });
         std::map<std::string, ShownUnit> units;
         return MEROSystemdEnableStatusGetWithOptions({"--full", "--quiet"}, "u") + 1 +
                MEROSystemdShowProperties({"u"}, {"Id"}, units) + MEROSystemdShowPropertiesSystem({"u"}, {"Id"}, units);
@@ -264,11 +264,11 @@ TEST_F(Questions, OnlyTheSystemVariantsAskTheSystemsManagerForAnOrdinaryUser)
     EXPECT_THAT(Log(), Contains("ERR systemd_putenv_by_pam_systemd: Failed to put env by pam systemd for 65534"));
 }
 
-TEST_F(Questions, ShowGivesTheValueOfTheFirstLine)
+TEST_F(Queries, ShowReturnsTheValueOfTheFirstLine)
 {
     struct Case {
         std::string output, value;
-        int isEnqueued; ///< when the property is the job's
+        int isEnqueued; ///< if the property is Job
         int error;
     };
     const Case cases[] = {
@@ -287,7 +287,7 @@ TEST_F(Questions, ShowGivesTheValueOfTheFirstLine)
     }
 }
 
-TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOther)
+TEST_F(Queries, ARefusedUnitHidesNoOtherUnitsProperties)
 {
     const std::string a = "Id=a.service\nNames=a.service al.service\nS=x=y\nS=second\nline\n";
     const std::string b = "Id=b.service\nNames=b.service\nS=2\n", refused = "Failed to get properties: ";
@@ -296,8 +296,8 @@ TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOth
     const std::string axb = "a.service x.service b.service", tooLong(250, 'a');
     struct Case {
         Texts units;
-        std::vector<Answer> answers; ///< one for each question
-        std::string text;            ///< "unit=S", or "unit-" for one that could not be asked
+        std::vector<Answer> answers; ///< one for each query
+        std::string text;            ///< "unit=S", or "unit-" for a unit without an answer
     };
     const Case cases[] = {
         {{"b", "al", "a.service", "b"}, {{"b.service al.service a.service", a + "\n" + b}}, "a.service=x=y al=x=y b=2"},
@@ -347,7 +347,7 @@ TEST_F(Questions, PropertiesOfManyUnitsAreMappedByNamesAndARefusedUnitHidesNoOth
     EXPECT_THAT(got, ElementsAre("a Id a.service", "a Names a.service al.service", "a S x=y", "a* - -"));
 }
 
-TEST_F(Questions, TheDefaultTargetIsOneLineThatFitsAndMayBeSet)
+TEST_F(Queries, TheDefaultTargetIsReadAsOneLineAndCanBeSet)
 {
     const std::string got = "ERR failed to get default target", set = "ERR failed to set default target to [bad]";
     const std::tuple<std::string, int, std::string> cases[] = {
