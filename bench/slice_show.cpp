@@ -46,7 +46,7 @@ void Library(benchmark::State& state)
     }
 }
 
-/// What operators type into a shell without a better tool.
+/// The commands that operators type without a better tool.
 std::vector<std::string> PssOneLiner(const std::vector<pid_t>& pids)
 {
     std::vector<std::string> words{"awk",

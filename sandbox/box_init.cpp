@@ -66,7 +66,7 @@ void BindToNotifySocket(const Descriptor& socket)
     throw std::system_error(errno, std::generic_category(), std::string("cannot start ") + kSystemd);
 }
 
-/// What the new pid 1 does until it is systemd.
+/// The new pid 1, until it becomes systemd.
 [[noreturn]] void BecomeSystemd(const Descriptor& keeper, const Descriptor& notifications,
                                 const std::list<BoxCgroup>& cgroups, const Box& box)
 {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMaxKept = 65536;
 constexpr int kTailLines = 20;
 
-/// What a terminal shows of the text: systemd moves one line up (ESC M) to overwrite the jobs that it was waiting for.
+/// The text as a terminal shows it: systemd moves one line up (ESC M) to overwrite the jobs that it was waiting for.
 std::string Shown(const std::string& text)
 {
     std::string shown;

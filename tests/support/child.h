@@ -51,7 +51,7 @@ int RunAs(uid_t uid, Body&& body)
     return ResultOf(Fork(body, uid));
 }
 
-/// What a function of the host can do when the library calls it: return false (0) or true (1), throw something that is
+/// A callback can do these when the library calls it: return false (0) or true (1), throw something that is
 /// no std::exception (2), end its thread (3), or return true while a cancellation of its thread is pending (4).
 inline bool Act(int how)
 {

@@ -159,7 +159,7 @@ void Unmount(Run& run, const Graph& graph)
     }
 }
 
-/// Who is killed during the unmount.
+/// The process that is killed during the unmount.
 enum class Killed { Nobody, Caller, CallerAndWatcher };
 
 void UnmountAndKill(Run& run, const Graph& graph, Killed killed)

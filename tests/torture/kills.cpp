@@ -18,7 +18,7 @@ const std::set<std::string> kVolumes = [] { // so many that writing a register t
     return volumes;
 }();
 
-/// What to kill again and again, and what must work afterwards.
+/// An operation to kill again and again, and what must work afterwards.
 struct Victim {
     std::string name;
     int kills;

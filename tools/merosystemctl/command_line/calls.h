@@ -14,7 +14,7 @@ namespace MERO::Tool {
 /// The commands to build: a call needs only its own, the program's help only the names of all.
 enum class Extent { One, Names, All };
 
-/// What the parser does not record about commands.
+/// Facts about commands that the parser does not record.
 struct Calls {
     Extent extent;
     std::string name;                              ///< of the command, for Extent::One

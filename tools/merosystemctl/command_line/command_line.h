@@ -18,7 +18,7 @@ struct Word {
     std::string description;
 };
 
-/// What can come next on a command line.
+/// The words that can come next on a command line.
 struct Expected {
     std::vector<Word> commands;
     std::vector<Word> options; ///< with their dashes

@@ -4,8 +4,8 @@
 
 namespace MERO::Tool {
 
-/// What the last of `words` (a command line without the program's name) can become: commands, options, option values,
-/// or names on this machine. Sorted.
+/// The completions of the last of `words` (a command line without the program's name): commands, options, option
+/// values, or names on this machine. Sorted.
 std::vector<Word> Candidates(const CommandLine& commandLine, Texts words);
 
 } // namespace MERO::Tool

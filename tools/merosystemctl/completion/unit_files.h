@@ -8,7 +8,7 @@
 
 namespace MERO::Tool {
 
-/// What the unit folders contain for a name.
+/// The files in the unit folders for a name.
 struct UnitFile {
     std::string path; ///< empty: only links to it exist
     bool isMasked = false;

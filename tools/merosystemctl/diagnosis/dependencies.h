@@ -11,7 +11,7 @@
 
 namespace MERO::Tool {
 
-/// What stopped units need, what these need in turn, and so on.
+/// The units that stopped units need, those that these need, and so on.
 class Dependencies {
 public:
     /// Queries systemd once for each level of dependencies that do not run. The first query includes `others`.

@@ -38,7 +38,7 @@ const std::string& DiagnosedProperties()
     return properties;
 }
 
-/// What is known about all units together.
+/// Facts about all units together.
 struct Facts {
     std::vector<UnitProperties> units;
     Jobs jobs;

@@ -8,7 +8,7 @@
 
 namespace MERO::Tool {
 
-/// What systemctl printed during an action.
+/// The output of systemctl during an action.
 class SystemctlWords {
 public:
     /// The observer to pass to the library. It must not outlive this object.

@@ -7,7 +7,7 @@
 
 namespace MERO::Tool {
 
-/// What an action would do to a unit, as far as the dependencies loaded now show it.
+/// The effect of an action on a unit, as far as the dependencies loaded now show it.
 struct Foreseen {
     std::string unit;
     std::string change; ///< a word: stops, starts, is removed ...

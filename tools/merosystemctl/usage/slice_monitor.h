@@ -9,7 +9,7 @@ namespace MERO::Tool {
 
 using History = std::deque<double>; ///< newest last
 
-/// What a slice uses and has used lately. Shares are of the whole machine: 0 to 1.
+/// The usage of a slice, now and lately. Shares are of the whole machine: 0 to 1.
 struct SliceUsage {
     std::string unit;
     std::vector<ProcessUsage> processes;

@@ -10,7 +10,7 @@ namespace MERO::Tool {
 
 using Clock = std::chrono::steady_clock;
 
-/// What a process has used since it started.
+/// The usage of a process since it started.
 struct ProcessReading {
     int pid = 0;
     std::string name;
@@ -20,7 +20,7 @@ struct ProcessReading {
     std::uint64_t writtenBytes = 0;
 };
 
-/// What processes had used at a time. `slice` is empty if they are not a slice's.
+/// The usage of processes at a time. `slice` is empty if they are not a slice's.
 struct Reading {
     std::string slice;
     Clock::time_point time;
@@ -37,7 +37,7 @@ bool ReadSlice(const std::string& unit, Reading& reading);
 /// most to read.
 Reading ReadAgain(const Reading& before);
 
-/// What a process used between two readings.
+/// The usage of a process between two readings.
 struct ProcessUsage : ProcessReading { ///< the later one
     double cpuShare = 0;               ///< of the whole machine: 0 to 1
     double readRate = 0;               ///< bytes per second
