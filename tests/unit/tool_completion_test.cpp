@@ -75,6 +75,7 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
         {"list-units fail", "fails.service"},
         {"list-units -t ti", "timer"},
         {"list-unit-files --state en", "enabled"},
+        {"list-units --state lo", "loaded"},
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
         {"slice kill a", "a.slice"},

@@ -51,6 +51,19 @@ TEST_F(Screen, MeasuresColumnsNotBytes)
     EXPECT_EQ(FitLeft("ü", 4), "??  ") << "characters of another locale";
 }
 
+TEST(Colours, TellStatesApart)
+{
+    const std::pair<Colour, Texts> colours[] = {{Colour::Green, {"active", "reloading"}},
+                                                {Colour::Yellow, {"activating", "deactivating"}},
+                                                {Colour::Red, {"failed", "not-found", "error", "masked"}},
+                                                {Colour::None, {"inactive", "loaded", "other"}}};
+    for (const auto& [colour, states] : colours) {
+        for (const std::string& state : states) {
+            EXPECT_EQ(ColourOfState(state), colour) << state;
+        }
+    }
+}
+
 TEST(Metrics, HaveEscapedLabelsAndPlainNumbers)
 {
     testing::internal::CaptureStdout();

@@ -69,8 +69,14 @@ TEST_F(Program, RefusesWrongUsage)
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
     EXPECT_THAT(Tool("--help").output,
                 AllOf(HasSubstr("  why  "), HasSubstr("Exit status:"), HasSubstr("done; for several units"),
-                      HasSubstr("Examples:"), Not(HasSubstr("complete")), Not(HasSubstr("\nCommands:")),
+                      HasSubstr("Examples:"), HasSubstr("  --timeout SECONDS  "), Not(HasSubstr("complete")),
+                      Not(HasSubstr("\nCommands:")),
                       MatchesRegex(".*\nUnits:\n.*\nHolds:\n.*\nVolumes:\n.*\nManager:\n.*")));
+    EXPECT_EQ(
+        Shell("for c in $(" + kTool + "complete -- ''); do " + kTool + "--help | grep -q \"^  $c  \" || echo $c; done")
+            .output,
+        "")
+        << "every command is in a section";
     const std::string helps =
         "for c in '' start status why info jobs show list-units list-unit-files overview doctor default-target enable "
         "mask uninstall 'reason add' "
@@ -313,6 +319,7 @@ TEST_F(Program, StatusDistinguishesStates)
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
     EXPECT_EQ(Tool("reason list none held").output, "SERVICE       REASONS\nheld.service  a b\nnone.service  -\n");
+    EXPECT_EQ(Tool("--system list-units").exitCode, 0);
     EXPECT_EQ(Tool("reason list").output, "SERVICE       REASONS\nheld.service  a b\n");
     const std::string green = "\x1b[32mactive\x1b[0m", yellow = "\x1b[33mactivating\x1b[0m", red = "\x1b[31mmasked";
     for (const std::string environment : {"NO_COLOR= ", "NO_COLOR=1 ", "TERM=dumb ", "TERM= "}) {
@@ -636,7 +643,7 @@ TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
     };
     std::string outputs;
     for (const Case& c : cases) {
-        const std::string output = Tool(c.command + " " + c.arguments + " --json").output;
+        const std::string output = Tool(c.command + " " + c.arguments + " --json 2> /dev/null").output;
         Write("/run/out", output);
         EXPECT_TRUE(c.command != "slice top" || output.find('\n') == output.size() - 1) << "a line each time";
         EXPECT_EQ(Shell("jq -cS '" + c.filter + "' /run/out").output, c.filtered + "\n") << c.command;
