@@ -2,30 +2,13 @@
 # Installs the packages of a directory, inside the sandbox, and uses them as somebody does who has nothing else:
 # package_test.sh DIRECTORY. Prints a line for each thing that it tried.
 set -eu
+. "$(dirname "$0")/package_checks.sh"
 packages=$1
 cd "$(dirname "$0")/../examples"
-work=$(mktemp -d)
-failed=0
 
-# check WHAT COMMAND...: succeeds when the command does
-check() {
-    what=$1
-    shift
-    if "$@" > "$work/log" 2>&1; then
-        echo "ok   $what"
-    else
-        echo "FAIL $what"
-        sed 's/^/     /' "$work/log"
-        failed=1
-    fi
-}
-
-installed() {
-    find "$packages" -name '*.deb' ! -name '*-dbgsym_*' -print0 | xargs -0 dpkg -i
-}
 version() {
     packaged=$(dpkg-query -W -f '${Version}' merosystemctl)
-    merosystemctl --version | grep -Fx "merosystemctl $packaged"
+    merosystemctl --version | grep -Fx "merosystemctl ${packaged%+deb*}"
 }
 
 # Every program and library that the packages brought.
@@ -79,7 +62,7 @@ printf '[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=a
     > /run/systemd/system/packaged.service
 systemctl daemon-reload
 
-check "the packages can be installed" installed
+check "the packages can be installed" install_from "$packages"
 check "the program runs, and is of the package's version" version
 check "the program manages a service" runs start restart
 check "a volume's plan finds the services that depend on all volumes" plan
@@ -96,4 +79,4 @@ check "what pkg-config built manages a service" runs "$work/start_unit" "$work/r
 check "and names what was not restarted" names_failed
 check "examples are built with CMake's find_package" by_cmake
 check "what CMake built manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
-[ "$failed" = 0 ]
+finish
