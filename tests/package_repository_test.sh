@@ -13,14 +13,15 @@ fresh() {
     rm -rf "$repository" /etc/apt/sources.list /etc/apt/sources.list.d/* /var/lib/apt/lists/*
     cp -r "$original" "$repository"
     install -D -m 644 "$repository/merosystemd.asc" /etc/apt/keyrings/merosystemd.asc
-    "$(dirname "$0")/../scripts/package" --help |
-        sed -n "/^  Types:/,\$s/^  //p" | sed "s|^URIs:.*|URIs: file:$repository|; s/^Suites:.*/Suites: $suite/" > "$source"
+    "$(dirname "$0")/../scripts/package" --help | sed -n "/^  Types:/,\$s/^  //p" |
+        sed "s|^URIs:.*|URIs: file:$repository|; s/^Suites:.*/Suites: $suite/" > "$source"
 }
 installs() {
     apt-get clean
     apt-get update && apt-get install --yes --no-install-recommends merosystemctl && merosystemctl --version
 }
-# refused WORDS COMMAND...: apt installs nothing after the command has changed the repository, and says so in such words.
+# refused WORDS COMMAND...: once the command has changed the repository, apt installs nothing, and its reason has such
+# words.
 refused() {
     words=$1
     shift

@@ -12,11 +12,11 @@ names=$(find "$new" -name '*.deb' ! -name '*-dbgsym_*' -exec dpkg-deb --field {}
 
 # The machine, but for what dpkg, systemd and the loader note about themselves.
 listing() {
-    find /etc /opt /run/merosystemd /run/systemd/system /srv /usr /var -xdev \( -path /etc/ld.so.cache -o -path /var/cache -o \
-        -path /var/lib/dpkg -o -path /var/lib/systemd -o -path /var/log \) -prune -o -printf '%y %M %U %p -> %l\n' \
-        2> /dev/null | sort
+    find /etc /opt /run/merosystemd /run/systemd/system /srv /usr /var -xdev \( -path /etc/ld.so.cache -o \
+        -path /var/cache -o -path /var/lib/dpkg -o -path /var/lib/systemd -o -path /var/log \) -prune -o \
+        -printf '%y %M %U %p -> %l\n' 2> /dev/null | sort
 }
-# is STATE UNIT: within ten seconds
+# is STATE UNIT: waits up to ten seconds for it.
 is() {
     for _ in $(seq 100); do
         [ "$(systemctl show --value -p ActiveState "$2")" != "$1" ] || return 0
@@ -45,23 +45,25 @@ end_unmounting() {
     is active user && ! mountpoint /volume1 && grep 'running again: user.service' "$work/unmounting"
 }
 begins_with_old() {
-    install_from "$old" && runs_version "$old" && install -D -m 644 "$work/edited" "$configuration" && systemctl start held user &&
-        merosystemctl reason add check held && merosystemctl volume register /volume1 --unit user && begin_unmounting
+    install_from "$old" && runs_version "$old" && install -D -m 644 "$work/edited" "$configuration" &&
+        systemctl start held user && merosystemctl reason add check held &&
+        merosystemctl volume register /volume1 --unit user && begin_unmounting
 }
 upgrades() { install_from "$new" "$@" && runs_version "$new"; }
 knows() {
-    merosystemctl reason list | grep '^held.service *check$' && merosystemctl volume list | grep 'user.service */volume1$'
+    merosystemctl reason list | grep '^held.service *check$' &&
+        merosystemctl volume list | grep 'user.service */volume1$'
 }
 refuses_to_start() { merosystemctl start held || [ $? = 3 ] && ! systemctl is-active held; }
 stays_held() { systemctl start held && ! systemctl is-active held; }
 releases() { merosystemctl reason release check held && is active held; }
 unmounts() { begin_unmounting && end_unmounting; }
 
-# The packages that are not what the upgrade makes of them
+# Prints the packages that are not what the upgrade makes of them.
 unfinished() {
-    for name in $names; do
-        dpkg-query -W -f '${Version} ${db:Status-Status} ${Package}\n' "$name" | grep -vF "$(version_of "$new") installed" || true
-    done
+    # shellcheck disable=SC2086 # a list of words
+    dpkg-query -W -f '${Version} ${db:Status-Status} ${Package}\n' $names |
+        grep -vF "$(version_of "$new") installed" || true
 }
 # Kills dpkg once it has unpacked the library.
 breaks_off() {
@@ -104,25 +106,25 @@ check "the packages are upgraded meanwhile" upgrades --force-confold
 check "the unmounting ends well" end_unmounting
 check "the configuration that was edited is kept" keeps_edited
 check "holds and registrations are known to the new release" knows
-check "it does not start a held service" refuses_to_start
-check "before its release" releases
-check "and unmounts the volume" unmounts
+check "it refuses to start a held service" refuses_to_start
+check "it starts the service when the hold is released" releases
+check "it unmounts the volume" unmounts
 
 check "a service is held when the packages are removed" merosystemctl reason add check held
 check "the packages are removed" removes
 check "the configuration is kept" keeps_edited
-check "and so is the hold" stays_held
+check "the service stays held" stays_held
 check "the packages are purged" purges
 check "the registration is kept" grep -F /volume1 /usr/mero/etc/merosystemd/volume-register/user.service
-check "nothing is held any more" sh -c 'systemctl start held && systemctl is-active held'
+check "the service is no longer held" sh -c 'systemctl start held && systemctl is-active held'
 
 check "the old release is installed again" install_from "$old"
 check "dpkg is killed during the upgrade" breaks_off
-check "the upgrade is repeated" repairs
-check "the packages bring the configuration" grep -x dialect=current "$configuration"
-check "it is edited" cp "$work/edited" "$configuration"
-check "an upgrade asks nothing of who has edited it" upgrades
-check "and keeps it" keeps_edited
+check "the upgrade is repeated, and complete" repairs
+check "the new release brings its configuration" grep -x dialect=current "$configuration"
+check "the configuration is edited" cp "$work/edited" "$configuration"
+check "the next upgrade asks nothing about it" upgrades
+check "and keeps what was edited" keeps_edited
 check "the registration is taken back" merosystemctl volume unregister /volume1 --unit user
 check "the packages are purged again" purges
 check "nothing is left of them" is_clean
