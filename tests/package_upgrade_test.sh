@@ -50,6 +50,7 @@ begins_with_old() {
         merosystemctl volume register /volume1 --unit user && begin_unmounting
 }
 upgrades() { install_from "$new" "$@" && runs_version "$new"; }
+upgrades_unasked() { upgrades --force-confold; }
 knows() {
     merosystemctl reason list | grep '^held.service *check$' &&
         merosystemctl volume list | grep 'user.service */volume1$'
@@ -102,7 +103,7 @@ touch /run/may-stop
 listing > "$work/before"
 
 check "the old release unmounts a volume" begins_with_old
-check "the packages are upgraded meanwhile" upgrades --force-confold
+check "the packages are upgraded meanwhile" upgrades_unasked
 check "the unmounting ends well" end_unmounting
 check "the configuration that was edited is kept" keeps_edited
 check "holds and registrations are known to the new release" knows
