@@ -48,7 +48,7 @@ runs() {
 names_failed() { "$work/restart_units" packaged unknown 2>&1 | grep -x 'unknown was not restarted; the system log says why'; }
 
 plan() {
-    merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
+    mkdir /volume1 && mount -t tmpfs tmpfs /volume1 && merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
 }
 conffile() {
     dpkg-query -W -f '${Conffiles}' libmerosystemd7 | grep -F /usr/mero/etc/merosystemd/systemctl.conf
