@@ -2,30 +2,13 @@
 # Installs the packages of a directory, inside the sandbox, and uses them like somebody who has nothing else:
 # package_test.sh DIRECTORY. Prints a line for each check.
 set -eu
+. "$(dirname "$0")/package_checks.sh"
 packages=$1
 cd "$(dirname "$0")/../examples"
-work=$(mktemp -d)
-failed=0
 
-# check WHAT COMMAND...: succeeds if the command does
-check() {
-    what=$1
-    shift
-    if "$@" > "$work/log" 2>&1; then
-        echo "ok   $what"
-    else
-        echo "FAIL $what"
-        sed 's/^/     /' "$work/log"
-        failed=1
-    fi
-}
-
-installed() {
-    find "$packages" -name '*.deb' ! -name '*-dbgsym_*' -print0 | xargs -0 dpkg -i
-}
 version() {
     packaged=$(dpkg-query -W -f '${Version}' merosystemctl)
-    merosystemctl --version | grep -Fx "merosystemctl $packaged"
+    merosystemctl --version | grep -Fx "merosystemctl ${packaged%+deb*}"
 }
 
 # Every program and library in the packages.
@@ -65,7 +48,7 @@ runs() {
 names_failed() { "$work/restart_units" packaged unknown 2>&1 | grep -x 'unknown was not restarted; the system log says why'; }
 
 plan() {
-    merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
+    mkdir /volume1 && mount -t tmpfs tmpfs /volume1 && merosystemctl start packaged && merosystemctl volume plan /volume1 | grep '^packaged.service '
 }
 conffile() {
     dpkg-query -W -f '${Conffiles}' libmerosystemd7 | grep -F /usr/mero/etc/merosystemd/systemctl.conf
@@ -79,13 +62,13 @@ printf '[Service]\nExecStart=/bin/sleep infinity\n[X-Tarvix]\nVolumeDependency=a
     > /run/systemd/system/packaged.service
 systemctl daemon-reload
 
-check "the packages can be installed" installed
+check "the packages can be installed" install_from "$packages"
 check "the program runs and has the package's version" version
 check "the program manages a service" runs start restart
 check "a volume's plan lists the services that depend on all volumes" plan
 check "the dialect's file is a configuration file" conffile
 if command -v man > /dev/null; then
-    for page in merosystemctl merosystemd-files libmerosystemd merosystemd-units; do
+    for page in merosystemctl merosystemd-files libmerosystemd MEROSystemdStart MLIBCExec MERO::Systemd::Slice; do
         check "there is a manual page $page" man -w "$page"
     done
 fi
@@ -96,4 +79,4 @@ check "the example built with pkg-config manages a service" runs "$work/start_un
 check "and names the unit that was not restarted" names_failed
 check "the examples build with CMake's find_package" by_cmake
 check "the example built with CMake manages a service" runs "$work/cmake/example_start_unit" "$work/cmake/example_restart_units"
-[ "$failed" = 0 ]
+finish
