@@ -1,9 +1,9 @@
 # shellcheck shell=sh
-# Sourced by the tests of packages, which end with: finish
+# Sourced by the tests of packages. They end with "finish".
 work=$(mktemp -d)
 failed=0
 
-# check WHAT COMMAND...: succeeds when the command does
+# check WHAT COMMAND...: succeeds if the command does
 check() {
     what=$1
     shift
@@ -17,7 +17,7 @@ check() {
 }
 finish() { exit "$failed"; }
 
-# Installs the packages of a directory, without those of debugging symbols: install_from DIRECTORY [OPTION-OF-DPKG...]
+# Installs the packages in a directory, without debugging symbols: install_from DIRECTORY [OPTION-OF-DPKG...]
 install_from() {
     directory=$1
     shift
