@@ -151,6 +151,7 @@ for machine in $up; do
 done
 
 unmount="examples/fleet/unmount.yml -e volume=/volume1"
+losing='umount /volume1; pkill -f "root@[n]otty"'
 reason="examples/fleet/reason.yml -e reason=upgrade -e services=web"
 # shellcheck disable=SC2086 # lists of words, here and below
 {
@@ -161,7 +162,13 @@ check "and touches nothing" untouched $up
 check "after a pair of one that is down and one whose service does not come back" \
     playbook 2 $unmount --limit down,bad,good3,good4
 check "the next pair is untouched" untouched good3 good4
+check "after a pair of one that is down and one that ssh loses" \
+    playbook 2 $unmount --limit down,good1,good3,good4 -e "{'command': ['sh', '-c', '$losing']}"
+check "the next pair is untouched" untouched good3 good4
+on good1 'while merosystemctl volume state > /dev/null; do sleep 0.1; done'
+check "the unmount has gone on without ssh" unmounted good1
 on bad "$mounting"
+on good1 "$mounting"
 
 check "an unmount of the fleet fails" playbook 2 $unmount
 check "and names the machine that is down" prints '^fatal: \[down\]: UNREACHABLE'
