@@ -14,7 +14,7 @@ libraries=$(echo "$unpacked"/usr/lib/*-linux-gnu*)
 clean_up() {
     # Ansible leaves connections open for its next run.
     for socket in "$work"/.ansible/cp/*; do
-        [ ! -S "$socket" ] || ssh -S "$socket" -O exit fleet || true
+        [ ! -S "$socket" ] || unpacked_run ssh -S "$socket" -O exit fleet || true
     done 2> /dev/null
     # shellcheck disable=SC2086 # a list of words
     [ -z "$sandboxes" ] || kill $sandboxes 2> /dev/null || true
@@ -88,7 +88,7 @@ table() {
     sed -n '/MACHINE /,/ machines, /s/^ *//p' "$work/log" | sed 's/  */ /g' | diff - "$work/table"
 }
 
-ssh-keygen -q -t ed25519 -N '' -f "$work/key"
+unpacked_run ssh-keygen -q -t ed25519 -N '' -f "$work/key"
 cat > "$work/ssh_config" << END
 Host *
     Port $port
@@ -105,7 +105,7 @@ END
 address=1
 for machine in $machines; do
     address=$((address + 1))
-    ssh-keygen -q -t ed25519 -N '' -f "$work/$machine"
+    unpacked_run ssh-keygen -q -t ed25519 -N '' -f "$work/$machine"
     echo "$machine $(cat "$work/$machine.pub")" >> "$work/known_hosts"
     printf 'Host %s\n    HostName 127.0.0.%s\n    HostKeyAlias %s\n' "$machine" $address "$machine" >> "$work/ssh_config"
     cat > "$work/$machine.sshd" << END
