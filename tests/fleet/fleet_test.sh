@@ -1,6 +1,6 @@
 #!/bin/sh
-# Passes the playbooks of examples/fleet over six machines, each a sandbox with an sshd of its own, and looks at what has
-# become of them: fleet_test.sh UNPACKED, the folder of Ansible and ssh. Prints a line for each thing that it tried.
+# Runs the playbooks of examples/fleet on six machines, each a sandbox with its own sshd: fleet_test.sh UNPACKED, which is
+# the folder of Ansible and ssh. Prints a line for each thing that it tried.
 set -eu
 unpacked=$1
 cd "$(dirname "$0")/../.."
@@ -143,7 +143,7 @@ gone unreachable - no answer over ssh
 down unreachable - no answer over ssh
 bad failed files.service files.service
 good3 held web.service upgrade
-good4 down files.service unmount of /volume1
+good4 down files.service unmount running: /volume1
 7 machines, 5 of them in the table
 END
 for machine in $up; do
@@ -155,7 +155,7 @@ losing='umount /volume1; pkill -f "root@[n]otty"'
 reason="examples/fleet/reason.yml -e reason=upgrade -e services=web"
 # shellcheck disable=SC2086 # lists of words, here and below
 {
-check "a trial run succeeds but for the machine that is down" playbook 2 $unmount --check --verbose
+check "a trial run reaches all machines but the one that is down" playbook 2 $unmount --check --verbose
 check "says what would stop" prints '^ +files.service +uses files'
 check "and touches nothing" untouched $up
 
@@ -176,7 +176,7 @@ check "and the service that does not come back" prints 'files.service: does not 
 check "the others of their pairs are unmounted, and their services run" unmounted good1 good2
 check "the third pair is untouched" untouched good3 good4
 
-check "a reason is added but on the machine that is down" playbook 4 $reason -e verb=add
+check "a reason is added on all machines but the one that is down" playbook 4 $reason -e verb=add
 check "that is a change on each" every 'changed=1 .*failed=0' $up
 check "and holds the service" web_is inactive $up
 check "it is added again" playbook 4 $reason -e verb=add

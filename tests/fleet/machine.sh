@@ -1,8 +1,8 @@
 #!/bin/sh
-# Makes a sandbox a machine of the fleet, and runs a command there: machine.sh good|bad MEROSYSTEMCTL COMMAND... The
-# service `files` works on the volume. On a bad machine it cannot start without it.
+# Makes a sandbox a machine of the fleet, and runs a command there: machine.sh NAME MEROSYSTEMCTL COMMAND... The
+# service `files` works on the volume. On the machine `bad` it cannot start without it.
 set -eu
-kind=$1
+name=$1
 merosystemctl=$2
 shift 2
 
@@ -11,7 +11,7 @@ echo dialect=current > /usr/mero/etc/merosystemd/systemctl.conf
 ln -s "$merosystemctl" /usr/local/bin/merosystemctl
 
 mkdir -p /volume1
-[ "$kind" = bad ] || mkdir /volume1/data
+[ "$name" = bad ] || mkdir /volume1/data
 mount -t tmpfs volume1 /volume1
 mkdir /volume1/data
 cat > /run/systemd/system/files.service << END
@@ -29,5 +29,5 @@ systemctl start files web
 # What the package of sshd would have set up.
 useradd --system --home-dir /run/sshd --shell /usr/sbin/nologin sshd
 mkdir /run/sshd
-usermod --password '*' root # who is locked may not log in
+usermod --password '*' root # a locked account may not log in
 exec "$@"
