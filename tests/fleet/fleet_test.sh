@@ -1,9 +1,10 @@
 #!/bin/sh
-# Runs the playbooks of examples/fleet on six machines, each a sandbox with its own sshd: fleet_test.sh UNPACKED, the
-# folder of Ansible and ssh. Prints a line for each thing that it tried.
+# Runs the playbooks of examples/fleet on six machines, each a sandbox with its own sshd: fleet_test.sh UNPACKED
+# PROMTOOL, the folder of Ansible and ssh, and the program that checks metrics. Prints a line for each check.
 # shellcheck disable=SC2086 # lists of words: sandboxes, and what playbooks are called with
 set -eu
 unpacked=$1
+promtool=$2
 cd "$(dirname "$0")/../.."
 programs=$PWD/build/release/bin
 work=$(mktemp -d)
@@ -25,7 +26,7 @@ clean_up() {
 trap clean_up EXIT
 trap 'exit 130' INT TERM HUP
 
-# check WHAT COMMAND...: succeeds when the command does
+# check WHAT COMMAND...: succeeds if the command does
 check() {
     what=$1
     shift
@@ -46,7 +47,7 @@ unpacked_run() {
 on() {
     unpacked_run ssh -n -F "$work/ssh_config" "$@"
 }
-# playbook EXIT-CODE ARGUMENT...: what it prints is in the log for the checks after it.
+# playbook EXIT-CODE ARGUMENT...: leaves its output in the log, for the checks after it
 playbook() {
     expected=$1
     shift
@@ -57,7 +58,7 @@ playbook() {
     [ "$code" = "$expected" ]
 }
 prints() { grep -E "$1" "$work/log" || { cat "$work/log"; return 1; }; }
-# every RECAP MACHINE...: what the playbook's recap says of each of them
+# every RECAP MACHINE...: checks the playbook's recap of each machine
 every() {
     recap=$1
     shift
@@ -88,6 +89,11 @@ web_is() {
 }
 table() {
     sed -n '/MACHINE /,/ machines, /s/^ *//p' "$work/log" | sed 's/  */ /g' | diff - "$work/table"
+}
+
+# metrics COMMAND: prints samples that Prometheus takes
+metrics() {
+    on good1 "$1" > "$work/metrics" && grep -v '^#' "$work/metrics" && "$promtool" check metrics < "$work/metrics"
 }
 
 unpacked_run ssh-keygen -q -t ed25519 -N '' -f "$work/key"
@@ -202,4 +208,7 @@ on good4 "$mounting; systemd-run --quiet merosystemctl volume unmount /volume1 -
     until merosystemctl volume state > /dev/null; do sleep 0.1; done"
 check "the overview is printed" playbook 4 examples/fleet/overview.yml
 check "as one table of all machines" table
+check "the metrics of units are good" metrics 'merosystemctl overview --prometheus'
+check "and those of slices" \
+    metrics 'mkdir -p /sys/fs/cgroup/meromonitor/test.slice; merosystemctl slice show --prometheus'
 [ "$failed" = 0 ]
