@@ -488,12 +488,13 @@ TEST_F(VolumeUnmount, TheActionRunsBetweenStopAndStart)
 
 TEST_F(VolumeUnmount, AKilledCallersServicesStartAgain)
 {
-    SetUnits({{kAll, {"a.service"}}});
+    SetUnits({{kAll, {"a.service"}}}), Write("/sys/fs/cgroup/systemd/cgroup.procs", "");
     const pid_t pid =
         Fork([] { return _MEROSystemdVolumeUnmountAction({"/v"}, [] { return kill(getpid(), SIGKILL) == 0; }); });
     EXPECT_EQ(ResultOf(pid), 255);
     EXPECT_TRUE(IsFree(kLock, 10)) << "the watcher holds it until the services are started";
     EXPECT_EQ(Calls().back(), "start unmount-volume-end.target");
+    EXPECT_EQ(Read("/sys/fs/cgroup/systemd/cgroup.procs"), "0") << "it has left the caller's unit";
     EXPECT_THAT(Said("systemd_volume_unmount_action").back(), HasSubstr("[a.service] start again"));
     // If nothing has stopped yet, the watcher does nothing.
     SystemctlScript("case $1 in list-unit-files) echo a.service enabled;; show) echo ActiveState=active;; "
