@@ -249,6 +249,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         EXPECT_EQ(Tool(command).output, output) << command;
     }
     SetUnits({{"w", "LoadState=loaded\nActiveState=inactive\nRequires=a.service\n"}});
+    Otherwise("echo 'Failed to stop b.service: X'; exit 1");
+    EXPECT_EQ(Tool("stop --json a b | jq -c 'map([.unit, .done])'").output, "[[\"a\",true],[\"b\",false]]\n");
     Otherwise("echo 'A dependency job for w.service failed.'; exit 1");
     EXPECT_THAT(Tool("start w").output, AllOf(HasSubstr("\n  dependency "), Not(HasSubstr("A dependency job"))));
     Otherwise("echo 'Failed to connect to bus: x'; exit 1");
