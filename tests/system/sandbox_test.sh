@@ -272,6 +272,8 @@ check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$wo
 check "all these leave nothing" leaves_nothing
 
 check "writing to the host's settings fails" exits 1 "$box" cp /dev/null /proc/sys/vm/swappiness
+check "the kernel's memory, log and triggers are empty files" prints "1:3" "$box" sh -c \
+    'for f in /proc/sysrq-trigger /proc/kmsg /proc/kcore; do [ ! -e $f ] || stat -c %t:%T $f; done | sort -u'
 check "the clock cannot be set" exits 1 "$box" date -s 2001-01-01
 check "the sandbox is writable everywhere" exits 0 "$box" sh -c \
     'hostname other; rm -r /etc/cron.d; echo x >/etc/passwd; echo x >/var/lib/x; systemctl daemon-reload'
