@@ -581,6 +581,9 @@ TEST_F(FullProgram, PrintsMetrics)
     for (const auto& [command, metrics] : cases) {
         EXPECT_EQ(Table(command + " | sed '/^# HELP merosystemd/d; /memory.*a.slice/s/[1-9][0-9]*$/n KiB/'"), metrics);
     }
+    EXPECT_THAT(Shell("setpriv --reuid 65534 --clear-groups " + kTool + "slice show --prometheus; echo $?").output,
+                EndsWith("run it as root\n1\n"))
+        << "a sum of what one user may read is wrong";
     Write("/run/merosystemd/volume-unmount.json", "no record\n");
     EXPECT_THAT(Tool("overview --prometheus").output, Not(HasSubstr("units_down")));
 }

@@ -9,6 +9,8 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -119,6 +121,9 @@ int ReportUntracked(const std::string& slice)
 /// Prints the metrics of a slice; if none is named, of all tracked slices.
 int ShowMetrics(const std::string& slice)
 {
+    if (geteuid() != 0) { // what cannot be read would be missing from the sums
+        throw CommandError(kFailed, "the processes of all users can be read by root only; run it as root");
+    }
     std::vector<Reading> readings;
     if (slice.empty()) {
         readings = ReadTrackedSlices();
