@@ -75,8 +75,9 @@ TEST(Metrics, HaveEscapedLabelsAndPlainNumbers)
 TEST(Figures, AreShortInTheirUnits)
 {
     const std::pair<std::uint64_t, const char*> memories[] = {
-        {0, "0 B"},        {1, "1.0 KiB"},         {999, "999.0 KiB"},   {1000, "1.0 MiB"},
-        {1536, "1.5 MiB"}, {1023948, "999.9 MiB"}, {1023949, "1.0 GiB"}, {3ULL << 40, "3.0 PiB"},
+        {0, "0 B"},           {1, "1.0 KiB"},          {999, "999.0 KiB"},
+        {1000, "1.0 MiB"},    {1536, "1.5 MiB"},       {1023948, "999.9 MiB"},
+        {1023949, "1.0 GiB"}, {3ULL << 40, "3.0 PiB"}, {3ULL << 50, "3072.0 PiB"},
     };
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;

@@ -453,7 +453,8 @@ TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
               HasSubstr("\nbad    journal     has no messages"), HasSubstr("status_monitor.exit.lock: held by"),
               HasSubstr("\nbad    isolation   one was interrupted"), HasSubstr("\nbad    unmount     cannot ")));
     Write("/usr/mero/etc/merosystemd/systemctl.conf", "dialect=current\n"), Otherwise("true");
-    EXPECT_THAT(Tool("doctor").output, HasSubstr("on.service is held, but systemd has not read its drop-ins yet\n"));
+    EXPECT_THAT(Tool("doctor").output,
+                HasSubstr("bad    holds       on.service is held, but systemd has not read its drop-ins yet\n"));
     RemoveSystemctl();
     EXPECT_THAT(Tool("doctor").output, StartsWith("bad    systemd     /usr/bin/systemctl cannot be run\n"));
 }
