@@ -185,6 +185,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
         {"cgroup show 4194304", 1, "4194304: there is no such process, or systemd has no cgroup for it\n"},
         {"slice show a", 4, "a: this slice is not tracked\n"},
+        {"slice show --prometheus a", 4, "a: this slice is not tracked\n"},
         {"slice list", 3, "no slice is tracked\n"},
         {"slice top", 3, "no slice is tracked\n"},
         {"slice kill -- -.slice", 1, "-.slice is not killed: this process runs in it. --force kills it anyway\n"},
