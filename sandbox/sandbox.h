@@ -17,7 +17,7 @@ struct Options {
 
 /// Boots a sandbox, runs the command in it, and removes the sandbox.
 /// @return the command's exit status, or 128 plus the signal that ended it or the wait for the sandbox
-/// Throws std::exception if the sandbox itself fails; nothing is left behind then either.
+/// Throws std::exception if the sandbox itself fails; nothing remains then either.
 int RunInSandbox(const Options& options);
 
 } // namespace MERO::Sandbox

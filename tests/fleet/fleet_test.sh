@@ -7,11 +7,10 @@ unpacked=$1
 promtool=$2
 cd "$(dirname "$0")/../.."
 programs=$PWD/build/release/bin
-work=$(mktemp -d)
+. tests/checks.sh
 port=$((20000 + $$ % 10000)) # another run of this test may go on
 machines="down good1 bad good2 good3 good4"
 sandboxes=
-failed=0
 libraries=$(echo "$unpacked"/usr/lib/*-linux-gnu*)
 
 clean_up() {
@@ -25,19 +24,6 @@ clean_up() {
 }
 trap clean_up EXIT
 trap 'exit 130' INT TERM HUP
-
-# check WHAT COMMAND...: succeeds if the command does
-check() {
-    what=$1
-    shift
-    if "$@" > "$work/output" 2>&1; then
-        echo "ok   $what"
-    else
-        echo "FAIL $what"
-        sed 's/^/     /' "$work/output"
-        failed=1
-    fi
-}
 
 unpacked_run() {
     timeout --foreground 120 \
@@ -211,4 +197,4 @@ check "as one table of all machines" table
 check "the metrics of units are good" metrics 'merosystemctl overview --prometheus'
 check "and those of slices" \
     metrics 'mkdir -p /sys/fs/cgroup/meromonitor/test.slice; merosystemctl slice show --prometheus'
-[ "$failed" = 0 ]
+finish

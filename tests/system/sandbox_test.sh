@@ -62,7 +62,7 @@ prints() {
     [[ $actual == $expected ]]
 }
 
-# What a sandbox could leave behind, one item per line: mounts, cgroups, processes, files.
+# The things that a sandbox could leave, one per line: mounts, cgroups, processes, files.
 traces() {
     sed 's/^/mount /' /proc/self/mountinfo
     # /sys/fs/cgroup shows the whole machine.
@@ -101,7 +101,7 @@ start() {
     return 1
 }
 
-# ends STATUS: the background sandbox ends with this status and leaves nothing behind.
+# ends STATUS: the background sandbox ends with this status and leaves nothing
 ends() {
     exits "$1" wait "$job" && leaves_nothing
 }

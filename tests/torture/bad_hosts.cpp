@@ -1,4 +1,4 @@
-// Hosts and a systemctl that behave badly: every caller gets an answer, and nothing stays behind.
+// Hosts and a systemctl that behave badly: every caller gets an answer, and nothing is left over.
 #include "torture/torture.h"
 
 #include <sys/resource.h>

@@ -1,73 +1,49 @@
 #include "commands/slice_metrics.h"
 
 #include "diagnosis/report.h"
+#include "diagnosis/unit_properties.h"
 #include "output/metrics.h"
 #include "usage/hierarchies.h"
 
-#include <merosystemd/systemd.hpp>
-
-#include <charconv>
-#include <cstdint>
 #include <map>
-#include <optional>
 
 namespace MERO::Tool {
 namespace {
 
-struct SliceTotals {
-    double memoryBytes = 0;
-    double cpuSeconds = 0;
-    double readBytes = 0;
-    double writtenBytes = 0;
-};
-
-SliceTotals SumOf(const std::vector<ProcessReading>& processes)
+ProcessReading SumOf(const std::vector<ProcessReading>& processes)
 {
-    SliceTotals sum;
+    ProcessReading sum;
     for (const ProcessReading& process : processes) {
-        sum.memoryBytes += static_cast<double>(process.memory) * 1024;
+        sum.memory += process.memory;
         sum.cpuSeconds += process.cpuSeconds;
-        sum.readBytes += static_cast<double>(process.readBytes);
-        sum.writtenBytes += static_cast<double>(process.writtenBytes);
+        sum.readBytes += process.readBytes;
+        sum.writtenBytes += process.writtenBytes;
     }
     return sum;
 }
 
-/// A property's number; nothing if it is not set, for which systemd prints "[not set]" or the greatest number.
-std::optional<double> FigureOf(const Systemd::ShownUnit& unit, const char* property)
-{
-    const auto found = unit.properties.find(property);
-    if (found == unit.properties.end()) {
-        return std::nullopt;
-    }
-    const std::string& text = found->second;
-    std::uint64_t figure = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), figure);
-    const bool isFigure = error == std::errc() && end == text.data() + text.size() && figure != UINT64_MAX;
-    return isFigure ? std::optional(static_cast<double>(figure)) : std::nullopt;
-}
-
 /// Uses systemd's accounting where it has any: it includes processes that have ended, so that it never decreases.
-void TakeAccounted(std::map<std::string, SliceTotals>& slices)
+void TakeAccounted(std::map<std::string, ProcessReading>& slices)
 {
     if (slices.empty() || HasMonitorHierarchy()) {
         return; // the monitor's slices may hold other processes than systemd's
     }
     Texts names;
-    for (const auto& [name, totals] : slices) {
+    for (const auto& [name, sum] : slices) {
         names.push_back(name);
     }
-    std::map<std::string, Systemd::ShownUnit> shown;
-    if (!MEROSystemdShowPropertiesSystem(names, {"CPUUsageNSec", "IOReadBytes", "IOWriteBytes"}, shown)) {
+    const auto units = AskProperties(names, "CPUUsageNSec,IOReadBytes,IOWriteBytes");
+    if (units.empty()) {
         throw FailureOf("asking for " + ToCell(names));
     }
-    for (auto& [name, totals] : slices) {
-        const Systemd::ShownUnit& unit = shown[name];
-        if (const auto nanoseconds = FigureOf(unit, "CPUUsageNSec")) {
-            totals.cpuSeconds = *nanoseconds / 1e9;
+    auto unit = units.begin();
+    for (auto& [name, sum] : slices) {
+        if (const auto nanoseconds = unit->Number("CPUUsageNSec")) {
+            sum.cpuSeconds = static_cast<double>(*nanoseconds) / 1e9;
         }
-        totals.readBytes = FigureOf(unit, "IOReadBytes").value_or(totals.readBytes);
-        totals.writtenBytes = FigureOf(unit, "IOWriteBytes").value_or(totals.writtenBytes);
+        sum.readBytes = unit->Number("IOReadBytes").value_or(sum.readBytes);
+        sum.writtenBytes = unit->Number("IOWriteBytes").value_or(sum.writtenBytes);
+        ++unit;
     }
 }
 
@@ -75,7 +51,7 @@ void TakeAccounted(std::map<std::string, SliceTotals>& slices)
 
 void PrintSliceMetrics(const std::vector<Reading>& readings)
 {
-    std::map<std::string, SliceTotals> slices;
+    std::map<std::string, ProcessReading> slices;
     for (const Reading& reading : readings) {
         slices[reading.slice] = SumOf(reading.processes);
     }
@@ -86,11 +62,11 @@ void PrintSliceMetrics(const std::vector<Reading>& readings)
         {"merosystemd_slice_cpu_seconds_total", MetricType::Counter, "Processor time.", "slice", {}},
         {"merosystemd_slice_read_bytes_total", MetricType::Counter, "Bytes read from storage.", "slice", {}},
         {"merosystemd_slice_written_bytes_total", MetricType::Counter, "Bytes written to storage.", "slice", {}}};
-    for (const auto& [name, totals] : slices) {
-        metrics[0].samples.emplace_back(name, totals.memoryBytes);
-        metrics[1].samples.emplace_back(name, totals.cpuSeconds);
-        metrics[2].samples.emplace_back(name, totals.readBytes);
-        metrics[3].samples.emplace_back(name, totals.writtenBytes);
+    for (const auto& [name, sum] : slices) {
+        metrics[0].samples.emplace_back(name, static_cast<double>(sum.memory) * 1024); // kB
+        metrics[1].samples.emplace_back(name, sum.cpuSeconds);
+        metrics[2].samples.emplace_back(name, static_cast<double>(sum.readBytes));
+        metrics[3].samples.emplace_back(name, static_cast<double>(sum.writtenBytes));
     }
     PrintMetrics(metrics);
 }

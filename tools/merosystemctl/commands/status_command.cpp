@@ -15,11 +15,9 @@
 #include <merosystemd/systemd.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <optional>
 
 namespace MERO::Tool {
 namespace {
@@ -35,15 +33,6 @@ struct UnitStatus {
     const Systemd::JobInfo* job;
     Texts reasons;
 };
-
-/// Empty if the property is not set.
-std::optional<std::uint64_t> Number(const std::string& text)
-{
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool isNumber = error == std::errc() && end == text.data() + text.size();
-    return isNumber && number != UINT64_MAX ? std::optional(number) : std::nullopt;
-}
 
 std::string OrDash(const std::string& text)
 {
@@ -83,12 +72,12 @@ void PrintStatus(const UnitStatus& status, const Texts& log)
     line("Loaded", Coloured(unit["LoadState"], ColourOfState(unit["LoadState"])) +
                        (unit["FragmentPath"].empty() ? "" : " from " + unit["FragmentPath"]) +
                        (enabled.empty() ? "" : ", " + enabled));
-    if (Number(pid).value_or(0) != 0) {
+    if (unit.Number("MainPID").value_or(0) != 0) {
         std::string command;
         std::getline(std::ifstream("/proc/" + pid + "/comm"), command);
         line("Main PID", pid + (command.empty() ? "" : " (" + command + ")"));
     }
-    const auto memory = Number(unit["MemoryCurrent"]);
+    const auto memory = unit.Number("MemoryCurrent");
     line("Memory", memory ? MemoryText(*memory / 1024) : "");
     line("Job", JobText(status));
     line("Held", status.reasons.empty() ? "" : ToCell(status.reasons));
@@ -102,7 +91,7 @@ void PrintStatusAsJson(const std::vector<UnitStatus>& all)
     Json::Value list(Json::arrayValue);
     for (const UnitStatus& status : all) {
         const UnitProperties& unit = status.unit;
-        const auto memory = Number(unit["MemoryCurrent"]);
+        const auto memory = unit.Number("MemoryCurrent");
         Json::Value& entry = list.append(Json::objectValue);
         entry["unit"] = status.name;
         entry["load"] = unit["LoadState"];
@@ -118,7 +107,7 @@ void PrintStatusAsJson(const std::vector<UnitStatus>& all)
         }
         entry["reasons"] = ToJson(status.reasons);
         entry["description"] = unit["Description"];
-        entry["mainPid"] = static_cast<Json::UInt64>(Number(unit["MainPID"]).value_or(0));
+        entry["mainPid"] = static_cast<Json::UInt64>(unit.Number("MainPID").value_or(0));
         entry["memoryBytes"] = memory ? Json::Value(static_cast<Json::UInt64>(*memory)) : Json::Value();
         entry["needDaemonReload"] = unit["NeedDaemonReload"] == "yes";
     }

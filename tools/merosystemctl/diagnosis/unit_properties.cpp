@@ -5,6 +5,7 @@
 
 #include <merosystemd/systemd.hpp>
 
+#include <charconv>
 #include <sstream>
 
 namespace MERO::Tool {
@@ -19,6 +20,15 @@ const std::string& UnitProperties::operator[](const std::string& name) const
 Texts UnitProperties::List(const std::string& name) const
 {
     return SplitWords((*this)[name]);
+}
+
+std::optional<std::uint64_t> UnitProperties::Number(const std::string& name) const
+{
+    const std::string& text = (*this)[name];
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    return isNumber && number != UINT64_MAX ? std::optional(number) : std::nullopt;
 }
 
 std::vector<UnitProperties> AskProperties(const Texts& units, const char* names)

@@ -2,7 +2,9 @@
 
 #include "output/output.h"
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,8 @@ public:
     bool WasAsked() const { return wasAsked_; }
     const std::string& operator[](const std::string& name) const;
     Texts List(const std::string& name) const; ///< the items of a list property
+    /// Empty if the property is not set: systemd prints "[not set]" or the greatest number then.
+    std::optional<std::uint64_t> Number(const std::string& name) const;
 
 private:
     std::map<std::string, std::string> values_;
