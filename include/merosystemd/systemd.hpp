@@ -546,7 +546,8 @@ bool MEROSystemdVolumeUnmountFullPlan(const std::vector<std::string>& vecVolumes
                                       MERO::Systemd::FullVolumeUnmountPlan& plan);
 
 /// _MEROSystemdVolumeUnmountAction() for a caller that looks at the plan first: `agree` gets it before anything stops,
-/// under the locks, in this thread. If it returns false, nothing is changed, and false is returned. @since 7.1.0
+/// under the locks, in this thread. If it returns false, nothing is changed, and false is returned. An empty `agree`
+/// agrees. @since 7.1.0
 bool MEROSystemdVolumeUnmountWithPlan(const std::vector<std::string>& vecVolumes,
                                       const std::function<bool(const MERO::Systemd::FullVolumeUnmountPlan&)>& agree,
                                       const std::function<bool()>& action);
