@@ -280,6 +280,27 @@ TEST_F(Merosystemctl, ExplainsWhyAUnitDoesNotRun)
     Shell("systemctl unmask off; rm -r /run/merosystemd/reasons");
 }
 
+TEST_F(Merosystemctl, NamesSystemdsExitCodes)
+{
+    Unit("ends@.service", "[Service]\nType=oneshot\nExecStart=/bin/sh -c 'exit %i'\n");
+    Load();
+    // 255 means nothing in particular.
+    std::istringstream codes(
+        Shell("systemd-analyze exit-status | awk '$3 == \"systemd\" && $2 < 255 { print $2, $1 }'").output);
+    std::string units, named;
+    for (std::string number, name; codes >> number >> name;) {
+        units += " ends@" + number;
+        named += number + "/" + name + "\n";
+    }
+    ASSERT_THAT(named, HasSubstr("203/EXEC\n"));
+    Tool("start" + units + " ends@199");
+    EXPECT_EQ(Shell(std::string(MEROSYSTEMCTL) + " why" + units +
+                    " ends@199 | tr -s ' \n' ' ' | "
+                    "grep -o 'ended with exit code [^ ]*' | cut -d ' ' -f 5")
+                  .output,
+              named + "199\n");
+}
+
 TEST_F(Merosystemctl, IsolatesAndRunsCommandsInTargets)
 {
     Unit("small.target", "[Unit]\nAllowIsolate=yes\nRequires=sysinit.target dbus.socket\n");

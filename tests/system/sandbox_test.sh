@@ -213,7 +213,7 @@ set -m
 traces | sort >"$work/before"
 host_state >"$work/host"
 
-echo "     $("$box" --verbose true 2>&1)"
+check "how long booting takes" prints 'mero-sandbox: booted in [0-9]*.[0-9][0-9] s' "$box" --verbose true
 
 while IFS='|' read -r status command; do
     check "status $status: $command" exits "$status" "$box" sh -c "$command"
@@ -229,9 +229,78 @@ check "a hang-up that the caller ignores is ignored" exits 0 bash -c \
     'trap "" HUP; "$0" true & sleep 0.2; kill -HUP $!; wait $!' "$box"
 check "status 126 for a file that cannot be run" exits 126 "$box" /etc/fstab
 check "status 127 for a command that is not found" exits 127 "$box" no-such-command
-check "status 2 for wrong usage" exits 2 "$box" --no-such-option true
+for usage in --no-such-option "--timeout 0" "--timeout 3601" "--cgroup v3" "--release potato" "--root /etc/fstab" \
+    "--bind /no/such/file" "--release trixie --root /"; do
+    # shellcheck disable=SC2086 # words
+    check "status 2 for $usage" exits 2 "$box" $usage true
+done
 check "help" prints "*--release NAME *--cgroup VERSION *126 *cannot be run*127 *was not found*128+N *" "$box" --help
 check "the command keeps its options" prints "--bind -v" "$box" -- echo --bind -v
+
+check "without a command it starts a shell" prints "/bin/bash" "$box" <<<'echo $0'
+
+# Whatever the caller's umask, descriptors and signals are. The capabilities are those that reach the host.
+# shellcheck disable=SC2016 # expanded inside
+describe() (
+    umask 077
+    exec 7</etc/fstab
+    "$box" sh -c '
+        stat -c "%a %n" / /dev /dev/shm /tmp /run /etc/systemd/system /etc/hostname /run/systemd/journald.conf.d
+        awk "{ print \$5, \$6 }" /proc/self/mountinfo |
+            grep -E "^/(run|tmp|dev|dev/pts|dev/shm|sys|proc/sys|proc/irq|proc/bus) " | sed s/,relatime//
+        readlink /dev/fd /dev/stdin /dev/stdout /dev/stderr
+        tr "\0" "\n" </proc/1/cmdline | sed -e 1d -e /cgroup/d
+        tr "\0" "\n" </proc/1/environ
+        readlink /proc/1/fd/* | grep fstab
+        grep -E "^(SigBlk|SigIgn|CapInh)" /proc/self/status
+        printf "%x\n" $((0x$(sed -n "s/CapBnd:\t//p" /proc/self/status) & 0xff4a131000))
+        systemctl show -P LoadState dev-hugepages.mount sys-fs-fuse-connections.mount
+        cat /etc/hostname /proc/cgroups /run/systemd/journald.conf.d/*
+        wc -c </etc/machine-id
+        umask'
+)
+describe >"$work/described" 2>&1
+check "the system inside" diff - "$work/described" <<'TEXT'
+755 /
+755 /dev
+1777 /dev/shm
+1777 /tmp
+755 /run
+755 /etc/systemd/system
+755 /etc/hostname
+755 /run/systemd/journald.conf.d
+/run rw,nosuid,nodev
+/tmp rw,nosuid,nodev
+/dev rw,nosuid,noexec
+/dev/pts rw,nosuid,noexec
+/dev/shm rw,nosuid,nodev
+/sys ro,nosuid,nodev,noexec
+/proc/sys ro,nosuid,nodev,noexec
+/proc/irq ro,nosuid,nodev,noexec
+/proc/bus ro,nosuid,nodev,noexec
+/proc/self/fd
+/proc/self/fd/0
+/proc/self/fd/1
+/proc/self/fd/2
+--unit=mero-sandbox.target
+--show-status=yes
+container=mero-sandbox
+TERM=dumb
+NOTIFY_SOCKET=/run/mero-sandbox/notify
+SigBlk:	0000000000000000
+SigIgn:	0000000000000000
+CapInh:	0000000000000000
+0
+masked
+
+masked
+mero-sandbox
+#subsys_name	hierarchy	num_cgroups	enabled
+[Journal]
+Storage=volatile
+33
+0077
+TEXT
 
 while IFS='|' read -r expected command; do
     check "inside: $command" prints "$expected" "$box" sh -c "$command"
@@ -336,7 +405,10 @@ check "and leaves cgroups" prints '*cgroup /mnt/*mero-sandbox-*' traces
 check "which the next one" exits 0 "$box" true
 check "removes" leaves_nothing
 check "a sandbox whose keeper alone will be killed" start sh -c 'echo up; exec sleep 60'
-kill -KILL "$(pgrep -P "$job" -x mero-keeper)"
+keeper=$(pgrep -P "$job" -x mero-keeper)
+check "which has left the caller's terminal and folder" prints "$keeper / /dev/null /dev/null /dev/null" \
+    echo $(ps -o sid= "$keeper") $(readlink "/proc/$keeper/cwd" /proc/$keeper/fd/{0,1,2})
+kill -KILL "$keeper"
 check "ends its command" exits 137 wait "$job"
 check "and prints why" grep -q keeper "$work/err"
 check "the next one removes" exits 0 "$box" true

@@ -12,7 +12,8 @@ struct ExitStatus {
     const char* meaning;
 };
 
-// systemd.exec(5) lists them all. Services can exit with the same numbers, though few do.
+// As systemd-analyze(1) exit-status names them: its manual page has other names and numbers for two of them. Services
+// can exit with the same numbers, though few do.
 constexpr ExitStatus kStatuses[] = {
     {200, "CHDIR", "its working directory cannot be entered"},
     {201, "NICE", ""},
@@ -44,7 +45,7 @@ constexpr ExitStatus kStatuses[] = {
     {228, "SECCOMP", ""},
     {229, "SELINUX_CONTEXT", ""},
     {230, "PERSONALITY", ""},
-    {231, "APPARMOR_PROFILE", ""},
+    {231, "APPARMOR", ""},
     {232, "ADDRESS_FAMILIES", ""},
     {233, "RUNTIME_DIRECTORY", "its directory below /run cannot be made"},
     {235, "CHOWN", ""},
@@ -56,7 +57,9 @@ constexpr ExitStatus kStatuses[] = {
     {241, "CONFIGURATION_DIRECTORY", "its configuration directory cannot be made"},
     {242, "NUMA_POLICY", ""},
     {243, "CREDENTIALS", "its credentials cannot be set up"},
-    {245, "BPF", ""},
+    {244, "BPF", ""},
+    {245, "KSM", ""},
+    {246, "MEMORY_THP", ""},
 };
 
 } // namespace
