@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks that the README's program matches examples/ and its compiler lines work, and that merosystemctl's manual page
-# has every command and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
+# has every command, argument and option of its help: documents_test.sh SOURCE-DIRECTORY BUILD-DIRECTORY
 set -eu
 cd "$1"
 build=$2
@@ -24,19 +24,29 @@ echo "the examples build by the lines of the README"
 
 help() { "$build/bin/merosystemctl" "$@" --help < /dev/null; }
 commands() { help "$@" | sed -n '/^Options:/,/^Exit status:/s/^  \([a-z][a-z-]*\)  .*/\1/p'; }
-options() { help "$@" | sed -n 's/^  \(-[a-z],\)\?\(--[a-z-]*\) .*/\2/p'; }
+options() { help "$@" | sed -En 's/^  (-[a-z],)?(--[a-z-]*)( ([A-Z]+))?( .*|$)/*\2* _\4_/p' | sed 's/ __$//'; }
+arguments() { help "$@" | sed -n 's/^Usage:.*OPTIONS\] \?//p' | grep -o '[A-Z]*'; }
 
-options > "$work/names"
+lacks() { echo "the manual page lacks $1"; false; }
+
+page=docs/man/merosystemctl.1.scd
+options > "$work/options"
 for command in $(commands); do
     words=$(commands "$command")
-    [ -n "$words" ] || echo "$command" >> "$work/names"
-    for word in "" $words; do
-        [ -z "$word" ] || echo "$command $word" >> "$work/names"
-        options "$command" $word >> "$work/names"
+    for word in ${words:-""}; do
+        name="$command${word:+ $word}"
+        usage=$(grep "^\*\(.*\*\)\?$name\*" $page) || lacks "$name"
+        for argument in $(arguments $name); do
+            [ "${usage#*_"$argument"_}" != "$usage" ] || lacks "$argument of $name"
+        done
+        for option in $(echo "$usage" | grep -o -- '--[a-z][a-z-]*'); do
+            help $name | grep -q -- "$option" || { echo "$name has no $option" && false; }
+        done
+        options $name >> "$work/options"
     done
 done
-[ "$(wc -l < "$work/names")" -gt 100 ]
-while read -r name; do
-    grep -qF "*$name*" docs/man/merosystemctl.1.scd || { echo "the manual page lacks $name" && false; }
-done < "$work/names"
-echo "the manual page has every command and option"
+[ "$(wc -l < "$work/options")" -gt 100 ]
+while read -r option; do
+    grep -qF "$option" $page || lacks "$option"
+done < "$work/options"
+echo "the manual page has every command, argument and option"

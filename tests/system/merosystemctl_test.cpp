@@ -137,6 +137,8 @@ TEST_F(Merosystemctl, ReportsWhatSystemdDid)
 
 TEST_F(Merosystemctl, ListsUnitsJobsAndTargets)
 {
+    const std::string cgroups =
+        IsUnified() ? "2; slices are measured in systemd.s own" : "1, with the resource monitor.s hierarchy";
     Expect({
         {"list-unit-files", 0, "UNIT +STATE\n.*\nboot.service +disabled\n.*\nbasic.target +static\n.*"},
         {"list-unit-files --type target", 0, "UNIT +STATE\n([a-z0-9@-]+.target +[a-z]+\n)+"},
@@ -144,6 +146,10 @@ TEST_F(Merosystemctl, ListsUnitsJobsAndTargets)
          "UNIT +LOAD +ACTIVE +SUB +DESCRIPTION\nsysinit.target +loaded +active +active +[A-Z].*"},
         {"list-units --failed --all nowhere", 4, "merosystemctl: nowhere: no loaded unit matches\n"},
         {"list-services", 0, ".*\nboot\n.*"},
+        {"doctor", 0,
+         "good +dialect +systemctl is read in the current dialect\ngood +cgroups +version " + cgroups +
+             "\nnote +event log .*\nnote +monitor .*\ngood +journal +can be read\ngood +holds +0 [^\n]*\n"
+             "good +locks +none is held\ngood +isolation [^\n]*\ngood +unmount [^\n]*\n"},
         {"default-target rescue.target", 0, ""},
         {"default-target", 0, "rescue.target\n"},
         {"default-target --offline multi-user.target", 0, ""},

@@ -210,6 +210,10 @@ done
 # Gives jobs their own process groups, in which SIGINT is not ignored.
 set -m
 
+# The script that makes the roots of releases, whose path was built in; it may be below the hidden /tmp.
+maker=$(grep -aoP "(?<=')/[^'\0]+(?=' )" $program)
+[ -e "$maker" ] || install -D /dev/null "$maker"
+
 traces | sort >"$work/before"
 host_state >"$work/host"
 
@@ -225,6 +229,8 @@ done <<'TABLE'
 143|kill -TERM $$
 TABLE
 # shellcheck disable=SC2016
+check "closed standard streams become /dev/null" exits 0 bash -c 'exec 0<&- 2>&-
+    "$0" sh -c "[ \$(readlink /proc/self/fd/0 /proc/self/fd/2 | uniq) = /dev/null ]"' "$box"
 check "a hang-up that the caller ignores is ignored" exits 0 bash -c \
     'trap "" HUP; "$0" true & sleep 0.2; kill -HUP $!; wait $!' "$box"
 check "status 126 for a file that cannot be run" exits 126 "$box" /etc/fstab
@@ -234,7 +240,8 @@ for usage in --no-such-option "--timeout 0" "--timeout 3601" "--cgroup v3" "--re
     # shellcheck disable=SC2086 # words
     check "status 2 for $usage" exits 2 "$box" $usage true
 done
-check "help" prints "*--release NAME *--cgroup VERSION *126 *cannot be run*127 *was not found*128+N *" "$box" --help
+check "wrong usage is named" prints "mero-sandbox: *--no-such-option*--help*" "$box" --no-such-option true
+check "help" prints "*  -h,--help             Print *--release NAME *--cgroup VERSION *126 *cannot be run*127 *was not found*128+N *" "$box" --help
 check "the command keeps its options" prints "--bind -v" "$box" -- echo --bind -v
 
 check "without a command it starts a shell" prints "/bin/bash" "$box" <<<'echo $0'
@@ -336,6 +343,16 @@ for file in bin/systemctl lib/systemd/{systemd,libsystemd-shared-258.so}; do
 done
 check "another root appears, with that release's cgroups" prints "cgroup2fs /mero-sandbox" $program --root $root \
     --bind /usr sh -c 'echo $(stat -fc %T /sys/fs/cgroup) /mero*'
+while IFS='|' read -r status output script; do
+    printf '#!/bin/sh\n%s\n' "$script" >"$work/maker"
+    chmod +x "$work/maker"
+    check "a release's root: $script" prints "$output" "${apart[@]}" sh -c '
+        mount --bind "$1" "$2" && "$0" --release trixie --bind /usr sh -c "ls -d /mero*"; [ $? = "$3" ]; echo $?' \
+        $program "$work/maker" "$maker" "$status"
+done <<TABLE
+0|/mero-sandbox*0|echo "$root"; [ "\$*" = trixie ]
+125|mero-sandbox: there is no root file system of trixie*0|exit 1
+TABLE
 check "a bound path is visible" prints text "$box" --bind "$work/bound" --bind /usr/bin cat "$work/bound/file"
 check "a bound path is read-only" exits 1 "$box" --bind "$work/bound" touch "$work/bound/new"
 check "all these leave nothing" leaves_nothing
@@ -404,8 +421,14 @@ check "dies" exits 137 wait "$job"
 check "and leaves cgroups" prints '*cgroup /mnt/*mero-sandbox-*' traces
 check "which the next one" exits 0 "$box" true
 check "removes" leaves_nothing
+exec 3</etc/fstab 4<&3
 check "a sandbox whose keeper alone will be killed" start sh -c 'echo up; exec sleep 60'
+exec 3<&- 4<&-
 keeper=$(pgrep -P "$job" -x mero-keeper)
+parent=$(pgrep -P "$job" -x mero-sandbox)
+check "whose command has a parent without the caller's descriptors" prints "no" \
+    sh -c 'ls -l "/proc/$1/fd" | grep -q fstab && echo yes || echo no' - "$parent"
+# shellcheck disable=SC2046 # words
 check "which has left the caller's terminal and folder" prints "$keeper / /dev/null /dev/null /dev/null" \
     echo $(ps -o sid= "$keeper") $(readlink "/proc/$keeper/cwd" /proc/$keeper/fd/{0,1,2})
 kill -KILL "$keeper"

@@ -74,8 +74,9 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
         {"volume register --package ''", "Foo"},
         {"list-units fail", "fails.service"},
         {"list-units -t ti", "timer"},
-        {"list-unit-files --state en", "enabled"},
-        {"list-units --state lo", "loaded"},
+        {"list-unit-files --state ''", "alias bad disabled enabled generated indirect linked masked static transient"},
+        {"list-units --state ''", "activating active deactivating dead error exited failed inactive loaded masked "
+                                  "not-found reloading running"},
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
         {"slice kill a", "a.slice"},
@@ -102,10 +103,12 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
               "plain.service\n");
     umount("/run/vol9");
     SystemctlScript("case $2 in --property=UnitPath) echo UnitPath=/run/own /run/generator;; esac");
-    Shell("cd /run; mkdir -p own/b.target.requires generator/b.target.wants; echo '[Install]' | tee own/off.service "
-          "own/on.service own/b.target.requires/on.service generator/b.target.wants/off.service");
+    Shell("cd /run; mkdir -p own/b.target.requires own/c.target.upholds generator/b.target.wants; echo '[Install]' | "
+          "tee own/off.service "
+          "own/on.service own/up.service own/b.target.requires/on.service "
+          "own/c.target.upholds/up.service generator/b.target.wants/off.service");
     EXPECT_EQ(Tool("complete -- enable ''").output, "off.service\n");
-    EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\n");
+    EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\nup.service\n");
 }
 
 } // namespace

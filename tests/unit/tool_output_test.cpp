@@ -72,6 +72,16 @@ TEST(Metrics, HaveEscapedLabelsAndPlainNumbers)
               "# HELP m Help.\n# TYPE m gauge\nm{unit=\"a\\\\x2d\\\"\\n\"} 2000000000000\nm{unit=\"b\"} 0.25\n");
 }
 
+TEST(Json, IsReadable)
+{
+    Json::Value value;
+    value["a"] = "ü", value["b"] = 1234.56789;
+    testing::internal::CaptureStdout();
+    PrintJson(value), PrintJson(value, Spread::OneLine);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "{\n  \"a\" : \"ü\",\n  \"b\" : 1234.568\n}\n{\"a\":\"ü\",\"b\":1234.568}\n");
+}
+
 TEST(Figures, AreShortInTheirUnits)
 {
     const std::pair<std::uint64_t, const char*> memories[] = {
@@ -142,7 +152,7 @@ TEST_F(Screen, ShowsSlicesAndTheProcessesOfTheChosenOneInOrder)
     const std::vector<ProcessUsage> processes{{{41, "writer", 0, 2048, 0, 0}, 0.25},
                                               {{4194304, "日本語\x1b[2J\n", 0, 1UL << 20, 0, 0}, 1}};
     EXPECT_THAT(page({}, {"", Order::Cpu, false}, {9, 2}), ElementsAre("no slice ", ""));
-    EXPECT_THAT(page({Slice("db.slice", processes, {0, 0.5, 1}), Slice("web.slice", {}, {})}, {"gone.slice"}, {82, 11}),
+    EXPECT_THAT(page({Slice("db.slice", processes, {0, 0.5, 1}), Slice("web.slice", {}, {})}, {"gone.slice"}, {82, 10}),
                 ElementsAre("  SLICE      CPU                   MEMORY                      INPUT       OUTPUT",
                             "> db.slice   ###### 100.0%    _=#  ##..   1.0 GiB    _#        0 B/s        0 B/s",
                             "  web.slice  ......      -         ##..       0 B    _#        0 B/s        0 B/s",
@@ -150,8 +160,12 @@ TEST_F(Screen, ShowsSlicesAndTheProcessesOfTheChosenOneInOrder)
                             "Processes of db.slice: 2, by CPU",
                             "     PID  NAME               CPU     MEMORY  CPU SECONDS        INPUT       OUTPUT",
                             " 4194304  日本語?[2J?     100.0%    1.0 GiB         0.00        0 B/s        0 B/s",
-                            "      41  writer           25.0%    2.0 MiB         0.00        0 B/s        0 B/s", "",
+                            "      41  writer           25.0%    2.0 MiB         0.00        0 B/s        0 B/s",
                             "Arrows PgUp PgDn  Sort: c CPU m memory i input o output p n  x kill  h  q quit"));
+    for (const std::size_t height : {8, 9}) {
+        const auto lines = page({Slice("a.slice", {}, {}), Slice("b.slice", {}, {})}, {}, {82, height});
+        EXPECT_EQ(Value(lines, Contains(StartsWith("  total"))), height == 9) << "processes need the room";
+    }
     const std::vector<ProcessUsage> alike{{{3, "b", 0, 50, 0, 0}, 0.1, 5, 0},
                                           {{1, "c", 0, 10, 0, 0}, 0.2, 0, 7},
                                           {{4, "a", 0, 50, 0, 0}, 0.2, 9, 7},

@@ -42,7 +42,8 @@ TEST_F(Program, RefusesWrongUsage)
          {"volume plan vol1", "volume plan /", "volume plan //"}},
         {"--interval: must be a positive number of seconds, a day at most",
          {"slice top --interval 0", "slice top --interval 86401", "slice top --interval 1s"}},
-        {".+", {"reload --no-block web", "stop --irreversibly web", "isolate"}},
+        {".+", {"reload --no-block web", "stop --irreversibly web", "restart --irreversibly web", "isolate"}},
+        {".+", {"try-restart --irreversibly web", "reload-or-restart --irreversibly web", "start --dry-run web"}},
         {".+", {"default-target --offline", "default-target --json a", "volume unmount --json /v"}},
         {".+", {"cgroup show 0", "cgroup show 4194305", "process show 0", "slice top --count 0"}},
         {".+", {"volume register /v --unit a --package b", "cgroup move --root --monitor-only -- true"}},
@@ -72,6 +73,19 @@ TEST_F(Program, RefusesWrongUsage)
                       HasSubstr("done; for several units"), HasSubstr("Examples:"), HasSubstr("  --timeout SECONDS  "),
                       Not(HasSubstr("complete")), Not(HasSubstr("\nCommands:")),
                       MatchesRegex(".*\nUnits:\n.*\nHolds:\n.*\nVolumes:\n.*\nManager:\n.*")));
+    EXPECT_EQ(Tool("slice kill --help").output,
+              "Stop the units of a slice and kill what is left\n"
+              "Usage: merosystemctl slice kill [OPTIONS] SLICE\n\n"
+              "Arguments:\n  SLICE               A slice such as system.slice\n\n"
+              "Options:\n  -h,--help           Print this help and exit\n"
+              "  --force             Kill even \"-.slice\" or the slice of this process\n\n");
+    EXPECT_THAT(Tool("reason --help").output, HasSubstr("\nUsage: merosystemctl reason [OPTIONS] COMMAND\n"));
+    const std::pair<std::string, std::string> notes[] = {{"volume unmount", "The default is umount VOLUME..."},
+                                                         {"volume register", "pkgctl-NAME.service, must exist."},
+                                                         {"slice top", "\n  x             kill the chosen slice"}};
+    for (const auto& [command, note] : notes) {
+        EXPECT_THAT(Tool(command + " --help").output, HasSubstr(note));
+    }
     const std::string helps =
         "for c in '' start status why info jobs show list-units list-unit-files overview doctor default-target enable "
         "mask uninstall 'reason add' "
@@ -137,6 +151,7 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
             EXPECT_EQ(Shell("cd /run/here; set -- " + words + call).exitCode, exitCode) << words;
         }
     }
+    EXPECT_EQ(Shell("unset PATH; " MEROSYSTEMCTL " run-in a.target -- true").exitCode, 0) << "as in exec(3)";
     const std::string run = "run-in a.target -- sh -c ", ended = "merosystemctl: sh: exit code ";
     const std::string back = "merosystemctl: interrupted: isolating back to default.target\n";
     EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 & wait'"),
@@ -169,17 +184,22 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
          "a: stop failed\n" + said("a") + "merosystemctl: b: stop failed\n" + said("b") +
              "merosystemctl: none: stop failed: there is no such unit\n"},
         {"stop a a", 1, "a: stop failed\n" + said("a") + said("a")},
+        {"stop none", 4, "none: stop failed: there is no such unit\n"},
         {"reset-failed a", 1, "a: reset-failed failed\n" + said("a")},
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
         {"volume register /v --package gone", 4,
          "gone: volume register failed: there is no unit pkgctl-gone.service\n"},
+        {"volume unregister /v --unit gone", 1, "gone: volume unregister failed\n" + log},
         {"volume register /v --unit gone", 4, "gone: volume register failed: there is no such unit\n"},
         {"volume unmount /run/none/", 1, "/run/none: is not mounted\n"},
         {"volume plan /run/none", 1, "/run/none: is not mounted\n"},
-        {"reason add --no-protect ../up a", 1,
-         "a: reason add failed\n  log         what merosystemctl did\n            " + log},
+        {"reason add ../up a", 1,
+         "a.service: a drop-in keeps it from starting until its last reason is gone\nmerosystemctl: a.service: the "
+         "drop-in that kept it from starting is gone\nmerosystemctl: a: reason add failed\n"
+         "  log         what merosystemctl did\n            " +
+             log},
         {"reason add r none", 4, "none: reason add failed: there is no such unit\n"},
         {"reason release r b", 3, "b: it does not have the reason r\n"},
         {"process show 2147483647", 1, "2147483647: there is no such process, or it cannot be read\n"},
@@ -220,7 +240,9 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("daemon-reload").output,
               "merosystemctl: systemd 245 does not speak the current dialect: take dialect=current out of " + conf +
                   "\n");
-    fs::remove("/usr/lib/systemd/libsystemd-shared-245.so");
+    fs::rename("/usr/lib/systemd/libsystemd-shared-245.so", "/usr/lib/systemd/libsystemd-shared-246.so");
+    EXPECT_EQ(Tool("daemon-reload").output, "");
+    fs::remove("/usr/lib/systemd/libsystemd-shared-246.so");
     const std::string cause = "  isolation   the machine is being isolated to a.target\n"
                               "  failed      result exit-code\n              -> journalctl --unit=a.service\n";
     // systemctl's output and the report: a warning, a list without units, the same text for all units.
@@ -243,6 +265,17 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     for (const auto& [command, script, output] : words) {
         Otherwise(script);
         EXPECT_EQ(Tool(command).output, output) << command;
+    }
+    Otherwise("echo 'Failed to x: No way'; exit 1");
+    for (const std::string verb : {"start", "stop", "restart", "try-restart", "reload", "reload-or-restart",
+                                   "reset-failed", "enable", "disable", "reenable", "mask", "unmask"}) {
+        EXPECT_THAT(Tool(verb + " b").output,
+                    StartsWith("merosystemctl: b: " + verb + " failed\n  systemd     No way\n"));
+    }
+    for (const auto& [command, what] : {std::pair("daemon-reload", "daemon-reload"),
+                                        {"default-target a.target", "setting the default target"},
+                                        {"isolate a.target", "isolating to a.target"}}) {
+        EXPECT_EQ(Tool(command).output, "merosystemctl: " + std::string(what) + " failed\n  systemd     No way\n");
     }
     SetUnits({{"w", "LoadState=loaded\nActiveState=inactive\nRequires=a.service\n"}});
     Otherwise("echo 'Failed to stop b.service: X'; exit 1");
@@ -296,6 +329,18 @@ TEST_F(Program, StatusDistinguishesStates)
         "'runs none failed'; do " +
         kTool + "status $units > /dev/null 2>&1; printf $?; done";
     EXPECT_EQ(Shell(exitCodes).output, "0033314314");
+    SetUnits(
+        {{"generated", loaded + "UnitFileState=generated\n"}, {"lasts", loaded + "UnitFileState=enabled-runtime\n"}});
+    const std::string answers = "for unit in runs rereads starts held failed masked none generated lasts 'none held' "
+                                "'held runs'; do for state in "
+                                "active failed enabled; do " +
+                                kTool + "is-$state --quiet $unit; printf $?; done; done";
+    EXPECT_EQ(Shell(answers).output, "030030333333300333444330330333030");
+    EXPECT_EQ(Shell("for verb in start stop restart try-restart reload reload-or-restart; do " + kTool +
+                    "$verb held > /dev/null 2>&1; printf $?; done")
+                  .output,
+              "303003")
+        << "what starts nothing is done";
     const std::string pid = std::to_string(getpid()), command = Shell("cat /proc/" + pid + "/comm").output;
     SetUnits({{"one", loaded +
                           "FragmentPath=/f\nActiveState=active\nSubState=running\nStateChangeTimestamp=Mon\nJob=7\n"
@@ -319,6 +364,12 @@ TEST_F(Program, StatusDistinguishesStates)
     EXPECT_EQ(Tool("reason list none held").output, "SERVICE       REASONS\nheld.service  a b\nnone.service  -\n");
     EXPECT_EQ(Tool("--system list-units").exitCode, 0);
     EXPECT_EQ(Tool("reason list").output, "SERVICE       REASONS\nheld.service  a b\n");
+    for (int i = 1; i <= 11; ++i) {
+        SetUnits({{"many" + std::to_string(i) + ".service", "LoadState=loaded\n"}});
+    }
+    EXPECT_EQ(Shell(kTool + "reason add r $(seq -f many%g 10) 2>&1 | grep -c ': a drop-in'").output, "10\n");
+    EXPECT_EQ(Tool("reason add s $(seq -f many%g 11)").output,
+              "merosystemctl: 11 services: a drop-in keeps it from starting until its last reason is gone\n");
     const std::string green = "\x1b[32mactive\x1b[0m", yellow = "\x1b[33mactivating\x1b[0m", red = "\x1b[31mmasked";
     for (const std::string environment : {"NO_COLOR= ", "NO_COLOR=1 ", "TERM=dumb ", "TERM= "}) {
         const bool isColoured = environment == "NO_COLOR= ";
@@ -336,7 +387,11 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
 {
     const std::string well = "all is well: nothing failed, is held, or is down for a volume; no jobs, no isolation\n";
     Write("/run/jobs", "");
-    EXPECT_THAT(Tool("overview"), FieldsAre(0, well));
+    for (const std::string command : {"overview", "", "--no-progress"}) {
+        EXPECT_THAT(Tool(command), FieldsAre(0, well)) << command;
+    }
+    EXPECT_THAT(Tool("why"), FieldsAre(0, "nothing failed, is held, or is down for a volume\n"));
+    EXPECT_THAT(Calls(), Contains("list-units --full --no-pager --plain --state=failed,auto-restart"));
     Otherwise("case $1 in list-units) [ $7 ] || printf '" + kFailedUnit + "';; esac");
     for (char c = 'a'; c < 'j'; ++c) {
         Write("/run/jobs", Read("/run/jobs") + std::to_string(c) + " " + c + ".service start waiting\n");
@@ -383,6 +438,51 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
     }
 }
 
+TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
+{
+    const auto record = [](const std::string& caller) {
+        Write("/run/merosystemd/volume-unmount.json",
+              R"({"volumes":["/v"],"units":["a.service","b.service","c.service","d.service","e.service","f.service"],)"
+              R"("since":)" +
+                  std::to_string(std::time(nullptr) - 7500) + R"(,"caller":{"pid":)" + caller + "}}");
+    };
+    SetUnits({{"a.service", "ActiveState=active\n"},
+              {"b.service", "ActiveState=activating\n"},
+              {"c.service", "ActiveState=reloading\n"},
+              {"d.service", "ActiveState=refreshing\n"},
+              {"e.service", "ActiveState=failed\nResult=exit-code\n"},
+              {"f.service", "ActiveState=inactive\nResult=success\n"}});
+    const std::string end =
+        "; it began 2 h ago\nstopped for it: a.service b.service c.service d.service e.service f.service\n";
+    const std::string pid = std::to_string(getpid()), stat = Read("/proc/self/stat");
+    std::istringstream fields(stat.substr(stat.rfind(')')));
+    std::string started;
+    for (int i = 2; i <= 22; ++i) { // as proc(5) numbers them
+        fields >> started;
+    }
+    record(pid + R"(,"started":")" + started + "\"");
+    EXPECT_THAT(Tool("volume state"), FieldsAre(0, "an unmount of /v by process " + pid + " is running" + end));
+    EXPECT_THAT(Tool("doctor").output, HasSubstr("\nnote   unmount     /v is being unmounted\n"));
+    EXPECT_THAT(Tool("volume recover"), FieldsAre(0, "no unmount was interrupted: nothing to do\n"));
+    record("7");
+    EXPECT_THAT(Tool("volume state"), FieldsAre(1, "an unmount of /v by process 7 was interrupted" + end +
+                                                       "  -> merosystemctl volume recover\n"));
+    EXPECT_THAT(Tool("volume recover"),
+                FieldsAre(1, "running again: a.service b.service c.service d.service\n"
+                             "merosystemctl: e.service: does not run again: it is failed, result exit-code\n"
+                             "  -> merosystemctl why e.service\n"
+                             "merosystemctl: f.service: does not run again: it is inactive, result success\n"
+                             "  -> merosystemctl why f.service\n"));
+    EXPECT_THAT(Tool("volume state"), FieldsAre(3, "no unmount has stopped services\n"));
+    for (const auto& [lock, what] : {std::pair("volume-unmount-action", "another unmount"),
+                                     {"isolate-and-volume-unmount-action", "an isolation"}}) {
+        EXPECT_EQ(Shell(std::string("mkdir -p /run/merosystemd/locks; flock /run/merosystemd/locks/") + lock +
+                        ".lock timeout 0.3 " + kTool + "volume unmount /v -- true 2>&1 | sed 's/[0-9][0-9]*/N/'")
+                      .output,
+                  std::string("waiting for ") + what + " to end: process N (flock)\n");
+    }
+}
+
 TEST_F(Program, DryRunsShowWhatStartsAndStops)
 {
     const std::string up = "LoadState=loaded\nActiveState=active\n", down = "LoadState=loaded\nActiveState=inactive\n";
@@ -407,7 +507,8 @@ TEST_F(Program, DryRunsShowWhatStartsAndStops)
               {"runs.service", up + skipped + "Wants=nice.service\nConflicts=base.service\n"},
               {"old.service", up + "TriggeredBy=keeper.socket\n"},
               {"keeper.socket", up + "IgnoreOnIsolate=yes\n"},
-              {"small.target", down + "Requires=lib.service\n"}});
+              {"small.target", down + "Requires=lib.service\n"},
+              {"out.service", down + "FragmentPath=/f\nDropInPaths=/d/a.conf /d/b.conf\n"}});
     Otherwise("case $1 in list-units) printf 'UNIT LOAD\nold.service x\nfoe.service x\nkeeper.socket x\n';; esac");
     Write("/run/merosystemd/reasons/web.service/r", "");
     const std::pair<std::string, std::string> cases[] = {
@@ -417,6 +518,9 @@ TEST_F(Program, DryRunsShowWhatStartsAndStops)
          "deep.service stops along with part.service\nneed.service stops along with base.service\n"
          "part.service stops along with base.service\n"},
         {"stop --dry-run idle.service", "idle.service stays stopped it does not run\n"},
+        {"uninstall --dry-run out.service",
+         "out.service stays stopped it does not run\nout.service loses its file /f\n"
+         "out.service loses its file /d/a.conf\nout.service loses its file /d/b.conf\n"},
         {"stop --dry-run gone.service", "merosystemctl: gone.service: there is no such unit\n"},
         {"reason release --dry-run r web.service",
          "held-up.service starts needed by web.service\n"
@@ -475,11 +579,14 @@ struct FullProgram : Program {
             {"a.slice", "Name=A\n"},
             {"b.slice", "NameI18n=b:title\n"}};
         const std::string accounted = "CPUUsageNSec=1500000000\nIOReadBytes=4096000000\nIOWriteBytes=[not set]\n";
+        SetUnits({{"part.service", "LoadState=loaded\nActiveState=active\n"},
+                  {"all.timer", "LoadState=loaded\nActiveState=active\n"}});
         for (const auto& [unit, keys] : units) {
             Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
             SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n" +
-                                 (unit == "a.slice" ? accounted : "")}});
+                                 (unit == "a.slice" ? accounted : "") +
+                                 (unit == "all.service" ? "ConsistsOf=part.service\nTriggeredBy=all.timer\n" : "")}});
         }
         Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
         close(file_), fs::create_directories("/var/packages/Foo");
@@ -537,15 +644,17 @@ TEST_F(FullProgram, PrintsTables)
         {"volume list /v /none", "KIND OWNER VOLUMES\nunit web.service /v\n"},
         {"volume users " + kVolume, "uses.service\n"},
         {"volume dependency child", "all\n"},
-        {"volume plan " + kVolume, "SERVICE CAUSE PID COMMAND HOW FILE\nall.service depends on all volumes" + none +
-                                       "all.service master of child.service, which depends on all volumes" + none +
-                                       "pkgctl-Foo.service belongs to package Foo, which registered the volume" + none +
-                                       "some.service registered the volume" + none + "uses.service uses files " +
-                                       users +
-                                       "\n\nStill keeping the volume busy after those services stop:\n\n"
-                                       "WHAT UNIT PID COMMAND HOW FILE\nprocess - " +
-                                       other_ + " sleep fd " + kVolume + "/file\n -> kill " + other_ +
-                                       "\nswap file - - - - " + kVolume + "/swap\n -> swapoff " + kVolume + "/swap\n"},
+        {"volume plan " + kVolume,
+         "SERVICE CAUSE PID COMMAND HOW FILE\nall.service depends on all volumes" + none +
+             "all.service master of child.service, which depends on all volumes" + none +
+             "pkgctl-Foo.service belongs to package Foo, which registered the volume" + none +
+             "some.service registered the volume" + none + "uses.service uses files " + users +
+             "\npart.service stops along with all.service, and is not started again" + none +
+             "\nall.timer may start all.service again before the volume is unmounted\n"
+             " -> merosystemctl stop all.timer\n\nStill keeping the volume busy after those services stop:\n\n"
+             "WHAT UNIT PID COMMAND HOW FILE\nprocess - " +
+             other_ + " sleep fd " + kVolume + "/file\n -> kill " + other_ + "\nswap file - - - - " + kVolume +
+             "/swap\n -> swapoff " + kVolume + "/swap\n"},
         {"process show --interval 0.1 " + pid_, usages + pid_ + usage},
         {"slice list", "SLICE PROCESSES MEMORY CPU SECONDS NAME TRANSLATED NAME\n"
                        "a.slice 1" +
@@ -616,8 +725,11 @@ TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
         {"overview", "", "del(.jobs, .unmount.since)",
          R"({"failed":[{"description":"A b","sub":"failed","unit":"a.service"}],"held":{"web.service":["r"]},)"
          R"("isolation":{"state":"none","target":""},"unmount":{"state":"none","units":[],"volumes":[]}})"},
-        {"doctor", "", "map(select(.check == \"holds\") | .result, .remedy)",
-         R"(["bad","merosystemctl reason add REASON web.service"])"},
+        {"doctor", "", "map([.check, .result, .remedy])",
+         R"([["dialect","good",""],["cgroups","bad",""],["event log","note",""],["monitor","note",""],)"
+         R"(["journal","bad","systemctl status systemd-journald.service"],)"
+         R"(["holds","bad","merosystemctl reason add REASON web.service"],["locks","good",""],)"
+         R"(["isolation","good",""],["unmount","good",""]])"},
         {"list-services", "", "length", "6"},
         {"default-target", "", ".", R"("a.target")"},
         {"reason list", "", ".", R"({"web.service":["r"]})"},
@@ -626,11 +738,16 @@ TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
         {"volume users", kVolume, ".", R"(["uses.service"])"},
         {"volume dependency", "some", ".", R"("partial")"},
         {"volume plan", kVolume,
-         "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.complete, .blockers[].what]",
+         "[.stops[].causes[] | .cause, .unit, .package, .users[].how], [.complete, .blockers[].what], "
+         "[.dependents[] | .unit, .takenBy, .startsAgain], [.triggers[] | .unit, .service]",
          R"(["all","all.service","","all","child.service","","package","pkgctl-Foo.service","Foo","unit",)"
          R"("some.service","","files","uses.service","","fd"])"
          "\n"
-         R"([true,"process","swap file"])"},
+         R"([true,"process","swap file"])"
+         "\n"
+         R"(["part.service","all.service",false])"
+         "\n"
+         R"(["all.timer","all.service"])"},
         {"volume unmount", "--dry-run " + kVolume, ".blockers[0].user.file", "\"" + kVolume + "/file\""},
         {"volume state", "", ".", R"({"pid":0,"since":0,"state":"none","units":[],"volumes":[]})"},
         {"cgroup show", pid_, "del(.pid)",

@@ -63,12 +63,19 @@ TEST_F(Why, NamesEveryCause)
     WriteProgram("/usr/bin/journalctl",
                  "for word; do case $word in --unit=a) cat /run/event;; --unit=down.service) cat "
                  "/run/down;; esac; done");
+    std::string everywhere = "PartOf="; // what nearly every unit depends on
+    for (const std::string name :
+         {"sysinit.target", "basic.target", "shutdown.target", "umount.target", "system.slice", "user.slice", "-.slice",
+          "-.mount", "app.slice", "session.slice", "background.slice"}) {
+        SetUnits({{name, "LoadState=loaded\nActiveState=failed\n"}});
+        everywhere += name + " ";
+    }
     const std::string again = "Nov 18 11:06:40 systemd[1]: It is repeated too quickly.\n";
     struct Case {
         std::string properties, causes, journal = "", file = "", text = "";
         int exitCode = 3;
     };
-    const Case cases[] = {
+    std::vector<Case> cases = {
         {"", ""},
         {"LoadState=not-found", "", "", "", "", 4},
         {"ActiveState=active\nSubState=running\nConflicts=r.service", "", Entry(""), "", "", 0},
@@ -161,6 +168,7 @@ TEST_F(Why, NamesEveryCause)
         {"Requisite=mid.service", ofMid},
         {"PartOf=mid.service", ofMid + log, Entry(stopped, R"("Stopped.","UNIT":"mid.service")") + Entry(stopped)},
         {"Requires=down.service", log, Entry("")},
+        {everywhere, ""},
         {"Conflicts=r.service f.service\nConflictedBy=s.service",
          "conflict    r.service is running" + to + "merosystemctl stop r.service\nconflict    s.service is running" +
              to + "merosystemctl stop s.service\n"},
@@ -174,6 +182,7 @@ TEST_F(Why, NamesEveryCause)
         {"", "isolation   an isolation to b.target was interrupted (PID 4194304 is gone)" + back, "",
          "/run/merosystemd/isolate-state", "target=b.target\npid=4194304\n"},
         {"", isolated + "is in rescue.target" + back, "", "/run/units/rescue.target", "ActiveState=active\n"},
+        {"", isolated + "is in emergency.target" + back, "", "/run/units/emergency.target", "ActiveState=active\n"},
         {"", "", "", "/run/units/default.target", "ActiveState=inactive\nActiveExitTimestampMonotonic=0\n"},
         {"", isolated + "has left default.target, its default target" + back, "", "/run/units/default.target",
          "ActiveState=inactive\nActiveExitTimestampMonotonic=5\n"},
@@ -185,6 +194,13 @@ TEST_F(Why, NamesEveryCause)
         {"", condition, Entry(stopped + R"("JOB_RESULT":"assert",)")},
         {"", condition, Entry(started + R"("INVOCATION_ID":"",)")},
         {"", condition, Entry(ran) + Entry(ran)},
+        {"", log, Entry(R"("USER_INVOCATION_ID":"7",)" + started)},
+        {"", log + log,
+         Entry(started) + Entry(R"("MESSAGE_ID":"be02cf6855d2428ba40df7e9d022f03d",)")}, // its job failed
+        {"", log + log, Entry(started) + Entry(R"("MESSAGE_ID":"7ad2d189f7e94e70a38c781354912448",)")}, // it succeeded
+        {"", log + log, Entry(started) + Entry(R"("MESSAGE_ID":"d9b373ed55a64feb8242e02dbe79a49c",)")}, // it failed
+        {"", log, Entry("", R"("It stopped.","UNIT":"","USER_UNIT":"a.service")")},
+        {"", log, Entry("", R"("It stopped.","UNIT":"","_SYSTEMD_USER_UNIT":"a.service")")},
         {"", condition, Entry(skipped) + Entry(started)},
         {"ExecCondition=" + good, "condition   skipped: ExecCondition=/bin/good was not met\n",
          Entry(skipped) + Entry(started)},
@@ -193,6 +209,13 @@ TEST_F(Why, NamesEveryCause)
         {"", "Nov 18 11:06:40 systemd[1]: (a line of more than 4 KiB; journalctl shows it)\n", Entry("", "null")},
         {"", "", "[]\n{\n{\"MESSAGE\":\"x\"}\n"},
     };
+    std::string failing = "Result=exit-code"; // the first in systemd's order is named
+    for (const std::string setting : {"ExecStopPost", "ExecStop", "ExecStartPost", "ExecStart", "ExecStartPre",
+                                      "ExecCondition", "ExecActivate", "ExecMount"}) {
+        failing += "\n" + setting + "=" + command("/bin/x", "code=exited ; status=1");
+        cases.push_back(
+            {failing, "failed      result exit-code: " + setting + "=/bin/x ended with exit code 1" + journal});
+    }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.properties + c.journal + c.file);
         Write("/run/units/a", c.properties + (c.properties.empty() ? "" : "\n") + unit);
