@@ -2,8 +2,10 @@
 // does not change, and sixteen threads can call at the same time.
 #include "torture/torture.h"
 
+#include <fstream>
 #include <merocore/error.h>
 #include <merosystemd/systemd.h>
+#include <thread>
 
 #include <dlfcn.h>
 #include <sys/resource.h>

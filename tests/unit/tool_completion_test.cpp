@@ -79,6 +79,7 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
                                   "not-found reloading running"},
         {"list-units --type=ti", "--type=timer"},
         {"list-units --type = so", "socket"},
+        {"list-units --type =", "automount device mount path scope service slice socket swap target timer"},
         {"slice kill a", "a.slice"},
         {"isolate ''", "small.target tiny.target"},
         {"mask nu", ""},

@@ -18,6 +18,8 @@ TEST_F(Program, RefusesWrongUsage)
         {"UNIT is required", {"start", "--quiet start"}},
         {"there is no command dance", {"dance web"}},
         {"there is no command stauts\nDid you mean status.", {"stauts web"}},
+        {"there is no command dsiabl\nDid you mean disable.", {"dsiabl web"}},
+        {"there is no command tops", {"tops web"}},
         {"there is no command volume plna\nDid you mean plan.", {"volume plna /v"}},
         {"there is no command cat here. Use 'systemctl cat web'.", {"cat web", "--quiet cat web"}},
         {"unknown option -v", {"-v", "--no-legend -v", "start -v", "start web -v"}},
@@ -282,6 +284,11 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     EXPECT_EQ(Tool("stop --json a b | jq -c 'map([.unit, .done])'").output, "[[\"a\",true],[\"b\",false]]\n");
     Otherwise("echo 'A dependency job for w.service failed.'; exit 1");
     EXPECT_THAT(Tool("start w").output, AllOf(HasSubstr("\n  dependency "), Not(HasSubstr("A dependency job"))));
+    SetUnits({{"w", "LoadState=loaded\nActiveState=inactive\n"}});
+    EXPECT_THAT(Tool("start w").output, HasSubstr("A dependency job")) << "there is no better explanation";
+    WriteProgram("/usr/bin/journalctl", R"(echo '{"MESSAGE_ID":"39f53479d3a045ac8e11786248231fbf","MESSAGE":"x",)"
+                                        R"("UNIT":"w.service","__REALTIME_TIMESTAMP":"1"}')");
+    EXPECT_THAT(Tool("start w").output, AllOf(HasSubstr("\n  condition   x\n"), Not(HasSubstr("A dependency job"))));
     Otherwise("echo 'Failed to connect to bus: x'; exit 1");
     for (const std::string command : {"start 'a*'", "isolate a.target", "daemon-reload", "default-target a.target"}) {
         EXPECT_EQ(Tool(command).exitCode, 6) << command;
@@ -429,11 +436,13 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
     Write("/run/merosystemd/stopped-along/b.service/w.service", "");
     const std::string found =
         Shell("cd /run/merosystemd; mkdir -p locks; flock locks/x.lock " + kTool + "doctor; echo $?").output;
-    for (const std::string& text : std::vector<std::string>{
-             "\nnote   event log", "hold that is gone\n       " + to + "reason remove any g.service\n",
-             "w.service stopped along with b.service", "\nnote   locks       x.lock: held by process ",
-             "\nbad    isolation   an isolation",
-             "of /v was interrupted; down: d.service\n       " + to + "volume recover\n1\n"}) {
+    for (const std::string& text :
+         std::vector<std::string>{"\nnote   event log",
+                                  "\nbad    holds       g.service has a drop-in of a hold that is gone\n       " + to +
+                                      "reason remove any g.service\n",
+                                  "\nbad    holds       w.service stopped along with b.service",
+                                  "\nnote   locks       x.lock: held by process ", "\nbad    isolation   an isolation",
+                                  "of /v was interrupted; down: d.service\n       " + to + "volume recover\n1\n"}) {
         EXPECT_THAT(found, HasSubstr(text));
     }
 }

@@ -103,8 +103,13 @@ TEST_F(OnTerminal, TopObeysItsKeysAndAlwaysRestoresTheTerminal)
     Write("/sys/fs/cgroup/meromonitor/b.slice/tasks", std::to_string(smaller.pid) + "\n");
     const std::string command = kXterm + "slice top --interval ";
     Terminal top(command + "100");
+    const auto isColoured = AllOf(HasSubstr("\x1b[32m"), HasSubstr("\x1b[36m"));
     EXPECT_THAT(top.Until("q quit"),
-                AllOf(HasSubstr("> a.slice"), HasSubstr("\x1b[32m"), HasSubstr("Processes of a.slice: 1, by CPU")));
+                AllOf(HasSubstr("> a.slice"), isColoured, HasSubstr("Processes of a.slice: 1, by CPU"),
+                      HasSubstr("\x1b[?25l"), HasSubstr(";7m"), HasSubstr(";1m")))
+        << "without a cursor, with a bar and bold headings";
+    EXPECT_THAT(Terminal("NO_COLOR= " + command + "0.1 --count 1").Rest(), isColoured);
+    EXPECT_THAT(Terminal("NO_COLOR=1 " + command + "0.1 --count 1").Rest(), Not(HasSubstr("\x1b[32m")));
     // Only changes are written, after the sequence that moves there.
     const std::pair<std::string, std::string> keys[] = {
         {"j", "> b.slice"},

@@ -201,6 +201,8 @@ TEST_F(Why, NamesEveryCause)
         {"", log + log, Entry(started) + Entry(R"("MESSAGE_ID":"d9b373ed55a64feb8242e02dbe79a49c",)")}, // it failed
         {"", log, Entry("", R"("It stopped.","UNIT":"","USER_UNIT":"a.service")")},
         {"", log, Entry("", R"("It stopped.","UNIT":"","_SYSTEMD_USER_UNIT":"a.service")")},
+        {"", log, Entry("", R"("It stopped.","UNIT":"","_SYSTEMD_SLICE":"a.service")")},
+        {"", condition + "Nov 18 11:06:40 systemd[1]: x\n", Entry(started) + Entry("", "\"x\"")}, // x is no event
         {"", condition, Entry(skipped) + Entry(started)},
         {"ExecCondition=" + good, "condition   skipped: ExecCondition=/bin/good was not met\n",
          Entry(skipped) + Entry(started)},
