@@ -40,7 +40,8 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
                          "a.slice       loaded    active   active  Slice\n"
                          "comes.service loaded    activating start Comes\n"
                          "reads.service loaded    reloading reload Reads\n"
-                         "b.device      loaded    active   plugged Device\n");
+                         "b.device      loaded    active   plugged Device\n"
+                         "c.device      loaded    inactive dead    Absent\n");
     Otherwise("case $1 in list-units) cat /run/loaded;; esac");
     Write("/run/merosystemd/reasons/on.service/r1", ""), Write("/run/merosystemd/reasons/off.service/r2", "");
     Write("/var/packages/Foo/INFO", ""), Write("/run/units/on.service", "Id=on.service\nMainPID=1\n");

@@ -92,6 +92,11 @@ TEST(Figures, AreShortInTheirUnits)
     for (const auto& [kB, text] : memories) {
         EXPECT_EQ(MemoryText(kB), text) << kB;
     }
+    const std::pair<double, const char*> rates[] = {
+        {999.4, "999 B/s"}, {1024, "1.0 KiB/s"}, {3.5 * 1024 * 1024, "3.5 MiB/s"}};
+    for (const auto& [rate, text] : rates) {
+        EXPECT_EQ(RateText(rate), text) << rate;
+    }
     const std::pair<std::time_t, const char*> ages[] = {{-5, "0 s"},       {58, "58 s"},       {60, "1 min"},
                                                         {3598, "59 min"},  {3600, "1 h"},      {86398, "23 h"},
                                                         {86400, "1 days"}, {864000, "10 days"}};
@@ -256,6 +261,16 @@ TEST(Usage, IsTheDifferenceBetweenTwoReadings)
                     ElementsAre(c.after.cpuSeconds, c.cpuShare, c.readRate, c.writeRate))
             << c.what;
     }
+}
+
+TEST(Usage, OfSeveralProcessesIsTheirSum)
+{
+    const ProcessUsage usage{Process(7, 1.5), 0.25, 10, 20};
+    const ProcessUsage total = TotalOf({usage, usage, usage});
+    EXPECT_THAT((std::array{total.cpuSeconds, total.cpuShare, total.readRate, total.writeRate}),
+                ElementsAre(4.5, 0.75, 30, 60));
+    EXPECT_EQ(total.memory, 300);
+    EXPECT_EQ(TotalOf(std::vector<ProcessUsage>(9, usage)).cpuShare, 1) << "no more than the machine";
 }
 
 TEST(SliceMonitor, KeepsTheHistoryOfEachTrackedSlice)

@@ -29,6 +29,7 @@ TEST_F(Program, RefusesWrongUsage)
         {"unexpected argument: b", {"jobs b"}},
         {"--system is not for start; it is for: show.*", {"start --system web", "--system start web"}},
         {"--timeout is not for jobs; it is for: start stop.*", {"jobs --timeout 3", "--timeout 3 jobs"}},
+        {"--json needs --dry-run", {"isolate --json a.target"}},
         {"--timeout: Value 0 not in range 1 to 86400", {"start --timeout 0 web"}},
         {"--verify excludes --no-block", {"start --verify --no-block web"}},
         {"missing command: run-in TARGET -- COMMAND...", {"run-in a.target"}},
@@ -293,7 +294,29 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     for (const std::string command : {"start 'a*'", "isolate a.target", "daemon-reload", "default-target a.target"}) {
         EXPECT_EQ(Tool(command).exitCode, 6) << command;
     }
-    SystemctlScript("exit 1"), shutdown(manager_, SHUT_RDWR);
+    SystemctlScript("[ $1 != list-jobs ]");
+    EXPECT_THAT(Tool("isolate b.target"),
+                FieldsAre(1, "isolated to b.target; units may still be stopping: the jobs cannot be listed\n"));
+    Write("/run/merosystemd/reasons/b.service/r", ""), Write("/run/merosystemd/stopped-along/b.service/w.service", "");
+    SetUnits({{"w.service", "LoadState=loaded\nActiveState=inactive\nCanStart=yes\n"}});
+    Otherwise("case $* in *w.service*) exit 1; esac");
+    EXPECT_THAT(Tool("reason release r b"), FieldsAre(1, "merosystemctl: w.service: does not run again\n"
+                                                         "  stopped     along with b\n"
+                                                         "              -> merosystemctl why w.service\n"));
+    SystemctlScript("exit 1");
+    const std::pair<std::string, std::string> queries[] = {{"jobs", "listing the jobs"},
+                                                           {"list-services", "listing the services"},
+                                                           {"list-units", "listing the loaded units"},
+                                                           {"list-unit-files", "listing the unit files"},
+                                                           {"status a", "a: asking for the status"},
+                                                           {"status a b", "asking for the status"},
+                                                           {"why", "listing the failed units"},
+                                                           {"overview", "listing the failed units"},
+                                                           {"default-target", "reading the default target"}};
+    for (const auto& [command, what] : queries) {
+        EXPECT_THAT(Tool(command), FieldsAre(1, StartsWith("merosystemctl: " + what + " failed\n"))) << command;
+    }
+    shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(Tool("is-active a"),
                 FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
     EXPECT_EQ(Tool("enable ''").exitCode, 6);
@@ -365,6 +388,14 @@ TEST_F(Program, StatusDistinguishesStates)
                    "hi\nmerosystemctl: changed on disk since "
                    "systemd read it: one\n  -> merosystemctl daemon-reload\n"));
     fs::remove("/run/merosystemd/reasons/one.service/r");
+    SetUnits({{"alias", "Id=one.service\nNames=alias.service one.service\nLoadState=loaded\nActiveState=active\n"}});
+    WriteProgram("/usr/bin/journalctl", R"(case "$*" in *--unit=one*) for i in 1 2 3 4 5 6 7 8 9 10 11 12; do )"
+                                        R"(echo '{"_SYSTEMD_UNIT":"one.service","MESSAGE":"hi",)"
+                                        R"("__REALTIME_TIMESTAMP":"1"}'; done; esac)");
+    for (const std::string unit : {"one", "alias"}) {
+        EXPECT_EQ(Shell(kTool + "status " + unit + " 2> /dev/null | grep -c ': hi$'").output, "10\n")
+            << "the journal knows no aliases";
+    }
     EXPECT_THAT(Tool("status one 'a b'"), FieldsAre(1, HasSubstr("a b: systemd cannot be asked")));
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
@@ -422,6 +453,7 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
                   "jobs\n"
                   "isolation   an isolation to a.target was interrupted (PID 4194304 is gone)\n" +
                   to + "isolate default.target\n");
+    EXPECT_EQ(Shell("sed -i 1d /run/jobs; " + kTool + "overview | grep -c ' start waiting'").output, "8\n");
     Calls();
     EXPECT_THAT(Tool("list-units --all --failed --type service --state x 'a*'"),
                 FieldsAre(4, "merosystemctl: a*: no loaded unit matches\n"));
@@ -473,6 +505,9 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
     EXPECT_THAT(Tool("volume state"), FieldsAre(0, "an unmount of /v by process " + pid + " is running" + end));
     EXPECT_THAT(Tool("doctor").output, HasSubstr("\nnote   unmount     /v is being unmounted\n"));
     EXPECT_THAT(Tool("volume recover"), FieldsAre(0, "no unmount was interrupted: nothing to do\n"));
+    EXPECT_THAT(Tool("overview").output,
+                MatchesRegex("down +the unmount of /v that began [^\n]* is going on\n +a.service\n.*"));
+    EXPECT_EQ(Tool("overview --json | jq .unmount.state").output, "\"running\"\n");
     record("7");
     EXPECT_THAT(Tool("volume state"), FieldsAre(1, "an unmount of /v by process 7 was interrupted" + end +
                                                        "  -> merosystemctl volume recover\n"));
@@ -581,12 +616,15 @@ struct FullProgram : Program {
             {"web.service", "Name=Web \"server\"\nNameI18n=web:title\nDefaultEnable=yes\nFirewallSections=http https\n"
                             "BelongsTo=multi-user.target other.service\nPackedIn=a.target\nSupportKey=zfs\n"},
             {"all.service", "VolumeDependency=all\n"},
-            {"child.service", "VolumeDependency=all\nMaster=all.service\n"},
+            {"child.service",
+             "VolumeDependency=all\nMaster=all.service\nSupportOneClickEnable=yes\nInfoCenterDisplay=yes\n"},
             {"pkgctl-Foo.service", "VolumeDependency=partial\n"},
-            {"some.service", "VolumeDependency=partial\n"},
+            {"some.service", "VolumeDependency=partial\nNanoUpdateDisplay=yes\n"},
             {"uses.service", ""},
             {"a.slice", "Name=A\n"},
             {"b.slice", "NameI18n=b:title\n"}};
+        const std::string known = "SubState=running\nStateChangeTimestamp=Mon\nMainPID=7\nMemoryCurrent=4096\n"
+                                  "NeedDaemonReload=yes\nDescription=U\n";
         const std::string accounted = "CPUUsageNSec=1500000000\nIOReadBytes=4096000000\nIOWriteBytes=[not set]\n";
         SetUnits({{"part.service", "LoadState=loaded\nActiveState=active\n"},
                   {"all.timer", "LoadState=loaded\nActiveState=active\n"}});
@@ -594,7 +632,9 @@ struct FullProgram : Program {
             Write("/run/files", Read("/run/files") + unit + " enabled enabled\n");
             Write("/usr/lib/systemd/system/" + unit, "[X-Tarvix]\n" + keys);
             SetUnits({{unit, "Id=" + unit + "\nLoadState=loaded\nActiveState=active\nJob=7\n" +
-                                 (unit == "a.slice" ? accounted : "") +
+                                 (unit == "a.slice"        ? accounted
+                                  : unit == "uses.service" ? known
+                                                           : "") +
                                  (unit == "all.service" ? "ConsistsOf=part.service\nTriggeredBy=all.timer\n" : "")}});
         }
         Write("/run/jobs", "7 web.service start waiting\n"), Write("/run/merosystemd/reasons/web.service/r", "");
@@ -647,6 +687,8 @@ TEST_F(FullProgram, PrintsTables)
                      "Enabled by default yes\nOne-click enable no\nIn information centre no\nIn small update no\n"
                      "Firewall sections http https\nBelongs to multi-user.target\nPacked in a.target\n"},
         {"info a.slice | grep Trans", "Translated name -\n"},
+        {"info child | grep yes", "Supported here yes\nOne-click enable yes\nIn information centre yes\n"},
+        {"info some | grep yes", "Supported here yes\nIn small update yes\n"},
         {"volume list",
          "KIND OWNER VOLUMES\nunit some.service " + kVolume + "\nunit web.service /v\npackage Foo " + kVolume + "\n"},
         {"--no-legend volume list /v", "unit web.service /v\n"},
@@ -705,7 +747,9 @@ TEST_F(FullProgram, PrintsMetrics)
                 EndsWith("run it as root\n1\n"))
         << "a sum of what one user may read is wrong";
     Write("/run/merosystemd/volume-unmount.json", "no record\n");
-    EXPECT_THAT(Tool("overview --prometheus").output, Not(HasSubstr("units_down")));
+    EXPECT_THAT(Tool("overview --prometheus"), FieldsAre(1, Not(HasSubstr("units_down"))));
+    EXPECT_THAT(Tool("overview").output, HasSubstr("cannot read whether an unmount was interrupted\n"));
+    EXPECT_EQ(Tool("overview --json | jq .unmount.state").output, "\"unreadable\"\n");
 }
 
 TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
@@ -715,8 +759,12 @@ TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
     };
     const std::string briefly = "--interval 0.1 ";
     const Case cases[] = {
-        {"status", "web.service", ".[0] | [.active, .enabled, .job.id, .job.type, .job.state, .load, .reasons, .unit]",
-         R"(["active","",7,"start","waiting","loaded",["r"],"web.service"])"},
+        {"status", "web.service uses.service",
+         "(.[0] | [.active, .enabled, .job.id, .job.type, .job.state, .load, .reasons, .unit]), "
+         "(.[1] | [.sub, .since, .mainPid, .memoryBytes, .needDaemonReload, .description])",
+         R"(["active","",7,"start","waiting","loaded",["r"],"web.service"])"
+         "\n"
+         R"(["running","Mon",7,4096,true,"U"])"},
         {"why", "web.service", "[.active, .causes[0].kind, .causes[0].remedy]",
          R"(["active","held","merosystemctl reason release r web.service"])"},
         {"jobs", "", ".", R"([{"id":7,"state":"waiting","type":"start","unit":"web.service"}])"},

@@ -15,11 +15,16 @@ using OnTerminal = Program;
 TEST_F(OnTerminal, ProgressIsOneLineThatIsOverwritten)
 {
     Otherwise("case $2 in a) sleep 2.2;; *.target) sleep 2.1;; esac");
-    Write("/run/jobs", "7 a.service start running\n8 b.service start waiting\n9 c.service restart running\n");
-    Terminal wide(kXterm + "start a"), narrow(kXterm + "stop a", 20);
-    Terminal dumb("TERM=dumb " + kTool + "run-in a.target -- sh -c 'sleep 1.2; echo done'");
-    const std::string begun = " \\([1-9] s\\): a.service start \\(0 s\\), c.service job \\(0 s\\), 1 queued";
-    const std::string later = " \\([2-9] s\\): a.service start \\([1-9] s\\), c.service job \\([1-9] s\\), 1 queued";
+    Write("/run/jobs", "7 a.service start running\n8 b.service start waiting\n9 c.service restart running\n"
+                       "10 d.service stop running\n11 e.service start running\n");
+    Terminal wide(kXterm + "start a", 120), narrow(kXterm + "stop a", 20);
+    Terminal dumb("TERM=dumb " + kTool + "run-in a.target -- sh -c 'sleep 1.2; echo done'", 120);
+    const auto jobs = [](const std::string& since, const std::string& seconds) {
+        const std::string s = " \\([" + seconds + "] s\\)";
+        return " \\([" + since + "-9] s\\): a.service start" + s + ", c.service job" + s + ", d.service stop" + s +
+               ", 1 more, 1 queued";
+    };
+    const std::string begun = jobs("1", "0"), later = jobs("2", "1-9");
     const std::string isolating = "isolating to a.target" + begun + "\r\ndone\r\nisolating back to default.target ";
     EXPECT_THAT(wide.Rest(),
                 MatchesRegex(kClear + "start a" + begun + "(" + kClear + "start a" + later + ")+" + kClear));
