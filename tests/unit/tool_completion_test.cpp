@@ -68,6 +68,8 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
         {"reason release ''", "r1 r2"},
         {"reason release r1 ''", "on.service"},
         {"reason list o", "off.service on.service"},
+        {"reason remove r2 ''", "off.service"},
+        {"reason add r1 o", "off.service on.service other.service"},
         {"volume plan /v /run/vol", "/run/vol9"},
         {"volume plan /v", "/v"},
         {"volume users /dev/po", "/dev/pool"},
@@ -83,6 +85,15 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
         {"list-units --type =", "automount device mount path scope service slice socket swap target timer"},
         {"slice kill a", "a.slice"},
         {"isolate ''", "small.target tiny.target"},
+        {"run-in ''", "small.target tiny.target"},
+        {"cgroup move a", "a.slice"},
+        {"slice show a", ""},
+        {"reload c", "comes.service"},
+        {"reload-or-restart c", "comes.service"},
+        {"mask o", "off.service on.service other.service"},
+        {"info o", "off.service on.service other.service"},
+        {"uninstall pl", "plain.service"},
+        {"reenable pl", "plain.service"},
         {"mask nu", ""},
         {"reenable fa", ""},
         {"info fa", ""},
@@ -96,8 +107,17 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
     }
     EXPECT_EQ(Tool("complete --descriptions -- stop ''").output,
               "a.slice\tSlice\ncomes.service\tComes\non.service\tIs on\nreads.service\tReads\n");
-    EXPECT_EQ(Tool("complete --descriptions -- reason release r").output,
-              "r1\tholds on.service\nr2\tholds off.service\n");
+    Tool("volume register /reg9 --unit on");
+    const std::pair<std::string, std::string> descriptions[] = {
+        {"reason release r", "r1\tholds on.service\nr2\tholds off.service\n"},
+        {"reason release r1 ''", "on.service\theld by r1\n"},
+        {"volume plan /reg", "/reg9\tregistered by on.service\n"},
+        {"volume plan /run/vol", "/run/vol9\t/dev/pool\n"},
+        {"volume users /dev/po", "/dev/pool\t/run/vol9\n"},
+    };
+    for (const auto& [words, expected] : descriptions) {
+        EXPECT_EQ(Tool("complete --descriptions -- " + words).output, expected) << words;
+    }
     EXPECT_THAT(Tool("complete --descriptions -- start --verif").output, StartsWith("--verify\t"));
     EXPECT_EQ(Shell("PATH=$(dirname " MEROSYSTEMCTL "):$PATH bash -c '. " COMPLETION
                     "; COMP_WORDS=(merosystemctl start p); COMP_CWORD=2; _merosystemctl; echo ${COMPREPLY[@]}'")
@@ -111,6 +131,8 @@ TEST_F(Completion, OffersNamesThatTheCommandCanActOn)
           "own/c.target.upholds/up.service generator/b.target.wants/off.service");
     EXPECT_EQ(Tool("complete -- enable ''").output, "off.service\n");
     EXPECT_EQ(Tool("complete -- disable ''").output, "on.service\nup.service\n");
+    RemoveSystemctl();
+    EXPECT_EQ(Tool("complete -- start v").output, "vendor.service\n") << "the usual folders";
 }
 
 } // namespace
