@@ -70,6 +70,19 @@ TEST_F(Program, RefusesWrongUsage)
         }
     }
     EXPECT_TRUE(Calls().empty());
+    const std::pair<std::string, std::vector<std::string>> limited[] = {
+        {"--system ",
+         {"show a Id", "is-active a", "is-enabled a", "is-failed a", "status a", "why a", "list-units",
+          "list-unit-files"}},
+        {"--timeout 9 ",
+         {"start a", "stop a", "restart a", "try-restart a", "reload-or-restart a", "enable a", "disable a", "mask a",
+          "reason add --no-protect r a", "reason release r a"}},
+    };
+    for (const auto& [option, commands] : limited) {
+        for (const std::string& command : commands) {
+            EXPECT_NE(Tool(option + command).exitCode, 2) << option << command;
+        }
+    }
     EXPECT_THAT(Tool("--version").output, MatchesRegex("merosystemctl [0-9.]+\n"));
     EXPECT_THAT(Tool("--help").output,
                 AllOf(HasSubstr("  why  "), HasSubstr("  doctor  "), HasSubstr("Exit status:"),
