@@ -15,7 +15,7 @@ using OnTerminal = Program;
 TEST_F(OnTerminal, ProgressIsOneLineThatIsOverwritten)
 {
     Otherwise("case $2 in a) sleep 2.2;; *.target) sleep 2.1;; esac");
-    Write("/run/jobs", "7 a.service start running\n8 b.service start waiting\n9 c.service restart running\n"
+    Write("/run/jobs", "7 a.service start running\n8 z.service start waiting\n9 c.service restart running\n"
                        "10 d.service stop running\n11 e.service start running\n");
     Terminal wide(kXterm + "start a", 120), narrow(kXterm + "stop a", 20);
     Terminal dumb("TERM=dumb " + kTool + "run-in a.target -- sh -c 'sleep 1.2; echo done'", 120);
