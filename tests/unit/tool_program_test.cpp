@@ -603,11 +603,13 @@ TEST_F(Program, DoctorFindsWhatIsWrongAndNothingElse)
     const std::string held = "FragmentPath=/f\nDropInPaths=" + folder + "on" + dropIn + "\n";
     WriteProgram("/usr/bin/journalctl", "echo '{}'");
     Write("/run/merosystemd/reasons/on.service/r", ""), Write(folder + "on" + dropIn, condition);
+    Write("/run/merosystemd/reasons/own.service/r", ""), Write("/run/own.service", condition);
+    SetUnits({{"own.service", "FragmentPath=/run/own.service\n"}});
     Write(folder + "other" + dropIn, "[Unit]\n"), Write("/run/merosystemd/stopped-along/on.service/w.service", "");
     Write("/run/merosystemd/isolate-state", "target=a.target\npid=1\n"), SetUnits({{"on.service", held}});
     EXPECT_THAT(Tool("doctor").output,
                 AllOf(Not(HasSubstr(" systemd ")), HasSubstr("good   dialect "), HasSubstr("good   journal "),
-                      HasSubstr("good   holds       1 services are held\ngood   locks "),
+                      HasSubstr("good   holds       2 services are held\ngood   locks "),
                       HasSubstr("\nnote   isolation   the machine is being isolated")));
     SetUnits({{"on.service", held + "NeedDaemonReload=yes\n"}}), fs::remove("/run/merosystemd/isolate-state");
     Write("/run/merosystemd/isolate-not-finish-flag", ""), Write("/run/merosystemd/volume-unmount.json", "{");
