@@ -97,9 +97,9 @@ TEST(Figures, AreShortInTheirUnits)
     for (const auto& [rate, text] : rates) {
         EXPECT_EQ(RateText(rate), text) << rate;
     }
-    const std::pair<std::time_t, const char*> ages[] = {{-5, "0 s"},       {58, "58 s"},       {60, "1 min"},
-                                                        {3598, "59 min"},  {3600, "1 h"},      {86398, "23 h"},
-                                                        {86400, "1 days"}, {864000, "10 days"}};
+    const std::pair<std::time_t, const char*> ages[] = {
+        {-5, "0 s"},     {58, "58 s"},     {60, "1 min"},     {3598, "59 min"},   {3600, "1 h"},
+        {86398, "23 h"}, {86400, "1 day"}, {172790, "1 day"}, {172800, "2 days"}, {864000, "10 days"}};
     for (const auto& [age, text] : ages) {
         EXPECT_EQ(AgeText(std::time(nullptr) - age), text);
     }

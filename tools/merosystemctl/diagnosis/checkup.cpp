@@ -171,7 +171,10 @@ void CheckHolds(Findings& findings)
         }
     }
     if (findings.size() == count) {
-        findings.push_back({Good, {"holds", std::to_string(held.size()) + " services are held", ""}});
+        findings.push_back(
+            {Good,
+             {"holds", std::to_string(held.size()) + (held.size() == 1 ? " service is held" : " services are held"),
+              ""}});
     }
 }
 

@@ -19,7 +19,7 @@ std::string AgeText(std::time_t time)
     return seconds < 60      ? in(1, " s")
            : seconds < 3600  ? in(60, " min")
            : seconds < 86400 ? in(3600, " h")
-                             : in(86400, " days");
+                             : in(86400, seconds < 172800 ? " day" : " days");
 }
 
 } // namespace MERO::Tool
