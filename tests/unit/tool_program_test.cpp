@@ -29,6 +29,8 @@ TEST_F(Program, RefusesWrongUsage)
         {"unexpected argument: b", {"jobs b"}},
         {"--system is not for start; it is for: show.*", {"start --system web", "--system start web"}},
         {"--timeout is not for jobs; it is for: start stop.*", {"jobs --timeout 3", "--timeout 3 jobs"}},
+        {"SLICE is required; only --prometheus shows all slices", {"slice show"}},
+        {"--sort: must be cpu, memory, input, output, pid or name", {"slice top --sort size"}},
         {"--json needs --dry-run", {"isolate --json a.target"}},
         {"--timeout: Value 0 not in range 1 to 86400", {"start --timeout 0 web"}},
         {"--verify excludes --no-block", {"start --verify --no-block web"}},
