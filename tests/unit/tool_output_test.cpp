@@ -5,6 +5,7 @@
 #include "output/times.h"
 #include "top/top_page.h"
 #include "usage/slice_monitor.h"
+#include "usage/usage_report.h"
 
 #include <gmock/gmock.h>
 
@@ -270,6 +271,7 @@ TEST(Usage, OfSeveralProcessesIsTheirSum)
     EXPECT_THAT((std::array{total.cpuSeconds, total.cpuShare, total.readRate, total.writeRate}),
                 ElementsAre(4.5, 0.75, 30, 60));
     EXPECT_EQ(total.memory, 300);
+    EXPECT_EQ(TotalToJson({usage, usage})["cpuPercent"].asDouble(), 50);
     EXPECT_EQ(TotalOf(std::vector<ProcessUsage>(9, usage)).cpuShare, 1) << "no more than the machine";
 }
 

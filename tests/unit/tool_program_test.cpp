@@ -204,6 +204,7 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
         {"stop a a", 1, "a: stop failed\n" + said("a") + said("a")},
         {"stop none", 4, "none: stop failed: there is no such unit\n"},
         {"reset-failed a", 1, "a: reset-failed failed\n" + said("a")},
+        {"enable 'x*'", 4, "x*: no unit file matches\n"},
         {"info none", 4, "none: no unit file of this name in the system's unit directories\n"},
         {"volume dependency none", 4, "none: there is no such unit file\n"},
         {"volume register /v --package none", 1, "none: volume register failed\n" + log},
@@ -523,6 +524,7 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
     EXPECT_THAT(Tool("overview").output,
                 MatchesRegex("down +the unmount of /v that began [^\n]* is going on\n +a.service\n.*"));
     EXPECT_EQ(Tool("overview --json | jq .unmount.state").output, "\"running\"\n");
+    EXPECT_THAT(Tool("why f.service").output, HasSubstr("\nvolume      stopped while a volume is being unmounted;"));
     record("7");
     EXPECT_THAT(Tool("volume state"), FieldsAre(1, "an unmount of /v by process 7 was interrupted" + end +
                                                        "  -> merosystemctl volume recover\n"));
