@@ -16,6 +16,9 @@ TEST_F(Program, RefusesWrongUsage)
         // a fault, and commands that have it
         {"missing command: add release remove list", {"reason"}},
         {"UNIT is required", {"start", "--quiet start"}},
+        {"UNIT: must not be empty", {"start ''", "enable a ''", "why ''", "show '' Id", "uninstall --yes ''"}},
+        {"(REASON|SERVICE|TARGET|PATTERN|VOLUME): must not be empty",
+         {"reason add '' a", "reason list ''", "default-target ''", "isolate ''", "list-units ''", "volume plan ''"}},
         {"there is no command dance", {"dance web"}},
         {"there is no command stauts\nDid you mean status.", {"stauts web"}},
         {"there is no command dsiabl\nDid you mean disable.", {"dsiabl web"}},
@@ -335,8 +338,8 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
     shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(Tool("is-active a"),
                 FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
-    EXPECT_EQ(Tool("enable ''").exitCode, 6);
-    EXPECT_EQ(Tool("enable --offline ''").exitCode, 1) << "needs no manager";
+    EXPECT_EQ(Tool("enable a/").exitCode, 6);
+    EXPECT_EQ(Tool("enable --offline a/").exitCode, 1) << "needs no manager";
     Write(conf, "");
     EXPECT_EQ(Tool("jobs").exitCode, 6) << "no answer is not an empty answer";
     Write(conf, "dialect=current\n");

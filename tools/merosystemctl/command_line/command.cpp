@@ -30,10 +30,19 @@ Argument AddOptionTo(CLI::App* app, const std::string& name, const std::string& 
     return Argument(app != nullptr ? app->add_option(name, value, help)->type_name(meaning) : nullptr);
 }
 
+/// @return null if there is no command
 template <typename Value>
-Argument AddOperandTo(CLI::App* app, const std::string& name, Value& value, const std::string& help)
+CLI::Option* AddOperandTo(CLI::App* app, const std::string& name, Value& value, const std::string& help)
 {
-    return Argument(app != nullptr ? app->add_option(name, value, help)->type_name("")->required() : nullptr);
+    const auto check = [](const std::string& word) { return word.empty() ? "must not be empty" : std::string(); };
+    return app != nullptr ? app->add_option(name, value, help)->type_name("")->check(check, "") : nullptr;
+}
+
+template <typename Value>
+Argument AddRequiredOperandTo(CLI::App* app, const std::string& name, Value& value, const std::string& help)
+{
+    CLI::Option* operand = AddOperandTo(app, name, value, help);
+    return Argument(operand != nullptr ? operand->required() : nullptr);
 }
 
 } // namespace
@@ -104,27 +113,27 @@ Command Command::AddGroup(const std::string& name, const std::string& help) cons
 
 Argument Command::AddOperand(const std::string& name, std::string& value, const std::string& help) const
 {
-    return AddOperandTo(app_, name, value, help);
+    return AddRequiredOperandTo(app_, name, value, help);
 }
 
 Argument Command::AddOperand(const std::string& name, Texts& values, const std::string& help) const
 {
-    return AddOperandTo(app_, name, values, help);
+    return AddRequiredOperandTo(app_, name, values, help);
 }
 
 Argument Command::AddOperand(const std::string& name, int& value, const std::string& help) const
 {
-    return AddOperandTo(app_, name, value, help);
+    return AddRequiredOperandTo(app_, name, value, help);
 }
 
 Argument Command::AddOptionalOperand(const std::string& name, std::string& value, const std::string& help) const
 {
-    return AddOptionTo(app_, name, "", value, help);
+    return Argument(AddOperandTo(app_, name, value, help));
 }
 
 Argument Command::AddOptionalOperand(const std::string& name, Texts& values, const std::string& help) const
 {
-    return AddOptionTo(app_, name, "", values, help);
+    return Argument(AddOperandTo(app_, name, values, help));
 }
 
 Argument Command::AddFlag(const std::string& name, bool& value, const std::string& help) const
