@@ -415,6 +415,8 @@ TEST_F(Program, StatusDistinguishesStates)
         EXPECT_EQ(Shell(kTool + "status " + unit + " 2> /dev/null | grep -c ': hi$'").output, "10\n")
             << "the journal knows no aliases";
     }
+    SetUnits({{"dead", loaded + "ActiveState=inactive\nSubState=dead\nMainPID=0\nMemoryCurrent=[not set]\n"}});
+    EXPECT_THAT(Tool("status dead"), FieldsAre(3, "dead.service - A d\nActive    inactive (dead)\nLoaded    loaded\n"));
     EXPECT_THAT(Tool("status one 'a b'"), FieldsAre(1, HasSubstr("a b: systemd cannot be asked")));
     EXPECT_EQ(Tool("jobs").output, "JOB  UNIT            TYPE   STATE\n7    starts.service  start  waiting\n"
                                    "8    held.service    other  running\n");
@@ -776,6 +778,10 @@ TEST_F(FullProgram, PrintsMetrics)
     EXPECT_THAT(Tool("overview --prometheus"), FieldsAre(1, Not(HasSubstr("units_down"))));
     EXPECT_THAT(Tool("overview").output, HasSubstr("cannot read whether an unmount was interrupted\n"));
     EXPECT_EQ(Tool("overview --json | jq .unmount.state").output, "\"unreadable\"\n");
+    for (const std::string command : {"volume state", "volume recover"}) {
+        EXPECT_THAT(Tool(command),
+                    FieldsAre(1, StartsWith("merosystemctl: reading the state of the last unmount failed\n")));
+    }
 }
 
 TEST_F(FullProgram, PrintsJsonThatMatchesItsSchema)
