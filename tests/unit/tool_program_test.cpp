@@ -747,6 +747,8 @@ TEST_F(FullProgram, PrintsTables)
     EXPECT_THAT(Shell("setpriv --reuid 65534 --clear-groups " + kTool + "volume plan " + kVolume),
                 FieldsAre(1, HasSubstr("this plan is incomplete: the files of other users' processes cannot be read\n"
                                        "  -> run it as root\n")));
+    EXPECT_EQ(Shell("sleep 0.2 & " + kTool + "process show --interval 0.4 $! 2>&1 | sed 's/ [0-9]*:/ N:/'").output,
+              "merosystemctl: N: the process has ended\n");
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
                 HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
         << "figures are aligned at the right";
