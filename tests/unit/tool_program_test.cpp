@@ -158,7 +158,10 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
 {
     WriteProgram("/run/here/there", "");
     WriteProgram("/run/bin/tool", "");
-    Write("/run/bin/text", "");
+    Write("/run/bin/text", ""),
+        Write("/run/odd", "\x7f"
+                          "ELF"),
+        fs::permissions("/run/odd", fs::perms::owner_all);
     fs::create_directories("/run/bin/folder");
     // A PATH, in which an empty folder means the current one, and a command. A command with a "/" is not searched.
     const std::pair<int, std::vector<std::string>> exitCodes[] = {
@@ -175,8 +178,10 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
     EXPECT_EQ(Shell("unset PATH; " MEROSYSTEMCTL " run-in a.target -- true").exitCode, 0) << "as in exec(3)";
     const std::string run = "run-in a.target -- sh -c ", ended = "merosystemctl: sh: exit code ";
     const std::string back = "merosystemctl: interrupted: isolating back to default.target\n";
-    EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 & wait'"),
+    EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 >&- 2>&- & wait'"),
                 FieldsAre(9, back + ended + "9\n"));
+    EXPECT_THAT(Tool("run-in a.target -- /run/odd"),
+                FieldsAre(127, HasSubstr("merosystemctl: /run/odd: Exec format error\n")));
     EXPECT_THAT(Tool(run + "'kill -KILL $$'"), FieldsAre(137, ended + "137\n"));
     Otherwise("[ $2 != a.target ] || kill -HUP $PPID");
     EXPECT_THAT(Tool(run + "'> /run/started'"), FieldsAre(129, back + "merosystemctl: interrupted: sh was not run\n"))
@@ -331,10 +336,20 @@ TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
                                                            {"status a b", "asking for the status"},
                                                            {"why", "listing the failed units"},
                                                            {"overview", "listing the failed units"},
+                                                           {"stop --dry-run a", "asking for dependencies"},
                                                            {"default-target", "reading the default target"}};
     for (const auto& [command, what] : queries) {
-        EXPECT_THAT(Tool(command), FieldsAre(1, StartsWith("merosystemctl: " + what + " failed\n"))) << command;
+        EXPECT_THAT(Tool(command), FieldsAre(1, StartsWith("merosystemctl: " + what + " failed"))) << command;
     }
+    SystemctlScript("[ $1 != list-jobs ]");
+    EXPECT_THAT(Tool("overview"), FieldsAre(1, StartsWith("merosystemctl: listing the jobs failed\n")));
+    SystemctlScript("[ $1 = start ]");
+    EXPECT_THAT(Tool("start --verify a"),
+                FieldsAre(1, "merosystemctl: verifying the start failed: systemd does not answer\n"));
+    const std::string asUser = "setpriv --reuid 65534 --clear-groups " + kTool + "volume register /v --unit a";
+    EXPECT_THAT(Shell(asUser), FieldsAre(6, HasSubstr("a: volume register failed: your user manager does not run;")));
+    EXPECT_THAT(Shell("XDG_RUNTIME_DIR=/run " + asUser),
+                FieldsAre(1, HasSubstr("permission denied; run it as root\n")));
     shutdown(manager_, SHUT_RDWR);
     EXPECT_THAT(Tool("is-active a"),
                 FieldsAre(6, "merosystemctl: asking for a failed: systemd does not run on this machine\n"));
@@ -429,6 +444,10 @@ TEST_F(Program, StatusDistinguishesStates)
     EXPECT_EQ(Shell(kTool + "reason add r $(seq -f many%g 10) 2>&1 | grep -c ': a drop-in'").output, "10\n");
     EXPECT_EQ(Tool("reason add s $(seq -f many%g 11)").output,
               "merosystemctl: 11 services: a drop-in keeps it from starting until its last reason is gone\n");
+    Write("/run/systemd/system/bare.service.d", ""), SetUnits({{"bare.service", loaded}});
+    EXPECT_THAT(Tool("reason add r bare"),
+                FieldsAre(1, HasSubstr("bare.service: its reasons do not keep it from starting: "
+                                       "/run/systemd/system/bare.service.d/mero-reason.conf cannot be made\n")));
     const std::string green = "\x1b[32mactive\x1b[0m", yellow = "\x1b[33mactivating\x1b[0m", red = "\x1b[31mmasked";
     for (const std::string environment : {"NO_COLOR= ", "NO_COLOR=1 ", "TERM=dumb ", "TERM= "}) {
         const bool isColoured = environment == "NO_COLOR= ";
@@ -481,6 +500,7 @@ TEST_F(Program, ShowsWhatIsWrongOnOneScreen)
     EXPECT_THAT(Calls(),
                 ElementsAre("list-units --full --no-pager --plain --all --state=failed --type=service --state=x a*"));
     EXPECT_THAT((Tool("stop 'a.servic?'"), Calls()), Contains("stop a.service"));
+    EXPECT_THAT((Tool("--failed"), Calls()), ElementsAre("list-units --full --no-pager --plain --state=failed"));
     Otherwise("echo no; exit 1");
     EXPECT_THAT(Tool("list-units"), FieldsAre(1, HasSubstr("listing the loaded units failed\n")));
     fs::remove_all("/run/merosystemd/reasons");
@@ -533,6 +553,7 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
     record("7");
     EXPECT_THAT(Tool("volume state"), FieldsAre(1, "an unmount of /v by process 7 was interrupted" + end +
                                                        "  -> merosystemctl volume recover\n"));
+    EXPECT_EQ(Tool("volume state --json | jq .state").output, "\"interrupted\"\n");
     EXPECT_THAT(Tool("volume recover"),
                 FieldsAre(1, "running again: a.service b.service c.service d.service\n"
                              "merosystemctl: e.service: does not run again: it is failed, result exit-code\n"
@@ -540,6 +561,7 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
                              "merosystemctl: f.service: does not run again: it is inactive, result success\n"
                              "  -> merosystemctl why f.service\n"));
     EXPECT_THAT(Tool("volume state"), FieldsAre(3, "no unmount has stopped services\n"));
+    EXPECT_THAT(Tool("volume plan /proc").output, StartsWith("No service stops.\n"));
     for (const auto& [lock, what] : {std::pair("volume-unmount-action", "another unmount"),
                                      {"isolate-and-volume-unmount-action", "an isolation"}}) {
         EXPECT_EQ(Shell(std::string("mkdir -p /run/merosystemd/locks; flock /run/merosystemd/locks/") + lock +

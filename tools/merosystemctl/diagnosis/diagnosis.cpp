@@ -273,12 +273,6 @@ std::optional<std::vector<Diagnosis>> Diagnose(const Texts& names)
     return diagnoses;
 }
 
-std::optional<Diagnosis> Diagnose(const std::string& unit)
-{
-    const auto diagnoses = Diagnose(Texts{unit});
-    return diagnoses ? std::optional(diagnoses->front()) : std::nullopt;
-}
-
 Json::Value ToJson(const std::vector<Cause>& causes)
 {
     Json::Value list(Json::arrayValue);

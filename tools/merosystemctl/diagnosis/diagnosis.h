@@ -32,7 +32,6 @@ struct Diagnosis {
 /// Returns one for each unit, in their order; nothing if systemd does not answer. Many units take no more processes
 /// than one.
 std::optional<std::vector<Diagnosis>> Diagnose(const Texts& units);
-std::optional<Diagnosis> Diagnose(const std::string& unit);
 
 Json::Value ToJson(const std::vector<Cause>& causes);
 
