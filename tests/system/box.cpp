@@ -19,8 +19,10 @@ Box::Box()
 
 Box::~Box()
 {
+    // When a service is killed, systemd runs its ExecStop=, which may take long and has to be killed too.
     Shell("systemctl cancel; cd /run/systemd/system; for unit in" + units_ +
-          "; do systemctl kill -s KILL $unit; systemctl stop $unit; rm $unit; done; systemctl reset-failed");
+          "; do systemctl kill -s KILL $unit; timeout 1 systemctl stop $unit || { systemctl kill -s KILL $unit; "
+          "systemctl stop $unit; }; rm $unit; done; systemctl reset-failed");
     Load();
 }
 

@@ -158,10 +158,7 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
 {
     WriteProgram("/run/here/there", "");
     WriteProgram("/run/bin/tool", "");
-    Write("/run/bin/text", ""),
-        Write("/run/odd", "\x7f"
-                          "ELF"),
-        fs::permissions("/run/odd", fs::perms::owner_all);
+    Write("/run/bin/text", "");
     fs::create_directories("/run/bin/folder");
     // A PATH, in which an empty folder means the current one, and a command. A command with a "/" is not searched.
     const std::pair<int, std::vector<std::string>> exitCodes[] = {
@@ -180,13 +177,20 @@ TEST_F(Program, StartsCommandsFromThePathAndPassesSignalsOn)
     const std::string back = "merosystemctl: interrupted: isolating back to default.target\n";
     EXPECT_THAT(Tool(run + "'trap \"exit 9\" TERM; kill -TERM $PPID; sleep 9 >&- 2>&- & wait'"),
                 FieldsAre(9, back + ended + "9\n"));
-    EXPECT_THAT(Tool("run-in a.target -- /run/odd"),
-                FieldsAre(127, HasSubstr("merosystemctl: /run/odd: Exec format error\n")));
     EXPECT_THAT(Tool(run + "'kill -KILL $$'"), FieldsAre(137, ended + "137\n"));
     Otherwise("[ $2 != a.target ] || kill -HUP $PPID");
     EXPECT_THAT(Tool(run + "'> /run/started'"), FieldsAre(129, back + "merosystemctl: interrupted: sh was not run\n"))
         << "it came before the command";
     EXPECT_FALSE(fs::exists("/run/started"));
+}
+
+TEST_F(Program, ReportsACommandThatCannotBeStarted)
+{
+    Write("/run/odd", "\x7f"
+                      "ELF");
+    fs::permissions("/run/odd", fs::perms::owner_all);
+    EXPECT_THAT(Tool("run-in a.target -- /run/odd"),
+                FieldsAre(127, HasSubstr("merosystemctl: /run/odd: Exec format error\n")));
 }
 
 TEST_F(Program, NamesWhatFailedAndSaysWhatToDo)
@@ -536,7 +540,8 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
               {"f.service", "ActiveState=inactive\nResult=success\n"}});
     const std::string end =
         "; it began 2 h ago\nstopped for it: a.service b.service c.service d.service e.service f.service\n";
-    const std::string pid = std::to_string(getpid()), stat = Read("/proc/self/stat");
+    const Waiting caller;
+    const std::string pid = std::to_string(caller.pid), stat = Read("/proc/" + pid + "/stat");
     std::istringstream fields(stat.substr(stat.rfind(')')));
     std::string started;
     for (int i = 2; i <= 22; ++i) { // as proc(5) numbers them
