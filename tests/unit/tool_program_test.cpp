@@ -569,7 +569,7 @@ TEST_F(Program, ShowsAndStartsWhatAnUnmountStopped)
     for (const auto& [lock, what] : {std::pair("volume-unmount-action", "another unmount"),
                                      {"isolate-and-volume-unmount-action", "an isolation"}}) {
         EXPECT_EQ(Shell(std::string("mkdir -p /run/merosystemd/locks; flock /run/merosystemd/locks/") + lock +
-                        ".lock timeout 0.3 " + kTool + "volume unmount /v -- true 2>&1 | sed 's/[0-9][0-9]*/N/'")
+                        ".lock timeout 1 " + kTool + "volume unmount /v -- true 2>&1 | sed 's/[0-9][0-9]*/N/'")
                       .output,
                   std::string("waiting for ") + what + " to end: process N (flock)\n");
     }
@@ -773,7 +773,7 @@ TEST_F(FullProgram, PrintsTables)
     EXPECT_THAT(Shell("setpriv --reuid 65534 --clear-groups " + kTool + "volume plan " + kVolume),
                 FieldsAre(1, HasSubstr("this plan is incomplete: the files of other users' processes cannot be read\n"
                                        "  -> run it as root\n")));
-    EXPECT_EQ(Shell("sleep 0.2 & " + kTool + "process show --interval 0.4 $! 2>&1 | sed 's/ [0-9]*:/ N:/'").output,
+    EXPECT_EQ(Shell("sleep 0.8 & " + kTool + "process show --interval 1.2 $! 2>&1 | sed 's/ [0-9]*:/ N:/'").output,
               "merosystemctl: N: the process has ended\n");
     EXPECT_THAT(Tool("slice show --interval 0.1 b.slice").output,
                 HasSubstr("0 processes         0.00  0.0%     0 B  0 B/s   0 B/s\n"))
