@@ -12,7 +12,7 @@ struct ExitStatus {
     const char* meaning;
 };
 
-// As systemd-analyze(1) exit-status names them: its manual page has other names and numbers for two of them. Services
+// As "systemd-analyze exit-status" lists them. The manual page systemd.exec(5) differs for APPARMOR and BPF. Services
 // can exit with the same numbers, though few do.
 constexpr ExitStatus kStatuses[] = {
     {200, "CHDIR", "its working directory cannot be entered"},
